@@ -17,6 +17,12 @@
 #include <stdint.h>
 #include <time.h>
 
+#ifdef __GNUC__
+#define ORBA_PRINTF(text, first) __attribute__((__format__(__printf__, text, first)))
+#else
+#define ORBA_PRINTF(text, first)
+#endif
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -24,7 +30,146 @@ extern "C" {
 
 /* ==== core: commands, console, rule lists, timers ==================================== */
 
+/* Formats a command line as printf does, appends " 1>/dev/null 2>&1" and hands
+ * it to the shell; waits for its end. A line that does not fit 1,023 characters
+ * with that is not run, and a trace on the console says so. Returns the number
+ * of characters formatted, whatever became of the command. Text that comes from
+ * outside must have been quoted for the shell by the caller. */
+int doSystem(const char *fmt, ...) ORBA_PRINTF(1, 2);
+
+/* The same with " 1>/dev/null 2>&1 &": does not wait for the command. */
+int doSystemBackGround(const char *fmt, ...) ORBA_PRINTF(1, 2);
+
+/* The same as doSystem. */
+int doSystemWithoutConsole(const char *fmt, ...) ORBA_PRINTF(1, 2);
+
+/* Writes a formatted trace to /dev/console, without adding a newline; text
+ * beyond 4,095 characters is left out. Without a console nothing is written.
+ * Returns the number of characters formatted. */
+int debug(const char *fmt, ...) ORBA_PRINTF(1, 2);
+
+/* "SSID" and 1 make "SSID1". Returns a static buffer of 32 bytes that the next
+ * call overwrites; a longer result is cut to 31 characters. */
+char *racat(const char *prefix, int n);
+
+/* The process id in /var/run/mini_httpd.pid, or 0 when the file is missing or
+ * does not begin with a number. */
+int readHttpdPid(void);
+
+/* The refresh period that the web server has set; 0 until it does. */
+extern int refresh_info;
+
+/* Writes refresh_info in decimal to `dst` (12 bytes). Returns 1. */
+int getRefreshInfo(char *dst);
+
+/* Whether remote management is held to one port: always 0. */
+int getOnePortOnly(void);
+
+/* The number of pieces of `value` between separators: 0 for NULL, otherwise one
+ * more than there are separators, so 1 for the empty text. */
+int getNums(const char *value, char sep);
+
+/* getNums(value, ';'). */
+int getRuleNums(const char *value);
+
+/* The number of records of a rule list: 0 for NULL and the empty text. */
+int getValueCount2(char *value);
+
+/* `value` with its record `index` (from 0) replaced by `newRecord`; a list that
+ * is shorter is filled up with empty records. NULL counts as empty. Returns a
+ * static buffer of 2,048 bytes that the next call of setNthValue overwrites. Serves lists
+ * of up to 8 records and records of up to 255 characters: longer records are
+ * cut, and with more records or an index of 8 and above the list comes back
+ * unchanged (at most its first 2,047 characters). */
+char *setNthValue(int index, char *value, char *newRecord);
+
+/* Removes the records numbered in `indexes` (`count` numbers from 0, ascending)
+ * from `value` in place. An index out of order or repeated is passed over.
+ * Removing record 0 also removes a ';' that then stands in front, whatever
+ * `sep` is. Returns 0. */
+int deleteNthValueMulti(int *indexes, int count, char *value, char sep);
+
+/* Replaces record `index` of the setting `key` as setNthValue does and buffers
+ * the result; nothing is committed. Returns nvram_bufset's result, or -1 with
+ * nothing stored when the list is beyond setNthValue's limits. */
+int STF(int index, const char *key, char *newRecord);
+
+/* The same in the given space. */
+int STFs(int space, int index, const char *key, char *newRecord);
+
+/* The number of records of a setting, in decimal, to `dst` (12 bytes); "0" when
+ * the setting is missing or empty. Return 1. They read IPPortFilterRules,
+ * websHostFilters and PortForwardRules. */
+int getIPPortRuleNums(char *dst);
+int getHostKeywordNums(char *dst);
+int getPortForwardRuleNums(char *dst);
+
+/* The number of records of aclRules; 0 when it is missing or empty. */
+int getAclRuleNums(void);
+
+/* Strips blanks, tabs and newlines at both ends of `text` in place; a text that
+ * holds nothing else is left as it is. Returns the number of characters kept
+ * when there was something to strip in front, otherwise the original length
+ * less one (0 for a text left as it is). */
+int trim(char *text);
+
+/* The `n`-th (from 0) token of `text` between any of `delims`, when it begins
+ * with a decimal digit; NULL otherwise. Cuts `text` and uses strtok's state. */
+char *getField(char *text, const char *delims, int n);
+
+/* Installs `handler` for SIGALRM and arms the process's real-time interval
+ * timer, first expiry and period alike, replacing what was armed. `microseconds`
+ * goes to the kernel as it is and must stay below 1,000,000. Returns
+ * setitimer's result. */
+int setTimer(unsigned int microseconds, void (*handler)(int));
+
+/* The same, once, after whole seconds; 0 disarms the timer. */
+int setTimerOnce(unsigned int seconds, void (*handler)(int));
+
+/* The same as setTimer with seconds and microseconds. */
+int setFullTimer(unsigned int seconds, unsigned int microseconds, void (*handler)(int));
+
+/* Disarms the timer; the handler stays installed. Returns setitimer's result. */
+int stopTimer(void);
+
 /* ==== net: interfaces, addresses, routes ============================================== */
+
+/* The names of interfaces. Each getter reads the settings afresh and writes at
+ * most 31 characters to `dst` (32 bytes). The WANs are numbered 1 to 4; a name
+ * that the settings do not give is the empty text unless said otherwise. */
+
+/* The LAN interface in the present OperationMode: "br0", or "eth2" in mode 2.
+ * With a missing or unknown mode the answer of the previous call, "br0" at
+ * first. Returns a constant text. */
+const char *getLanIfName(void);
+
+/* The Ethernet-side device of WAN 1, from OperationMode, vlanEnabled and
+ * wan1Vid. With a missing or unknown mode `dst` is left as it was. Returns 1. */
+int getWanIfName(char *dst);
+
+/* The VLAN device of WAN `n` (2 to 4), from wanNVid; empty for another `n`.
+ * Returns 1. */
+int getWan2IfName(char *dst, int n);
+
+/* "ppp0" when wanConnectionMode is PPPOE, L2TP or PPTP; getWanIfName otherwise.
+ * Returns 1. */
+int getWanIfNamePPP(char *dst);
+
+/* "ppp1" to "ppp3" when wanConnectionModeN is PPPOE, L2TP or PPTP;
+ * getWan2IfName otherwise. Returns 1. */
+int getWan2IfNamePPP(char *dst, int n);
+
+/* The interface of the WAN that default_wan names. Returns `dst`. */
+char *getDefaultWanIfName(char *dst);
+
+/* wanConnectionMode and wanAddressType of the WAN that default_wan names, as
+ * stored, cut to 31 characters. Return 1. */
+int getDefaultWanConnectionMode(char *dst);
+int getDefaultWanAddressType(char *dst);
+
+/* The label of an interface in the routing table view: "LAN", "WAN", "Unknown"
+ * when OperationMode is missing, or `ifname` itself. */
+const char *getLanWanNamebyIf(const char *ifname);
 
 /* ==== firewall ======================================================================== */
 

@@ -1,0 +1,139 @@
+#include "core/command.h"
+
+#include <sys/stat.h>
+
+#include <cstdlib>
+
+#include "core/file.h"
+#include "core/text.h"
+
+namespace orba {
+
+namespace {
+
+constexpr char kDiscard[] = " 1>/dev/null 2>&1";
+constexpr char kDiscardInBackground[] = " 1>/dev/null 2>&1 &";
+
+void traceNotRun(const TextBuffer &line) {
+  debug("command too long, not run: %.80s...\n", line.text());
+}
+
+// Formats one line, appends a redirection and gives it to the shell. Returns
+// the length of the formatted text as vsprintf would count it.
+int runFormatted(const char *format, va_list arguments, const char *redirection) {
+  va_list again;
+  va_copy(again, arguments);
+  int count = vsnprintf(nullptr, 0, format, again);
+  va_end(again);
+
+  Text<kCommandSize> line;
+  line.formatList(format, arguments).append(redirection);
+  if (line.fits()) {
+    (void)!system(line.text());
+  } else {
+    traceNotRun(line);
+  }
+  return count;
+}
+
+// "producer > path" or "producer >> path", taken apart at its last '>'.
+struct IntoFile {
+  Text<kCommandSize> producer;
+  Text<128> path;
+  bool append = false;
+
+  explicit IntoFile(const char *line) {
+    const char *arrow = strrchr(line, '>');
+    if (arrow == nullptr) return;
+    const char *target = arrow + 1 + strspn(arrow + 1, " ");
+    path.append(target, strcspn(target, " "));
+    append = arrow > line && arrow[-1] == '>';
+    producer.append(line, static_cast<size_t>(arrow - line) - (append ? 1 : 0));
+  }
+};
+
+off_t sizeOf(const char *path) {
+  struct stat status;
+  return stat(path, &status) == 0 ? status.st_size : 0;
+}
+
+void writeProduced(const IntoFile &parts) {
+  Pipe pipe(parts.producer.text());
+  if (!pipe) return;
+  File file(parts.path.text(), parts.append ? "a" : "w");
+  if (!file) return;
+  char block[512];
+  size_t length;
+  while ((length = fread(block, 1, sizeof block, pipe.get())) > 0) {
+    fwrite(block, 1, length, file.get());
+  }
+}
+
+void runIntoFileWith(const char *redirection, const char *format, va_list arguments) {
+  Text<kCommandSize> line;
+  line.formatList(format, arguments);
+  IntoFile parts(line.text());
+  // Emptied first, so that what stands in it afterwards is the command's own.
+  if (!parts.append) Descriptor(open(parts.path.text(), O_WRONLY | O_TRUNC));
+  off_t before = sizeOf(parts.path.text());
+
+  line.append(redirection);
+  if (!line.fits() || !parts.path.fits()) {
+    traceNotRun(line);
+    return;
+  }
+  (void)!system(line.text());
+  if (sizeOf(parts.path.text()) == before) writeProduced(parts);
+}
+
+}  // namespace
+
+int runDirectly(const char *format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  int count = runFormatted(format, arguments, "");
+  va_end(arguments);
+  return count;
+}
+
+void runIntoFile(const char *format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  runIntoFileWith(kDiscard, format, arguments);
+  va_end(arguments);
+}
+
+void runDirectlyIntoFile(const char *format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  runIntoFileWith("", format, arguments);
+  va_end(arguments);
+}
+
+}  // namespace orba
+
+int doSystem(const char *format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  int count = orba::runFormatted(format, arguments, orba::kDiscard);
+  va_end(arguments);
+  return count;
+}
+
+int doSystemBackGround(const char *format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  int count = orba::runFormatted(format, arguments, orba::kDiscardInBackground);
+  va_end(arguments);
+  return count;
+}
+
+// The same as doSystem by intent; the site survey and the 5 GHz statistics
+// call it under this name.
+int doSystemWithoutConsole(const char *format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  int count = orba::runFormatted(format, arguments, orba::kDiscard);
+  va_end(arguments);
+  return count;
+}

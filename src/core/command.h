@@ -1,0 +1,36 @@
+// Commands that need more than doSystem.
+#ifndef ORBA_CORE_COMMAND_H
+#define ORBA_CORE_COMMAND_H
+
+#include <cstddef>
+
+#include "orba_util.h"
+
+namespace orba {
+
+// Room for one command line and for what a runner appends to it. A line that
+// does not fit is not run, because a cut rule could let in what it was to keep
+// out; one console trace says which line it was.
+constexpr size_t kCommandSize = 1024;
+
+// Runs fixed command lines in order through doSystem.
+template <size_t N>
+void runAll(const char *const (&commands)[N]) {
+  for (const char *command : commands) doSystem("%s", command);
+}
+
+// Hands a line to the shell with nothing appended: for the commands whose
+// output stays where it is.
+int runDirectly(const char *format, ...) __attribute__((format(printf, 1, 2)));
+
+// Runs a line that ends in its own "> file" or ">> file". The redirection that
+// doSystem appends stands behind the line's own, so the shell makes the file
+// and throws the text away. The line is run all the same; then, if the file did
+// not get its text, the text is fetched once more through a pipe and written.
+void runIntoFile(const char *format, ...) __attribute__((format(printf, 1, 2)));
+// The same for a line that goes to the shell directly.
+void runDirectlyIntoFile(const char *format, ...) __attribute__((format(printf, 1, 2)));
+
+}  // namespace orba
+
+#endif

@@ -1,0 +1,239 @@
+#include "sim/device.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+#include "sim/shell.h"
+
+namespace sim {
+
+namespace {
+
+Device *current_device = nullptr;
+
+constexpr char kConsole[] = "/dev/console";
+
+bool contains(const std::string &text, const std::string &part) {
+  return text.find(part) != std::string::npos;
+}
+
+bool endsWith(const std::string &text, const std::string &end) {
+  return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+}  // namespace
+
+std::string withoutRunnerRedirection(const std::string &line) {
+  const std::string discard = " 1>/dev/null 2>&1";
+  const std::string background = discard + " &";
+  if (endsWith(line, background)) return line.substr(0, line.size() - background.size()) + " &";
+  if (endsWith(line, discard)) return line.substr(0, line.size() - discard.size());
+  return line;
+}
+
+Device::Device() : previous_(current_device) {
+  root_.write(kConsole, "");
+  current_device = this;
+}
+
+Device::~Device() {
+  current_device = previous_;
+}
+
+Device *Device::current() {
+  return current_device;
+}
+
+Device &Device::settings(const Settings &values, int space) {
+  for (const auto &[key, value] : values) {
+    auto copy = std::make_unique<char[]>(value.size() + 1);
+    memcpy(copy.get(), value.c_str(), value.size() + 1);
+    settings_[{space, key}] = std::move(copy);
+  }
+  return *this;
+}
+
+Device &Device::remove(const std::string &key, int space) {
+  settings_.erase({space, key});
+  return *this;
+}
+
+Device &Device::file(const std::string &path, const std::string &content) {
+  root_.write(path, content);
+  return *this;
+}
+
+Device &Device::removeFile(const std::string &path) {
+  root_.remove(path);
+  return *this;
+}
+
+Device &Device::refuse(const std::string &path) {
+  root_.refuse(path);
+  return *this;
+}
+
+Device &Device::answer(const std::string &part, const std::string &output) {
+  answers_.insert(answers_.begin(), {part, output});
+  return *this;
+}
+
+Device &Device::unstartable(const std::string &part) {
+  answers_.insert(answers_.begin(), {part, std::nullopt});
+  return *this;
+}
+
+Device &Device::withoutConsole() {
+  root_.remove(kConsole);
+  return *this;
+}
+
+Device &Device::withoutSockets() {
+  sockets_ = false;
+  return *this;
+}
+
+Device &Device::memoryRunsOut(bool out) {
+  memory_out_ = out;
+  return *this;
+}
+
+Device &Device::lowerRoot(const std::string &folder) {
+  root_.lower(folder);
+  return *this;
+}
+
+void Device::advance(long long milliseconds) {
+  clock_.advance(milliseconds);
+}
+
+Device &Device::onExit(std::function<void(int)> handler) {
+  on_exit_ = std::move(handler);
+  return *this;
+}
+
+std::vector<std::string> Device::commands() const {
+  std::vector<std::string> lines;
+  for (const std::string &line : shellLines()) lines.push_back(withoutRunnerRedirection(line));
+  return lines;
+}
+
+std::vector<std::string> Device::writes() const {
+  std::vector<std::string> lines;
+  for (const Event &event : events_) {
+    if (event.kind == Event::kSet) lines.push_back("set " + event.text);
+    if (event.kind == Event::kCommit) lines.push_back("commit " + event.text);
+  }
+  return lines;
+}
+
+std::optional<std::string> Device::setting(const std::string &key, int space) const {
+  auto found = settings_.find({space, key});
+  if (found == settings_.end()) return {};
+  return found->second.get();
+}
+
+std::vector<std::string> Device::texts(Event::Kind kind) const {
+  std::vector<std::string> found;
+  for (const Event &event : events_) {
+    if (event.kind == kind) found.push_back(event.text);
+  }
+  return found;
+}
+
+std::string Device::joined(Event::Kind kind) const {
+  std::string all;
+  for (const std::string &text : texts(kind)) all += text;
+  return all;
+}
+
+void Device::record(Event::Kind kind, std::string text) {
+  events_.push_back({kind, std::move(text), clock_.elapsed()});
+}
+
+int Device::runLine(const std::string &line) {
+  record(Event::kCommand, line);
+  for (const ShellCommand &command : splitLine(line)) {
+    // A shell opens every file that is redirected to; the last one gets the text.
+    std::string output = outputOf(command.text).value_or("");
+    for (size_t i = 0; i < command.redirections.size(); i++) {
+      const ShellCommand::Redirection &to = command.redirections[i];
+      if (to.path == "/dev/null") continue;
+      bool last = i + 1 == command.redirections.size();
+      root_.write(to.path, last ? output : "", to.append);
+    }
+    std::optional<std::vector<std::string>> words = wordsOf(command.text);
+    if (!words || words->empty()) continue;
+    const std::string &program = words->front();
+    for (size_t i = 1; i < words->size(); i++) {
+      const std::string &path = (*words)[i];
+      if (path[0] == '-') continue;
+      if (program == "rm" && root_.remove(path)) record(Event::kRemoved, path);
+      if (program == "touch") root_.write(path, "", true);
+    }
+  }
+  return 0;
+}
+
+std::optional<std::string> Device::outputOf(const std::string &command) {
+  for (const auto &[part, output] : answers_) {
+    if (contains(command, part)) return output;
+  }
+  for (auto &[type, part] : parts_) {
+    if (std::optional<std::string> output = part->outputOf(command)) return output;
+  }
+  std::optional<std::vector<std::string>> words = wordsOf(command);
+  if (words && !words->empty() && words->front() == "echo") {
+    std::string line;
+    for (size_t i = 1; i < words->size(); i++) line += (i > 1 ? " " : "") + (*words)[i];
+    return line + "\n";
+  }
+  return "";
+}
+
+std::optional<int> Device::openDevice(const std::string &path) {
+  for (auto &[type, part] : parts_) {
+    if (std::optional<bool> opens = part->opens(path)) return *opens ? 0 : -1;
+  }
+  return {};
+}
+
+int Device::request(int fd, unsigned long number, void *argument) {
+  (void)fd;
+  if (std::optional<int> result = interfaces_.request(number, argument)) return *result;
+  for (auto &[type, part] : parts_) {
+    if (std::optional<int> result = part->request(number, argument)) return *result;
+  }
+  errno = ENOTTY;
+  return -1;
+}
+
+char *Device::get(int space, const char *key) {
+  std::pair<int, std::string> name(space, key);
+  bool first = asked_.insert(name).second;
+  auto found = settings_.find(name);
+  if (found != settings_.end()) return found->second.get();
+  if (first) missing_.push_back(name);
+  return nullptr;
+}
+
+int Device::set(int space, const char *key, const char *value) {
+  if (key == nullptr || value == nullptr) return -1;
+  std::string copy = value;
+  record(Event::kSet, std::to_string(space) + " " + key + "=" + copy);
+  settings({{key, copy}}, space);
+  return 0;
+}
+
+int Device::commit(int space) {
+  record(Event::kCommit, std::to_string(space));
+  return 0;
+}
+
+void Device::exit(int status) {
+  if (on_exit_) on_exit_(status);
+  ::exit(status);
+}
+
+}  // namespace sim

@@ -1,0 +1,122 @@
+// Running commands, and what becomes of their text.
+#include "core/command.h"
+
+#include <gmock/gmock.h>
+
+#include "core/shell_word.h"
+#include "sim/device.h"
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+TEST(Runners, AppendTheirRedirectionAndCountTheFormattedText) {
+  sim::Device device;
+  EXPECT_EQ(doSystem("echo %d", 5), 6);
+  EXPECT_EQ(doSystemWithoutConsole("echo %d", 5), 6);
+  EXPECT_EQ(doSystemBackGround("sleep 1"), 7);
+  EXPECT_EQ(orba::runDirectly("brctl addif br0 %s", "ra0"), 19);
+  EXPECT_THAT(device.shellLines(),
+              ElementsAre("echo 5 1>/dev/null 2>&1", "echo 5 1>/dev/null 2>&1",
+                          "sleep 1 1>/dev/null 2>&1 &", "brctl addif br0 ra0"));
+  EXPECT_EQ(device.console(), "");
+}
+
+// 1,023 characters with the redirection still run; one more and a rule could
+// lose its end.
+TEST(Runners, RefuseALineThatDoesNotFit) {
+  sim::Device device;
+  std::string redirection = " 1>/dev/null 2>&1";
+  std::string fits(1023 - redirection.size(), 'x');
+  EXPECT_EQ(doSystem("%s", fits.c_str()), static_cast<int>(fits.size()));
+  EXPECT_EQ(doSystem("%sy", fits.c_str()), static_cast<int>(fits.size()) + 1);
+  EXPECT_EQ(doSystem("iptables -A %s", std::string(5000, 'z').c_str()), 5012);
+  EXPECT_THAT(device.shellLines(), ElementsAre(fits + redirection));
+  EXPECT_THAT(device.console(), HasSubstr("command too long, not run: iptables -A zzz"));
+}
+
+TEST(ShellWord, LeavesOrdinaryTextAloneAndQuotesTheRest) {
+  const std::pair<const char *, const char *> words[] = {
+      {"", ""},
+      {"192.168.1.0/24", "192.168.1.0/24"},
+      {"aA0_@%+=:,./-", "aA0_@%+=:,./-"},
+      {"a b", "'a b'"},
+      {"it's", "'it'\\''s'"},
+      {";$(touch X)`id`\n\"", "';$(touch X)`id`\n\"'"},
+      {"~", "'~'"},
+      {"\xc3\xa4", "'\xc3\xa4'"},
+  };
+  for (const auto &[value, word] : words) EXPECT_STREQ(orba::ShellWord(value).text(), word);
+}
+
+TEST(ShellWord, TooLongToQuoteKeepsItsCommandFromRunning) {
+  for (size_t length : {250, 255, 999, 1000, 1005, 1020, 1022, 1023, 1024, 5000}) {
+    for (char filling : {'\'', ';', 'x'}) {
+      sim::Device device;
+      doSystem("echo %s", orba::ShellWord(std::string(length, filling).c_str()).text());
+      for (const std::string &line : device.commands()) {
+        auto quotes = std::count(line.begin(), line.end(), '\'');
+        EXPECT_EQ(quotes % 2, 0) << "an open quote with " << length << " of " << filling;
+      }
+    }
+  }
+}
+
+// Behind the runner's redirection the shell makes the file and loses the text.
+TEST(IntoFile, TextReachesTheFileOnce) {
+  sim::Device device;
+  device.file("/proc/sys/net/ipv4/tcp_syncookies", "0\n").file("/tmp/list", "first\n");
+  orba::runIntoFile("echo %d > /proc/sys/net/ipv4/tcp_syncookies", 1);
+  orba::runIntoFile("echo \"a > b\" >> /tmp/list ");
+  orba::runDirectlyIntoFile("echo \"second\" >> /tmp/list");
+  EXPECT_EQ(device.text("/proc/sys/net/ipv4/tcp_syncookies"), "1\n");
+  EXPECT_EQ(device.text("/tmp/list"), "first\na > b\nsecond\n");
+  EXPECT_THAT(
+      device.shellLines(),
+      ElementsAre("echo 1 > /proc/sys/net/ipv4/tcp_syncookies 1>/dev/null 2>&1",
+                  "echo \"a > b\" >> /tmp/list  1>/dev/null 2>&1", "echo \"second\" >> /tmp/list"));
+  EXPECT_THAT(device.pipes(), ElementsAre("echo 1 ", "echo \"a > b\" "));
+}
+
+TEST(IntoFile, AFileThatCannotBeWrittenHurtsNobody) {
+  sim::Device device;
+  device.refuse("/etc/admin").unstartable("top");
+  orba::runIntoFile("echo x >> /etc/admin");
+  orba::runIntoFile("top -n 1 > /var/cpuload");
+  EXPECT_EQ(device.text("/etc/admin"), std::nullopt);
+  EXPECT_EQ(device.text("/var/cpuload"), "");
+  EXPECT_EQ(device.openPipes(), 0);
+}
+
+TEST(Debug, WritesToTheConsoleOrNowhere) {
+  sim::Device device;
+  EXPECT_EQ(debug("WAN %d\n", 2), 6);
+  EXPECT_EQ(debug("%s", std::string(5000, 'x').c_str()), 5000);
+  EXPECT_EQ(device.console(), "WAN 2\n" + std::string(4095, 'x'));
+  device.forget();
+  device.withoutConsole();
+  EXPECT_EQ(debug("WAN %d\n", 2), 6);
+  EXPECT_THAT(device.events(), IsEmpty());
+}
+
+TEST(SharedUtilities, AnswerAsTheirCallersExpect) {
+  sim::Device device;
+  EXPECT_STREQ(racat("SSID", 0), "SSID0");
+  EXPECT_STREQ(racat("WscSSID", 12), "WscSSID12");
+  EXPECT_STREQ(racat(std::string(40, 'k').c_str(), 3), std::string(31, 'k').c_str());
+
+  EXPECT_EQ(readHttpdPid(), 0);
+  device.file("/var/run/mini_httpd.pid", "no number");
+  EXPECT_EQ(readHttpdPid(), 0);
+  device.file("/var/run/mini_httpd.pid", "4711\n");
+  EXPECT_EQ(readHttpdPid(), 4711);
+
+  char text[12];
+  EXPECT_EQ(getRefreshInfo(text), 1);
+  EXPECT_STREQ(text, "0");
+  refresh_info = -2147483647 - 1;
+  EXPECT_EQ(getRefreshInfo(text), 1);
+  EXPECT_STREQ(text, "-2147483648");
+  refresh_info = 0;
+  EXPECT_EQ(getOnePortOnly(), 0);
+}

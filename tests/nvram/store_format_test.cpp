@@ -1,0 +1,92 @@
+#include "platform/nvram/store_format.h"
+
+#include <gmock/gmock.h>
+
+using namespace nvram;
+using testing::ElementsAre;
+using testing::FieldsAre;
+using testing::IsEmpty;
+
+TEST(StoreFormat, PrintsWhatAPersonCanReadAndEdit) {
+  const Settings settings = {
+      {"PortForwardRules", "192.168.1.2,80,80,1,web;"},
+      {"SSID1", " caf\xc3\xa9 = \"open\" "},
+      {"Banner", "one\ntwo\r\t\\n\x01\x7f"},
+      {"ApCliSsid", ""},
+      {" odd key ", "#1"},
+  };
+  EXPECT_EQ(
+      printSettings(settings),
+      "# Router settings, one KEY=VALUE a line; \\n, \\r, \\t, \\\\ and \\xHH stand for single "
+      "bytes.\n"
+      "\\x20odd key\\x20=#1\n"
+      "ApCliSsid=\n"
+      "Banner=one\\ntwo\\r\\t\\\\n\\x01\\x7f\n"
+      "PortForwardRules=192.168.1.2,80,80,1,web;\n"
+      "SSID1= caf\xc3\xa9 = \"open\"\\x20\n");
+
+  std::vector<Damage> damages;
+  Settings parsed;
+  for (const Entry &entry : parseSettings(printSettings(settings), &damages)) {
+    parsed.emplace(entry.key, entry.value);
+  }
+  EXPECT_EQ(parsed, settings);
+  EXPECT_THAT(damages, IsEmpty());
+}
+
+TEST(StoreFormat, ReadsAHandWrittenConfigurationOfTwoSpaces) {
+  std::vector<Damage> damages;
+  const auto entries = parseSettings(
+      "# both radios\r\n"
+      "OperationMode=1\r\n"
+      "\n"
+      "   # indented\n"
+      "  SSID1= two  words \n"
+      "[2] \n"
+      "SSIDSTA=a\\x3Db=c\n"
+      "[1]\n"
+      "wan_ipaddr=10.0.0.2",
+      &damages);
+  EXPECT_THAT(
+      entries,
+      ElementsAre(FieldsAre(1, "OperationMode", "1", 2), FieldsAre(1, "SSID1", " two  words ", 5),
+                  FieldsAre(2, "SSIDSTA", "a=b=c", 7), FieldsAre(1, "wan_ipaddr", "10.0.0.2", 9)));
+  EXPECT_THAT(damages, IsEmpty());
+  EXPECT_THAT(parseSettings("a=1\n", &damages, 3), ElementsAre(FieldsAre(3, "a", "1", 1)));
+}
+
+TEST(StoreFormat, NamesEachBadLineAndKeepsTheGoodOnes) {
+  std::vector<Damage> damages;
+  const std::string text =
+      "good=1\n"
+      "no equals sign\n"
+      "=no key\n"
+      "blank =1\n"
+      "escape=a\\qb\n"
+      "cut=a\\\n"
+      "hex=\\x4g\n"
+      "nul=\\x00\n" +
+      std::string("raw=a\0b\n", 8) +
+      "\\x23hash=1\n"
+      "same=1\n"
+      "same=2\n"
+      "[10]\n"
+      "lost=1\n"
+      "[0]\n"
+      "[2\n"
+      "[2]\n"
+      "same=3\n";
+  EXPECT_THAT(parseSettings(text, &damages),
+              ElementsAre(FieldsAre(1, "good", "1", 1), FieldsAre(1, "same", "2", 12),
+                          FieldsAre(2, "same", "3", 18)));
+  const std::string noEscape = "holds a backslash that begins no known escape";
+  const std::string noSpace = "names no space; the lines up to the next section are left out";
+  EXPECT_THAT(damages,
+              ElementsAre(FieldsAre(2, "has no '='"), FieldsAre(3, "has no key before '='"),
+                          FieldsAre(4, "has a blank before '='"), FieldsAre(5, noEscape),
+                          FieldsAre(6, noEscape), FieldsAre(7, noEscape), FieldsAre(8, noEscape),
+                          FieldsAre(9, "holds a NUL byte"),
+                          FieldsAre(10, "has a key that no setting can have"),
+                          FieldsAre(12, "sets the key of line 11 again"), FieldsAre(13, noSpace),
+                          FieldsAre(15, noSpace), FieldsAre(16, noSpace)));
+}

@@ -3,7 +3,36 @@
  * On the device this interface is the vendor's; the libnvram in this folder
  * offers the same one on any Linux machine. A space is one whole set of
  * settings, kept in one file. Space 1 is the main configuration, space 2 the
- * 5 GHz module's. */
+ * 5 GHz module's; spaces 1 to 9 may be used.
+ *
+ * Where: space N is the text file "spaceN.conf" in the folder that the
+ * environment variable ORBA_NVRAM_DIR names when the store is first used,
+ * /var/lib/orba otherwise. The first commit makes the folder and the file; the
+ * file is its owner's alone until someone changes its mode. store_format.h
+ * says what stands in it. It may be edited by hand while programs run, but a
+ * commit writes it anew: settings sorted, comments gone.
+ *
+ * Keys and values: any bytes but NUL. A key is not empty, holds no '=' and no
+ * newline, and does not begin with '#' or '['.
+ *
+ * Several processes: each reads what the others have committed. A commit puts
+ * the changes of its own process over what the file holds at that moment, so
+ * no other process's settings are lost; of two changes to one key the later
+ * commit stays. A process that dies at any moment leaves the old contents or
+ * the new ones.
+ *
+ * A damaged file: each bad line is reported once on standard error, with file
+ * and line, and the good settings are used. The next commit first keeps a copy
+ * as "spaceN.conf.damaged" (in place of an older one). A file that cannot be
+ * read is reported too, and is never written over.
+ *
+ * Threads and signal handlers: any thread may call at any time. Signals are
+ * held back while a call runs, so a handler never meets a store at work on its
+ * own thread and may call it as well; a commit that waits for another
+ * process's is not interrupted either. What remains is the C library's rule:
+ * the store uses the heap, as stdio does, so a handler that may have
+ * interrupted malloc must keep away from both. A fork leaves the child a store
+ * of its own with a copy of the buffered changes. */
 #ifndef NVRAM_H
 #define NVRAM_H
 
@@ -12,27 +41,40 @@ extern "C" {
 #endif
 #pragma GCC visibility push(default)
 
-/* The value of `key` in `space`, or NULL when there is none. The text belongs
- * to the store and must not be written to; it stays readable as long as the
- * process lives, also after the key was given another value. */
+/* The value of `key` in `space` as last committed by any process, or NULL with
+ * errno: ENOENT when there is no such setting, EINVAL for a null key or an
+ * unknown space, otherwise why the file could not be read. The text belongs to
+ * the store and must not be written to; it stays readable as long as the
+ * process lives, also after the key was given another value. (Each distinct
+ * text that was ever asked for is kept, once.) */
 char *nvram_get(int space, const char *key);
 
-/* The same from the buffered copy of this process. */
+/* The same as this process would commit it: a change that it has buffered, and
+ * nvram_get's answer for every other key. */
 char *nvram_bufget(int space, const char *key);
 
-/* Sets `key` to `value` and makes it durable at once. 0, or -1 with errno. */
+/* Sets `key` to `value` and makes it durable at once. This key only: what else
+ * is buffered stays buffered, and a buffered change of `key` is dropped.
+ * 0, or -1 with errno and nothing changed: EINVAL for an unknown space, a bad
+ * key or a null value, otherwise why the file could not be written. */
 int nvram_set(int space, const char *key, const char *value);
 
-/* Sets `key` in the buffered copy only; nvram_commit makes it durable.
- * 0, or -1 with errno. */
+/* Sets `key` in the buffered copy of this process only; nvram_commit makes it
+ * durable, and the process's end forgets it. 0, or -1 with errno EINVAL for an
+ * unknown space, a bad key or a null value. */
 int nvram_bufset(int space, const char *key, const char *value);
 
-/* Writes what this process has buffered for `space`. 0, or -1 with errno. */
+/* Makes all that this process has buffered for `space` durable; without
+ * anything buffered it leaves the file alone. 0, or -1 with errno: EINVAL for
+ * an unknown space, otherwise why the file could not be read or written. The
+ * changes are then still buffered, and another commit may try again. */
 int nvram_commit(int space);
 
 /* Copies the `index`-th (from 0) piece of `value` between separators into
- * `out`, at most `size` bytes with the terminator. 0, or -1 when `value` has
- * no such piece; `out` is terminated either way when size is above 0. */
+ * `out`, cut to `size` bytes with the terminator. An empty value has no
+ * pieces; a separator at the end leaves an empty last one. 0, or -1 when there
+ * is no such piece (or `value` or `out` is null, or `size` below 1); `out` is
+ * terminated either way when size is above 0. `out` may be `value` itself. */
 int getNthValueSafe(int index, const char *value, char separator, char *out, int size);
 
 #pragma GCC visibility pop

@@ -1,0 +1,148 @@
+#include "nvram.h"
+
+#include <pthread.h>
+#include <signal.h>
+
+#include <cerrno>
+#include <cstring>
+#include <mutex>
+#include <new>
+#include <optional>
+#include <system_error>
+
+#include "store.h"
+
+namespace {
+
+std::mutex storeMutex;
+
+// One thread's use of the store. Signals wait until it is over: a handler that
+// called the store from within would wait for its own thread for ever.
+class Turn {
+ public:
+  Turn() {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before_);
+    storeMutex.lock();
+  }
+  ~Turn() {
+    storeMutex.unlock();
+    pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+  }
+  Turn(const Turn &) = delete;
+  Turn &operator=(const Turn &) = delete;
+
+ private:
+  sigset_t before_;
+};
+
+// A child that is born while another thread uses the store would find it
+// locked for ever, so a fork takes its turn as well.
+thread_local std::optional<Turn> forking;
+
+void beforeFork() {
+  forking.emplace();
+}
+void afterFork() {
+  forking.reset();
+}
+
+nvram::Store *makeStore() {
+  pthread_atfork(beforeFork, afterFork, afterFork);
+  return new nvram::Store(nvram::storeFolder());
+}
+
+// Never destroyed: the texts it gave out are promised until the process ends.
+nvram::Store &store() {
+  static nvram::Store *const only = makeStore();
+  return *only;
+}
+
+template <typename Result, typename Work>
+Result inTurn(Result failed, Work work) noexcept {
+  const Turn turn;
+  try {
+    return work(store());
+  } catch (const std::system_error &error) {
+    errno = error.code().value();
+  } catch (const std::bad_alloc &) {
+    errno = ENOMEM;
+  }
+  return failed;
+}
+
+template <typename Result>
+Result invalid(Result failed) {
+  errno = EINVAL;
+  return failed;
+}
+
+using Getter = const char *(nvram::Store::*)(int, std::string_view);
+using Setter = void (nvram::Store::*)(int, std::string_view, std::string_view);
+
+char *getWith(Getter getter, int space, const char *key) {
+  char *const none = nullptr;
+  if (key == nullptr) return invalid(none);
+  return inTurn(none, [&](nvram::Store &store) {
+    const char *value = (store.*getter)(space, key);
+    if (value == nullptr) errno = ENOENT;
+    return const_cast<char *>(value);
+  });
+}
+
+int setWith(Setter setter, int space, const char *key, const char *value) {
+  if (key == nullptr || value == nullptr) return invalid(-1);
+  return inTurn(-1, [&](nvram::Store &store) {
+    (store.*setter)(space, key, value);
+    return 0;
+  });
+}
+
+}  // namespace
+
+char *nvram_get(int space, const char *key) {
+  return getWith(&nvram::Store::get, space, key);
+}
+
+char *nvram_bufget(int space, const char *key) {
+  return getWith(&nvram::Store::getBuffered, space, key);
+}
+
+int nvram_set(int space, const char *key, const char *value) {
+  return setWith(&nvram::Store::set, space, key, value);
+}
+
+int nvram_bufset(int space, const char *key, const char *value) {
+  return setWith(&nvram::Store::setBuffered, space, key, value);
+}
+
+int nvram_commit(int space) {
+  return inTurn(-1, [&](nvram::Store &store) {
+    store.commit(space);
+    return 0;
+  });
+}
+
+int getNthValueSafe(int index, const char *value, char separator, char *out, int size) {
+  if (out == nullptr || size < 1) return -1;
+  // strchr would find the terminator, were it the separator.
+  const auto nextSeparator = [&](const char *from) {
+    return separator == '\0' ? nullptr : strchr(from, separator);
+  };
+  const char *piece = value != nullptr && *value != '\0' && index >= 0 ? value : nullptr;
+  for (; piece != nullptr && index > 0; --index) {
+    piece = nextSeparator(piece);
+    if (piece != nullptr) ++piece;
+  }
+  if (piece == nullptr) {
+    out[0] = '\0';
+    return -1;
+  }
+  const char *end = nextSeparator(piece);
+  size_t length = end != nullptr ? static_cast<size_t>(end - piece) : strlen(piece);
+  if (length >= static_cast<size_t>(size)) length = static_cast<size_t>(size) - 1;
+  memmove(out, piece, length);
+  out[length] = '\0';
+  return 0;
+}

@@ -1,0 +1,151 @@
+#include "store.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <system_error>
+#include <utility>
+
+namespace nvram {
+namespace {
+
+constexpr const char *usualFolder = "/var/lib/orba";
+
+void requireValid(std::string_view key) {
+  if (!validKey(key)) throw std::system_error(std::make_error_code(std::errc::invalid_argument));
+}
+
+// Those in `now` that are not in `before`: a file that was changed elsewhere
+// still has its old damages, and they were told.
+void report(const std::string &path, const std::vector<Damage> &now,
+            const std::vector<Damage> &before) {
+  for (const Damage &damage : now) {
+    if (std::find(before.begin(), before.end(), damage) != before.end()) continue;
+    fprintf(stderr, "%s:%d: %s\n", path.c_str(), damage.line, damage.what.c_str());
+  }
+}
+
+int lastLineOf(std::string_view text) {
+  return static_cast<int>(std::count(text.begin(), text.end(), '\n')) + 1;
+}
+
+Settings parseSpace(std::string_view text, int number, std::vector<Damage> *damages) {
+  Settings settings;
+  for (Entry &entry : parseSettings(text, damages, number)) {
+    if (entry.space == number) {
+      settings.insert_or_assign(std::move(entry.key), std::move(entry.value));
+    } else {
+      damages->push_back({entry.line, "belongs to another space"});
+    }
+  }
+  if (!text.empty() && text.back() != '\n') {
+    damages->push_back({lastLineOf(text), "has no line end; the file may have been cut short"});
+  }
+  return settings;
+}
+
+}  // namespace
+
+std::string storeFolder() {
+  const char *named = secure_getenv("ORBA_NVRAM_DIR");
+  return named != nullptr && *named != '\0' ? named : usualFolder;
+}
+
+Store::Store(std::string folder) : folder_(std::move(folder)) {
+  for (Space &space : spaces_) {
+    space.path = folder_ + "/space" + std::to_string(numberOf(space)) + ".conf";
+  }
+}
+
+Store::Space &Store::at(int space) {
+  if (space < firstSpace || space > lastSpace) {
+    throw std::system_error(std::make_error_code(std::errc::invalid_argument));
+  }
+  return spaces_[static_cast<std::size_t>(space - firstSpace)];
+}
+
+int Store::numberOf(const Space &space) const {
+  return static_cast<int>(&space - spaces_.data()) + firstSpace;
+}
+
+const char *Store::keep(const std::string &text) {
+  return kept_.insert(text).first->c_str();
+}
+
+const char *Store::get(int space, std::string_view key) {
+  const Settings &all = settings(space);
+  const auto found = all.find(key);
+  return found == all.end() ? nullptr : keep(found->second);
+}
+
+const char *Store::getBuffered(int space, std::string_view key) {
+  const Settings &changes = at(space).changes;
+  const auto found = changes.find(key);
+  return found == changes.end() ? get(space, key) : keep(found->second);
+}
+
+void Store::set(int space, std::string_view key, std::string_view value) {
+  Space &place = at(space);
+  requireValid(key);
+  merge(place, {{std::string(key), std::string(value)}});
+  const auto buffered = place.changes.find(key);
+  if (buffered != place.changes.end()) place.changes.erase(buffered);
+}
+
+void Store::setBuffered(int space, std::string_view key, std::string_view value) {
+  Space &place = at(space);
+  requireValid(key);
+  place.changes.insert_or_assign(std::string(key), std::string(value));
+}
+
+void Store::commit(int space) {
+  Space &place = at(space);
+  if (place.changes.empty()) return;
+  merge(place, place.changes);
+  place.changes.clear();
+}
+
+const Settings &Store::settings(int space) {
+  Space &place = at(space);
+  refresh(place);
+  return place.settings;
+}
+
+void Store::refresh(Space &space) try {
+  if (!space.known || identify(space.path) != space.identity) load(space);
+  space.failure = 0;
+} catch (const std::system_error &error) {
+  if (error.code().value() != space.failure) {
+    space.failure = error.code().value();
+    fprintf(stderr, "%s: cannot be read: %s\n", space.path.c_str(), error.code().message().c_str());
+  }
+  throw;
+}
+
+// Reads the file, and gives its text back for whoever means to replace it.
+std::string Store::load(Space &space) {
+  auto file = readFile(space.path);
+  std::vector<Damage> damages;
+  Settings settings;
+  if (file) settings = parseSpace(file->text, numberOf(space), &damages);
+  report(space.path, damages, space.damages);
+  space.known = true;
+  space.identity = file ? std::optional(file->identity) : std::nullopt;
+  space.settings = std::move(settings);
+  space.damages = std::move(damages);
+  return file ? std::move(file->text) : std::string();
+}
+
+// Writes the file's settings of this moment with `changes` over them.
+void Store::merge(Space &space, Settings changes) {
+  makeFolder(folder_);
+  const FileLock lock(folder_ + "/space" + std::to_string(numberOf(space)) + ".lock");
+  const std::string present = load(space);
+  if (!space.damages.empty()) replaceFile(space.path + ".damaged", present);
+  changes.merge(Settings(space.settings));  // what is there already stays
+  space.identity = replaceFile(space.path, printSettings(changes));
+  space.settings = std::move(changes);
+  space.damages.clear();
+}
+
+}  // namespace nvram

@@ -1,0 +1,63 @@
+/* The settings of all spaces, as this process sees them. What the functions do
+ * is told in nvram.h. Not for two threads at a time. Everything throws
+ * std::system_error; std::errc::invalid_argument for an unknown space or a key
+ * that no setting can have. */
+#ifndef NVRAM_STORE_H
+#define NVRAM_STORE_H
+
+#include <array>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+#include <vector>
+
+#include "store_file.h"
+#include "store_format.h"
+
+namespace nvram {
+
+/* The folder that ORBA_NVRAM_DIR names, or the usual one. */
+std::string storeFolder();
+
+class Store {
+ public:
+  explicit Store(std::string folder);
+
+  /* The texts stay readable as long as the store lives; nullptr without such a
+   * setting. */
+  const char *get(int space, std::string_view key);
+  const char *getBuffered(int space, std::string_view key);
+
+  void set(int space, std::string_view key, std::string_view value);
+  void setBuffered(int space, std::string_view key, std::string_view value);
+  void commit(int space);
+
+  const Settings &settings(int space);
+
+ private:
+  struct Space {
+    std::string path;
+    bool known = false;                // the file was looked at
+    std::optional<Identity> identity;  // of the file that `settings` are from
+    Settings settings;
+    Settings changes;  // buffered
+    std::vector<Damage> damages;
+    int failure = 0;  // errno that was reported and still holds
+  };
+
+  Space &at(int space);
+  int numberOf(const Space &space) const;
+  void refresh(Space &space);
+  std::string load(Space &space);
+  void merge(Space &space, Settings changes);
+  const char *keep(const std::string &text);
+
+  std::string folder_;
+  std::array<Space, lastSpace - firstSpace + 1> spaces_;
+  std::unordered_set<std::string> kept_;
+};
+
+}  // namespace nvram
+
+#endif

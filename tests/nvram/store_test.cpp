@@ -1,0 +1,321 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <random>
+#include <vector>
+
+#include "platform/nvram/nvram.h"
+#include "tests/nvram/processes.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+int failureOf(int result) {
+  return result == -1 ? errno : 0;
+}
+
+int failureOf(const char *value) {
+  return value == nullptr ? errno : 0;
+}
+
+std::string randomText(std::mt19937 &random, std::size_t most) {
+  // Every byte, and often those that mean something in the file.
+  const std::string special = "\n\r\t\\ =#[]x0n";
+  std::string text(random() % (most + 1), '\0');
+  for (char &byte : text) {
+    byte = random() % 3 == 0 ? special[random() % special.size()]
+                             : static_cast<char>(1 + random() % 255);
+  }
+  return text;
+}
+
+std::string randomKey(std::mt19937 &random) {
+  std::string key = randomText(random, 12);
+  for (char &byte : key) {
+    if (byte == '=' || byte == '\n') byte = '\\';
+  }
+  key.insert(key.begin(), random() % 2 == 0 ? ' ' : 'k');
+  return key;
+}
+
+TEST(Store, AnyBytesComeBackInAnotherProcess) {
+  StoreFolder folder;
+  std::mt19937 random(20240229);
+  std::map<std::string, std::string> settings;
+  for (int i = 0; i < 500; ++i) settings[randomKey(random)] = randomText(random, 40);
+  settings["long"] = std::string(200'000, ';');
+
+  inProcess([&] {
+    for (const auto &[key, value] : settings) {
+      EXPECT_EQ(nvram_bufset(2, key.c_str(), value.c_str()), 0);
+    }
+    EXPECT_EQ(nvram_commit(2), 0);
+  });
+  EXPECT_EQ(errorsOf(folder,
+                     [&] {
+                       for (const auto &[key, value] : settings) {
+                         EXPECT_STREQ(nvram_get(2, key.c_str()), value.c_str());
+                         EXPECT_STREQ(nvram_bufget(2, key.c_str()), value.c_str());
+                       }
+                       EXPECT_EQ(nvram_get(1, "long"), nullptr);
+                     }),
+            "");
+}
+
+TEST(Store, BufferedChangesAreThisProcessesUntilCommitted) {
+  StoreFolder folder;
+  folder.write("space1.conf", "# by hand\nssid=old\nmode=1\n");
+  inProcess([&] {
+    EXPECT_EQ(nvram_bufset(1, "ssid", "new"), 0);
+    EXPECT_EQ(nvram_bufset(1, "key", "secret"), 0);
+    EXPECT_STREQ(nvram_bufget(1, "ssid"), "new");
+    EXPECT_STREQ(nvram_get(1, "ssid"), "old");
+    EXPECT_EQ(failureOf(nvram_get(1, "key")), ENOENT);
+    EXPECT_EQ(folder.read("space1.conf"), "# by hand\nssid=old\nmode=1\n");
+
+    // Meanwhile another process commits, to a key of its own and to one that
+    // is buffered here.
+    inProcess([] {
+      EXPECT_EQ(nvram_set(1, "mode", "3"), 0);
+      EXPECT_EQ(nvram_set(1, "ssid", "theirs"), 0);
+    });
+    EXPECT_STREQ(nvram_bufget(1, "mode"), "3");
+    EXPECT_STREQ(nvram_bufget(1, "ssid"), "new");
+
+    // Setting one key leaves the others buffered.
+    EXPECT_EQ(nvram_set(1, "ssid", "mine"), 0);
+    EXPECT_STREQ(nvram_bufget(1, "ssid"), "mine");
+    EXPECT_EQ(nvram_get(1, "key"), nullptr);
+    EXPECT_STREQ(nvram_bufget(1, "key"), "secret");
+
+    EXPECT_EQ(nvram_commit(1), 0);
+    EXPECT_THAT(folder.read("space1.conf"), testing::EndsWith("\nkey=secret\nmode=3\nssid=mine\n"));
+
+    // What was committed is not buffered any more.
+    inProcess([] { EXPECT_EQ(nvram_set(1, "key", "later"), 0); });
+    EXPECT_EQ(nvram_commit(1), 0);
+    EXPECT_STREQ(nvram_bufget(1, "key"), "later");
+  });
+}
+
+TEST(Store, TextsStayReadableAndEachIsKeptOnce) {
+  StoreFolder folder;
+  inProcess([] {
+    EXPECT_EQ(nvram_set(1, "a", "first"), 0);
+    EXPECT_EQ(nvram_bufset(2, "b", "first"), 0);
+    const char *first = nvram_get(1, "a");
+    EXPECT_EQ(nvram_bufget(2, "b"), first);
+    for (int i = 0; i < 100; ++i) {
+      EXPECT_EQ(nvram_bufset(1, "a", std::to_string(i).c_str()), 0);
+      EXPECT_STREQ(nvram_bufget(1, "a"), std::to_string(i).c_str());
+    }
+    EXPECT_EQ(nvram_commit(1), 0);
+    EXPECT_STREQ(nvram_get(1, "a"), "99");
+    EXPECT_STREQ(first, "first");
+  });
+}
+
+TEST(Store, RefusesWhatCannotBeASetting) {
+  StoreFolder folder;
+  inProcess([&] {
+    for (const char *key : {"", "a=b", "a\nb", "#a", "[a", static_cast<const char *>(nullptr)}) {
+      EXPECT_EQ(failureOf(nvram_set(1, key, "v")), EINVAL);
+      EXPECT_EQ(failureOf(nvram_bufset(1, key, "v")), EINVAL);
+      EXPECT_EQ(nvram_get(1, key), nullptr);
+      EXPECT_EQ(nvram_bufget(1, key), nullptr);
+    }
+    EXPECT_EQ(failureOf(nvram_set(1, "a", nullptr)), EINVAL);
+    EXPECT_EQ(failureOf(nvram_bufset(1, "a", nullptr)), EINVAL);
+    for (int space : {-1, 0, 10, 1 << 30}) {
+      EXPECT_EQ(failureOf(nvram_get(space, "a")), EINVAL);
+      EXPECT_EQ(failureOf(nvram_bufget(space, "a")), EINVAL);
+      EXPECT_EQ(failureOf(nvram_set(space, "a", "v")), EINVAL);
+      EXPECT_EQ(failureOf(nvram_bufset(space, "a", "v")), EINVAL);
+      EXPECT_EQ(failureOf(nvram_commit(space)), EINVAL);
+    }
+    EXPECT_EQ(nvram_commit(1), 0);
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+  });
+}
+
+TEST(Store, KeepsTheModeOfTheFileAndMakesItPrivateAtFirst) {
+  StoreFolder folder;
+  std::filesystem::remove(folder.path());
+  const auto mode = [&] {
+    struct stat status;
+    return stat(folder.file("space9.conf").c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
+  };
+  inProcess([&] {
+    EXPECT_EQ(nvram_set(9, "a", "1"), 0);
+    EXPECT_EQ(mode(), 0600u);
+    chmod(folder.file("space9.conf").c_str(), 0640);
+    EXPECT_EQ(nvram_set(9, "a", "2"), 0);
+    EXPECT_EQ(mode(), 0640u);
+  });
+}
+
+TEST(DamagedFile, IsReportedOnceAndItsGoodSettingsAreUsed) {
+  StoreFolder folder;
+  const std::string damaged = "good=1\nbro\x01ken\n[2]\nother=1\n[1]\nlast=cut";
+  folder.write("space1.conf", damaged);
+  const std::string file = folder.file("space1.conf");
+  const std::string errors = errorsOf(folder, [&] {
+    for (int i = 0; i < 3; ++i) EXPECT_STREQ(nvram_get(1, "good"), "1");
+    EXPECT_STREQ(nvram_bufget(1, "last"), "cut");
+    EXPECT_EQ(nvram_get(1, "other"), nullptr);
+    // An edit elsewhere does not tell the old damages again.
+    folder.write("space1.conf", damaged + "\nnew\n");
+    EXPECT_STREQ(nvram_get(1, "good"), "1");
+    folder.write("space1.conf", damaged);
+    EXPECT_EQ(nvram_set(1, "more", "2"), 0);
+    EXPECT_STREQ(nvram_get(1, "good"), "1");
+  });
+  EXPECT_EQ(errors, file + ":2: has no '='\n" +                                             //
+                        file + ":4: belongs to another space\n" +                           //
+                        file + ":6: has no line end; the file may have been cut short\n" +  //
+                        file + ":7: has no '='\n" +                                         //
+                        file + ":6: has no line end; the file may have been cut short\n");
+  EXPECT_EQ(folder.read("space1.conf.damaged"), damaged);
+  EXPECT_THAT(folder.read("space1.conf"), testing::EndsWith("\ngood=1\nlast=cut\nmore=2\n"));
+}
+
+TEST(DamagedFile, OfNothingButRubbishIsKeptAside) {
+  StoreFolder folder;
+  const std::string rubbish("\0\xff\x7f\0\n\0", 6);
+  folder.write("space1.conf", rubbish);
+  inProcess([&] {
+    EXPECT_EQ(nvram_bufset(1, "a", "1"), 0);
+    // Without the copy there is no commit.
+    mkdir(folder.file("space1.conf.damaged").c_str(), 0700);
+    EXPECT_EQ(failureOf(nvram_commit(1)), EISDIR);
+    EXPECT_EQ(folder.read("space1.conf"), rubbish);
+    rmdir(folder.file("space1.conf.damaged").c_str());
+    EXPECT_EQ(nvram_commit(1), 0);
+  });
+  EXPECT_EQ(folder.read("space1.conf.damaged"), rubbish);
+}
+
+TEST(StoreFailure, OfReadingIsReportedOnceAndNeverWrittenOver) {
+  StoreFolder folder;
+  mkdir(folder.file("space1.conf").c_str(), 0700);
+  const std::string errors = errorsOf(folder, [&] {
+    EXPECT_EQ(nvram_bufset(1, "a", "1"), 0);
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(failureOf(nvram_get(1, "a")), EISDIR);
+    EXPECT_EQ(failureOf(nvram_commit(1)), EISDIR);
+    EXPECT_EQ(failureOf(nvram_set(1, "b", "1")), EISDIR);
+    EXPECT_TRUE(std::filesystem::is_directory(folder.file("space1.conf")));
+    // The buffered change outlives the failure.
+    EXPECT_STREQ(nvram_bufget(1, "a"), "1");
+    rmdir(folder.file("space1.conf").c_str());
+    EXPECT_EQ(nvram_commit(1), 0);
+    EXPECT_STREQ(nvram_get(1, "a"), "1");
+    EXPECT_EQ(nvram_get(1, "b"), nullptr);
+  });
+  EXPECT_EQ(errors, folder.file("space1.conf") + ": cannot be read: Is a directory\n");
+}
+
+TEST(StoreFailure, WithoutPermissionLeavesAllAsItWas) {
+  StoreFolder folder;
+  folder.write("space1.conf", "a=1\n");
+  folder.write("space2.conf", "b=2\n");
+  chmod(folder.file("space2.conf").c_str(), 0);
+  // Everyone may read space 1 and nobody may write.
+  std::filesystem::permissions(std::filesystem::path(folder.path()).parent_path(),
+                               std::filesystem::perms(0755));
+  std::filesystem::permissions(folder.path(), std::filesystem::perms(0555));
+  const std::string errors = errorsOf(folder, [&] {
+    if (getuid() == 0) {
+      ASSERT_EQ(setgid(65534), 0);
+      ASSERT_EQ(setuid(65534), 0);
+    }
+    EXPECT_STREQ(nvram_get(1, "a"), "1");
+    EXPECT_EQ(failureOf(nvram_set(1, "a", "2")), EACCES);
+    EXPECT_STREQ(nvram_get(1, "a"), "1");
+    EXPECT_EQ(failureOf(nvram_get(2, "b")), EACCES);
+    EXPECT_EQ(failureOf(nvram_set(2, "b", "3")), EACCES);
+  });
+  EXPECT_EQ(errors, folder.file("space2.conf") + ": cannot be read: Permission denied\n");
+  std::filesystem::permissions(folder.path(), std::filesystem::perms(0755));
+  EXPECT_EQ(folder.read("space1.conf"), "a=1\n");
+}
+
+TEST(StoreFailure, OfWritingHalfWayKeepsTheOldContents) {
+  StoreFolder folder;
+  inProcess([&] {
+    EXPECT_EQ(nvram_set(1, "a", "old"), 0);
+    const std::string before = folder.read("space1.conf");
+    EXPECT_EQ(nvram_bufset(1, "a", std::string(100'000, 'x').c_str()), 0);
+
+    rlimit limit{};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    const rlimit small{4096, limit.rlim_max};
+    // The signal of the limit is held back by the store and then ignored here.
+    signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &small);
+    EXPECT_EQ(failureOf(nvram_commit(1)), EFBIG);
+    setrlimit(RLIMIT_FSIZE, &limit);
+
+    EXPECT_STREQ(nvram_get(1, "a"), "old");
+    EXPECT_EQ(folder.read("space1.conf"), before);
+    EXPECT_FALSE(std::filesystem::exists(folder.file("space1.conf.new")));
+    EXPECT_EQ(nvram_commit(1), 0);
+    EXPECT_EQ(nvram_get(1, "a"), std::string(100'000, 'x'));
+  });
+}
+
+TEST(StoreFailure, OfTheFolderSaysWhy) {
+  StoreFolder folder;
+  folder.write("plain", "");
+  setenv("ORBA_NVRAM_DIR", folder.file("plain").c_str(), 1);
+  inProcess([] { EXPECT_EQ(failureOf(nvram_set(1, "a", "1")), ENOTDIR); });
+  setenv("ORBA_NVRAM_DIR", folder.file("no/such").c_str(), 1);
+  inProcess([] {
+    EXPECT_EQ(failureOf(nvram_get(1, "a")), ENOENT);
+    EXPECT_EQ(failureOf(nvram_set(1, "a", "1")), ENOENT);
+  });
+}
+
+TEST(GetNthValueSafe, CopiesOnePiece) {
+  struct Case {
+    int index;
+    const char *value;
+    char separator;
+    int size;
+    int result;
+    const char *out;
+  };
+  const Case cases[] = {
+      {0, "a;b;c", ';', 8, 0, "a"},   {1, "a;b;c", ';', 8, 0, "b"},
+      {2, "a;b;c", ';', 8, 0, "c"},   {3, "a;b;c", ';', 8, -1, ""},
+      {-1, "a;b;c", ';', 8, -1, ""},  {0, "a;b;c", ',', 8, 0, "a;b;c"},
+      {0, ";b", ';', 8, 0, ""},       {1, "a;;c", ';', 8, 0, ""},
+      {2, "a;b;", ';', 8, 0, ""},   // a separator at the end leaves an empty last piece
+      {3, "a;b;", ';', 8, -1, ""},  //
+      {0, "", ';', 8, -1, ""},      // an empty value holds no records
+      {1, "", ';', 8, -1, ""},      //
+      {0, nullptr, ';', 8, -1, ""},   {1, "a;longer;c", ';', 4, 0, "lon"},
+      {0, "abc;d", ';', 4, 0, "abc"}, {0, "abc", ';', 1, 0, ""},
+      {0, "abc", '\0', 8, 0, "abc"},  {1, "abc", '\0', 8, -1, ""},
+  };
+  for (const Case &c : cases) {
+    // The exact size on the heap, so that one byte too many is seen.
+    std::vector<char> out(static_cast<std::size_t>(c.size), '?');
+    EXPECT_EQ(getNthValueSafe(c.index, c.value, c.separator, out.data(), c.size), c.result);
+    EXPECT_STREQ(out.data(), c.out) << c.index << " of " << (c.value ? c.value : "null");
+  }
+  char untouched = '?';
+  EXPECT_EQ(getNthValueSafe(0, "a", ';', &untouched, 0), -1);
+  EXPECT_EQ(getNthValueSafe(0, "a", ';', &untouched, -1), -1);
+  EXPECT_EQ(untouched, '?');
+  EXPECT_EQ(getNthValueSafe(0, "a", ';', nullptr, 8), -1);
+  char itself[] = "one;second";
+  EXPECT_EQ(getNthValueSafe(1, itself, ';', itself, sizeof itself), 0);
+  EXPECT_STREQ(itself, "second");
+}
+
+}  // namespace

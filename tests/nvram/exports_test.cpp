@@ -1,3 +1,4 @@
+/* What the library shows to the programs that load it. */
 #include <gmock/gmock.h>
 
 namespace {

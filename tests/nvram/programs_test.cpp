@@ -1,0 +1,95 @@
+/* The store's programs, run as from a shell. */
+#include <gmock/gmock.h>
+
+#include "tests/nvram/processes.h"
+
+namespace {
+
+using testing::EndsWith;
+using testing::HasSubstr;
+
+struct Outcome {
+  int status;
+  std::string output;
+  std::string errors;
+};
+
+class Programs : public testing::Test {
+ protected:
+  Outcome run(const std::string &program, const std::string &arguments) const {
+    const std::string command =
+        std::string(NVRAM_PROGRAMS) + "/" + program + " " + arguments + " 2>" + folder.errors();
+    Outcome outcome;
+    FILE *pipe = popen(command.c_str(), "r");
+    for (int c; (c = fgetc(pipe)) != EOF;) outcome.output += static_cast<char>(c);
+    outcome.status = WEXITSTATUS(pclose(pipe));
+    outcome.errors = StoreFolder::contents(folder.errors());
+    return outcome;
+  }
+
+  StoreFolder folder;
+};
+
+TEST_F(Programs, SetGetAndShowSettings) {
+  EXPECT_EQ(run("nvram_set", "RadioOff 1").status, 0);
+  EXPECT_EQ(run("nvram_set", "-s 2 SSIDSTA ' two  words'").status, 0);
+  EXPECT_EQ(run("nvram_set", "empty ''").status, 0);
+  EXPECT_EQ(run("nvram_set", "list '[a,b]'").status, 0);
+  EXPECT_EQ(run("nvram_set", "dash --help").status, 0);
+  EXPECT_EQ(run("nvram_set", "number -1").status, 0);
+  EXPECT_EQ(run("nvram_set", "lines 'a\nb\\n'").status, 0);
+
+  EXPECT_EQ(run("nvram_get", "RadioOff").output, "1\n");
+  EXPECT_EQ(run("nvram_get", "--space 2 SSIDSTA").output, " two  words\n");
+  EXPECT_EQ(run("nvram_get", "empty").output, "\n");
+  EXPECT_EQ(run("nvram_get", "lines").output, "a\nb\\n\n");
+
+  const Outcome shown = run("nvram_show", "");
+  EXPECT_EQ(shown.status, 0);
+  EXPECT_EQ(shown.output, folder.read("space1.conf"));
+  EXPECT_THAT(shown.output, EndsWith("\n"
+                                     "RadioOff=1\n"
+                                     "dash=--help\n"
+                                     "empty=\n"
+                                     "lines=a\\nb\\\\n\n"
+                                     "list=[a,b]\n"
+                                     "number=-1\n"));
+  EXPECT_THAT(run("nvram_show", "-s2").output, EndsWith("\nSSIDSTA= two  words\n"));
+}
+
+TEST_F(Programs, SayWhatWentWrong) {
+  mkdir(folder.file("space3.conf").c_str(), 0700);
+  const struct {
+    const char *program;
+    const char *arguments;
+    int status;
+    const char *errors;
+  } cases[] = {
+      {"nvram_get", "missing", 1, "nvram_get: no setting \"missing\" in space 1\n"},
+      {"nvram_get", "", 2, "KEY is required"},
+      {"nvram_get", "a b", 2, "not expected"},
+      {"nvram_get", "-s 0 a", 2, "not in range"},
+      {"nvram_get", "-s 10 a", 2, "not in range"},
+      {"nvram_get", "-s 3 a", 3, "nvram_get: space 3: Is a directory\n"},
+      {"nvram_set", "a", 2, "VALUE is required"},
+      {"nvram_set", "'#a' 1", 2, "nvram_set: \"#a\" cannot be the name of a setting\n"},
+      {"nvram_set", "-s 3 a 1", 3, "nvram_set: space 3: Is a directory\n"},
+      {"nvram_show", "a", 2, "not expected"},
+      {"nvram_show", "-s 3", 3, "nvram_show: space 3: Is a directory\n"},
+      {"nvram_show", ">/dev/full", 3, "nvram_show: No space left on device\n"},
+  };
+  for (const auto &c : cases) {
+    const Outcome outcome = run(c.program, c.arguments);
+    EXPECT_EQ(outcome.status, c.status) << c.program << " " << c.arguments;
+    EXPECT_EQ(outcome.output, "");
+    EXPECT_THAT(outcome.errors, HasSubstr(c.errors)) << c.program << " " << c.arguments;
+  }
+  for (const char *program : {"nvram_get", "nvram_set", "nvram_show"}) {
+    const Outcome help = run(program, "--help");
+    EXPECT_EQ(help.status, 0);
+    EXPECT_THAT(help.output, HasSubstr("ORBA_NVRAM_DIR"));
+    EXPECT_THAT(help.output, HasSubstr("--space"));
+  }
+}
+
+}  // namespace

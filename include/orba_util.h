@@ -171,6 +171,77 @@ int getDefaultWanAddressType(char *dst);
  * when OperationMode is missing, or `ifname` itself. */
 const char *getLanWanNamebyIf(const char *ifname);
 
+/* Addresses are text: IPv4 as a dotted quad (buffers of 16 bytes), MAC
+ * addresses as "00:1A:2B:3C:4D:5E" in capitals (18 bytes). Every call asks the
+ * kernel and the settings afresh. */
+
+/* The IPv4 address, netmask and MAC address of an interface, to `dst` (16, 16
+ * and 18 bytes). Return 0, or -1 with `dst` as it was when the kernel has no
+ * such interface or it has no address. */
+int getIfIp(const char *ifname, char *dst);
+int getIfNetmask(const char *ifname, char *dst);
+int getIfMac(const char *ifname, char *dst);
+
+/* The MAC address of getLanIfName() to `dst` (18 bytes), empty when it has
+ * none. Returns 1. */
+int getLanMac(char *dst);
+
+/* The MAC address (18 bytes) of the Ethernet-side device, and the IPv4 address
+ * and netmask (16 bytes) of the interface, of the WAN that default_wan names.
+ * Return 1, or 0 with the empty text. */
+int getDefaultWanMac(char *dst);
+int getDefaultWanIp(char *dst);
+int getDefaultWanNetmask(char *dst);
+
+/* The gateway of the WAN that sends through `ifname`, to `dst` (16 bytes):
+ * wan_gateway of a STATIC connection (its first 15 characters), otherwise what
+ * the first line of /var/wanN.info says before its ':', otherwise "0.0.0.0".
+ * Returns 0, or -1 with `dst` as it was and a line on standard error when
+ * `ifname` is no WAN. */
+int getGatewayByInterface(const char *ifname, char *dst);
+
+/* The gateway behind an interface that is up, to `dst` (16 bytes, which the
+ * caller sets to the empty text): getGatewayByInterface for a WAN,
+ * getWanDefaultGateway for any other. Returns 0 when `dst` is not empty, -1
+ * when it is or when the interface has no address. */
+int getGateway(const char *ifname, char *dst);
+
+/* The gateway of the kernel's default route, to `dst` (16 bytes): empty when
+ * that route has none, as it was when no default route is up. Returns 0, or -1
+ * when /proc/net/route cannot be opened or has a malformed line first. */
+int getWanGateway(char *dst);
+
+/* The same, but without a default route `dst` is left with the gateway of the
+ * last route that is up, often the empty text. Malformed lines and a NULL `dst`
+ * end the search with a trace on the console. The result has no meaning. */
+int getWanDefaultGateway(char *dst);
+
+/* 1 when the WAN port has link, 0 when it has none or the switch gives no
+ * answer. Runs "switch reg r 3608". */
+int getWANLinkStatus(void);
+
+/* The MAC address that the kernel's ARP table has for `ip`, to `dst` (18
+ * bytes); "00:00:00:00:00:00" when it has none. The result has no meaning. */
+int arplookup(const char *ip, char *dst);
+
+/* Has the gateway behind "br0" resolved again: runs "arp -d" directly and
+ * "arping" in the background. Returns 1 when it was resolved before, 0 when it
+ * was not or no gateway is known (nothing is run then). */
+int wanarplookup(void);
+
+/* Buffers the LAN address as own_ip_addr in `space`, in space 1 the LAN
+ * interface as EAPifname and PreAuthifname too, and commits the space. Does
+ * nothing without OperationMode, without RADIUS_Server in `space` or without a
+ * LAN address; prints "not op mode\n" when the mode is not 0, 1 or 2. The
+ * result has no meaning. */
+int updateFlash8021x(int space);
+
+/* Switches PPPoE pass-through on for the WAN that pppoeREnabled names (1 to 4),
+ * when the WAN port has link, its wanConnectionModeN is PPPOE and wanNEnable is
+ * 1; switches it off otherwise. Moves the WAN's device into or out of br0 and
+ * rebuilds the ebtables chains pppoePassThrough. The result has no meaning. */
+int orba_pppoeRelay(void);
+
 /* ==== firewall ======================================================================== */
 
 /* ==== wireless: channels, survey, radio =============================================== */

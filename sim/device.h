@@ -82,6 +82,7 @@ class Device {
   // which is never written to.
   Device &lowerRoot(const std::string &folder);
   Clock &clock() { return clock_; }
+  const Clock &clock() const { return clock_; }
   // Seconds since the device was started, apart from the time simulated here.
   Device &uptime(long long seconds) { return uptime_ = seconds, *this; }
   // Lets simulated time pass and runs the SIGALRM handler whenever it is due.

@@ -81,7 +81,7 @@ std::optional<std::vector<std::string>> wordsOf(const std::string &command) {
     if (at >= command.size()) return words;
     std::string word;
     while (at < command.size() && command[at] != ' ') {
-      if (strchr("|<>`$(){}*?~#!\n", command[at]) != nullptr) return {};
+      if (strchr("|<>`$(){}*?~#\n", command[at]) != nullptr) return {};
       std::string piece = takeQuoted(command, at);
       if (piece[0] == '\'') {
         word += piece.substr(1, piece.size() < 2 ? 0 : piece.size() - 2);

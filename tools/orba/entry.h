@@ -62,7 +62,7 @@ template <typename T>
 class Argument;
 
 template <typename T>
-  requires std::is_integral_v<T>
+requires std::is_integral_v<T>
 class Argument<T> {
  public:
   Argument(const Parameter &parameter, const std::string *word)
@@ -172,7 +172,7 @@ Entry entry(const char *subsystem, const char *name, R (*function)(Ts...), const
   }
   auto call = [function, parameters](const std::vector<std::string> &words) {
     size_t next_parameter = 0, next_word = 0;
-    auto make = [&]<typename T>(std::type_identity<T>) {
+    [[maybe_unused]] auto make = [&]<typename T>(std::type_identity<T>) {
       const Parameter &parameter = parameters[next_parameter++];
       const std::string *word = parameter.isWord() ? &words.at(next_word++) : nullptr;
       return std::make_unique<Argument<T>>(parameter, word);

@@ -1,0 +1,33 @@
+#include "tools/orba/config.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+namespace orba::tool {
+
+std::vector<nvram::Entry> readConfig(const std::string &path) {
+  std::ifstream file(path, std::ios::binary);
+  std::ostringstream content;
+  if (file) content << file.rdbuf();
+  if (!file) throw BadConfig(path + ": " + strerror(errno != 0 ? errno : EIO));
+
+  std::vector<nvram::Damage> damages;
+  std::vector<nvram::Entry> entries = nvram::parseSettings(content.str(), &damages);
+  std::string faults;
+  for (const nvram::Damage &damage : damages) {
+    faults += (faults.empty() ? "" : "\n") + path + ":" + std::to_string(damage.line) + ": " +
+              damage.what;
+  }
+  if (!faults.empty()) throw BadConfig(faults);
+  return entries;
+}
+
+void putSettings(const std::vector<nvram::Entry> &config, sim::Device &device) {
+  for (const nvram::Entry &entry : config) {
+    device.settings({{entry.key, entry.value}}, entry.space);
+  }
+}
+
+}  // namespace orba::tool

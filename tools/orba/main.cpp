@@ -1,0 +1,132 @@
+// orba: see what the library would do, or do it.
+#include <CLI/CLI.hpp>
+#include <iostream>
+
+#include "tools/orba/config.h"
+#include "tools/orba/entry.h"
+#include "tools/orba/report.h"
+
+namespace {
+
+using namespace orba::tool;
+
+// What the tool's exit codes mean.
+enum Exit { kDone = 0, kFound = 1, kUsage = 2, kConfig = 3 };
+
+struct Options {
+  std::string entry;
+  std::vector<std::string> words;
+  std::string config;
+  std::string root;
+  bool json = false;
+  bool raw = false;
+  bool tables = false;
+};
+
+void addCallOptions(CLI::App &command, Options &options, const char *entry_name) {
+  command.add_option(entry_name, options.entry, "The entry point; 'orba list' shows them")
+      ->required();
+  command.add_option("ARG", options.words, "Its arguments");
+  command.add_option("-c,--config", options.config, "The settings: KEY=VALUE lines, [1] and [2]");
+  command.add_option("-r,--root", options.root, "A folder with the device's files, read only")
+      ->check(CLI::ExistingDirectory);
+  command.add_flag("--json", options.json, "Print for programs");
+}
+
+Call callOn(sim::Device &device, const Options &options) {
+  const Entry &entry = entryNamed(options.entry);
+  entry.checkWords(options.words);
+  if (!options.config.empty()) putSettings(readConfig(options.config), device);
+  if (!options.root.empty()) device.lowerRoot(options.root);
+  return {entry, options.words, entry.call(options.words)};
+}
+
+int list(bool json) {
+  nlohmann::ordered_json all = nlohmann::ordered_json::array();
+  std::string subsystem;
+  for (const Entry &entry : entries()) {
+    if (json) {
+      all.push_back(
+          {{"subsystem", entry.subsystem}, {"usage", entry.usage()}, {"line", entry.line}});
+      continue;
+    }
+    if (subsystem != entry.subsystem) {
+      std::cout << (subsystem.empty() ? "" : "\n") << entry.subsystem << "\n";
+      subsystem = entry.subsystem;
+    }
+    std::cout << "  " << std::left << std::setw(44) << entry.usage() << " " << entry.line << "\n";
+  }
+  if (json) std::cout << all.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << "\n";
+  return kDone;
+}
+
+int plan(const Options &options) {
+  sim::Device device;
+  Call call = callOn(device, options);
+  if (options.json) {
+    std::cout << planAsJson(call, device).dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << "\n";
+  } else if (options.raw) {
+    printRaw(std::cout, device);
+  } else {
+    printPlan(std::cout, call, device);
+  }
+  return kDone;
+}
+
+int show(const Options &options) {
+  sim::Device device;
+  Call call = callOn(device, options);
+  if (options.json) {
+    nlohmann::ordered_json answer = {{"entry", call.entry.name},
+                                     {"returned", call.answer.returned},
+                                     {"outputs", call.answer.outputs},
+                                     {"printed", device.printed()}};
+    std::cout << answer.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << "\n";
+    return kDone;
+  }
+  std::cout << device.printed();
+  for (const std::string &output : call.answer.outputs) std::cout << output << "\n";
+  if (call.answer.outputs.empty() && !call.answer.returned.empty()) {
+    std::cout << call.answer.returned << "\n";
+  }
+  std::cerr << device.errors();
+  return kDone;
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+  CLI::App app{"See what liborba_util would do with a router's settings."};
+  app.require_subcommand(1);
+  app.footer("Exit codes: 0 done, 1 something was found, 2 wrong usage, 3 bad configuration.");
+  app.set_version_flag("--version", ORBA_VERSION);
+  Options options;
+
+  CLI::App *list_command = app.add_subcommand("list", "Every entry point, by subsystem");
+  list_command->add_flag("--json", options.json, "Print for programs");
+
+  CLI::App *plan_command = app.add_subcommand(
+      "plan", "Call an entry point on the simulated device and show what it would do");
+  addCallOptions(*plan_command, options, "ENTRY");
+  plan_command->add_flag("--raw", options.raw, "Only the exact lines given to the shell");
+  plan_command->add_flag("--tables", options.tables, "The resulting chains, as packets meet them");
+
+  CLI::App *show_command = app.add_subcommand("show", "What a getter answers");
+  addCallOptions(*show_command, options, "GETTER");
+
+  try {
+    app.parse(argc, argv);
+    if (list_command->parsed()) return list(options.json);
+    if (plan_command->parsed()) return plan(options);
+    return show(options);
+  } catch (const CLI::ParseError &error) {
+    int code = app.exit(error);
+    return code == 0 ? kDone : kUsage;
+  } catch (const BadArgument &error) {
+    std::cerr << "orba: " << error.what() << "\n";
+    return kUsage;
+  } catch (const BadConfig &error) {
+    std::cerr << "orba: " << error.what() << "\n";
+    return kConfig;
+  }
+}

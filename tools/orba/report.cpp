@@ -1,0 +1,135 @@
+#include "tools/orba/report.h"
+
+#include <iomanip>
+
+namespace orba::tool {
+
+namespace {
+
+using sim::Event;
+
+struct Wording {
+  const char *in_json;
+  const char *in_text;
+};
+
+Wording wordingOf(Event::Kind kind) {
+  switch (kind) {
+    case Event::kCommand:
+      return {"command", ""};
+    case Event::kPipe:
+      return {"read", "reads"};
+    case Event::kSet:
+      return {"set", "sets"};
+    case Event::kCommit:
+      return {"commit", "commits space"};
+    case Event::kConsole:
+      return {"console", "console"};
+    case Event::kPrinted:
+      return {"printed", "prints"};
+    case Event::kError:
+      return {"error", "prints on standard error"};
+    case Event::kFile:
+      return {"file", "writes"};
+    case Event::kRemoved:
+      return {"removed", "removes"};
+    case Event::kTimer:
+      return {"timer", "timer"};
+    case Event::kSleep:
+      return {"sleep", "sleeps"};
+    case Event::kSignal:
+      return {"signal", "sends signal"};
+    case Event::kRequest:
+      return {"request", "driver"};
+  }
+  return {"", ""};
+}
+
+std::string settingName(const std::pair<int, std::string> &name) {
+  return name.first == 1 ? name.second
+                         : name.second + " (space " + std::to_string(name.first) + ")";
+}
+
+std::vector<std::string> filesWritten(const sim::Device &device) {
+  std::vector<std::string> paths;
+  for (const Event &event : device.events()) {
+    if (event.kind != Event::kFile) continue;
+    if (std::find(paths.begin(), paths.end(), event.text) == paths.end()) {
+      paths.push_back(event.text);
+    }
+  }
+  return paths;
+}
+
+}  // namespace
+
+std::string visible(const std::string &text) {
+  static const char digits[] = "0123456789abcdef";
+  std::string shown;
+  for (char c : text) {
+    auto byte = static_cast<unsigned char>(c);
+    if (c == '\n') {
+      shown += "\\n";
+    } else if (byte < 0x20 || byte == 0x7f) {
+      shown += {'\\', 'x', digits[byte >> 4], digits[byte & 15]};
+    } else {
+      shown += c;
+    }
+  }
+  return shown;
+}
+
+void printPlan(std::ostream &out, const Call &call, const sim::Device &device) {
+  int number = 0;
+  bool timed = device.clock().elapsed() > 0;
+  for (const Event &event : device.events()) {
+    if (timed) out << std::setw(8) << event.at << " ms ";
+    if (event.kind == Event::kCommand) {
+      out << std::setw(4) << ++number << "  " << visible(sim::withoutRunnerRedirection(event.text))
+          << "\n";
+    } else {
+      out << "      -- " << wordingOf(event.kind).in_text << ": " << visible(event.text) << "\n";
+    }
+  }
+  out << "\n" << call.entry.name << ": " << number << (number == 1 ? " command" : " commands");
+  if (!call.answer.returned.empty()) out << ", returns " << visible(call.answer.returned);
+  out << "\n";
+  for (const std::string &output : call.answer.outputs) out << "answer: " << output << "\n";
+  for (const std::string &path : filesWritten(device)) {
+    std::string content = device.text(path).value_or("");
+    out << path << ":\n" << content << (content.empty() || content.back() == '\n' ? "" : "\n");
+  }
+  if (!device.missing().empty()) {
+    out << "settings asked for and missing:";
+    for (const auto &name : device.missing()) out << " " << settingName(name);
+    out << "\n";
+  }
+}
+
+void printRaw(std::ostream &out, const sim::Device &device) {
+  for (const std::string &line : device.shellLines()) out << line << "\n";
+}
+
+nlohmann::ordered_json planAsJson(const Call &call, const sim::Device &device) {
+  nlohmann::ordered_json plan;
+  plan["entry"] = call.entry.name;
+  plan["arguments"] = call.words;
+  plan["returned"] = call.answer.returned;
+  plan["outputs"] = call.answer.outputs;
+  plan["events"] = nlohmann::ordered_json::array();
+  for (const Event &event : device.events()) {
+    plan["events"].push_back(
+        {{"kind", wordingOf(event.kind).in_json}, {"text", event.text}, {"ms", event.at}});
+  }
+  plan["files"] = nlohmann::ordered_json::object();
+  for (const std::string &path : filesWritten(device)) {
+    plan["files"][path] = device.text(path).value_or("");
+  }
+  plan["missing"] = nlohmann::ordered_json::array();
+  for (const auto &[space, key] : device.missing()) {
+    plan["missing"].push_back({{"space", space}, {"key", key}});
+  }
+  return plan;
+}
+
+}  // namespace orba::tool

@@ -1,0 +1,30 @@
+// What came of a call on the simulated device, for people and for programs.
+#ifndef ORBA_TOOLS_REPORT_H
+#define ORBA_TOOLS_REPORT_H
+
+#include <nlohmann/json.hpp>
+#include <ostream>
+
+#include "sim/device.h"
+#include "tools/orba/entry.h"
+
+namespace orba::tool {
+
+struct Call {
+  const Entry &entry;
+  std::vector<std::string> words;
+  Answer answer;
+};
+
+// The commands in order, numbered; between them, marked, what else was done.
+void printPlan(std::ostream &out, const Call &call, const sim::Device &device);
+// The exact lines given to the shell, one a line.
+void printRaw(std::ostream &out, const sim::Device &device);
+nlohmann::ordered_json planAsJson(const Call &call, const sim::Device &device);
+
+// A text that may hold anything, safe to show on a terminal.
+std::string visible(const std::string &text);
+
+}  // namespace orba::tool
+
+#endif

@@ -67,6 +67,8 @@ int plan(const Options &options) {
     std::cout << planAsJson(call, device).dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << "\n";
   } else if (options.raw) {
     printRaw(std::cout, device);
+  } else if (options.tables) {
+    printTables(std::cout, device);
   } else {
     printPlan(std::cout, call, device);
   }

@@ -1,6 +1,9 @@
 #include "tools/orba/report.h"
 
+#include <algorithm>
 #include <iomanip>
+
+#include "sim/packet_filter.h"
 
 namespace orba::tool {
 
@@ -104,6 +107,23 @@ void printPlan(std::ostream &out, const Call &call, const sim::Device &device) {
     for (const auto &name : device.missing()) out << " " << settingName(name);
     out << "\n";
   }
+}
+
+void printTables(std::ostream &out, const sim::Device &device) {
+  sim::PacketFilter filter;
+  std::vector<std::string> routing;
+  for (const Event &event : device.events()) {
+    if (event.kind != Event::kCommand && event.kind != Event::kPipe) continue;
+    filter.run(event.text);
+    for (const char *program : {"ip ", "route "}) {
+      if (event.text.rfind(program, 0) == 0) {
+        routing.push_back(sim::withoutRunnerRedirection(event.text));
+      }
+    }
+  }
+  filter.print(out);
+  if (!routing.empty()) out << "routing\n";
+  for (const std::string &command : routing) out << "  " << visible(command) << "\n";
 }
 
 void printRaw(std::ostream &out, const sim::Device &device) {

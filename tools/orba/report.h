@@ -22,6 +22,10 @@ void printPlan(std::ostream &out, const Call &call, const sim::Device &device);
 void printRaw(std::ostream &out, const sim::Device &device);
 nlohmann::ordered_json planAsJson(const Call &call, const sim::Device &device);
 
+// The chains that the commands make of an empty packet filter, and the commands
+// that change routes.
+void printTables(std::ostream &out, const sim::Device &device);
+
 // A text that may hold anything, safe to show on a terminal.
 std::string visible(const std::string &text);
 

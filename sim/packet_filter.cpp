@@ -1,0 +1,214 @@
+#include "sim/packet_filter.h"
+
+#include <algorithm>
+#include <iomanip>
+
+#include "sim/shell.h"
+
+namespace sim {
+
+namespace {
+
+// The built-in chains, in the order in which a packet meets them.
+struct Hook {
+  const char *program;
+  const char *table;
+  const char *chain;
+};
+
+constexpr Hook kHooks[] = {
+    {"ebtables", "broute", "BROUTING"}, {"ebtables", "nat", "PREROUTING"},
+    {"ebtables", "filter", "INPUT"},    {"ebtables", "filter", "FORWARD"},
+    {"ebtables", "filter", "OUTPUT"},   {"ebtables", "nat", "OUTPUT"},
+    {"ebtables", "nat", "POSTROUTING"}, {"iptables", "nat", "PREROUTING"},
+    {"iptables", "filter", "INPUT"},    {"iptables", "filter", "FORWARD"},
+    {"iptables", "filter", "OUTPUT"},   {"iptables", "nat", "OUTPUT"},
+    {"iptables", "nat", "POSTROUTING"},
+};
+
+bool isNumber(const std::string &word) {
+  return !word.empty() && std::all_of(word.begin(), word.end(), ::isdigit);
+}
+
+// A word as a shell would have to be given it.
+std::string quoted(const std::string &word) {
+  if (!word.empty() && word.find_first_of(" \t\n'\"\\$`;&|<>(){}*?~#") == std::string::npos) {
+    return word;
+  }
+  std::string text = "'";
+  for (char c : word) {
+    if (c == '\'') {
+      text += "'\\''";
+    } else {
+      text += c;
+    }
+  }
+  return text + "'";
+}
+
+PacketFilter::Rule ruleFrom(const std::vector<std::string> &words, size_t first) {
+  PacketFilter::Rule rule;
+  for (size_t i = first; i < words.size(); i++) {
+    rule.text += (i > first ? " " : "") + quoted(words[i]);
+    if (words[i] == "-j" && i + 1 < words.size()) rule.target = words[i + 1];
+  }
+  return rule;
+}
+
+}  // namespace
+
+PacketFilter::PacketFilter() {
+  for (const Hook &hook : kHooks) {
+    Chain &chain = programs_[hook.program][hook.table][hook.chain];
+    chain.built_in = true;
+    chain.policy = "ACCEPT";
+  }
+}
+
+void PacketFilter::run(const std::vector<std::string> &lines) {
+  for (const std::string &line : lines) run(line);
+}
+
+void PacketFilter::run(const std::string &line) {
+  for (const ShellCommand &command : splitLine(line)) {
+    std::optional<std::vector<std::string>> words = wordsOf(command.text);
+    if (words && !words->empty()) runCommand(command.text, *words);
+  }
+}
+
+void PacketFilter::runCommand(const std::string &command, const std::vector<std::string> &words) {
+  auto program = programs_.find(words[0]);
+  if (program == programs_.end()) return;
+  std::string table = "filter";
+  std::vector<std::string> rest;
+  for (size_t i = 1; i < words.size(); i++) {
+    if (words[i] == "-t" && i + 1 < words.size()) {
+      table = words[++i];
+    } else {
+      rest.push_back(words[i]);
+    }
+  }
+  auto found = program->second.find(table);
+  std::string why = found == program->second.end() ? "no such table" : change(found->second, rest);
+  if (!why.empty()) refused_.push_back(command + ": " + why);
+}
+
+// Carries out one command; says why the kernel would not.
+std::string PacketFilter::change(Table &table, const std::vector<std::string> &words) {
+  if (words.empty() || words[0].size() != 2 || words[0][0] != '-') return "no command";
+  char action = words[0][1];
+  if (action == 'F' && words.size() == 1) {
+    for (auto &[name, chain] : table) chain.rules.clear();
+    return "";
+  }
+  if (words.size() < 2) return "no chain";
+  const std::string &name = words[1];
+  auto found = table.find(name);
+  if (action == 'N') {
+    if (found != table.end()) return "the chain exists";
+    table[name] = {};
+    return "";
+  }
+  if (found == table.end()) return "no such chain";
+  Chain &chain = found->second;
+
+  if (action == 'F') {
+    chain.rules.clear();
+  } else if (action == 'P') {
+    if (words.size() < 3) return "no policy";
+    chain.policy = words[2];
+  } else if (action == 'X') {
+    if (chain.built_in) return "the chain is built in";
+    if (!chain.rules.empty()) return "the chain is not empty";
+    for (const auto &[other_name, other] : table) {
+      for (const Rule &rule : other.rules) {
+        if (rule.target == name) return "the chain is in use";
+      }
+    }
+    table.erase(found);
+  } else if (action == 'A' || action == 'I') {
+    size_t first = 2, position = chain.rules.size();
+    if (action == 'I') {
+      position = 0;
+      if (words.size() > 2 && isNumber(words[2])) {
+        position = std::stoul(words[2]) - 1;
+        first = 3;
+      }
+      if (position > chain.rules.size()) return "no such position";
+    }
+    Rule rule = ruleFrom(words, first);
+    bool user_chain = !rule.target.empty() && table.count(rule.target) != 0;
+    bool built_in_target = !rule.target.empty() && isupper(rule.target[0]) && !user_chain;
+    if (!rule.target.empty() && !user_chain && !built_in_target) return "no such target";
+    chain.rules.insert(chain.rules.begin() + static_cast<long>(position), rule);
+  } else if (action == 'D') {
+    std::string text = ruleFrom(words, 2).text;
+    auto rule = std::find_if(chain.rules.begin(), chain.rules.end(),
+                             [&](const Rule &candidate) { return candidate.text == text; });
+    if (rule == chain.rules.end()) return "no such rule";
+    chain.rules.erase(rule);
+  } else {
+    return "not modelled";
+  }
+  return "";
+}
+
+bool PacketFilter::has(const std::string &program, const std::string &table,
+                       const std::string &chain) const {
+  return programs_.at(program).at(table).count(chain) != 0;
+}
+
+std::vector<std::string> PacketFilter::rules(const std::string &program, const std::string &table,
+                                             const std::string &chain) const {
+  std::vector<std::string> texts;
+  if (!has(program, table, chain)) return texts;
+  for (const Rule &rule : programs_.at(program).at(table).at(chain).rules) {
+    texts.push_back(rule.text);
+  }
+  return texts;
+}
+
+std::string PacketFilter::policy(const std::string &program, const std::string &table,
+                                 const std::string &chain) const {
+  return has(program, table, chain) ? programs_.at(program).at(table).at(chain).policy : "";
+}
+
+void PacketFilter::print(std::ostream &out) const {
+  std::string headed;
+  std::vector<std::string> printed;
+  for (const Hook &hook : kHooks) {
+    const Table &table = programs_.at(hook.program).at(hook.table);
+    const Chain &chain = table.at(hook.chain);
+    if (chain.rules.empty() && chain.policy == "ACCEPT") continue;
+    std::string heading = std::string(hook.program) + " " + hook.table;
+    if (heading != headed) printed.clear();
+    headed = heading;
+    out << heading << " " << hook.chain << " (policy " << chain.policy << ")\n";
+    printChain(out, table, hook.chain, 1, printed);
+    out << "\n";
+  }
+}
+
+void PacketFilter::printChain(std::ostream &out, const Table &table, const std::string &name,
+                              int depth, std::vector<std::string> &printed) const {
+  printed.push_back(name);
+  const Chain &chain = table.at(name);
+  int number = 0;
+  for (const Rule &rule : chain.rules) {
+    out << std::string(static_cast<size_t>(depth) * 4 - 2, ' ') << std::right << std::setw(2)
+        << ++number << "  " << rule.text;
+    auto target = table.find(rule.target);
+    if (target == table.end()) {
+      out << "\n";
+    } else if (std::find(printed.begin(), printed.end(), rule.target) != printed.end()) {
+      out << "  (as above)\n";
+    } else {
+      bool empty = target->second.rules.empty();
+      std::string policy = target->second.policy;
+      out << (policy.empty() ? "" : "  (policy " + policy + ")") << (empty ? "  (empty)\n" : "\n");
+      printChain(out, table, rule.target, depth + 1, printed);
+    }
+  }
+}
+
+}  // namespace sim

@@ -1,0 +1,61 @@
+// A model of the kernel's packet filter: what iptables and ebtables commands
+// make of the chains, without the tools.
+#ifndef ORBA_SIM_PACKET_FILTER_H
+#define ORBA_SIM_PACKET_FILTER_H
+
+#include <map>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "sim/device.h"
+
+namespace sim {
+
+class PacketFilter {
+ public:
+  struct Rule {
+    std::string text;    // as it was given, without table, command and chain
+    std::string target;  // what stands behind -j, empty for none
+  };
+  struct Chain {
+    std::string policy;  // of a built-in chain, or of any ebtables chain
+    bool built_in = false;
+    std::vector<Rule> rules;
+  };
+  using Table = std::map<std::string, Chain>;
+
+  // Both programs' tables as the kernel has them at first.
+  PacketFilter();
+
+  // Every command of a line. Commands of other programs are passed over; a
+  // command that the kernel would refuse changes nothing and is remembered.
+  void run(const std::string &line);
+  void run(const std::vector<std::string> &lines);
+
+  // The rules of a chain, nothing when there is no such chain.
+  std::vector<std::string> rules(const std::string &program, const std::string &table,
+                                 const std::string &chain) const;
+  std::string policy(const std::string &program, const std::string &table,
+                     const std::string &chain) const;
+  bool has(const std::string &program, const std::string &table, const std::string &chain) const;
+  // "iptables -F DMZ: no such chain", in order.
+  const std::vector<std::string> &refused() const { return refused_; }
+
+  // The chains in the order in which packets meet them, each jump followed by
+  // what it leads to.
+  void print(std::ostream &out) const;
+
+ private:
+  void runCommand(const std::string &command, const std::vector<std::string> &words);
+  std::string change(Table &table, const std::vector<std::string> &words);
+  void printChain(std::ostream &out, const Table &table, const std::string &name, int depth,
+                  std::vector<std::string> &printed) const;
+
+  std::map<std::string, std::map<std::string, Table>> programs_;
+  std::vector<std::string> refused_;
+};
+
+}  // namespace sim
+
+#endif

@@ -262,6 +262,62 @@ int orba_pppoeRelay(void);
 
 /* ==== crypto ========================================================================== */
 
+/* A running SHA-1 hash (FIPS 180-1). The caller owns it; it needs no release. */
+typedef struct {
+  uint32_t state[5];      /* H0 to H4 */
+  uint32_t schedule[80];  /* words 0 to 15: the block being collected, packed big-endian */
+  uint32_t blockBytes;    /* bytes of that block collected so far, 0 to 63 */
+  uint32_t bitLengthHigh; /* message length in bits, upper half */
+  uint32_t bitLengthLow;  /* message length in bits, lower half */
+} A_SHA_CTX;
+
+/* Puts the initial value of FIPS 180-1 into `ctx` and clears the rest. */
+void A_SHAInit(A_SHA_CTX *ctx);
+
+/* Hashes `len` more bytes. A `len` of 0 or less or a null `data` changes
+ * nothing. */
+void A_SHAUpdate(A_SHA_CTX *ctx, const unsigned char *data, int len);
+
+/* Ends the message, writes its 20-byte digest and leaves `ctx` as A_SHAInit
+ * does, ready for the next message. */
+void A_SHAFinal(A_SHA_CTX *ctx, unsigned char digest[20]);
+
+/* The compression function of FIPS 180-1: hashes schedule words 0 to 15 into
+ * the state. Words 16 to 79 are filled on the way; the counters stay. */
+void shaHashBlock(A_SHA_CTX *ctx);
+
+/* HMAC-SHA1 (RFC 2104) of `textLen` bytes into the 20 bytes of `digest`, which
+ * holds the inner hash on the way and may be the same buffer as `text`.
+ * A key of 65 bytes or more is replaced IN THE CALLER'S BUFFER: its first 20
+ * bytes become the key's SHA-1. So `key` must be writable. Null and a negative
+ * length count as empty. */
+void hmac_sha1(const unsigned char *text, int textLen, unsigned char *key, int keyLen,
+               unsigned char digest[20]);
+
+/* One 20-byte block of PBKDF2 (RFC 2898) with HMAC-SHA1. The pass phrase is
+ * the key, of any length, and is not changed; `ssid` is the salt; blocks are
+ * counted from 1. `iterations` of 1 or less give the first round alone. Null
+ * and a negative length count as empty. */
+void F(const char *passphrase, const unsigned char *ssid, int ssidLen, int iterations,
+       int blockIndex, unsigned char out[20]);
+
+/* The pairwise master key of IEEE 802.11i from a WPA pass phrase (at most 63
+ * characters) and a network name (at most 32 bytes): PBKDF2 of 4096 rounds.
+ * `out` takes 40 bytes, of which the first 32 are the key. Returns 1; or 0,
+ * with `out` untouched, when an input is too long, `ssidLen` is negative or
+ * there is no pass phrase (null). Leaves no key material on the stack. */
+int PasswordHash(const char *passphrase, const unsigned char *ssid, int ssidLen,
+                 unsigned char out[40]);
+
+/* The value of a hexadecimal digit of either case, 0 to 15; 255 for any other
+ * character. */
+unsigned char BtoH(char digit);
+
+/* Reads 2 x `n` hexadecimal digits into `n` bytes; nothing when `n` is 0 or
+ * less. Nothing is checked: each byte is 16 x the first digit + the second
+ * modulo 256, with BtoH's 255 for what is no digit. `out` may be `hex`. */
+void AtoH(const char *hex, unsigned char *out, int n);
+
 #pragma GCC visibility pop
 #ifdef __cplusplus
 }

@@ -1,0 +1,74 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+
+#include "crypto/hex.h"
+#include "orba_util.h"
+
+namespace {
+
+// The key lies in a buffer of its own; what becomes of it is part of the answer.
+std::string hmac(std::string *key, const std::string &text) {
+  unsigned char digest[20];
+  hmac_sha1(bytesOf(text), static_cast<int>(text.size()),
+            reinterpret_cast<unsigned char *>(key->data()), static_cast<int>(key->size()), digest);
+  return hex(digest, sizeof(digest));
+}
+
+TEST(HmacSha1, Rfc2202AndWhatBecomesOfTheCallersKey) {
+  std::string counted;
+  for (char c = 1; c <= 25; ++c) counted += c;
+  const std::string longKey(80, '\xaa');
+  const struct {
+    std::string key;
+    std::string text;
+    const char *digest;
+  } cases[] = {
+      {std::string(20, '\x0b'), "Hi There", "b617318655057264e28bc0b6fb378c8ef146be00"},
+      {"Jefe", "what do ya want for nothing?", "effcdf6ae5eb2fa2d27416d5f184df9c259a7c79"},
+      {std::string(20, '\xaa'), std::string(50, '\xdd'),
+       "125d7342b9ac11cd91a39af48aa17b4f63f175d3"},
+      {counted, std::string(50, '\xcd'), "4c9007f4026250c6bc8414f9bf50c86c2d7235da"},
+      {std::string(20, '\x0c'), "Test With Truncation", "4c1a03424b55e07fe7f27be1d58bb9324a9a5a04"},
+      {longKey, "Test Using Larger Than Block-Size Key - Hash Key First",
+       "aa4ae5e15272d00e95705637ce8a3b55ed402112"},
+      {longKey, "Test Using Larger Than Block-Size Key and Larger Than One Block-Size Data",
+       "e8e99d0f45237d786d6bbaa7965c7808bbff1a91"},
+  };
+  for (const auto &[key, text, digest] : cases) {
+    std::string buffer = key;
+    EXPECT_EQ(hmac(&buffer, text), digest);
+    if (key.size() == 80) {
+      EXPECT_EQ(hex(bytesOf(buffer), 20), "4ca0ef38f1794b28a8f8ee110ee79d48ce13be25");
+      EXPECT_EQ(buffer.substr(20), key.substr(20)) << "only the first 20 bytes change";
+    } else {
+      EXPECT_EQ(buffer, key);
+    }
+  }
+}
+
+TEST(HmacSha1, SixtyFourBytesAreAKeyAndSixtyFiveAreHashed) {
+  std::string key(64, 'k');
+  hmac(&key, "text");
+  EXPECT_EQ(key, std::string(64, 'k'));
+  key += 'k';
+  hmac(&key, "text");
+  EXPECT_NE(key.substr(0, 20), std::string(20, 'k'));
+}
+
+TEST(HmacSha1, NullAndNegativeLengthsAreEmptyAndTheTextMayBeTheDigest) {
+  std::string none;
+  unsigned char digest[20] = {};
+  for (int length : {-1, 0, 100}) {
+    hmac_sha1(nullptr, length, nullptr, length, digest);
+    EXPECT_EQ(hex(digest, 20), hmac(&none, "")) << length;
+  }
+
+  const std::string before(reinterpret_cast<char *>(digest), 20);
+  hmac_sha1(digest, 20, nullptr, 0, digest);
+  EXPECT_EQ(hex(digest, 20), hmac(&none, before));
+}
+
+}  // namespace

@@ -1,0 +1,99 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+#include "crypto/hex.h"
+#include "orba_util.h"
+
+namespace {
+
+std::string finish(A_SHA_CTX *ctx) {
+  unsigned char digest[20];
+  A_SHAFinal(ctx, digest);
+  return hex(digest, sizeof(digest));
+}
+
+TEST(Sha1, KnownMessagesOnOneContextThatFinalReadies) {
+  const struct {
+    std::string piece;
+    int times;
+    const char *digest;
+  } messages[] = {
+      {"", 1, "da39a3ee5e6b4b0d3255bfef95601890afd80709"},
+      {"abc", 1, "a9993e364706816aba3e25717850c26c9cd0d89d"},
+      {"abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq", 1,
+       "84983e441c3bd26ebaae4aa1f95129e5e54670f1"},
+      {std::string(1000, 'a'), 1000, "34aa973cd4c4daa4f61eeb2bdbad27316534016f"},
+  };
+  A_SHA_CTX ctx;
+  A_SHA_CTX fresh;
+  A_SHAInit(&ctx);
+  A_SHAInit(&fresh);
+  for (const auto &[piece, times, digest] : messages) {
+    for (int i = 0; i < times; ++i) {
+      A_SHAUpdate(&ctx, bytesOf(piece), static_cast<int>(piece.size()));
+    }
+    EXPECT_EQ(finish(&ctx), digest);
+    EXPECT_EQ(memcmp(&ctx, &fresh, sizeof(ctx)), 0) << "after " << digest;
+  }
+}
+
+TEST(Sha1, AnySplitGivesTheSameDigestAndEmptyPiecesCountNothing) {
+  const std::string message(150, 'x');
+  A_SHA_CTX ctx;
+  A_SHAInit(&ctx);
+  A_SHAUpdate(&ctx, bytesOf(message), 150);
+  const std::string whole = finish(&ctx);
+  for (int split = 0; split <= 150; ++split) {
+    A_SHAUpdate(&ctx, bytesOf(message), split);
+    A_SHAUpdate(&ctx, nullptr, 0);
+    A_SHAUpdate(&ctx, bytesOf(message), -1);
+    A_SHAUpdate(&ctx, bytesOf(message) + split, 150 - split);
+    EXPECT_EQ(finish(&ctx), whole) << split;
+  }
+}
+
+TEST(Sha1, CollectsBigEndianWordsAndCarriesTheBitLength) {
+  A_SHA_CTX ctx;
+  A_SHAInit(&ctx);
+  ctx.bitLengthLow = 0xFFFFFFF0;
+  A_SHAUpdate(&ctx, bytesOf("abcde"), 1);
+  EXPECT_EQ(ctx.bitLengthLow, 0xFFFFFFF8u);
+  EXPECT_EQ(ctx.bitLengthHigh, 0u);
+  A_SHAUpdate(&ctx, bytesOf("bcde"), 4);
+  EXPECT_EQ(ctx.bitLengthLow, 24u);
+  EXPECT_EQ(ctx.bitLengthHigh, 1u);
+  EXPECT_EQ(ctx.schedule[0], 0x61626364u);
+  EXPECT_EQ(ctx.schedule[1], 0x65u);
+  EXPECT_EQ(ctx.blockBytes, 5u);
+
+  // The last block ends with both halves, the high one first. Taken over by
+  // hand, it hashes to the same digest.
+  A_SHA_CTX byHand = ctx;
+  byHand.schedule[1] = 0x65800000;
+  byHand.schedule[14] = 1;
+  byHand.schedule[15] = 24;
+  shaHashBlock(&byHand);
+  char state[41];
+  snprintf(state, sizeof(state), "%08x%08x%08x%08x%08x", byHand.state[0], byHand.state[1],
+           byHand.state[2], byHand.state[3], byHand.state[4]);
+  EXPECT_EQ(finish(&ctx), state);
+
+  // The block function fills the rest of the schedule and leaves the counters.
+  EXPECT_EQ(byHand.schedule[16], 0xC2C4C6C8u);
+  EXPECT_EQ(byHand.blockBytes, 5u);
+  EXPECT_EQ(byHand.bitLengthLow, 24u);
+}
+
+TEST(Sha1, AForeignByteCountStaysInsideTheBlock) {
+  A_SHA_CTX ctx;
+  memset(&ctx, 0xFF, sizeof(ctx));
+  A_SHAUpdate(&ctx, bytesOf("x"), 1);
+  EXPECT_EQ(ctx.blockBytes, 0u) << "63 by its low bits, so the block is full";
+  ctx.blockBytes = 57 + 64;
+  finish(&ctx);
+  EXPECT_EQ(ctx.blockBytes, 0u);
+}
+
+}  // namespace

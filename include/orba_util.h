@@ -258,7 +258,82 @@ int orba_pppoeRelay(void);
 
 /* ==== qos ============================================================================= */
 
+/* Starts /bin/orba_qos when TuQoSEnable is not 0 or any record of TuVLANClass is
+ * enabled. Returns what orbaQoSRestart returned, 0 when there was nothing to do. */
+int orbaQoSInit(void);
+
+/* Runs "/bin/orba_qos" when that file can be read; returns 0 when it cannot. */
+int orbaQoSRestart(void);
+
+/* 1 when field 0 of some record of TuVLANClass is a number other than 0. */
+int isAnyVLANRuleExist(void);
+
+/* 1 when two class records (fields separated by ',') agree in fields 2 to 32,
+ * whatever their names; 0 otherwise. A missing field is an empty one. */
+int isSameClassRule(const char *a, const char *b);
+
+/* 1 when field 1 of two records, up to 31 characters, is the same text. */
+int isSameQueueName(const char *a, const char *b);
+int isSameClassName(const char *a, const char *b);
+
+/* 1 when field 41 of some record of TuQoSClass (up to 1,023 characters) is this
+ * queue's number. */
+int isQueueBeReference(int queue);
+
+/* Writes SSID1, SSID2, ... joined by ';', as many as BssidNum says (1 when it is
+ * missing), to `dst` (512 bytes; longer text is cut). Returns 0. */
+int orbaQoSSSID(char *dst);
+
+/* Writes "LAN" to `dst` (4 bytes). Returns 0. */
+int orbaQoSLANIntf(char *dst);
+
 /* ==== mgmt: start-up, services, time zone, backup, LEDs =============================== */
+
+/* Brings the Internet connection up: runs internetSetWAN.sh with the number in
+ * /tmp/wan_index and removes that file, or internet.sh; lights LED 13 unless
+ * AuthMode is Disable or OPEN; restarts the 802.1X authenticator; applies the
+ * IGMP snooping rule; calls management_init. Returns 0. */
+int initInternet(void);
+
+/* Starts the management servers: mcl.sh, SSH, TFTP, NTP, WPS and the logger; then
+ * takes the wireless interfaces out of the bridge. */
+int management_init(void);
+
+/* Restarts one server: 0 the web management server on RMWWWServerPort and
+ * RMHTTPSServerPort, stopping the one on the old ports when they changed; 2 the
+ * Telnet server on RMTELNETServerPort. Any other number does nothing. */
+void serviceCtl_restart(int which);
+
+/* Restarts the system logger, with a remote host when RemoteLogActive is "1" and
+ * RemoteLogIP names one. clearlog waits a second in between, which empties the log. */
+int startlog_init(void);
+int clearlog(void);
+
+/* Restart the NetBIOS and the mDNS responder. */
+int restartnmbd(void);
+int restartAvahid(void);
+
+/* Stores a flag for the start-up programs. */
+void setReduceBootTimeFlag(unsigned int flag);
+
+/* Copies the daylight-saving rule of /etc/TZ (POSIX 1003.1, with week and hour) to
+ * DSTSM, DSTSWM, DSTSDW, DSTSH and DSTEM, DSTEWM, DSTEDW, DSTEH, sets isDSTsynced
+ * and commits, when DSTEnabled is "1" and that was not done before. Returns 1
+ * after that, 0 when it was done before or no rule can be read, -1 when
+ * DSTEnabled is not "1". */
+int TZsync2nvram(void);
+
+/* The settings that backupRecoverSettings deals with, in space 1 and space 2: pairs
+ * of a key and its backup's key, ended by a pair of empty texts. The last pair
+ * before the end is listed only. */
+extern const char *const paramlist2860[][2];
+extern const char *const paramlistRtdev[][2];
+
+/* Mode 2 copies the settings to their backups, 1 copies them back, empties the
+ * backups and commits both spaces, 0 empties the backups; modes 2 and 0 do not
+ * commit. A setting without a backup keeps its value. Returns 0, or 2 for any
+ * other mode, which does nothing. */
+int backupRecoverSettings(int mode);
 
 /* ==== crypto ========================================================================== */
 

@@ -18,6 +18,10 @@ bool allStandAsTheyAre(Slice value) {
 
 }  // namespace
 
+bool ShellWord::isPlain(const char *value) {
+  return allStandAsTheyAre({value, strlen(value)});
+}
+
 ShellWord::ShellWord(Slice value) {
   if (allStandAsTheyAre(value)) {
     word_.append(value.begin, value.length);

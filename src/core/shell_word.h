@@ -22,6 +22,10 @@ class ShellWord {
 
   const char *text() const { return word_.text(); }
 
+  // Whether `value` stands in a command as it is. For the one place where a
+  // value stands inside quotes that are the command's own.
+  static bool isPlain(const char *value);
+
  private:
   Text<1025> word_;
 };

@@ -1,0 +1,97 @@
+// When the QoS program starts, and what the QoS pages ask before they save.
+#include <gmock/gmock.h>
+
+#include "orba_util.h"
+#include "sim/device.h"
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+// A class record of 42 fields, with some of them set.
+std::string classRecord(const std::map<int, std::string> &fields) {
+  std::string record;
+  for (int i = 0; i < 42; i++) {
+    if (i > 0) record += ",";
+    auto field = fields.find(i);
+    record += field != fields.end() ? field->second : std::to_string(i);
+  }
+  return record;
+}
+
+}  // namespace
+
+TEST(Qos, StartsForItselfOrForVlanClasses) {
+  struct {
+    const char *enabled, *vlan_classes;
+    bool program, starts;
+  } rows[] = {
+      {"0", "", true, false},        {"1", "", true, true},      {"0", "0,a;0,b", true, false},
+      {"0", "0,a;2,b;", true, true}, {"1", "1,a", false, false}, {"", "1", true, true},
+  };
+  for (const auto &row : rows) {
+    sim::Device device;
+    device.settings({{"TuQoSEnable", row.enabled}, {"TuVLANClass", row.vlan_classes}});
+    if (row.program) device.file("/bin/orba_qos", "");
+    int result = orbaQoSInit();
+    if (row.starts) {
+      EXPECT_THAT(device.commands(), ElementsAre("/bin/orba_qos")) << row.vlan_classes;
+    } else {
+      EXPECT_THAT(device.commands(), IsEmpty()) << row.vlan_classes;
+      EXPECT_EQ(result, 0);
+    }
+  }
+}
+
+// Every compared field counts, the name and what lies behind field 32 do not.
+TEST(Qos, TellsClassRulesApartByTheirFields) {
+  std::string rule = classRecord({});
+  for (int field = 0; field < 42; field++) {
+    std::string other = classRecord({{field, "other"}});
+    bool compared = field >= 2 && field <= 32;
+    EXPECT_EQ(isSameClassRule(rule.c_str(), other.c_str()), compared ? 0 : 1) << field;
+  }
+  // Numbers are compared as numbers, texts as they are, each up to its length.
+  EXPECT_EQ(isSameClassRule(classRecord({{2, "007"}}).c_str(), classRecord({{2, "7"}}).c_str()), 1);
+  EXPECT_EQ(isSameClassRule(classRecord({{4, "007"}}).c_str(), classRecord({{4, "7"}}).c_str()), 0);
+  std::string cut(31, 'x'), longer(127, 'y');
+  EXPECT_EQ(isSameClassRule(classRecord({{4, cut + "a"}, {22, longer + "a"}}).c_str(),
+                            classRecord({{4, cut + "b"}, {22, longer + "b"}}).c_str()),
+            1);
+  EXPECT_EQ(isSameClassRule(classRecord({{22, cut + "a"}}).c_str(),
+                            classRecord({{22, cut + "b"}}).c_str()),
+            0);
+  EXPECT_EQ(isSameClassRule("1,a,5", "0,b,5"), 1);
+  EXPECT_EQ(isSameClassRule("", ""), 1);
+}
+
+TEST(Qos, KnowsNamesAndReferencedQueues) {
+  EXPECT_EQ(isSameQueueName("1,voice,3", "2,voice,9"), 1);
+  EXPECT_EQ(isSameQueueName("1,voice,3", "1,Voice,3"), 0);
+  EXPECT_EQ(isSameClassName("1,voice,3", "2,voice,9"), 1);
+
+  sim::Device device;
+  device.settings(
+      {{"TuQoSClass", classRecord({{41, "3"}}) + ";1,short;" + classRecord({{41, "05"}})}});
+  EXPECT_EQ(isQueueBeReference(3), 1);
+  EXPECT_EQ(isQueueBeReference(5), 1);
+  EXPECT_EQ(isQueueBeReference(4), 0);
+  EXPECT_EQ(isQueueBeReference(0), 0);  // a record without the field names no queue
+}
+
+TEST(Qos, ListsTheNetworksForThePage) {
+  sim::Device device;
+  char text[512];
+  device.settings({{"SSID1", "home"}, {"SSID3", "guest"}});
+  EXPECT_EQ(orbaQoSSSID(text), 0);
+  EXPECT_STREQ(text, "home");
+  device.settings({{"BssidNum", "3"}});
+  EXPECT_EQ(orbaQoSSSID(text), 0);
+  EXPECT_STREQ(text, "home;;guest");
+  device.settings({{"BssidNum", "2000000000"}, {"SSID2", std::string(5000, 'x')}});
+  EXPECT_EQ(orbaQoSSSID(text), 0);
+  EXPECT_EQ(std::string(text), "home;" + std::string(506, 'x'));
+  EXPECT_EQ(orbaQoSLANIntf(text), 0);
+  EXPECT_STREQ(text, "LAN");
+}

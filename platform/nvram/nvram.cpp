@@ -48,14 +48,13 @@ void afterFork() {
   forking.reset();
 }
 
-nvram::Store *makeStore() {
-  pthread_atfork(beforeFork, afterFork, afterFork);
-  return new nvram::Store(nvram::storeFolder());
-}
+// When the library is loaded: a fork may be the first thing that another
+// thread does while the store is in use for the first time.
+[[maybe_unused]] const int forkIsWatched = pthread_atfork(beforeFork, afterFork, afterFork);
 
 // Never destroyed: the texts it gave out are promised until the process ends.
 nvram::Store &store() {
-  static nvram::Store *const only = makeStore();
+  static nvram::Store *const only = new nvram::Store(nvram::storeFolder());
   return *only;
 }
 

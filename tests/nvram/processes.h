@@ -4,6 +4,8 @@
 #define TESTS_NVRAM_PROCESSES_H
 
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -49,6 +51,7 @@ pid_t startProcess(Body body) {
   fflush(nullptr);
   const pid_t child = fork();
   if (child != 0) return child;
+  prctl(PR_SET_PDEATHSIG, SIGKILL);  // no process outlives a test that was given up
   body();
   fflush(nullptr);
   _exit(testing::Test::HasFailure() ? 1 : 0);

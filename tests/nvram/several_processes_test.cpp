@@ -128,7 +128,7 @@ TEST(KilledWriter, LeavesTheOldOrTheNewContentsAtRandomMoments) {
 
 TEST(SeveralWriters, LoseNothingAndMixNothing) {
   StoreFolder folder;
-  constexpr int commits = 500;
+  constexpr int commits = 150;
   const auto writer = [](const std::string &name) {
     return startProcess([name] {
       for (int generation = 1; generation <= commits; ++generation) {
@@ -171,7 +171,7 @@ TEST(SeveralWriters, LoseNothingAndMixNothing) {
 TEST(Reader, SeesEveryCommitOfAnotherProcess) {
   StoreFolder folder;
   inProcess([] {
-    for (int round = 0; round < 200; ++round) {
+    for (int round = 0; round < 100; ++round) {
       const std::string value = std::to_string(round % 10);
       inProcess([&] {
         EXPECT_EQ(nvram_set(1, "a", "x"), 0);
@@ -198,25 +198,30 @@ TEST(Reader, SeesTheFileEditedAndRemoved) {
 TEST(Threads, ShareTheStoreAndMayFork) {
   StoreFolder folder;
   inProcess([] {
-    std::atomic<bool> done = false;
-    std::thread writer([&] {
-      for (int i = 0; !done; ++i) EXPECT_EQ(nvram_set(1, "w", std::to_string(i).c_str()), 0);
-    });
-    std::thread buffering([&] {
-      for (int i = 0; !done; ++i) {
-        EXPECT_EQ(nvram_bufset(1, "b", std::to_string(i % 100).c_str()), 0);
-        EXPECT_NE(nvram_bufget(1, "b"), nullptr);
+    constexpr int rounds = 3000;
+    const auto work = [](const std::string &name) {
+      for (int i = 0; i < rounds; ++i) {
+        const std::string key = numbered(name, i);
+        EXPECT_EQ(nvram_bufset(1, key.c_str(), key.c_str()), 0);
+        EXPECT_EQ(nvram_bufget(1, key.c_str()), key);
+        if (i % 100 == 99) {
+          EXPECT_EQ(nvram_commit(1), 0);
+        }
       }
-    });
-    for (int i = 0; i < 100; ++i) {
+    };
+    std::thread threads[] = {std::thread(work, "a"), std::thread(work, "b")};
+    // A child is never born into a store that is in use, from the first on.
+    for (int i = 0; i < 50; ++i) {
       inProcess([] {
-        EXPECT_EQ(nvram_bufset(1, "child", "1"), 0);
-        EXPECT_STREQ(nvram_bufget(1, "child"), "1");
+        EXPECT_EQ(nvram_bufset(2, "child", "1"), 0);
+        EXPECT_STREQ(nvram_bufget(2, "child"), "1");
       });
     }
-    done = true;
-    writer.join();
-    buffering.join();
+    for (std::thread &thread : threads) thread.join();
+    for (int i = 0; i < rounds; ++i) {
+      EXPECT_EQ(nvram_get(1, numbered("a", i).c_str()), numbered("a", i));
+      EXPECT_EQ(nvram_get(1, numbered("b", i).c_str()), numbered("b", i));
+    }
   });
 }
 
@@ -236,7 +241,7 @@ TEST(SignalHandler, MayUseTheStoreThatItInterrupts) {
     const itimerval often{{0, 1000}, {0, 1000}};
     setitimer(ITIMER_REAL, &often, nullptr);
     // Nothing here but the store touches the heap.
-    while (ticks < 100) nvram_get(1, "a");
+    while (ticks < 20) nvram_get(1, "a");
     const itimerval off{};
     setitimer(ITIMER_REAL, &off, nullptr);
     EXPECT_STREQ(nvram_get(1, "tick"), "1");

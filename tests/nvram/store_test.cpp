@@ -158,6 +158,22 @@ TEST(Store, KeepsTheModeOfTheFileAndMakesItPrivateAtFirst) {
   });
 }
 
+// Readers tell a new file by its time too, whatever the clock says.
+TEST(Store, GivesEachCommitALaterTimeThanTheLast) {
+  StoreFolder folder;
+  inProcess([&] {
+    EXPECT_EQ(nvram_set(1, "a", "1"), 0);
+    const std::string file = folder.file("space1.conf");
+    const timespec inTheFuture[] = {{2'000'000'000, 0}, {2'000'000'000, 999'999'999}};
+    ASSERT_EQ(utimensat(AT_FDCWD, file.c_str(), inTheFuture, 0), 0);
+    EXPECT_EQ(nvram_set(1, "a", "2"), 0);
+    struct stat status;
+    ASSERT_EQ(stat(file.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mtim.tv_sec, 2'000'000'001);
+    EXPECT_EQ(status.st_mtim.tv_nsec, 0);
+  });
+}
+
 TEST(DamagedFile, IsReportedOnceAndItsGoodSettingsAreUsed) {
   StoreFolder folder;
   const std::string damaged = "good=1\nbro\x01ken\n[2]\nother=1\n[1]\nlast=cut";

@@ -198,13 +198,13 @@ TEST(Reader, SeesTheFileEditedAndRemoved) {
 TEST(Threads, ShareTheStoreAndMayFork) {
   StoreFolder folder;
   inProcess([] {
-    constexpr int rounds = 3000;
+    constexpr int rounds = 20000;
     const auto work = [](const std::string &name) {
       for (int i = 0; i < rounds; ++i) {
         const std::string key = numbered(name, i);
         EXPECT_EQ(nvram_bufset(1, key.c_str(), key.c_str()), 0);
         EXPECT_EQ(nvram_bufget(1, key.c_str()), key);
-        if (i % 100 == 99) {
+        if (i % 2000 == 1999) {
           EXPECT_EQ(nvram_commit(1), 0);
         }
       }

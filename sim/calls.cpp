@@ -42,6 +42,16 @@ std::string formatted(const char *format, va_list arguments) {
   return result;
 }
 
+int openConsole() {
+  if (!device()->hasConsole()) {
+    errno = ENODEV;
+    return -1;
+  }
+  int fd = open("/dev/null", O_RDWR | O_CLOEXEC);
+  consoles.insert(fd);
+  return fd;
+}
+
 bool isStandard(FILE *stream) {
   return stream == stdout || stream == stderr;
 }
@@ -120,14 +130,12 @@ int sim_open(const char *path, int flags, ...) {
     errno = ENODEV;
     return -1;
   }
-  bool console = strcmp(path, "/dev/console") == 0;
-  std::string real = console         ? device()->root().forReading(path)
-                     : writes(flags) ? device()->root().forWriting(path)
-                                     : device()->root().forReading(path);
+  if (strcmp(path, "/dev/console") == 0) return openConsole();
+  std::string real =
+      writes(flags) ? device()->root().forWriting(path) : device()->root().forReading(path);
   if (real.empty()) return -1;
-  int fd = open(real.c_str(), flags | O_CLOEXEC | (console ? O_APPEND : 0), mode);
-  if (fd >= 0 && console) consoles.insert(fd);
-  if (fd >= 0 && !console && writes(flags)) device()->record(Event::kFile, path);
+  int fd = open(real.c_str(), flags | O_CLOEXEC, mode);
+  if (fd >= 0 && writes(flags)) device()->record(Event::kFile, path);
   return fd;
 }
 

@@ -12,8 +12,6 @@ namespace {
 
 Device *current_device = nullptr;
 
-constexpr char kConsole[] = "/dev/console";
-
 bool contains(const std::string &text, const std::string &part) {
   return text.find(part) != std::string::npos;
 }
@@ -33,7 +31,6 @@ std::string withoutRunnerRedirection(const std::string &line) {
 }
 
 Device::Device() : previous_(current_device) {
-  root_.write(kConsole, "");
   current_device = this;
 }
 
@@ -85,7 +82,7 @@ Device &Device::unstartable(const std::string &part) {
 }
 
 Device &Device::withoutConsole() {
-  root_.remove(kConsole);
+  console_ = false;
   return *this;
 }
 
@@ -212,6 +209,7 @@ int Device::request(int fd, unsigned long number, void *argument) {
 char *Device::get(int space, const char *key) {
   std::pair<int, std::string> name(space, key);
   bool first = asked_.insert(name).second;
+  if (every_setting_ && settings_.count(name) == 0) settings({{key, *every_setting_}}, space);
   auto found = settings_.find(name);
   if (found != settings_.end()) return found->second.get();
   if (first) missing_.push_back(name);

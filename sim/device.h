@@ -64,6 +64,8 @@ class Device {
   // ---- set-up: what the library finds ----
   Device &settings(const Settings &values, int space = 1);
   Device &remove(const std::string &key, int space = 1);
+  // What every setting holds that was given no value of its own.
+  Device &everySetting(const std::string &value) { return every_setting_ = value, *this; }
   Interface &interface(const std::string &name) { return interfaces_[name]; }
   // A file of the device, by its path there.
   Device &file(const std::string &path, const std::string &content);
@@ -134,6 +136,7 @@ class Device {
   int commit(int space);
   void pipeOpened() { open_pipes_++; }
   void pipeClosed() { open_pipes_--; }
+  bool hasConsole() const { return console_; }
   bool hasSockets() const { return sockets_; }
   bool memoryIsOut() const { return memory_out_; }
   long long uptime() const { return uptime_ + clock_.elapsed() / 1000; }
@@ -156,8 +159,10 @@ class Device {
   std::vector<std::pair<int, std::string>> missing_;
   std::set<std::pair<int, std::string>> asked_;
   std::function<void(int)> on_exit_;
+  std::optional<std::string> every_setting_;
   long long uptime_ = 0;
   int open_pipes_ = 0;
+  bool console_ = true;
   bool sockets_ = true;
   bool memory_out_ = false;
 };

@@ -1,5 +1,7 @@
 #include "sim/root.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdlib>
 #include <fstream>
@@ -10,38 +12,56 @@ namespace sim {
 
 namespace fs = std::filesystem;
 
-Root::Root() {
-  std::string pattern = (fs::temp_directory_path() / "orba-device-XXXXXX").string();
+namespace {
+
+// Memory, where there is some to be had as a folder; tests make thousands of these.
+fs::path temporaryFolder() {
+  const char *memory = "/dev/shm";
+  return access(memory, W_OK) == 0 ? fs::path(memory) : fs::temp_directory_path();
+}
+
+}  // namespace
+
+Root::~Root() {
+  std::error_code ignored;
+  if (!upper_.empty()) fs::remove_all(upper_, ignored);
+}
+
+void Root::makeUpper() {
+  if (!upper_.empty()) return;
+  std::string pattern = (temporaryFolder() / "orba-device-XXXXXX").string();
   if (mkdtemp(pattern.data()) == nullptr) {
     throw std::runtime_error("cannot make a folder for the simulated device: " + pattern);
   }
   upper_ = pattern;
 }
 
-Root::~Root() {
-  std::error_code ignored;
-  fs::remove_all(upper_, ignored);
-}
-
 fs::path Root::upperOf(const std::string &path) const {
   // Normalised against "/", so that no number of ".." leads out of the folder.
   fs::path inside = (fs::path("/") / path).lexically_normal();
-  return upper_ / inside.relative_path();
+  return (upper_.empty() ? "/nonexistent" : upper_) / inside.relative_path();
+}
+
+fs::path Root::lowerOf(const std::string &path) const {
+  return lower_ / (fs::path("/") / path).lexically_normal().relative_path();
 }
 
 bool Root::inLower(const std::string &path) const {
-  return !lower_.empty() && removed_.count(path) == 0 &&
-         fs::exists(lower_ / (fs::path("/") / path).lexically_normal().relative_path());
+  return !lower_.empty() && removed_.count(path) == 0 && fs::exists(lowerOf(path));
 }
 
-std::string Root::forReading(const std::string &path) const {
+std::string Root::forReading(const std::string &path) {
   if (refused_.count(path) != 0) {
     errno = EACCES;
     return {};
   }
   fs::path upper = upperOf(path);
   if (!fs::exists(upper) && inLower(path)) {
-    return (lower_ / (fs::path("/") / path).lexically_normal().relative_path()).string();
+    return lowerOf(path).string();
+  }
+  if (every_file_ && !fs::exists(upper)) {
+    write(path, *every_file_);
+    return upperOf(path).string();
   }
   return upper.string();
 }
@@ -51,6 +71,7 @@ std::string Root::forWriting(const std::string &path) {
     errno = EACCES;
     return {};
   }
+  makeUpper();
   fs::path upper = upperOf(path);
   std::error_code ignored;
   fs::create_directories(upper.parent_path(), ignored);
@@ -66,15 +87,17 @@ void Root::write(const std::string &path, const std::string &content, bool appen
 }
 
 bool Root::remove(const std::string &path) {
-  bool there = fs::exists(forReading(path));
+  bool there = fs::exists(upperOf(path)) || inLower(path);
   std::error_code ignored;
-  fs::remove_all(upperOf(path), ignored);
+  if (!upper_.empty()) fs::remove_all(upperOf(path), ignored);
   removed_.insert(path);
   return there;
 }
 
 std::optional<std::string> Root::content(const std::string &path) const {
-  std::ifstream file(forReading(path));
+  fs::path real = upperOf(path);
+  if (!fs::exists(real) && inLower(path)) real = lowerOf(path);
+  std::ifstream file(real);
   if (!file) return {};
   std::ostringstream content;
   content << file.rdbuf();

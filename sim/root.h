@@ -9,20 +9,22 @@
 
 namespace sim {
 
-// What is written lands in a temporary folder that goes away with the Root;
-// what is not there is read from the lower folder, when there is one.
+// What is written lands in a temporary folder that is made for the first of it
+// and goes away with the Root; what is not there is read from the lower folder, when there is one.
 class Root {
  public:
-  Root();
+  Root() = default;
   Root(const Root &) = delete;
   Root &operator=(const Root &) = delete;
   ~Root();
 
   void lower(const std::string &folder) { lower_ = folder; }
+  // What every file holds that is asked for and missing.
+  void everyFile(const std::string &content) { every_file_ = content; }
   void refuse(const std::string &path) { refused_.insert(path); }
 
   // Where a path of the device really is; empty, with errno set, when it is refused.
-  std::string forReading(const std::string &path) const;
+  std::string forReading(const std::string &path);
   // The same with the folders above it made and the lower content brought up.
   std::string forWriting(const std::string &path);
 
@@ -31,11 +33,14 @@ class Root {
   std::optional<std::string> content(const std::string &path) const;
 
  private:
+  void makeUpper();
   std::filesystem::path upperOf(const std::string &path) const;
+  std::filesystem::path lowerOf(const std::string &path) const;
   bool inLower(const std::string &path) const;
 
   std::filesystem::path upper_;
   std::filesystem::path lower_;
+  std::optional<std::string> every_file_;
   std::set<std::string> removed_;
   std::set<std::string> refused_;
 };

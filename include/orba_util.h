@@ -242,6 +242,78 @@ int updateFlash8021x(int space);
  * rebuilds the ebtables chains pppoePassThrough. The result has no meaning. */
 int orba_pppoeRelay(void);
 
+/* Static routes. RoutingRules holds records of seven fields: destination,
+ * netmask, gateway (may be empty), side ("WAN" or another text), interface, and
+ * two that the web pages keep there. Fields count up to 31 characters, records
+ * up to 255. */
+
+/* Deletes the kernel's routes that RoutingRules names, then adds every complete
+ * record: running it twice leaves each route once. A record of the WAN side is
+ * not installed outside gateway mode (OperationMode 1): "Skip WAN routing rule
+ * in the non-Gateway mode: " and the command are printed instead. Nothing is
+ * added when /proc/net/route cannot be opened or has a malformed line ("format
+ * error\n" is printed). The result has no meaning. */
+int RoutingInit(void);
+int staticRoutingInit(void);
+
+/* The index (from 0) of the record of RoutingRules with exactly this
+ * destination, netmask and interface, or -1. */
+int getIndexOfRoutingRule(char *dest, char *netmask, char *ifname);
+
+/* Adds the routes of StaticRoutingRules, records of six fields: enable flag (one
+ * digit), name, destination, netmask (empty: a host), gateway (empty: the one
+ * that the interface has now) and "br0" or the number of a WAN. Returns 2, or 0
+ * when the setting is missing or empty. */
+int executeStaticRoute(void);
+
+/* Adds (`add` not 0) or deletes one network route with "route". An empty
+ * netmask stands for 255.255.255.255; the gateway is left out only when it is
+ * "0.0.0.0". Returns 0. */
+int doAddStaticRoute(const char *dest, const char *netmask, const char *gateway, const char *ifname,
+                     int add);
+
+/* Policy routes. PolicyRoutingRules holds records of eight fields: source
+ * netmask and address, source port (0: any), source MAC, protocol number (-1:
+ * any), side ("WAN", "WAN2" to "WAN4", otherwise the LAN), the interface that
+ * the rule was last installed with, and its name. Records count up to 127
+ * characters. The n-th record has the mark (n + 1) << 29 in 32 bits, so only
+ * six records have marks of their own; priority and table are 201 + n. */
+
+/* Removes and installs again every complete record of PolicyRoutingRules.
+ * Returns -1, or 0 when the setting is missing or empty. */
+int executePolicyRoute(void);
+
+/* Installs or removes the `n`-th (from 1) policy rule: its ebtables rule in the
+ * chain Policy_Route, its ip rule, the default route in its table (through a
+ * pipe) and its line in /etc/iproute2/rt_tables. `action` is 0 to remove, 1 to
+ * add, another number to add with the default route replaced. Empty texts,
+ * port "0" and protocol "-1" match anything; `side` is not used. When the table
+ * cannot be named nothing is run but "mkdir", and a trace on the console says so. */
+void doPolicyRoutingAction(const char *srcIp, const char *srcMask, const char *srcPort,
+                           const char *srcMac, const char *proto, const char *side,
+                           const char *ifname, const char *name, int n, int action);
+
+/* Removes the lines of /etc/iproute2/rt_tables that hold the number and "pf_"
+ * with the name (its first 63 characters), and leaves all others as they are.
+ * When the file cannot be read or written it stays whole and a trace goes to
+ * the console. */
+void doPolicyRoutingRemove(int tableNumber, const char *name);
+
+/* srvName to srvName4 with "|" between them, to `dst` (128 bytes): "b||d".
+ * Empty names in front leave no bar. Returns 1. */
+int wanSrvName(char *dst);
+
+/* The routing page's table as one text in double quotes, to `dst` (4,096
+ * bytes; a longer one is cut): the kernel's routes that are up, then the
+ * records of RoutingRules that the kernel does not have. Rows stand between
+ * ';' and have twelve columns: interface, destination, gateway, netmask, flags,
+ * references, uses, metric, index in RoutingRules (-1: in none), side, 0 for an
+ * active route and 1 for another, comment (" " when there is none). Returns 1;
+ * with "format error\n" printed and the empty text when /proc/net/route has a
+ * malformed line; -1 with `dst` as it was when the file cannot be opened or
+ * memory is short. */
+int getRoutingTable(char *dst);
+
 /* ==== firewall ======================================================================== */
 
 /* ==== wireless: channels, survey, radio =============================================== */

@@ -74,7 +74,7 @@ int copyDefaultWanSetting(char *dst, const char *key) {
   Setting wan = setting("default_wan");
   Text<64> name(key);
   if (wan.number() != 1) name.append(wan.text());
-  copyText(dst, sizeof(InterfaceName), setting(name.text()).text());
+  copyText(dst, kInterfaceNameSize, setting(name.text()).text());
   return 1;
 }
 

@@ -9,7 +9,8 @@ namespace orba {
 
 // What the callers of the exported getters provide, so names from settings are
 // cut to it.
-using InterfaceName = Text<32>;
+constexpr size_t kInterfaceNameSize = 32;
+using InterfaceName = Text<kInterfaceNameSize>;
 
 constexpr int kWans = 4;
 

@@ -1,0 +1,108 @@
+// The routing page's table.
+#include <gmock/gmock.h>
+
+#include "orba_util.h"
+#include "sim/device.h"
+#include "tests/net/kernel_routes.h"
+
+namespace {
+
+constexpr char kRoutes[] = "/proc/net/route";
+
+std::string view() {
+  char text[4096] = "before";
+  EXPECT_EQ(getRoutingTable(text), 1);
+  return text;
+}
+
+}  // namespace
+
+TEST(RoutingTableView, LabelsTheKernelsRoutes) {
+  sim::Device device;
+  device.settings({{"OperationMode", "1"}});
+  device.file(kRoutes, kernelRoutes({
+                           route("br0", "192.168.1.0", "0.0.0.0", "255.255.255.0", kUp),
+                           route("eth2.20", "10.2.0.0", "0.0.0.0", "255.255.0.0", kUp),
+                           route("br0", "10.3.0.0", "0.0.0.0", "255.255.0.0", 2),  // down
+                           route("ppp0", "0.0.0.0", "10.0.0.1", "0.0.0.0", kUpWithGateway),
+                       }));
+  EXPECT_EQ(view(),
+            "\"br0,192.168.1.0,0.0.0.0,255.255.255.0,1,2,7,5,-1,LAN,0, ;"
+            "eth2.20,10.2.0.0,0.0.0.0,255.255.0.0,1,2,7,5,-1,eth2.20,0, ;"
+            "ppp0,0.0.0.0,10.0.0.1,0.0.0.0,3,2,7,5,-1,WAN,0, \"");
+  device.file(kRoutes, "");
+  EXPECT_EQ(view(), "\"\"");
+}
+
+TEST(RoutingTableView, ShowsConfiguredRoutesOnce) {
+  sim::Device device;
+  device.settings({{"OperationMode", "1"},
+                   {"RoutingRules",
+                    "10.1.0.0,255.255.0.0,10.0.0.1,WAN,eth2.2,custom,to work;"
+                    "10.9.9.9,255.255.255.255,,LAN,ra3,,down;"
+                    "10.2.0.0,255.255.0.0,,LAN,br0,;"
+                    "10.4.0.0,255.255.0.0,,LAN,br0;"
+                    "10.5.0.0,255.255.0.0,10.5.0.1,LAN,br0,,"}});
+  device.file(kRoutes, kernelRoutes({
+                           route("br0", "10.2.0.0", "0.0.0.0", "255.255.0.0", kUp),
+                           route("br0", "10.5.0.0", "10.5.0.1", "255.255.0.0", 0),  // down
+                           route("eth2.2", "10.1.0.0", "10.0.0.1", "255.255.0.0", kUpWithGateway),
+                       }));
+  EXPECT_EQ(view(),
+            "\"br0,10.2.0.0,0.0.0.0,255.255.0.0,1,2,7,5,2,LAN,0, ;"  // no comment field
+            "eth2.2,10.1.0.0,10.0.0.1,255.255.0.0,3,2,7,5,0,WAN,0,to work;"
+            "ra3,10.9.9.9,,255.255.255.255,0,0,0,0,1,LAN,1,down;"
+            "br0,10.5.0.0,10.5.0.1,255.255.0.0,0,0,0,0,4,LAN,1,\"");
+  // The page expects a separator in front even when no live route stands there.
+  device.file(kRoutes, kernelRoutes({}));
+  device.settings({{"RoutingRules", "10.9.9.9,255.255.255.255,,LAN,ra3,,down;"}});
+  EXPECT_EQ(view(), "\";ra3,10.9.9.9,,255.255.255.255,0,0,0,0,0,LAN,1,down\"");
+  EXPECT_EQ(device.printed(), "");
+}
+
+TEST(RoutingTableView, TakesNumbersOfAnyWidth) {
+  sim::Device device;
+  device.file(kRoutes, kernelRoutes({"br0 FFFFFFFF 0100A8C0 FFFF 0 -1 2147483647 ffffffff 0 0 0\n",
+                                     "a_name_longer_than_16_bytes 0 0 1 0 0 0 0\n"}));
+  EXPECT_EQ(view(),
+            "\"br0,255.255.255.255,192.168.0.1,255.255.255.255,65535,0,-1,2147483647,-1,Unknown,0, "
+            ";a_name_longer_than_16_bytes,0.0.0.0,0.0.0.0,0.0.0.0,1,0,0,0,-1,Unknown,0, \"");
+}
+
+TEST(RoutingTableView, IsEmptyForAMalformedTable) {
+  for (const char *line :
+       {"garbage\n", "br0 0 0 1 0 0 0\n", "\n", "br0\n", "br0 0 0 1 0 0 0 x\n"}) {
+    sim::Device device;
+    device.settings({{"RoutingRules", "10.9.9.9,255.255.255.255,,LAN,ra3,,down"}});
+    device.file(kRoutes,
+                kernelRoutes({route("br0", "10.2.0.0", "0.0.0.0", "255.255.0.0", kUp), line}));
+    EXPECT_EQ(view(), "") << line;
+    EXPECT_EQ(device.printed(), "format error\n");
+  }
+}
+
+TEST(RoutingTableView, LeavesTheBufferAloneWhenItCannotBeMade) {
+  sim::Device device;
+  char text[4096] = "before";
+  EXPECT_EQ(getRoutingTable(text), -1);
+  device.settings({{"RoutingRules", ";"}}).file(kRoutes, kernelRoutes({})).memoryRunsOut();
+  EXPECT_EQ(getRoutingTable(text), -1);
+  EXPECT_STREQ(text, "before");
+  device.memoryRunsOut(false);
+  EXPECT_EQ(getRoutingTable(text), 1);
+}
+
+TEST(RoutingTableView, IsCutAtItsBuffer) {
+  sim::Device device;
+  std::vector<std::string> routes;
+  std::string rules;
+  for (int i = 0; i < 100; i++) {
+    routes.push_back(route("eth2.20", "10.200.200.200", "10.100.100.100", "255.255.255.255", kUp));
+    rules += "10.200.200.200,255.255.255.255,10.100.100.100,LAN,br0,,comment;";
+  }
+  routes.push_back(std::string(400, 'i') + " 0 0 1 0 0 0 0\n");
+  device.file(kRoutes, kernelRoutes(routes)).settings({{"RoutingRules", rules}});
+  std::string text = view();
+  EXPECT_EQ(text.size(), 4095u);
+  EXPECT_EQ(text.substr(0, 60), "\"eth2.20,10.200.200.200,10.100.100.100,255.255.255.255,1,2,7");
+}

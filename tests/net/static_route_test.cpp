@@ -1,0 +1,210 @@
+// Static routes of both lists.
+#include <gmock/gmock.h>
+
+#include "net/routing_rule.h"
+#include "net/wan_static_route.h"
+#include "orba_util.h"
+#include "sim/device.h"
+#include "tests/net/kernel_routes.h"
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+constexpr char kRoutes[] = "/proc/net/route";
+
+constexpr char kRules[] =
+    "192.168.5.0,255.255.255.0,192.168.1.254,LAN,br0,,;"
+    "10.9.9.9,255.255.255.255,,LAN,br0,,;"
+    "10.7.7.7,255.255.255.255,192.168.1.7,LAN,br0,,a host;"
+    "10.2.0.0,255.255.0.0,10.0.0.1,LAN,eth2.2,;"  // six fields
+    ";"
+    "10.1.0.0,255.255.0.0,0.0.0.0,WAN,eth2.2,custom,to work";
+
+int indexOf(std::string dest, std::string mask, std::string ifname) {
+  return getIndexOfRoutingRule(dest.data(), mask.data(), ifname.data());
+}
+
+}  // namespace
+
+TEST(RoutingRules, ReplaceTheKernelsRoutesOfTheirs) {
+  sim::Device device;
+  device.settings({{"OperationMode", "1"}, {"RoutingRules", kRules}});
+  device.file(kRoutes, kernelRoutes({
+                           route("br0", "192.168.1.0", "0.0.0.0", "255.255.255.0", kUp),
+                           route("eth2.2", "10.1.0.0", "10.0.0.1", "255.255.0.0", 0),
+                           route("br0", "10.9.9.9", "0.0.0.0", "255.255.255.255", kUp),
+                           route("eth2.2", "10.9.9.9", "0.0.0.0", "255.255.255.255", kUp),
+                           route("eth2.2", "10.2.0.0", "0.0.0.0", "255.255.0.0", kUp),
+                       }));
+  RoutingInit();
+  EXPECT_THAT(
+      device.commands(),
+      ElementsAre(
+          "route del -net 10.1.0.0  netmask 255.255.0.0 dev eth2.2 ",
+          "route del -host 10.9.9.9  dev br0 ",
+          // The record is too short to be installed, but names its route.
+          "route del -net 10.2.0.0  netmask 255.255.0.0 dev eth2.2 ",
+          "route add -net 192.168.5.0  netmask 255.255.255.0 gw 192.168.1.254 dev br0 2>&1 ",
+          "route add -host 10.9.9.9  dev br0 2>&1 ",
+          "route add -host 10.7.7.7  gw 192.168.1.7 dev br0 2>&1 ",
+          "route add -net 10.1.0.0  netmask 255.255.0.0 dev eth2.2 2>&1 "));
+  EXPECT_EQ(device.shellLines().back(),
+            "route add -net 10.1.0.0  netmask 255.255.0.0 dev eth2.2 2>&1  1>/dev/null 2>&1");
+  EXPECT_EQ(device.printed(), "");
+}
+
+TEST(RoutingRules, SkipTheWanOutsideGatewayMode) {
+  for (const char *mode : {"0", "2", "3", "1 "}) {
+    sim::Device device;
+    device.settings({{"OperationMode", mode},
+                     {"RoutingRules",
+                      "192.168.5.0,255.255.255.0,192.168.1.254,WAN,br0,,;"
+                      "10.9.9.9,255.255.255.255,,wan,br0,,"}});
+    device.file(kRoutes, kernelRoutes({}));
+    staticRoutingInit();
+    EXPECT_THAT(device.commands(), ElementsAre("route add -host 10.9.9.9  dev br0 2>&1 "));
+    EXPECT_EQ(device.printed(),
+              "Skip WAN routing rule in the non-Gateway mode: route add -net 192.168.5.0  netmask "
+              "255.255.255.0 gw 192.168.1.254 dev br0 2>&1 \n");
+  }
+}
+
+TEST(RoutingRules, AreNotInstalledWithoutAKernelTableToRead) {
+  sim::Device device;
+  device.settings({{"OperationMode", "1"}, {"RoutingRules", kRules}});
+  RoutingInit();
+  EXPECT_THAT(device.commands(), IsEmpty());
+  EXPECT_EQ(device.printed(), "");
+
+  device.file(kRoutes, kernelRoutes({route("br0", "10.9.9.9", "0.0.0.0", "255.255.255.255", kUp),
+                                     "br0 0 0 1 0 0 0\n",
+                                     route("eth2.2", "10.1.0.0", "0.0.0.0", "255.255.0.0", kUp)}));
+  RoutingInit();
+  EXPECT_THAT(device.commands(), ElementsAre("route del -host 10.9.9.9  dev br0 "));
+  EXPECT_EQ(device.printed(), "format error\n");
+
+  sim::Device empty;
+  empty.file(kRoutes, kernelRoutes({}));
+  RoutingInit();
+  empty.settings({{"RoutingRules", ""}});
+  RoutingInit();
+  EXPECT_THAT(empty.commands(), IsEmpty());
+}
+
+TEST(RoutingRules, AreFoundByDestinationMaskAndInterface) {
+  sim::Device device;
+  EXPECT_EQ(indexOf("", "", ""), -1);
+  device.settings({{"RoutingRules", kRules}});
+  EXPECT_EQ(indexOf("192.168.5.0", "255.255.255.0", "br0"), 0);
+  EXPECT_EQ(indexOf("10.2.0.0", "255.255.0.0", "eth2.2"), 3);
+  EXPECT_EQ(indexOf("10.1.0.0", "255.255.0.0", "eth2.2"), 5);
+  EXPECT_EQ(indexOf("10.1.0.0", "255.255.0.0", "eth2"), -1);
+  EXPECT_EQ(indexOf("10.1.0.0", "255.255.0.00", "eth2.2"), -1);
+  EXPECT_EQ(indexOf("", "", ""), -1);
+}
+
+TEST(RoutingRules, MakeOneWordOfEachField) {
+  sim::Device device;
+  device.settings({{"OperationMode", "1"},
+                   {"RoutingRules", "1.2.3.4&reboot,$(id),`id`,LAN,br0|sh,,;" +
+                                        std::string(300, 'a') + ",m,g,LAN,br0,,"}});
+  device.file(kRoutes, kernelRoutes({}));
+  RoutingInit();
+  EXPECT_THAT(device.commands(), ElementsAre("route add -net '1.2.3.4&reboot'  netmask '$(id)' gw "
+                                             "'`id`' dev 'br0|sh' 2>&1 "))
+      << "and the record that loses its fields with its end is skipped";
+}
+
+TEST(RoutingRules, SayWhatIsSkippedAndWhatIsCut) {
+  const struct {
+    std::string record;
+    int field;
+    const char *fault;
+    const char *cut;
+  } kCases[] = {
+      {"10.1.0.0,255.255.0.0,,LAN,br0,,", -1, nullptr, nullptr},
+      {"10.1.0.0,255.255.0.0,,LAN,br0,", -1, "has fewer than 7 fields", nullptr},
+      {"10.1.0.0,255.255.0.0,,WAN,br0,,", 3, "is the WAN, but the device is no gateway", nullptr},
+      {"10.1.0.0,255.255.0.0,,LAN,br0,," + std::string(32, 'c'), 6, nullptr,
+       "is too long and loses its end"},
+      {"10.1.0.0,255.255.0.0,,LAN,br0,," + std::string(300, 'c'), -1, nullptr,
+       "is too long and loses its end"},
+  };
+  for (const auto &c : kCases) {
+    std::string list = c.record + ";";
+    for (orba::Record record : orba::RuleList(list.c_str())) {
+      if (record.index() > 0) continue;
+      orba::RoutingRule rule(record);
+      orba::RecordFault fault = rule.fault(false);
+      EXPECT_STREQ(fault.reason, c.fault) << c.record;
+      EXPECT_STREQ(rule.cut.reason, c.cut) << c.record;
+      EXPECT_EQ(faulty(fault) ? fault.field : rule.cut.field, c.field) << c.record;
+      EXPECT_STREQ(rule.fault(true).reason, c.field == 3 ? nullptr : c.fault);
+    }
+  }
+}
+
+TEST(StaticRoutingRules, GoThroughTheBridgeOrAWan) {
+  sim::Device device;
+  device.settings({{"OperationMode", "1"},
+                   {"wanConnectionMode", "PPPOE"},
+                   {"wanConnectionMode2", "STATIC"},
+                   {"wan_gateway2", "10.0.0.1"},
+                   {"wan2Vid", "20"},
+                   {"wanConnectionMode3", "L2TP"},
+                   {"wanConnectionMode4", "STATIC"},
+                   {"wan_gateway4", "10.4.0.1"},
+                   {"wan4Vid", "40"},
+                   {"StaticRoutingRules",
+                    "1,office,10.8.0.0,255.255.0.0,,2;"
+                    "0,off,10.8.1.0,255.255.0.0,,2;"
+                    "x,off,10.8.2.0,255.255.0.0,,2;"
+                    "1,short,10.8.3.0,255.255.0.0,;"
+                    "1,lan,10.8.4.0,255.255.255.0,,br0;"
+                    "9,host,10.8.5.5,,10.0.0.7,0;"
+                    "1,pppoe,10.8.6.0,255.255.255.0,,wan;"
+                    "1,l2tp,10.8.7.0,255.255.255.0,0.0.0.0,3;"
+                    "1,full,10.8.8.8,255.255.255.255,,4"}});
+  device.interface("eth2.20").address("10.0.0.2");
+  device.interface("ppp0").address("172.16.0.1");
+  device.file("/var/wan1.info", "172.16.0.254:ppp0\n");
+  EXPECT_EQ(executeStaticRoute(), 2);
+  EXPECT_THAT(device.commands(),
+              ElementsAre("route add -net 10.8.0.0  netmask 255.255.0.0 gw 10.0.0.1 dev eth2.20",
+                          "route add -net 10.8.4.0  netmask 255.255.255.0 dev br0",
+                          "route add -net 10.8.5.5  netmask 255.255.255.255 gw 10.0.0.7 dev ppp0",
+                          "route add -net 10.8.6.0  netmask 255.255.255.0 gw 172.16.0.254 dev ppp0",
+                          "route add -net 10.8.7.0  netmask 255.255.255.0 dev ppp2",
+                          // A WAN that is down has no gateway; `route` rejects the line.
+                          "route add -net 10.8.8.8  netmask 255.255.255.255 gw  dev eth2.40"));
+}
+
+TEST(StaticRoutingRules, MissingOrWithoutARoute) {
+  sim::Device device;
+  EXPECT_EQ(executeStaticRoute(), 0);
+  device.settings({{"StaticRoutingRules", ""}});
+  EXPECT_EQ(executeStaticRoute(), 0);
+  for (const char *rules : {";", "0", "1,a,b;,,,,,", "1"}) {
+    device.settings({{"StaticRoutingRules", rules}});
+    EXPECT_EQ(executeStaticRoute(), 2);
+  }
+  EXPECT_THAT(device.commands(), IsEmpty());
+  orba::WanStaticRoute off(*orba::RuleList("0,a").begin());
+  EXPECT_EQ(off.fault().field, 0);
+  orba::WanStaticRoute cut(*orba::RuleList("10,a,b,c,d,12345").begin());
+  EXPECT_FALSE(faulty(cut.fault()));
+  EXPECT_EQ(cut.cut.field, 0);
+}
+
+TEST(StaticRoute, IsRemovedByTheSameLine) {
+  sim::Device device;
+  EXPECT_EQ(doAddStaticRoute("10.8.0.0", "", "0.0.0.0", "br0", 0), 0);
+  EXPECT_EQ(doAddStaticRoute("10.8.0.0", "255.0.0.0", "", "br0", 7), 0);
+  EXPECT_EQ(doAddStaticRoute("10.8.0.0", "255.0.0.0", "10.0.0.1", "a b", 0), 0);
+  EXPECT_THAT(device.commands(),
+              ElementsAre("route del -net 10.8.0.0  netmask 255.255.255.255 dev br0",
+                          "route add -net 10.8.0.0  netmask 255.0.0.0 gw  dev br0",
+                          "route del -net 10.8.0.0  netmask 255.0.0.0 gw 10.0.0.1 dev 'a b'"));
+}

@@ -42,15 +42,18 @@ TEST(RoutingTableView, ShowsConfiguredRoutesOnce) {
                     "10.9.9.9,255.255.255.255,,LAN,ra3,,down;"
                     "10.2.0.0,255.255.0.0,,LAN,br0,;"
                     "10.4.0.0,255.255.0.0,,LAN,br0;"
-                    "10.5.0.0,255.255.0.0,10.5.0.1,LAN,br0,,"}});
+                    "10.5.0.0,255.255.0.0,10.5.0.1,LAN,br0,,;"
+                    "10.6.0.0,255.255.0.0,,LAN,br0,,"}});
   device.file(kRoutes, kernelRoutes({
                            route("br0", "10.2.0.0", "0.0.0.0", "255.255.0.0", kUp),
                            route("br0", "10.5.0.0", "10.5.0.1", "255.255.0.0", 0),  // down
                            route("eth2.2", "10.1.0.0", "10.0.0.1", "255.255.0.0", kUpWithGateway),
+                           route("br0", "10.6.0.0", "0.0.0.0", "255.255.0.0", kUp),
                        }));
   EXPECT_EQ(view(),
             "\"br0,10.2.0.0,0.0.0.0,255.255.0.0,1,2,7,5,2,LAN,0, ;"  // no comment field
             "eth2.2,10.1.0.0,10.0.0.1,255.255.0.0,3,2,7,5,0,WAN,0,to work;"
+            "br0,10.6.0.0,0.0.0.0,255.255.0.0,1,2,7,5,5,LAN,0,;"  // an empty one
             "ra3,10.9.9.9,,255.255.255.255,0,0,0,0,1,LAN,1,down;"
             "br0,10.5.0.0,10.5.0.1,255.255.0.0,0,0,0,0,4,LAN,1,\"");
   // The page expects a separator in front even when no live route stands there.

@@ -316,6 +316,43 @@ int getRoutingTable(char *dst);
 
 /* ==== firewall ======================================================================== */
 
+/* The firewall is rebuilt as a whole, or feature by feature: the feature's
+ * flush, then its run. Commands are not checked, and each may be repeated.
+ * Unless said otherwise the results mean nothing; settings that are missing
+ * count as "0" or "off". */
+
+/* Empties macipport_filter and macipport_input_filter. */
+int iptablesIPPortFilterFlush(void);
+
+/* Turns IPPortFilterRules into rules of those two chains, each behind a logging
+ * twin, and adds the rules that DefaultFirewallPolicy asks for. Records that
+ * cannot be understood are passed over. Without IPPortFilterRules prints a
+ * warning and makes no rule. Also reads firewallAction, SPIFWEnabled and
+ * IPPortFilterType ("WAN_TO_WAN": for traffic to the router itself). */
+int iptablesIPPortFilterRun(void);
+
+/* Writes the command of one filter rule to `output`, a buffer of `size` bytes;
+ * 1,024 hold the longest. A rule that does not fit gives the empty text. MAC
+ * addresses with the end of a range, IP addresses with a mask or prefix length
+ * to go behind "/", ports with the end of a range; NULL, "" and 0 match
+ * everything. `protocol` is 1 TCP, 2 UDP, 4 ICMP or 5 any, `action` 1 accept or
+ * 0 drop; with another of either the command has no target. Reads
+ * IPPortFilterType and SPIFWEnabled. */
+void makeIPPortFilterRule(char *output, int size, const char *srcMac, const char *srcMacEnd,
+                          const char *dstMac, const char *dstMacEnd, const char *srcIp,
+                          const char *srcMask, int srcPort, int srcPortEnd, const char *dstIp,
+                          const char *dstMask, int dstPort, int dstPortEnd, int protocol,
+                          int action);
+
+/* 1 when `text` is six pairs of hexadecimal digits with ":" between them;
+ * otherwise, and for NULL, 0. */
+int isMacValid(const char *text);
+
+/* 1 when `text` is "any", "any/0" or an IPv4 address, alone or with "/" and a
+ * prefix length of 32 at most; otherwise, and for NULL, 0. Prints a message
+ * when only the address is wrong. Looks at the first 32 characters. */
+int isIpNetmaskValid(const char *text);
+
 /* ==== wireless: channels, survey, radio =============================================== */
 
 /* ==== wireless: Wi-Fi Protected Setup ================================================= */

@@ -353,6 +353,27 @@ int isMacValid(const char *text);
  * when only the address is wrong. Looks at the first 32 characters. */
 int isIpNetmaskValid(const char *text);
 
+/* Puts the defences that the settings ask for into malicious_filter,
+ * malicious_input_filter and PING_DEATH: WANPingFilter and LANPingFilter,
+ * BlockPortScan, BlockSynFlood (SYN cookies on), BlockPingofDeath, BlockLAND
+ * (only while the WAN is up and has its address). Does nothing when
+ * WANPingFilter, BlockPortScan or BlockSynFlood is missing. */
+int iptablesMaliciousFilterRun(void);
+
+/* Empties those chains but for the jumps of TCP SYN packets, and switches SYN
+ * cookies off. The rule for the answers to the router's own connections goes
+ * too; only firewall_init brings it back. */
+int iptablesMaliciousFilterFlush(void);
+
+/* Appends to FORWARD the rules that fit TCP segment sizes to PPP links. Reads
+ * wanConnectionMode and, for PPPOE, wan_MTU when wan_MTU_manaul is 1. Traces
+ * interface, mode and MTU on the console. */
+int iptablesPathMTU(void);
+
+/* Lets DHCP servers on the WAN side answer the relay when dhcpEnabled is "2". */
+int iptablesDHCPRelayChainRun(void);
+int iptablesDHCPRelayChainFlush(void);
+
 /* ==== wireless: channels, survey, radio =============================================== */
 
 /* ==== wireless: Wi-Fi Protected Setup ================================================= */

@@ -321,6 +321,20 @@ int getRoutingTable(char *dst);
  * Unless said otherwise the results mean nothing; settings that are missing
  * count as "0" or "off". */
 
+/* Takes down whatever firewall there was and builds it anew from the settings:
+ * the chains of iptables and ebtables, then the rules of every feature below,
+ * then nat.sh, port forwarding and DMZ. Loads the SIP connection-tracking
+ * modules when SIPALGEnable is 1 and this process has not done so, and unloads
+ * them when it is 0 and this process had loaded them; without SIPALGEnable
+ * prints a warning. Reads firewallAction ("DROP" or "ACCEPT", what filter rules
+ * do): FORWARD's policy is the opposite, and stays as it is for another value. */
+int firewall_init(void);
+
+/* Empties the firewall's chains, sets the policies as firewall_init does and
+ * removes the nat chains of port forwarding and DMZ. The MAC filter and the
+ * policy routes stay hooked, the SIP modules loaded. */
+int firewall_fini(void);
+
 /* Empties macipport_filter and macipport_input_filter. */
 int iptablesIPPortFilterFlush(void);
 
@@ -373,6 +387,12 @@ int iptablesPathMTU(void);
 /* Lets DHCP servers on the WAN side answer the relay when dhcpEnabled is "2". */
 int iptablesDHCPRelayChainRun(void);
 int iptablesDHCPRelayChainFlush(void);
+
+/* Empty the chains of one feature. iptablesDMZFlush also makes the DMZ program
+ * forget its state. */
+int iptablesDMZFlush(void);
+int iptablesPortForwardFlush(void);
+int MACFilterFlush(void);
 
 /* ==== wireless: channels, survey, radio =============================================== */
 

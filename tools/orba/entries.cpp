@@ -46,6 +46,21 @@ const std::vector<Entry> &entries() {
       entry("net", "getDefaultWanAddressType", getDefaultWanAddressType, ">type", "the default WAN's address type"),
       entry("net", "getLanWanNamebyIf", getLanWanNamebyIf, "ifname", "label of an interface in the routing table"),
       // ---- firewall ----
+      entry("firewall", "firewall_init", firewall_init, "", "build the whole firewall"),
+      entry("firewall", "firewall_fini", firewall_fini, "", "take the firewall down"),
+      entry("firewall", "iptablesIPPortFilterRun", iptablesIPPortFilterRun, "", "add the filter rules"),
+      entry("firewall", "iptablesIPPortFilterFlush", iptablesIPPortFilterFlush, "", "empty the filter rules' chains"),
+      entry("firewall", "makeIPPortFilterRule", +[](char *output, const char *src_mac, const char *src_mac_end, const char *dst_mac, const char *dst_mac_end, const char *src_ip, const char *src_mask, int src_port, int src_port_end, const char *dst_ip, const char *dst_mask, int dst_port, int dst_port_end, int protocol, int action) { makeIPPortFilterRule(output, 1024, src_mac, src_mac_end, dst_mac, dst_mac_end, src_ip, src_mask, src_port, src_port_end, dst_ip, dst_mask, dst_port, dst_port_end, protocol, action); }, ">rule src_mac src_mac_end dst_mac dst_mac_end src_ip src_mask src_port src_port_end dst_ip dst_mask dst_port dst_port_end protocol action", "write the command of one filter rule"),
+      entry("firewall", "isMacValid", isMacValid, "mac", "whether a text is a MAC address"),
+      entry("firewall", "isIpNetmaskValid", isIpNetmaskValid, "address", "whether a text is an IPv4 address or any"),
+      entry("firewall", "iptablesMaliciousFilterRun", iptablesMaliciousFilterRun, "", "add the attack protection"),
+      entry("firewall", "iptablesMaliciousFilterFlush", iptablesMaliciousFilterFlush, "", "empty the attack protection's chains"),
+      entry("firewall", "iptablesPathMTU", iptablesPathMTU, "", "fit TCP segment sizes to PPP links"),
+      entry("firewall", "iptablesDHCPRelayChainRun", iptablesDHCPRelayChainRun, "", "let DHCP servers answer the relay"),
+      entry("firewall", "iptablesDHCPRelayChainFlush", iptablesDHCPRelayChainFlush, "", "empty the DHCP relay's chain"),
+      entry("firewall", "iptablesDMZFlush", iptablesDMZFlush, "", "empty the DMZ's chains"),
+      entry("firewall", "iptablesPortForwardFlush", iptablesPortForwardFlush, "", "empty the forwarded ports' chains"),
+      entry("firewall", "MACFilterFlush", MACFilterFlush, "", "empty the MAC filter's chain"),
       // ---- wireless ----
       // ---- session ----
       // ---- status ----

@@ -28,7 +28,8 @@ void RuleList::Iterator::measure() {
 
 Record RuleList::Iterator::operator*() const {
   size_t longest = list_.record_size_ - 1;
-  return Record({at_, length_ < longest ? length_ : longest}, index_);
+  bool cut = length_ > longest;
+  return Record({at_, cut ? longest : length_}, index_, cut);
 }
 
 RuleList::Iterator &RuleList::Iterator::operator++() {

@@ -28,17 +28,20 @@ struct Slice {
 
 class Record {
  public:
-  Record(Slice slice, int index) : slice_(slice), index_(index) {}
+  Record(Slice slice, int index, bool cut = false) : slice_(slice), index_(index), cut_(cut) {}
 
   int index() const { return index_; }
   Slice slice() const { return slice_; }
   bool empty() const { return slice_.empty(); }
+  // Whether it was longer than its buffer and lost its end.
+  bool cut() const { return cut_; }
   // The `position`-th (from 0) field; false past the last one.
   bool field(int position, Slice &out) const;
 
  private:
   Slice slice_;
   int index_;
+  bool cut_;
 };
 
 // One field of a record, cut to N - 1 characters. A missing one reads as "".

@@ -24,9 +24,9 @@ constexpr char kDhcpRelay[] = "dhcp_relay_chain";
 
 // iptables filter, from FORWARD, in the order of the jumps.
 
-// FORWARD, first behind the MSS rules: multicast groups, filled by the IGMP proxy.
+// FORWARD, first behind the MSS rules: multicast, filled by other programs.
 constexpr char kForwardIgmp[] = "FORWARD_IGMP";
-// FORWARD: ports that LAN hosts asked for, filled by the UPnP daemon.
+// FORWARD: ports that LAN hosts asked for, filled by other programs.
 constexpr char kForwardUpnp[] = "FORWARD_UPNP";
 // FORWARD: lets forwarded ports in. A second one in nat, first in PREROUTING, translates them.
 constexpr char kPortForward[] = "port_forward";
@@ -43,14 +43,14 @@ constexpr char kMacIpPortFilter[] = "macipport_filter";
 
 // iptables nat.
 
-// POSTROUTING: source translation, filled by the scripts that bring a WAN up.
+// POSTROUTING: source translation, filled by other programs.
 constexpr char kLanNat[] = "LAN_NAT_CHAIN";
 
 // ebtables.
 
 // filter INPUT: marks frames for the policy routes.
 constexpr char kPolicyRoute[] = "Policy_Route";
-// nat PREROUTING: the user's MAC list, ahead of all else.
+// nat PREROUTING: the user's MAC list, before a frame reaches any iptables rule.
 constexpr char kMacFilter[] = "MAC_Filter";
 
 }  // namespace orba::chain

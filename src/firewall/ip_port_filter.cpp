@@ -66,6 +66,7 @@ void addRule(const FilterSettings &settings, const IpPortFilter &filter, int rec
 
 void addRules(const char *list) {
   FilterSettings settings;
+  // Whatever is not to be accepted is dropped.
   int action = setting("firewallAction").is("ACCEPT") ? kFilterAccept : kFilterDrop;
   for (Record record : RuleList(list)) {
     IpPortFilter filter;
@@ -127,6 +128,7 @@ RecordFault readIpPortFilter(const Record &record, IpPortFilter &filter) {
       {14, filter.destination.mac_end, macOrNothing},
   };
   if (record.empty()) return {-1, "is empty"};
+  if (record.cut()) filter.cut = {-1, "is longer than 255 characters and loses its end"};
   for (const auto &field : fields) {
     Slice slice;
     if (!record.field(field.position, slice)) return {field.position, "is missing"};

@@ -21,7 +21,8 @@ struct IpPortFilter {
   Side source;
   Side destination;
   Text<8> protocol;
-  // The first field that lost its end, if one did; the record counts all the same.
+  // The record or the first field that lost its end, if one did. That alone is
+  // no reason to pass it over.
   RecordFault cut = kNoFault;
 };
 

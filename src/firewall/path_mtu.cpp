@@ -38,7 +38,7 @@ int iptablesPathMTU(void) {
   // Traced ahead of the look-up: the name is still empty here.
   debug("ifname:%s, wanmode:%s\n", wan.text(), mode.text());
   if (mode.is("PPPOE")) orba::clampPppoe(wan);
-  // PPTP and L2TP links, and PPPoE links of the other WANs.
+  // Every PPP link, whatever its mode: no segment longer than PPPoE's own MTU leaves.
   doSystem(
       "iptables -A FORWARD -p tcp -i ppp+ --tcp-flags SYN,ACK SYN,ACK -m tcpmss --mss 1452:1536 -j TCPMSS --set-mss 1452");
   return 0;

@@ -12,6 +12,9 @@
 using testing::AnyOf;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::IsNull;
+using testing::Pair;
+using testing::StrEq;
 
 namespace {
 
@@ -195,12 +198,23 @@ TEST(IpPortFilter, FaultyRecordsArePassedOverAndSayWhy) {
     iptablesIPPortFilterRun();
     EXPECT_EQ(device.commands().size(), c.reason == nullptr ? 4u : 2u) << c.record;
   }
+}
 
-  orba::IpPortFilter filter;
-  const char *cut = "any,,123456789,0,any,,0,0,1,,,,,,";
-  orba::readIpPortFilter(orba::Record({cut, strlen(cut)}, 0), filter);
-  EXPECT_EQ(filter.cut.field, 2);
-  EXPECT_STREQ(filter.cut.reason, "is too long and loses its end");
+TEST(IpPortFilter, WhatIsCutIsToldThoughItCounts) {
+  auto cutOf = [](const std::string &list) {
+    orba::IpPortFilter filter;
+    for (orba::Record record : orba::RuleList(list.c_str())) {
+      EXPECT_EQ(orba::readIpPortFilter(record, filter).reason, nullptr);
+    }
+    return std::make_pair(filter.cut.field, filter.cut.reason);
+  };
+  const std::string kWhole = "any,,1234,0,any,,0,0,1,,,,,,";
+  EXPECT_THAT(cutOf(kWhole), Pair(-1, IsNull()));
+  EXPECT_THAT(cutOf("any,,00001234,0,any,,0,0,1,,,,,,"),
+              Pair(2, StrEq("is too long and loses its end")));
+  std::string note(230, 'x');
+  EXPECT_THAT(cutOf("any,,0,0,any,,0,0,1,," + note + ",,,,02:00:00:00:00:01"),
+              Pair(-1, StrEq("is longer than 255 characters and loses its end")));
 }
 
 // 255 characters of a record count; what stands behind them is gone.

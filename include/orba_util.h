@@ -394,6 +394,45 @@ int iptablesDMZFlush(void);
 int iptablesPortForwardFlush(void);
 int MACFilterFlush(void);
 
+/* Port forwarding and DMZ. Inbound traffic is taken from the first WAN when
+ * defaultRouteNum is 1, from the second one otherwise. */
+
+/* Builds the NAT and the filter rules of PortForwardRules, a list of
+ * "LAN address,first port,last port or 0,TCP | UDP | TCP&UDP"; another protocol
+ * text repeats the one of the rule before. Prints a line for an address that is
+ * none. With PortForwardRules missing, traces a warning on the console. */
+void iptablesPortForwardRun(void);
+
+/* Gives what no rule forwards to the DMZ host, as DMZEnable says: "1" by rules,
+ * from DMZAddress, DMZAvoidTCPPort80 and RMWWWServerPort; "2" by /bin/super_dmz,
+ * which gets the ports that are forwarded already, from PortForwardEnable,
+ * PortForwardRules ("?,first port,last port or 0,1 TCP | 2 UDP | 3 both"),
+ * SinglePortForwardEnable, SinglePortForwardRules ("?,port,?,protocol") and
+ * DMZAvoidTCPPort80. When those ports do not fit one command, super_dmz is not
+ * started and the console says so. Prints a warning when DMZEnable is missing,
+ * or DMZAddress or DMZAvoidTCPPort80 in mode "1". The result has no meaning. */
+int iptablesDMZRun(void);
+
+/* A simpler DMZ, for programs that do not build the whole firewall.
+ * iptablesDMZInit makes the nat chains port_forward and DMZ and hooks them in
+ * front of PREROUTING. RT_iptablesDMZRun fills them for the first WAN when
+ * natEnabled is "1" and DMZAddress is not empty. RT_makeDMZRule makes its three
+ * rules; of its arguments only the interface and the DMZ host's address are
+ * used. */
+void iptablesDMZInit(void);
+void RT_iptablesDMZRun(void);
+void RT_makeDMZRule(char *buffer, int size, const char *wanIfName, const char *wanAddress,
+                    const char *dmzAddress, int flag);
+
+/* Writes to `output` (1,024 bytes) one HTML note for each of the router's own
+ * services whose port a record of PortForwardRules takes: HTTP, HTTPS, TELNET,
+ * FTP and SNMP, from RMWWWServerPort, RMHTTPSServerPort, RMTELNETServerPort,
+ * RMFTPServerPort and snmp_serverPort. Here the record's ports stand in fields
+ * 3 and 4 (from 0) and its protocol in field 5: 1 TCP, 3 both; others count as
+ * no TCP. ModelName stands in the notes as stored, cut to 63 characters.
+ * Returns 1. */
+int showPortForwardRedirectedWarning(char *output);
+
 /* ==== wireless: channels, survey, radio =============================================== */
 
 /* ==== wireless: Wi-Fi Protected Setup ================================================= */

@@ -61,6 +61,12 @@ const std::vector<Entry> &entries() {
       entry("firewall", "iptablesDMZFlush", iptablesDMZFlush, "", "empty the DMZ's chains"),
       entry("firewall", "iptablesPortForwardFlush", iptablesPortForwardFlush, "", "empty the forwarded ports' chains"),
       entry("firewall", "MACFilterFlush", MACFilterFlush, "", "empty the MAC filter's chain"),
+      entry("firewall", "iptablesPortForwardRun", iptablesPortForwardRun, "", "build the rules of forwarded ports"),
+      entry("firewall", "iptablesDMZRun", iptablesDMZRun, "", "give the rest to the DMZ host"),
+      entry("firewall", "iptablesDMZInit", iptablesDMZInit, "", "make and hook the chains of the simple DMZ"),
+      entry("firewall", "RT_iptablesDMZRun", RT_iptablesDMZRun, "", "build the simple DMZ"),
+      entry("firewall", "RT_makeDMZRule", +[](const char *wan, const char *host) { char unused[1] = ""; RT_makeDMZRule(unused, 1, wan, "", host, 0); }, "wan host", "make the simple DMZ's rules"),
+      entry("firewall", "showPortForwardRedirectedWarning", showPortForwardRedirectedWarning, ">notes", "services that a forwarded port takes away"),
       // ---- wireless ----
       // ---- session ----
       // ---- status ----

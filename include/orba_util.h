@@ -433,6 +433,28 @@ void RT_makeDMZRule(char *buffer, int size, const char *wanIfName, const char *w
  * Returns 1. */
 int showPortForwardRedirectedWarning(char *output);
 
+/* Management services and who may reach them. The results have no meaning. */
+
+/* Empties MCL_FILTER and MCL_IPCHAIN and fills them: setServiceControl for
+ * httpMode, ftpMode, telnetMode, snmpMode, icmpMode, sshMode and tftpMode (0
+ * when missing), then iptablesAclRun. */
+int iptablesMclRun(void);
+
+/* Appends one service's rules to MCL_FILTER. `mode`: 0 LAN only, 1 WAN only, 3
+ * nowhere, any other value everywhere. `protocol`: "tcp", "udp", or "icmp" for
+ * echo requests, which have no `port`. Allowed packets are accepted, or left to
+ * the trusted addresses when aclMode is not 0. */
+int setServiceControl(unsigned int mode, const char *protocol, int port);
+
+/* Puts the jump to MCL_FILTER in front of MCL_IPCHAIN. When aclMode is 1, also
+ * accepts the addresses and ranges ("a-b") of aclRules there and drops the
+ * management ports, TFTP's excepted, for everyone else. */
+int iptablesAclRun(void);
+
+/* Lets answers to the router's own connections in from the first WAN, when
+ * OperationMode is "1", RemoteManagement is not 1 and SPIFWEnabled is not 0. */
+int iptablesRemoteManagementRun(void);
+
 /* ==== wireless: channels, survey, radio =============================================== */
 
 /* ==== wireless: Wi-Fi Protected Setup ================================================= */

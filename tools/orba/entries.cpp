@@ -67,6 +67,10 @@ const std::vector<Entry> &entries() {
       entry("firewall", "RT_iptablesDMZRun", RT_iptablesDMZRun, "", "build the simple DMZ"),
       entry("firewall", "RT_makeDMZRule", +[](const char *wan, const char *host) { char unused[1] = ""; RT_makeDMZRule(unused, 1, wan, "", host, 0); }, "wan host", "make the simple DMZ's rules"),
       entry("firewall", "showPortForwardRedirectedWarning", showPortForwardRedirectedWarning, ">notes", "services that a forwarded port takes away"),
+      entry("firewall", "iptablesMclRun", iptablesMclRun, "", "open the management services to their sides"),
+      entry("firewall", "setServiceControl", setServiceControl, "mode protocol port", "open one service to a side"),
+      entry("firewall", "iptablesAclRun", iptablesAclRun, "", "build the list of trusted addresses"),
+      entry("firewall", "iptablesRemoteManagementRun", iptablesRemoteManagementRun, "", "let answers to the router's connections in"),
       // ---- wireless ----
       // ---- session ----
       // ---- status ----

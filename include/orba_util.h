@@ -455,6 +455,51 @@ int iptablesAclRun(void);
  * OperationMode is "1", RemoteManagement is not 1 and SPIFWEnabled is not 0. */
 int iptablesRemoteManagementRun(void);
 
+/* User filters. The results have no meaning. */
+
+/* Fills ebtables' MAC_Filter from MACFilterRules: MacFilterAction "DROP" blocks
+ * the listed addresses, "ACCEPT" all others. An empty record ends the list.
+ * Does nothing when MACFilterRules is missing or the action is another. */
+int MACFilterRun(void);
+
+/* Fills web_filter: the content classes of websFilterProxy, websFilterJava,
+ * websFilterActivex and websFilterCookies, the URLs of websURLFilters and, when
+ * websHostFiltersEnable is "1", the hosts of websHostFilters; content and hosts
+ * not for websFilterTrustIP, unless it is "0.0.0.0". Does nothing when one of
+ * these eight settings is missing. */
+int iptablesWebsFilterRun(void);
+
+/* Adds `host` to the end of websHostFilters, commits, and builds web_filter
+ * afresh. Does nothing for NULL, for a text that contains ';', and without
+ * memory for the longer list. */
+void websHostFilter(const char *host);
+
+/* Takes the record `index` (from 0) out of websHostFilters, commits, and builds
+ * web_filter afresh. Does nothing when the list is missing or empty; an index
+ * past its end takes nothing out. */
+void websHostFilterDelete(int index);
+
+/* Layer-7 protocol patterns. */
+
+/* The patterns in /etc_ro/l7-protocols, as LoadLayer7FilterName found them:
+ * "file#name#description" separated by ';', the file without its ".pat". */
+extern char l7name[8192];
+
+/* Fills l7name in the directory's order; what does not fit is cut. Empty
+ * without the directory. Prints as getNameIntroFromPat does. */
+void LoadLayer7FilterName(void);
+
+/* "name#description" from the first line, "# name - description", of the
+ * pattern file `fileName` (with its ".pat", without its directory). "N/A#N/A"
+ * and a printed warning when the line has another form or more than 510
+ * characters; NULL when the file cannot be opened. Returns a static buffer of
+ * 512 bytes that the next call overwrites, or a constant text. */
+const char *getNameIntroFromPat(const char *fileName);
+
+/* LoadLayer7FilterName, and a copy of l7name in `output` (8,192 bytes).
+ * Returns 0. */
+int getLayer7Filters(char *output);
+
 /* ==== wireless: channels, survey, radio =============================================== */
 
 /* ==== wireless: Wi-Fi Protected Setup ================================================= */

@@ -71,6 +71,13 @@ const std::vector<Entry> &entries() {
       entry("firewall", "setServiceControl", setServiceControl, "mode protocol port", "open one service to a side"),
       entry("firewall", "iptablesAclRun", iptablesAclRun, "", "build the list of trusted addresses"),
       entry("firewall", "iptablesRemoteManagementRun", iptablesRemoteManagementRun, "", "let answers to the router's connections in"),
+      entry("firewall", "MACFilterRun", MACFilterRun, "", "filter stations by MAC address"),
+      entry("firewall", "iptablesWebsFilterRun", iptablesWebsFilterRun, "", "block web content, URLs and hosts"),
+      entry("firewall", "websHostFilter", websHostFilter, "host", "block a host"),
+      entry("firewall", "websHostFilterDelete", websHostFilterDelete, "index", "unblock a host"),
+      entry("firewall", "LoadLayer7FilterName", LoadLayer7FilterName, "", "gather the layer-7 protocol names"),
+      entry("firewall", "getNameIntroFromPat", getNameIntroFromPat, "file", "name and description of a layer-7 pattern"),
+      entry("firewall", "getLayer7Filters", getLayer7Filters, ">filters", "the layer-7 protocols"),
       // ---- wireless ----
       // ---- session ----
       // ---- status ----

@@ -1,0 +1,107 @@
+// The names of the installed layer-7 patterns.
+#include <gmock/gmock.h>
+
+#include "orba_util.h"
+#include "sim/device.h"
+
+namespace {
+
+struct Patterns : sim::Device {
+  Patterns &add(const std::string &name, const std::string &content) {
+    file("/etc_ro/l7-protocols/" + name, content);
+    return *this;
+  }
+};
+
+std::string pairOf(const std::string &first_line) {
+  Patterns device;
+  device.add("foo.pat", first_line);
+  return getNameIntroFromPat("foo.pat");
+}
+
+}  // namespace
+
+TEST(Layer7Names, APatternFileGivesNameAndDescription) {
+  Patterns device;
+  device.add("foo.pat", "# Foo - bar baz\npattern - other\n");
+  device.add("readme", "# No - pattern\n");
+  device.add(".hidden.pat", "# No - pattern\n");
+  LoadLayer7FilterName();
+  EXPECT_STREQ(l7name, "foo#Foo#bar baz");
+  EXPECT_EQ(device.printed(), "");
+
+  // In the directory's order, whichever that is; the name is cut at ".pat".
+  device.add("two.pattern", "# Two - 2\n");
+  std::string output(8192, '#');
+  EXPECT_EQ(getLayer7Filters(output.data()), 0);
+  EXPECT_THAT(std::string(output.c_str()),
+              testing::AnyOf("foo#Foo#bar baz;two#Two#2", "two#Two#2;foo#Foo#bar baz"));
+  EXPECT_STREQ(l7name, output.c_str());
+}
+
+TEST(Layer7Names, OddFirstLines) {
+  const struct {
+    const char *line;
+    const char *pair;
+  } kCases[] = {
+      {"# Foo-bar\n", "Foo#ar"},  // what follows the dash is taken for its blank
+      {"# A - b - c\n", "A#b - c"},
+      {"# A  - b\n", "A #b"},  // one blank goes
+      {"#A - b\n", "#b"},      // the first two characters go, whatever they are
+      {"# - b\n", "#b"},
+      {"- b\n", "#b"},
+      {"# A -\n", "A#"},
+      {"# A - \n", "A#"},
+      {"-\n", "#"},
+  };
+  for (const auto &expected : kCases) EXPECT_EQ(pairOf(expected.line), expected.pair);
+}
+
+TEST(Layer7Names, WhatCannotBeSplitIsNotAvailable) {
+  const std::string long_name(505, 'n'), long_intro(2000, 'i');
+  const struct {
+    std::string line;
+    const char *printed;
+  } kCases[] = {
+      {"", "warning: can't read foo%s.pat intro.\n"},
+      {"# no dash\n", "warning: can't find foo%s.pat name.\n"},
+      {"# " + long_name + "xxxx - late", "warning: can't find foo%s.pat name.\n"},
+      {"# Foo - no newline", "warning: can't find foo%s.pat intro.\n"},
+      {"# Foo - " + long_intro + "\n", "warning: can't find foo%s.pat intro.\n"},
+  };
+  for (const auto &expected : kCases) {
+    Patterns device;
+    device.add("foo%s.pat", expected.line);
+    LoadLayer7FilterName();
+    EXPECT_STREQ(l7name, "foo%s#N/A#N/A");
+    EXPECT_EQ(device.printed(), expected.printed);
+  }
+  Patterns device;
+  device.add("foo.pat", "# Foo - bar\n").refuse("/etc_ro/l7-protocols/foo.pat");
+  EXPECT_EQ(getNameIntroFromPat("foo.pat"), nullptr);
+  EXPECT_EQ(getNameIntroFromPat(std::string(5000, 'x').c_str()), nullptr);
+  LoadLayer7FilterName();
+  EXPECT_STREQ(l7name, "foo#N/A#N/A");
+}
+
+TEST(Layer7Names, MorePatternsThanFitAreCut) {
+  Patterns device;
+  for (int i = 0; i < 40; i++) {
+    device.add(std::to_string(i) + ".pat", "# Name - " + std::string(480, 'd') + "\n");
+  }
+  std::string output(8192, '#');
+  getLayer7Filters(output.data());
+  EXPECT_EQ(strlen(output.c_str()), 8191u);
+  EXPECT_STREQ(l7name, output.c_str());
+}
+
+TEST(Layer7Names, WithoutTheDirectoryThereAreNone) {
+  Patterns before;
+  before.add("foo.pat", "# Foo - bar\n");
+  LoadLayer7FilterName();
+  sim::Device device;
+  char output[8192] = "old";
+  EXPECT_EQ(getLayer7Filters(output), 0);
+  EXPECT_STREQ(output, "");
+  EXPECT_STREQ(l7name, "");
+}

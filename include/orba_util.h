@@ -502,6 +502,51 @@ int getLayer7Filters(char *output);
 
 /* ==== wireless: channels, survey, radio =============================================== */
 
+/* Channels offered by the web pages: option elements for the configured region,
+ * appended to the text in `out`, which must hold at least 2,048 bytes in all and
+ * begin empty. Each is "<option value=C >..." or "<option value=C selected>..."
+ * for the channel that the setting Channel names, without anything between them;
+ * an unknown region offers nothing. The 5 GHz list reads CountryRegionABand, the
+ * other two CountryRegion; its value "4" puts one option, for channel 14, with a
+ * newline behind it in place of whatever `out` held. */
+int getWlan11aChannels(char *out, int argc, char **argv);
+int getWlan11bChannels(char *out, int argc, char **argv);
+int getWlan11gChannels(char *out, int argc, char **argv);
+
+/* The channel a page should show, to `out` (32 bytes): "0" when the setting
+ * AutoChannelSelect is "1"; otherwise the setting Channel as stored, cut to 31
+ * characters. "9" when either setting is missing. */
+int getWlanChannel(char *out, int argc, char **argv);
+
+/* What this build of the firmware has, to `out` (2 bytes): the repeater page,
+ * the mesh page and three antennas ("0" each), the number of networks the radio
+ * can announce ("8"), several networks at all ("1"), sixteen of them ("0"). */
+int getWlanApcliBuilt(char *out, int argc, char **argv);
+int getMeshBuilt(char *out, int argc, char **argv);
+int is3t3r(char *out, int argc, char **argv);
+int getMaxBssidNum(char *out, int argc, char **argv);
+int getMBSSIDBuilt(char *out, int argc, char **argv);
+int get16MBSSIDBuilt(char *out, int argc, char **argv);
+
+/* Channel numbers and their centre frequencies in kHz, 2.4 GHz first; to be
+ * searched from the front up to G_nChanFreqCount entries. */
+struct ChannelFrequency {
+  uint32_t channel;
+  uint32_t kilohertz;
+};
+extern const struct ChannelFrequency ChannelFreqTable[53];
+extern const int G_nChanFreqCount;
+
+/* Queries, or sets, one value of the 2.4 GHz driver. `oid` is the value's 16-bit
+ * number, `socket` an open datagram socket, `ifname` an interface such as "ra0"
+ * (at most 15 characters count); `buffer` and its `length` in bytes (0 to
+ * 65,535) take the answer or hold what is to be set, in the driver's own layout.
+ * Return the ioctl's result: 0, or negative with errno. The third is the first
+ * under the name that access-point code uses. */
+int OidQueryInformation(int oid, int socket, const char *ifname, void *buffer, int length);
+int OidSetInformation(int oid, int socket, const char *ifname, void *buffer, int length);
+int ApOidQueryInformation(int oid, int socket, const char *ifname, void *buffer, int length);
+
 /* ==== wireless: Wi-Fi Protected Setup ================================================= */
 
 /* ==== wireless: schedule ============================================================== */

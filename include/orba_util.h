@@ -547,6 +547,39 @@ int OidQueryInformation(int oid, int socket, const char *ifname, void *buffer, i
 int OidSetInformation(int oid, int socket, const char *ifname, void *buffer, int length);
 int ApOidQueryInformation(int oid, int socket, const char *ifname, void *buffer, int length);
 
+/* The channel that the radio is on, on ra0; 0 when the driver does not tell. */
+int getOperatingChannel(void);
+
+/* The same in decimal, to `out` (12 bytes). Returns 1. */
+int getWlanOperatingChannel(char *out);
+
+/* The MAC address, as "00:1A:2B:3C:4D:5E" to `out` (18 bytes): of ra0, of "ra"
+ * and argv[0], of the interface argv[0]. Return 1, or 0 with the empty text when
+ * there is no such interface. */
+int getWlanCurrentMac(char *out);
+int getWlanMac(char *out, int argc, char **argv);
+int getWiFiMac(char *out, int argc, char **argv);
+
+/* A signal strength in dBm as quality in percent: 100 from -50 up, 0 below -90. */
+unsigned int ConvertRssiToSignalQuality(int rssi);
+
+/* Escapes `text` in place, so that it can stand in HTML and in a JavaScript
+ * string: quotes, '&', '<', '>', '/', ';', backslashes and control characters
+ * become character references of up to six characters. The buffer holds 193
+ * bytes, enough for a text of 32; of a longer one what would not fit is left
+ * out. Returns `text`. */
+char *ConverterStringToDisplay(char *text);
+
+/* Has ra0 look for networks and prints what it found as the answer to a web
+ * request: a header line and a JavaScript array of objects with the texts ssid,
+ * bssid, rssi (percent), channel, encryption, auth and network_type. A network on
+ * a frequency outside ChannelFreqTable, or a damaged record, ends the list; the
+ * comma in front of it stays. Takes 4 to 8 seconds, and one more for each time
+ * that the driver is not ready. Returns 0, with nothing printed when no network
+ * was found; -1 with nothing printed and a trace on the console when the driver
+ * fails. */
+int printStaBssidList(void);
+
 /* ==== wireless: Wi-Fi Protected Setup ================================================= */
 
 /* ==== wireless: schedule ============================================================== */

@@ -16,7 +16,7 @@ struct Range {
   int last;
 };
 
-// What a regulatory region allows; unused ranges are empty.
+// What a regulatory region allows; unused ranges are zero.
 struct Region {
   const char *code;
   Range ranges[4];
@@ -82,7 +82,7 @@ void offerChannel2_4(char *list, int channel) {
 }
 
 // Unlike the others this line takes the place of what the list held and ends in
-// a newline; the pages of that region are written for it.
+// a newline, on purpose: in this region there is nothing to choose.
 void offerChannel14(char *list) {
   sprintf(list, "<option value=14 %s>Channel 14</option>\n", markOf(14));
 }

@@ -83,7 +83,7 @@ bool initialLength(int driver, int &length) {
 }
 
 // errno is looked at before the result, on purpose: an EAGAIN left over from an
-// earlier call costs a second of sleep, and the driver is content with that.
+// earlier call costs a second of sleep even when the driver did answer.
 bool fetch(int driver, int length, SurveyList &list) {
   constexpr int kAttempts = 26;
   constexpr int kEnlargements = 21;

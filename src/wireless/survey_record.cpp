@@ -29,8 +29,7 @@ constexpr size_t kShortestElements = 13;
 
 constexpr char kUnprintable[] = "&nbsp;";
 
-// The last byte is not looked at, which some access points leave as a
-// terminator.
+// The last byte is not looked at: a name may end in a terminator of its own.
 bool isPrintable(ByteView ssid) {
   for (size_t i = 0; i + 1 < ssid.size(); i++) {
     if (ssid.u8(i) < 0x20 || ssid.u8(i) > 0x7E) return false;
@@ -86,8 +85,7 @@ void appendToList(bool listed, const char *name, TextBuffer &list) {
 
 void describeAuthentication(const Security &security, TextBuffer &shown) {
   if (security.cckm) shown.assign("CCKM");
-  // Takes the place of CCKM on purpose: a client that can do the one joins by
-  // the other.
+  // Takes the place of CCKM on purpose: the page tells them apart no further.
   if (security.wpa.enterprise) shown.assign("WPA");
   appendToList(security.wpa.psk, "WPA-PSK", shown);
   appendToList(security.wpa.none, "WPA-NONE", shown);

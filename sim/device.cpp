@@ -197,7 +197,10 @@ std::optional<int> Device::openDevice(const std::string &path) {
 }
 
 int Device::request(int fd, unsigned long number, void *argument) {
-  (void)fd;
+  if (fd < 0) {
+    errno = EBADF;
+    return -1;
+  }
   if (std::optional<int> result = interfaces_.request(number, argument)) return *result;
   for (auto &[type, part] : parts_) {
     if (std::optional<int> result = part->request(number, argument)) return *result;

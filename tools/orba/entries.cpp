@@ -1,10 +1,26 @@
 // Every entry point that the tool can call, a line each. The words of a command
 // line are read as the function's type asks for; ">" marks an output buffer and
 // "=" a text that is changed in place.
+#include <cstdio>
+
 #include "orba_util.h"
 #include "tools/orba/entry.h"
 
 namespace orba::tool {
+
+namespace {
+
+// A number of the driver, as text. The simulated driver answers on
+// any descriptor.
+int queryNumber(int (*query)(int, int, const char *, void *, int), int oid, const char *ifname,
+                char *out) {
+  uint32_t number = 0;
+  int result = query(oid, 0, ifname, &number, sizeof number);
+  sprintf(out, "%u", number);
+  return result;
+}
+
+}  // namespace
 
 const std::vector<Entry> &entries() {
   // clang-format off
@@ -79,6 +95,27 @@ const std::vector<Entry> &entries() {
       entry("firewall", "getNameIntroFromPat", getNameIntroFromPat, "file", "name and description of a layer-7 pattern"),
       entry("firewall", "getLayer7Filters", getLayer7Filters, ">filters", "the layer-7 protocols"),
       // ---- wireless ----
+      entry("wireless", "getWlan11aChannels", getWlan11aChannels, ">options", "5 GHz channels of the region"),
+      entry("wireless", "getWlan11bChannels", getWlan11bChannels, ">options", "2.4 GHz channels of the region, 802.11b"),
+      entry("wireless", "getWlan11gChannels", getWlan11gChannels, ">options", "2.4 GHz channels of the region"),
+      entry("wireless", "getWlanChannel", getWlanChannel, ">channel", "the channel to show"),
+      entry("wireless", "getWlanApcliBuilt", getWlanApcliBuilt, ">built", "whether the repeater page is built in"),
+      entry("wireless", "getMeshBuilt", getMeshBuilt, ">built", "whether the mesh page is built in"),
+      entry("wireless", "is3t3r", is3t3r, ">built", "whether there are three antennas"),
+      entry("wireless", "getMaxBssidNum", getMaxBssidNum, ">count", "number of networks the radio can announce"),
+      entry("wireless", "getMBSSIDBuilt", getMBSSIDBuilt, ">built", "whether it can announce several networks"),
+      entry("wireless", "get16MBSSIDBuilt", get16MBSSIDBuilt, ">built", "whether it can announce sixteen"),
+      entry("wireless", "OidQueryInformation", +[](int oid, const char *ifname, char *out) { return queryNumber(OidQueryInformation, oid, ifname, out); }, "oid ifname >value", "query a number of the 2.4 GHz driver"),
+      entry("wireless", "OidSetInformation", +[](int oid, const char *ifname, int value) { return OidSetInformation(oid, 0, ifname, &value, sizeof value); }, "oid ifname value", "set a number of the 2.4 GHz driver"),
+      entry("wireless", "ApOidQueryInformation", +[](int oid, const char *ifname, char *out) { return queryNumber(ApOidQueryInformation, oid, ifname, out); }, "oid ifname >value", "query a number of the 2.4 GHz driver"),
+      entry("wireless", "getOperatingChannel", getOperatingChannel, "", "the channel that the radio is on"),
+      entry("wireless", "getWlanOperatingChannel", getWlanOperatingChannel, ">channel", "the channel that the radio is on"),
+      entry("wireless", "getWlanCurrentMac", getWlanCurrentMac, ">mac", "the radio's MAC address"),
+      entry("wireless", "getWlanMac", getWlanMac, ">mac n", "MAC address of ra and a number"),
+      entry("wireless", "getWiFiMac", getWiFiMac, ">mac ifname", "MAC address of a radio interface"),
+      entry("wireless", "ConvertRssiToSignalQuality", ConvertRssiToSignalQuality, "rssi", "signal quality in percent from dBm"),
+      entry("wireless", "ConverterStringToDisplay", ConverterStringToDisplay, "=text", "escape a text for a page"),
+      entry("wireless", "printStaBssidList", printStaBssidList, "", "survey the site"),
       // ---- session ----
       // ---- status ----
       // ---- switch ----

@@ -50,6 +50,8 @@ struct IntoFile {
     append = arrow > line && arrow[-1] == '>';
     producer.append(line, static_cast<size_t>(arrow - line) - (append ? 1 : 0));
   }
+
+  bool echoed() const { return !append && strncmp(producer.text(), "echo ", 5) == 0; }
 };
 
 off_t sizeOf(const char *path) {
@@ -73,9 +75,12 @@ void runIntoFileWith(const char *redirection, const char *format, va_list argume
   Text<kCommandSize> line;
   line.formatList(format, arguments);
   IntoFile parts(line.text());
-  // Emptied first, so that what stands in it afterwards is the command's own.
-  if (!parts.append) Descriptor(open(parts.path.text(), O_WRONLY | O_TRUNC));
-  off_t before = sizeOf(parts.path.text());
+  // A file that an echo makes is emptied first, so that what stands in it
+  // afterwards is the echo's. One that another program fills is left to the shell,
+  // which empties it: what stands there afterwards, whoever wrote it, is not
+  // fetched again.
+  if (parts.echoed()) Descriptor(open(parts.path.text(), O_WRONLY | O_TRUNC));
+  off_t before = parts.append ? sizeOf(parts.path.text()) : 0;
 
   line.append(redirection);
   if (!line.fits() || !parts.path.fits()) {

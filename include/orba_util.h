@@ -669,6 +669,28 @@ extern const char *const paramlistRtdev[][2];
  * other mode, which does nothing. */
 int backupRecoverSettings(int mode);
 
+/* LEDs on GPIO lines, through /dev/gpio. Times are in ticks of the GPIO driver,
+ * and 4000 stands for "without end". All return 0, or -1 for a number out of
+ * range, with nothing sent, and for a device that cannot be opened or refuses,
+ * with the system's error on standard error. */
+
+/* Has the LED on line `gpio` (0 to 51) be on for `on` and off for `off` ticks,
+ * `blinks` times; then rest `rests` ticks; all of it `repeats` times. Each is 0
+ * to 4000. */
+int gpioLedSet(unsigned int gpio, unsigned int on, unsigned int off, unsigned int blinks,
+               unsigned int rests, unsigned int repeats);
+
+/* Turns the LED on line `gpio` (0 to 72) on for good, or off when `on` is 0. */
+int ledAlways(unsigned int gpio, int on);
+
+/* Shows a WPS state on line `gpio` (0 to 51): 2 blinks fast, 7 lights it, 1 and
+ * 3 to 6 darken it; any other state sends nothing and returns 0. States 5 to 7
+ * return 0 even when they fail. */
+int ledWps(unsigned int gpio, int state);
+
+/* Turns the WPS LEDs on lines 9 and 10 off. Returns the second one's result. */
+int setLedOff(void);
+
 /* ==== crypto ========================================================================== */
 
 /* A running SHA-1 hash (FIPS 180-1). The caller owns it; it needs no release. */

@@ -582,6 +582,120 @@ int printStaBssidList(void);
 
 /* ==== wireless: Wi-Fi Protected Setup ================================================= */
 
+/* Restarting the 2.4 GHz radio. After a change of the wireless settings:
+ * updateFlash8021x(1), "wlan.sh", restart8021XDaemon(1) and WPSRestart(), whose
+ * result it returns. */
+int WlanRestart(void);
+
+/* At boot: WPSRestart(), then sleeps 3 seconds. Returns sleep's result. */
+int wlan_init(void);
+
+/* Restarts the 802.1X authenticator rt2860apd when one of the first BssidNum
+ * records of AuthMode is "WPA", "WPA2" or "WPA1WPA2", or one of IEEE8021X is "1";
+ * otherwise only stops it. Does nothing when BssidNum is missing or `space` is
+ * not 1. */
+void restart8021XDaemon(int space);
+
+/* Brings "ra0" down, directly, when the first record of WlanEnabled is "0", and
+ * up otherwise. Returns 0. */
+int InitWireless_ra0(void);
+
+/* Joins the 2.4 GHz interfaces to the bridges br0 and br1 as WirelessOPMode
+ * ("1" access point, "2" client, "3" repeater) and OperatingBandAP,
+ * OperatingBandCli or OperatingBandRepeater ask. All commands run directly.
+ * Returns 0. */
+int wlanModeChange2_4_init(void);
+
+/* Wi-Fi Protected Setup (WPS). Its flags and counters are one set for the
+ * process, and so is the interval timer that drives the monitors. */
+
+/* Set the flag "this access point is configured" (0 or 1) and the flag "an
+ * enrollee run is in progress" (0 or 1). */
+void setVarWscConfigured(int value);
+void setVarIsEnrollee(int value);
+
+/* Stop the interval timer and forget how far the access point's monitor, or the
+ * client's, had come. */
+void resetTimerAll(void);
+void resetTimerAllApCli(void);
+
+/* The access point's PIN as the driver of `ifname` ("ra0") has it; 0 and a trace
+ * on the console when it does not answer. */
+unsigned int getAPPIN(const char *ifname);
+
+/* The driver's WPS status: 1 idle, 2 failed, 3 started, 34 configured, 265 two
+ * push buttons at once. 0 and a trace on the console when it does not answer. */
+int getWscStatus(const char *ifname);
+
+/* Fills the `length` bytes at `record` (105 for a whole one, at any alignment)
+ * with the WPS configuration in use. Little-endian, by byte offset: 0 state
+ * (16 bits; 2 configured by WPS, 3 not known), 2 SSID (text, 33 bytes), 35
+ * authentication bits (16 bits), 37 encryption bits (16 bits), 39 default key
+ * index (8 bits), 40 key (text, 65 bytes). Returns 0; when the driver does not
+ * answer or `length` has no room for the request (16 bytes), -1 with state 3,
+ * SSID "N/A" and all else 0, as far as `length` reaches. */
+int getCurrentWscProfile(const char *ifname, void *record, int length);
+
+/* Fills `record` (936 bytes, at any alignment) with the credentials received by
+ * WPS. Little-endian, by byte offset: 0 their number, 4 the one applied, and of
+ * the first: 8 SSID length (each 32 bits), 12 SSID (32 bytes), 44 authentication
+ * type, 46 encryption type (each 16 bits), 48 key (64 bytes), 112 key length (16
+ * bits), 120 WEP key index (8 bits). Returns 0, or -1 after printing
+ * "ioctl error, getWscProfile:" and the reason. */
+int getWscProfile(const char *ifname, void *record);
+
+/* Append to the text in `out` the names of the bits set in the authentication
+ * or encryption field of a current-profile `record` (its first 39 bytes are
+ * read), one after the other without a separator: at most 32 and 14 characters.
+ * "N/A" for a field of 0. Return `out`. */
+char *getWPSAuthMode(const void *record, char *out);
+char *getWPSEncrypType(const void *record, char *out);
+
+/* Restarts WPS on the access point: stops it, and starts the daemon wscd again
+ * when RadioOff is not "1", OperationMode is "0" or "1" and WscModeOption is
+ * greater than "0" as text. Reads WscConfigured. Without a LAN address it leaves a
+ * trace on the console and WPS stopped. Returns 0. */
+int WPSRestart(void);
+
+/* The push button of the access point: starts a run and its monitor. With
+ * WscModeOption "0" it prints that WPS is disabled and does nothing else. Reads
+ * WscConfigured and WirelessMode. */
+void WPSAPPBCStartAll(void);
+
+/* The push button of the client: has "apcli0" join another network, directly,
+ * and starts the client's monitor. */
+void WPSAPCliPBCStart(void);
+
+/* Starts the monitor for a run that was begun elsewhere, such as by PIN. Reads
+ * WscConfigured. */
+void WPSAPStart(void);
+
+/* Starts the monitor for an enrollee run. Reads WscConfigured. Timer handlers
+ * and triggers do not look at the signal number. */
+void WPSSingleTriggerHandler(int signal_number);
+
+/* The monitors: each call is one tick of 100 ms. They run as SIGALRM handlers,
+ * follow the driver's status to the end of the run or to 120 seconds, then
+ * store the received credentials in the settings and reload the radio. */
+void WPSAPTimerHandler(int signal_number);
+void WPSAPCliTimerHandler(int signal_number);
+
+/* The result of the last run in /var/wscResult, for all processes: 1 success, 0
+ * none, -1 failure; any other number there is read as 0. Reading creates a
+ * missing file with 0. When it cannot be created, both say so on standard error
+ * and end the process with status 1. */
+void setWscResult(int value);
+int getWscResult(void);
+
+/* The number in /tmp/wpsStatus, or /tmp/wpsStatus5G; -1 and a line on standard
+ * error when the file cannot be opened, 0 when it does not begin with a number. */
+int getWscResultOrba(void);
+int getWscResultGUIOrba(void);
+
+/* Sets the status files at the end of a run: /tmp/wpsStatus from 1 to "2" and
+ * from 2, or missing, to "999"; /tmp/wpsStatus24 always to "999". */
+void updateWpsStatusFlag(void);
+
 /* ==== wireless: schedule ============================================================== */
 
 /* ==== session ========================================================================= */

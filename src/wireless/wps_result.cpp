@@ -1,0 +1,98 @@
+// The result of the last WPS run in /var/wscResult, which the web server and the
+// WPS daemon share under an exclusive lock.
+#include <sys/file.h>
+
+#include <cctype>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+
+#include "core/file.h"
+#include "core/text.h"
+#include "orba_util.h"
+
+namespace orba {
+
+namespace {
+
+constexpr char kResultFile[] = "/var/wscResult";
+
+// Enough for "-1", the longest number that is stored.
+constexpr size_t kDigits = 2;
+
+// Holds an exclusive lock. The monitors' signal waits meanwhile: a handler that
+// wanted the lock which the code under it holds would wait for ever.
+class Lock {
+ public:
+  explicit Lock(const Descriptor &file) : file_(file) {
+    sigset_t alarm;
+    sigemptyset(&alarm);
+    sigaddset(&alarm, SIGALRM);
+    sigprocmask(SIG_BLOCK, &alarm, &before_);
+    flock(file_.get(), LOCK_EX);
+  }
+  Lock(const Lock &) = delete;
+  Lock &operator=(const Lock &) = delete;
+  ~Lock() {
+    flock(file_.get(), LOCK_UN);
+    sigprocmask(SIG_SETMASK, &before_, nullptr);
+  }
+
+ private:
+  const Descriptor &file_;
+  sigset_t before_;
+};
+
+// False when there is no file. What does not fit is left out.
+bool readResult(char *text, size_t size) {
+  Descriptor file(open(kResultFile, O_RDONLY));
+  if (!file) return false;
+  Lock lock(file);
+  ssize_t length = read(file.get(), text, size - 1);
+  text[length > 0 ? length : 0] = '\0';
+  return true;
+}
+
+// The WPS daemon cannot work without the file: the process ends when it cannot
+// be made.
+void writeResult(int value, const char *complaint) {
+  Descriptor file(open(kResultFile, O_WRONLY | O_CREAT, 0666));
+  if (!file) {
+    fprintf(stderr, "%s", complaint);
+    exit(1);
+  }
+  Text<16> text;
+  text.format("%d", value);
+  Lock lock(file);
+  // Emptied only now, so that nobody reads a file without a number.
+  if (ftruncate(file.get(), 0) == 0) (void)!write(file.get(), text.text(), text.length());
+}
+
+// The number that the first two characters apart from blanks make.
+int solidNumber(const char *text) {
+  char solid[kDigits + 1] = "";
+  for (size_t kept = 0; *text != '\0' && kept < kDigits; text++) {
+    if (!isspace(static_cast<unsigned char>(*text))) solid[kept++] = *text;
+  }
+  return toNumber(solid);
+}
+
+}  // namespace
+
+}  // namespace orba
+
+void setWscResult(int value) {
+  char stored[orba::kDigits + 1];
+  if (orba::readResult(stored, sizeof stored) && orba::toNumber(stored) == value) return;
+  orba::writeResult(value, "Can't open file wscResult \n");
+}
+
+int getWscResult(void) {
+  char stored[32];
+  if (!orba::readResult(stored, sizeof stored)) {
+    orba::writeResult(0, "Can't write file wscResult \n");
+    return 0;
+  }
+  int result = orba::solidNumber(stored);
+  return result == 1 || result == -1 ? result : 0;
+}

@@ -1,0 +1,221 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "tests/wireless/wps_device.h"
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::ElementsAreArray;
+using ::testing::IsEmpty;
+
+// ---- starting and restarting ----
+
+const std::vector<std::string> kStopped = {
+    "rm -rf /var/run/wscd.pid.ra0",
+    kWpsLedDark,
+    "iwpriv ra0 set WscConfMode=0",
+};
+
+std::vector<std::string> operator+(std::vector<std::string> a, const std::vector<std::string> &b) {
+  a.insert(a.end(), b.begin(), b.end());
+  return a;
+}
+
+TEST(WpsRestart, StartsTheDaemonWhereWpsIsOn) {
+  struct {
+    sim::Settings settings;
+    std::vector<std::string> behind_stopping;
+  } cases[] = {
+      {{{"OperationMode", "1"}, {"WscModeOption", "7"}, {"WscConfigured", "1"}},
+       {"iwpriv ra0 set WscConfMode=7", "route add -host 239.255.255.250 dev br0",
+        "wscd -m 1 -a 192.168.1.1 -i ra0 -D", kWpsLedDark, "timer stopped"}},
+      {{{"OperationMode", "0"}, {"WscModeOption", "1"}, {"WscConfigured", "0"}},
+       {"iwpriv ra0 set WscConfMode=7", "iwpriv ra0 set WscConfStatus=1",
+        "route add -host 239.255.255.250 dev br0", "wscd -m 1 -a 192.168.1.1 -i ra0 -D",
+        kWpsLedDark, "timer stopped"}},
+      // Without WscConfigured the driver is told nothing. Compared as text, any
+      // word comes behind "0", and so does "00".
+      {{{"OperationMode", "1"}, {"WscModeOption", "00"}},
+       {"iwpriv ra0 set WscConfMode=7", "route add -host 239.255.255.250 dev br0",
+        "wscd -m 1 -a 192.168.1.1 -i ra0 -D", kWpsLedDark, "timer stopped"}},
+      {{{"OperationMode", "1"}, {"WscModeOption", "0"}},
+       {"route delete 239.255.255.250 1>/dev/null 2>&1", "timer stopped"}},
+      {{{"OperationMode", "1"}, {"WscModeOption", "-1"}},
+       {"route delete 239.255.255.250 1>/dev/null 2>&1", "timer stopped"}},
+      {{{"OperationMode", "1"}},
+       {"route delete 239.255.255.250 1>/dev/null 2>&1", "timer stopped"}},
+      // No timer is touched where WPS does not run.
+      {{{"OperationMode", "2"}, {"WscModeOption", "7"}}, {}},
+      {{{"OperationMode", "3"}, {"WscModeOption", "7"}}, {}},
+      {{{"WscModeOption", "7"}}, {}},
+      {{{"OperationMode", "1"}, {"WscModeOption", "7"}, {"RadioOff", "1"}}, {}},
+  };
+  for (const auto &c : cases) {
+    WpsDevice device;
+    device.settings(c.settings);
+    EXPECT_EQ(WPSRestart(), 0);
+    EXPECT_THAT(device.story(), ElementsAreArray(kStopped + c.behind_stopping));
+  }
+}
+
+TEST(WpsRestart, WithoutALanAddressTheMonitorGoesOn) {
+  WpsDevice device;
+  device.interface("br0").address("");
+  device.settings({{"OperationMode", "1"}, {"WscModeOption", "7"}});
+  WPSAPStart();
+  device.forget();
+  WPSRestart();
+  EXPECT_THAT(device.story(),
+              ElementsAreArray(kStopped + std::vector<std::string>{
+                                              "console: WPSRestart error, can't get lan ip.\n"}));
+  EXPECT_TRUE(device.clock().armed());
+}
+
+TEST(WpsPushButton, StartsARunAndItsMonitor) {
+  const std::vector<std::string> first = {
+      "iwpriv ra0 set WscConfMode=7", "iwpriv ra0 set WscMode=2", "iwpriv ra0 set WscGetConf=1"};
+  const std::vector<std::string> second = {"iwpriv rai0 set WscMode=2",
+                                           "iwpriv rai0 set WscGetConf=1"};
+  const std::vector<std::string> timer = {"timer stopped", "timer every 100 ms"};
+  struct {
+    sim::Settings settings;
+    std::vector<std::string> story;
+  } cases[] = {
+      {{{"WscModeOption", "7"}, {"WirelessMode", "9"}}, first + timer},
+      {{{"WscModeOption", "7"}, {"WirelessMode", "2"}}, first + second + timer},
+      {{{"WirelessMode", "8"}}, first + second + timer},
+      {{{"WirelessMode", "11"}}, first + second + timer},
+      {{}, first + timer},
+      {{{"WscModeOption", "0"}, {"WirelessMode", "11"}},
+       {"printed: The PBC button is pressed but WPS is disabled now.\n"}},
+  };
+  for (const auto &c : cases) {
+    WpsDevice device;
+    device.settings(c.settings);
+    WPSAPPBCStartAll();
+    EXPECT_THAT(device.story(), ElementsAreArray(c.story));
+  }
+}
+
+TEST(WpsPushButton, OfTheClientKeepsItsOutput) {
+  WpsDevice device;
+  WPSAPCliPBCStart();
+  EXPECT_THAT(device.shellLines(),
+              ElementsAre("iwpriv apcli0 set ApCliEnable=0", "iwpriv apcli0 set ApCliBssid=\"\"",
+                          "iwpriv apcli0 set WscConfMode=1", "iwpriv apcli0 set WscMode=2",
+                          "iwpriv apcli0 set ApCliEnable=1", "iwpriv apcli0 set WscGetConf=1"));
+  std::vector<std::string> story = device.story();
+  EXPECT_THAT(
+      std::vector<std::string>(story.begin() + 6, story.end()),
+      ElementsAre("timer stopped", kWpsLedBlinks, kFailureOff, kSuccessOff, "timer every 100 ms"));
+  EXPECT_EQ(device.clock().installed(), WPSAPCliTimerHandler);
+}
+
+// One interval timer serves both monitors: the one started last has it.
+TEST(WpsPushButton, StartingOneMonitorReplacesTheOther) {
+  WpsDevice device;
+  device.session.status("ra0", {{0, 1}}).status("apcli0", {{0, 1}});
+  WPSAPCliPBCStart();
+  WPSAPStart();
+  device.forget();
+  device.ticks(2);
+  EXPECT_THAT(device.commands(),
+              ElementsAre("echo 0 > /tmp/wpsStatus24", "echo 0 > /tmp/wpsStatus24"));
+  WPSAPCliPBCStart();
+  device.forget();
+  device.ticks(2);
+  EXPECT_THAT(device.story(), IsEmpty());
+}
+
+// ---- asking the driver ----
+
+TEST(WpsQuery, PinAndStatusComeFromTheInterfaceAskedFor) {
+  WpsDevice device;
+  device.session.pin(4294967295u).status("ra0", {{3, 1}}).status("apcli0", {{265, 1}});
+  EXPECT_EQ(getAPPIN("ra0"), 4294967295u);
+  EXPECT_EQ(getWscStatus("ra0"), 3);
+  EXPECT_EQ(getWscStatus("apcli0"), 265);
+  EXPECT_EQ(device.console(), "");
+
+  EXPECT_EQ(getAPPIN("a-name-far-beyond-sixteen-bytes"), 0u);
+  EXPECT_EQ(getWscStatus("rai0"), 0);
+  device.withoutSockets();
+  EXPECT_EQ(getWscStatus("ra0"), 0);
+  EXPECT_EQ(device.console(),
+            "ioctl: RT_OID_WSC_PIN_CODE is failed\nioctl: RT_OID_WSC_QUERY_STATUS is failed\n"
+            "ioctl: RT_OID_WSC_QUERY_STATUS is failed\n");
+}
+
+TEST(WpsQuery, TheCurrentProfileNeverLeavesItsRecord) {
+  WpsDevice device;
+  device.session.current({.state = 2,
+                          .ssid = "home",
+                          .authentication = 0x22,
+                          .encryption = 0x0C,
+                          .key_index = 3,
+                          .key = std::string(64, 'k')});
+  // At an odd address, and watched on both sides.
+  std::string space(120, '#');
+  char *record = space.data() + 1;
+  EXPECT_EQ(getCurrentWscProfile("ra0", record, 105), 0);
+  EXPECT_EQ(space[0] + std::string(space, 106), "#" + std::string(14, '#'));
+  EXPECT_EQ(std::string(record, 7), std::string("\x02\0home\0", 7));
+  EXPECT_EQ(std::string(record + 35, 6), std::string("\x22\0\x0C\0\x03k", 6));
+  char names[33] = "";
+  EXPECT_STREQ(getWPSAuthMode(record, names), "WPA-PSKWPA2-PSK");
+
+  // Each shorter record, down to the one that cannot hold the request.
+  for (int length = 104; length >= -1; length--) {
+    std::string kept(120, '#');
+    int expected = length >= 16 ? 0 : -1;
+    EXPECT_EQ(getCurrentWscProfile("ra0", kept.data(), length), expected) << length;
+    size_t used = length > 0 ? static_cast<size_t>(length) : 0;
+    EXPECT_EQ(kept.substr(used), std::string(120 - used, '#')) << length;
+  }
+}
+
+TEST(WpsQuery, WithoutADriverTheCurrentProfileIsNotKnown) {
+  WpsDevice device;
+  std::string record(106, '#');
+  EXPECT_EQ(getCurrentWscProfile("ra0", record.data(), 105), -1);
+  EXPECT_EQ(record, std::string("\x03\0N/A", 5) + std::string(100, '\0') + "#");
+  std::string tiny(8, '#');
+  EXPECT_EQ(getCurrentWscProfile("ra0", tiny.data(), 4), -1);
+  EXPECT_EQ(tiny, std::string("\x03\0N/", 4) + "####");
+}
+
+TEST(WpsQuery, TheReceivedProfileIsTakenWhole) {
+  WpsDevice device;
+  std::string record(938, '#');
+  EXPECT_EQ(getWscProfile("ra0", record.data() + 1), -1);
+  EXPECT_EQ(device.printed(), "ioctl error, getWscProfile:Operation not supported\n");
+  device.session.credential({.ssid = "home", .key = "secret"});
+  EXPECT_EQ(getWscProfile("ra0", record.data() + 1), 0);
+  EXPECT_EQ(record.substr(9, 8), std::string("\x04\0\0\0home", 8));
+  EXPECT_EQ(record.front(), '#');
+  EXPECT_EQ(record.back(), '#');
+}
+
+// No separator stands between the names.
+TEST(WpsQuery, NamesOfBitsFollowEachOther) {
+  auto names = [](char *(*get)(const void *, char *), int authentication, int encryption) {
+    unsigned char record[39] = {};
+    record[35] = static_cast<unsigned char>(authentication);
+    record[37] = static_cast<unsigned char>(encryption);
+    char out[40] = ">";
+    EXPECT_EQ(get(record, out), out);
+    return std::string(out);
+  };
+  EXPECT_EQ(names(getWPSAuthMode, 0, 255), ">N/A");
+  EXPECT_EQ(names(getWPSAuthMode, 2 | 32, 0), ">WPA-PSKWPA2-PSK");
+  EXPECT_EQ(names(getWPSAuthMode, 255, 0), ">OpenWPA-PSKSharedWPAWPA2WPA2-PSK");
+  EXPECT_EQ(names(getWPSAuthMode, 64, 0), ">");
+  EXPECT_EQ(names(getWPSEncrypType, 255, 0), ">N/A");
+  EXPECT_EQ(names(getWPSEncrypType, 0, 4 | 8), ">TKIPAES");
+  EXPECT_EQ(names(getWPSEncrypType, 0, 15), ">NoneWEPTKIPAES");
+}
+
+}  // namespace

@@ -1,0 +1,76 @@
+// A router with its LEDs and its 2.4 GHz driver, for what WPS does to it.
+#ifndef ORBA_TESTS_WIRELESS_WPS_DEVICE_H
+#define ORBA_TESTS_WIRELESS_WPS_DEVICE_H
+
+#include <string>
+#include <vector>
+
+#include "orba_util.h"
+#include "sim/device.h"
+#include "sim/leds.h"
+#include "sim/radio.h"
+#include "sim/wps_session.h"
+
+constexpr char kWpsLedDark[] = "led 14: 0 4000 1 1 4000";
+constexpr char kWpsLedBlinks[] = "led 14: 2 1 4000 1 4000";
+// What the driver calls lit leaves these two dark, and the reverse.
+constexpr char kFailureOff[] = "led 9: 4000 0 1 1 4000";
+constexpr char kFailureOn[] = "led 9: 0 4000 1 0 4000";
+constexpr char kSuccessOff[] = "led 10: 4000 0 1 1 4000";
+constexpr char kSuccessOn[] = "led 10: 0 4000 1 1 4000";
+
+// The flags and counters are the process's, so each device starts them afresh.
+struct WpsDevice : sim::Device {
+  sim::Leds &leds = part<sim::Leds>();
+  sim::WpsSession &session = part<sim::WpsSession>();
+  sim::Radio &radio = part<sim::Radio>();
+
+  WpsDevice() {
+    setVarWscConfigured(0);
+    setVarIsEnrollee(0);
+    resetTimerAll();
+    resetTimerAllApCli();
+    interface("br0").address("192.168.1.1");
+    forget();
+  }
+
+  void ticks(int count) { advance(100LL * count); }
+
+  // Everything that was done and said, in order, files apart.
+  std::vector<std::string> story() const {
+    std::vector<std::string> lines;
+    for (const sim::Event &event : events()) {
+      const char *introduction = introductionOf(event.kind);
+      if (introduction == nullptr) continue;
+      lines.push_back(introduction + sim::withoutRunnerRedirection(event.text));
+    }
+    return lines;
+  }
+
+ private:
+  static const char *introductionOf(sim::Event::Kind kind) {
+    switch (kind) {
+      case sim::Event::kCommand:
+      case sim::Event::kRequest:
+        return "";
+      case sim::Event::kSet:
+        return "set ";
+      case sim::Event::kCommit:
+        return "commit ";
+      case sim::Event::kConsole:
+        return "console: ";
+      case sim::Event::kPrinted:
+        return "printed: ";
+      case sim::Event::kError:
+        return "error: ";
+      case sim::Event::kTimer:
+        return "timer ";
+      case sim::Event::kSleep:
+        return "sleep ";
+      default:
+        return nullptr;
+    }
+  }
+};
+
+#endif

@@ -1,0 +1,171 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <climits>
+#include <cstdio>
+
+#include "tests/wireless/wps_device.h"
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+constexpr char kResult[] = "/var/wscResult";
+
+TEST(WpsResult, IsStoredOverWhateverStoodThere) {
+  struct {
+    const char *old;
+    int value;
+    const char *stored;
+  } cases[] = {
+      {"0", 1, "1"},
+      {"1", -1, "-1"},
+      {"-1", 1, "1"},
+      {"-1", 0, "0"},
+      {"", 1, "1"},
+      {"", 0, ""},
+      {"junk", 0, "junk"},
+      {"123", 1, "1"},
+      {"\n", -1, "-1"},
+      // What is already there stays as it was written.
+      {"1\n", 1, "1\n"},
+      {"-1", -1, "-1"},
+      {"-123", -1, "-123"},
+  };
+  for (const auto &c : cases) {
+    WpsDevice device;
+    device.file(kResult, c.old);
+    setWscResult(c.value);
+    EXPECT_EQ(device.text(kResult), c.stored) << c.old << " then " << c.value;
+  }
+}
+
+TEST(WpsResult, MakesTheFileWhenItIsMissing) {
+  for (int value : {1, 0, -1}) {
+    WpsDevice device;
+    setWscResult(value);
+    EXPECT_EQ(device.text(kResult), std::to_string(value));
+    EXPECT_EQ(getWscResult(), value);
+  }
+  WpsDevice device;
+  EXPECT_EQ(getWscResult(), 0);
+  EXPECT_EQ(device.text(kResult), "0");
+}
+
+TEST(WpsResult, ReadsTheFirstTwoCharactersThatAreNotBlank) {
+  struct {
+    const char *stored;
+    int result;
+  } cases[] = {
+      {"1", 1},
+      {"1\n", 1},
+      {"0", 0},
+      {"-1", -1},
+      {" - 1 ", -1},
+      {"\n 1", 1},
+      {"-10", -1},
+      // Any other number counts as none.
+      {"2", 0},
+      {"12", 0},
+      {"1 1", 0},
+      {"-2", 0},
+      {"", 0},
+      {"junk", 0},
+      {"- -1", 0},
+  };
+  for (const auto &c : cases) {
+    WpsDevice device;
+    device.file(kResult, c.stored);
+    EXPECT_EQ(getWscResult(), c.result) << c.stored;
+    EXPECT_EQ(device.text(kResult), c.stored);
+  }
+}
+
+// Whoever reads under the lock finds a number, at any moment of another
+// process's writing.
+TEST(WpsResult, IsNeverSeenHalfWritten) {
+  WpsDevice device;
+  setWscResult(1);
+  std::string path = device.root().forReading(kResult);
+  pid_t writer = fork();
+  if (writer == 0) {
+    for (int i = 0; i < 5000; i++) setWscResult(i % 2 == 0 ? -1 : 1);
+    _exit(0);
+  }
+  int wrong = 0;
+  while (waitpid(writer, nullptr, WNOHANG) == 0) {
+    int fd = open(path.c_str(), O_RDONLY);
+    flock(fd, LOCK_EX);
+    char text[8] = "";
+    ssize_t length = read(fd, text, sizeof text - 1);
+    close(fd);
+    std::string found(text, static_cast<size_t>(length));
+    if (found != "1" && found != "-1") wrong++;
+  }
+  EXPECT_EQ(wrong, 0);
+}
+
+// The end of the process, seen from outside with what it said before.
+void reportAndLeave(int status) {
+  fputs(sim::Device::current()->errors().c_str(), stderr);
+  _exit(status);
+}
+
+TEST(WpsResultDeathTest, TheProcessEndsWhenTheFileCannotBeMade) {
+  WpsDevice device;
+  device.refuse(kResult).onExit(reportAndLeave);
+  EXPECT_EXIT(setWscResult(0), ::testing::ExitedWithCode(1), "^Can't open file wscResult \n$");
+  EXPECT_EXIT(getWscResult(), ::testing::ExitedWithCode(1), "^Can't write file wscResult \n$");
+}
+
+// ---- the status files ----
+
+TEST(WpsStatusFiles, AnswerTheirNumber) {
+  WpsDevice device;
+  EXPECT_EQ(getWscResultOrba(), -1);
+  EXPECT_EQ(getWscResultGUIOrba(), -1);
+  EXPECT_EQ(device.errors(), "Can't open file wpsStatus \nCan't open file wpsStatus5G \n");
+  device.forget();
+  device.file("/tmp/wpsStatus", "  34\n").file("/tmp/wpsStatus5G", "1 2");
+  EXPECT_EQ(getWscResultOrba(), 34);
+  EXPECT_EQ(getWscResultGUIOrba(), 1);
+  device.file("/tmp/wpsStatus", "").file("/tmp/wpsStatus5G", std::string(500, '9'));
+  EXPECT_EQ(getWscResultOrba(), 0);
+  EXPECT_EQ(getWscResultGUIOrba(), INT_MAX);
+  EXPECT_THAT(device.events(), IsEmpty());
+}
+
+TEST(WpsStatusFiles, EndASessionInTwoSteps) {
+  WpsDevice device;
+  device.file("/tmp/wpsStatus", "1\n").file("/tmp/wpsStatus24", "3\n");
+  updateWpsStatusFlag();
+  EXPECT_THAT(device.shellLines(), ElementsAre("echo \"2\" > /tmp/wpsStatus 1>/dev/null 2>&1",
+                                               "echo \"999\" > /tmp/wpsStatus24 1>/dev/null 2>&1"));
+  EXPECT_EQ(device.text("/tmp/wpsStatus"), "2\n");
+  EXPECT_EQ(device.text("/tmp/wpsStatus24"), "999\n");
+
+  device.forget();
+  updateWpsStatusFlag();
+  EXPECT_THAT(device.commands(), ElementsAre("echo \"999\" > /tmp/wpsStatus", "sys ledctl 1",
+                                             "echo \"999\" > /tmp/wpsStatus24"));
+  EXPECT_EQ(device.text("/tmp/wpsStatus"), "999\n");
+
+  device.forget();
+  updateWpsStatusFlag();
+  EXPECT_THAT(device.commands(), ElementsAre("echo \"999\" > /tmp/wpsStatus24"));
+
+  // A missing file is as good as an ended session.
+  device.removeFile("/tmp/wpsStatus");
+  device.forget();
+  updateWpsStatusFlag();
+  EXPECT_THAT(device.commands(), ElementsAre("echo \"999\" > /tmp/wpsStatus", "sys ledctl 1",
+                                             "echo \"999\" > /tmp/wpsStatus24"));
+  EXPECT_EQ(device.text("/tmp/wpsStatus"), "999\n");
+}
+
+}  // namespace

@@ -1,7 +1,9 @@
 // Every entry point that the tool can call, a line each. The words of a command
 // line are read as the function's type asks for; ">" marks an output buffer and
 // "=" a text that is changed in place.
+#include <array>
 #include <cstdio>
+#include <cstring>
 
 #include "orba_util.h"
 #include "tools/orba/entry.h"
@@ -17,6 +19,22 @@ int queryNumber(int (*query)(int, int, const char *, void *, int), int oid, cons
   uint32_t number = 0;
   int result = query(oid, 0, ifname, &number, sizeof number);
   sprintf(out, "%u", number);
+  return result;
+}
+
+// A current WPS profile with these bits in both of its fields.
+std::array<unsigned char, 105> profileWithBits(int bits) {
+  std::array<unsigned char, 105> record{};
+  record[35] = record[37] = static_cast<unsigned char>(bits);
+  return record;
+}
+
+int currentSecurity(const char *ifname, char *out) {
+  std::array<unsigned char, 105> record{};
+  int result = getCurrentWscProfile(ifname, record.data(), static_cast<int>(record.size()));
+  getWPSAuthMode(record.data(), out);
+  strcat(out, " ");
+  getWPSEncrypType(record.data(), out);
   return result;
 }
 
@@ -116,11 +134,42 @@ const std::vector<Entry> &entries() {
       entry("wireless", "ConvertRssiToSignalQuality", ConvertRssiToSignalQuality, "rssi", "signal quality in percent from dBm"),
       entry("wireless", "ConverterStringToDisplay", ConverterStringToDisplay, "=text", "escape a text for a page"),
       entry("wireless", "printStaBssidList", printStaBssidList, "", "survey the site"),
+      entry("wireless", "wlanModeChange2_4_init", wlanModeChange2_4_init, "", "join the 2.4 GHz interfaces to their bridges"),
+      entry("wireless", "WlanRestart", WlanRestart, "", "restart the radio after a change"),
+      entry("wireless", "wlan_init", wlan_init, "", "start WPS at boot"),
+      entry("wireless", "restart8021XDaemon", restart8021XDaemon, "space", "restart the 802.1X authenticator"),
+      entry("wireless", "InitWireless_ra0", InitWireless_ra0, "", "bring ra0 up or down"),
+      entry("wireless", "setVarWscConfigured", setVarWscConfigured, "configured", "set WPS's configured flag"),
+      entry("wireless", "setVarIsEnrollee", setVarIsEnrollee, "enrollee", "set WPS's enrollee flag"),
+      entry("wireless", "resetTimerAll", resetTimerAll, "", "stop the access point's WPS monitor"),
+      entry("wireless", "resetTimerAllApCli", resetTimerAllApCli, "", "stop the client's WPS monitor"),
+      entry("wireless", "getAPPIN", getAPPIN, "ifname", "the access point's PIN"),
+      entry("wireless", "getWscStatus", getWscStatus, "ifname", "the driver's WPS status"),
+      entry("wireless", "getCurrentWscProfile", currentSecurity, "ifname >security", "security of the WPS configuration in use"),
+      entry("wireless", "getWscProfile", +[](const char *ifname) { char record[936]; return getWscProfile(ifname, record); }, "ifname", "query the credentials received by WPS"),
+      entry("wireless", "getWPSAuthMode", +[](int bits, char *names) { return getWPSAuthMode(profileWithBits(bits).data(), names); }, "bits *names", "names of authentication bits"),
+      entry("wireless", "getWPSEncrypType", +[](int bits, char *names) { return getWPSEncrypType(profileWithBits(bits).data(), names); }, "bits *names", "names of encryption bits"),
+      entry("wireless", "WPSRestart", WPSRestart, "", "restart WPS on the access point"),
+      entry("wireless", "WPSAPPBCStartAll", WPSAPPBCStartAll, "", "press the access point's WPS button"),
+      entry("wireless", "WPSAPCliPBCStart", WPSAPCliPBCStart, "", "press the client's WPS button"),
+      entry("wireless", "WPSAPStart", WPSAPStart, "", "monitor a WPS run begun elsewhere"),
+      entry("wireless", "WPSAPTimerHandler", WPSAPTimerHandler, "signal", "one tick of the access point's WPS monitor"),
+      entry("wireless", "WPSAPCliTimerHandler", WPSAPCliTimerHandler, "signal", "one tick of the client's WPS monitor"),
+      entry("wireless", "WPSSingleTriggerHandler", WPSSingleTriggerHandler, "signal", "start an enrollee run"),
+      entry("wireless", "setWscResult", setWscResult, "result", "store the result of a WPS run"),
+      entry("wireless", "getWscResult", getWscResult, "", "the result of the last WPS run"),
+      entry("wireless", "getWscResultOrba", getWscResultOrba, "", "the WPS state"),
+      entry("wireless", "getWscResultGUIOrba", getWscResultGUIOrba, "", "the 5 GHz WPS state"),
+      entry("wireless", "updateWpsStatusFlag", updateWpsStatusFlag, "", "set the WPS states at a run's end"),
       // ---- session ----
       // ---- status ----
       // ---- switch ----
       // ---- qos ----
       // ---- mgmt ----
+      entry("mgmt", "gpioLedSet", gpioLedSet, "gpio on off blinks rests repeats", "blink an LED"),
+      entry("mgmt", "ledAlways", ledAlways, "gpio on", "turn an LED on or off"),
+      entry("mgmt", "ledWps", ledWps, "gpio state", "show a WPS state on an LED"),
+      entry("mgmt", "setLedOff", setLedOff, "", "turn the WPS LEDs off"),
       // ---- crypto ----
   };
   // clang-format on

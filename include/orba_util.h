@@ -700,6 +700,67 @@ void updateWpsStatusFlag(void);
 
 /* ==== session ========================================================================= */
 
+/* Who is logged in. Every process of the web server works on a copy of its own,
+ * global_shared_stuff, and exchanges it whole with the shared one: fetch before
+ * reading, publish after changing. Texts are NUL-terminated. */
+typedef struct orba_login_record {
+  char login_user[32];
+  int32_t session_id; /* 0 when nobody is logged in */
+  char session_file[32]; /* path of the current session's file */
+  int32_t login_status; /* the server's; 0 after a logout */
+  char status_text[128]; /* the server's; "Ready" at first */
+  uint32_t tail; /* the server's */
+} orba_login_record;
+
+/* This process's copy of the login record; all zero until it is fetched. */
+extern orba_login_record global_shared_stuff;
+
+/* Variables of the web server that live here; the library does not use them. */
+extern char glb_loginUser[32];
+extern int glb_loginStatus;
+extern int session_id;
+extern char sessionFileName[32];
+extern int exitOnIdleTimeout;
+
+/* Pages reserved to privileged users, at level 1 ("Root") and at every other
+ * level. An entry that ends in a dot stands for one page with any extension. */
+extern const char *const accessControlPageList[21];
+extern const char *const accessControlPageListRoot[16];
+
+/* For the server's start, once: makes the shared record (System V shared memory,
+ * key 1234, 204 bytes, mode 0666) or takes the one that is there, resets it, and
+ * makes the semaphore that guards it (key 1234) free. Returns 0, or 1 on any failure. */
+int init_SharedMemory(void);
+
+/* Resets one record: status text "Ready", everything else empty or 0. */
+void init_SharedMemoryVar(orba_login_record *record);
+
+/* Direction 1 publishes global_shared_stuff, any other fetches into it; the
+ * other processes see all of a publish or nothing, also when this one is killed
+ * in its midst. May wait for them, and makes record and semaphore when they do
+ * not exist. Returns 0, or 1 with global_shared_stuff unchanged when they cannot
+ * be had. Ends the process with status 1 when the record cannot be detached. */
+int sync_globalVar_and_sharedMem(int direction);
+
+/* Begins a session for the login_user and login_status that the caller has put
+ * into global_shared_stuff: draws a session id, deletes the previous session's
+ * file, writes "USER STATUS TEXT" without a newline to /var/SESS_ID, and
+ * publishes. Uses srand() and rand(). Returns the result of the publish; a file
+ * that cannot be created does not hinder it. */
+int writeSessionFile(const char *text);
+
+/* Ends the session in global_shared_stuff and deletes its file. The name of the
+ * file stays in the record, and nothing is published. Returns &global_shared_stuff. */
+orba_login_record *tuLogout(void);
+
+/* Fetches, and writes the login user to `dst` (32 bytes); "" when nobody is
+ * logged in. Returns 1. */
+int getLoginUser(char *dst);
+
+/* Whether `url` contains an entry of accessControlPageListRoot (level 1) or of
+ * accessControlPageList (any other level): 1 or 0. */
+int isProtectedUrl(const char *url, int level);
+
 /* ==== status ========================================================================== */
 
 /* ==== switch ========================================================================== */

@@ -162,6 +162,13 @@ const std::vector<Entry> &entries() {
       entry("wireless", "getWscResultGUIOrba", getWscResultGUIOrba, "", "the 5 GHz WPS state"),
       entry("wireless", "updateWpsStatusFlag", updateWpsStatusFlag, "", "set the WPS states at a run's end"),
       // ---- session ----
+      entry("session", "init_SharedMemory", init_SharedMemory, "", "make or reset the shared login record"),
+      entry("session", "init_SharedMemoryVar", +[] { init_SharedMemoryVar(&global_shared_stuff); }, "", "reset this process's login record"),
+      entry("session", "sync_globalVar_and_sharedMem", sync_globalVar_and_sharedMem, "direction", "publish (1) or fetch (0) the login record"),
+      entry("session", "writeSessionFile", writeSessionFile, "text", "begin a session"),
+      entry("session", "tuLogout", +[] { tuLogout(); }, "", "end the session"),
+      entry("session", "getLoginUser", getLoginUser, ">user", "who is logged in"),
+      entry("session", "isProtectedUrl", isProtectedUrl, "url level", "whether a page is for privileged users"),
       // ---- status ----
       // ---- switch ----
       // ---- qos ----

@@ -763,6 +763,83 @@ int isProtectedUrl(const char *url, int level);
 
 /* ==== status ========================================================================== */
 
+/* The traffic of the device, to `dst` (1,024 bytes; a longer answer is cut):
+ * sixteen groups separated by '@': WAN 1 to 4, switch ports 3 down to 0, the
+ * 2.4 GHz interfaces ra0 to ra3, the 5 GHz interfaces 0 to 3. A group is eight
+ * numbers separated by ',': packets sent and received, bytes sent and received,
+ * then for a switch port sent and received frames dropped, frames sent with CRC
+ * errors and frames received with errors (the 5 GHz module's own four, else 0).
+ * Reads WirelessOPMode, OperatingBandRepeater, WlanEnabled (spaces 1 and 2) and
+ * the settings of getWanIfName and getWan2IfName. Starts up to 84 runs of
+ * "switch", one of "call_qcsapi_sockrpc" and four of "wlan_5G.sh": not for a
+ * loop. Returns 1, or -1 with `dst` untouched when the 2.4 GHz driver refuses or
+ * the 5 GHz command cannot be started. */
+int getCurrentPacketStatistic(char *dst);
+
+/* One switch register through the switch tool, by its number in hexadecimal
+ * text; 0 when the reply has no value, -1 when the tool cannot be started. */
+long long reedSwitchReg(const char *reg);
+
+/* The sum of three and of six switch registers. */
+long long getSwitchPacket(const char *unicast, const char *multicast, const char *broadcast);
+long long getSwitchRxError(const char *alignment, const char *crc, const char *undersize,
+                           const char *fragments, const char *oversize, const char *jabbers);
+
+/* An octet counter from its two 32-bit halves. The halves are joined as
+ * hexadecimal text without leading zeros: high 1 and low 5 make 0x15. */
+long long getSwitchBytes(const char *low, const char *high);
+
+/* Web getters of one counter in decimal (21 bytes). The LAN ones always answer
+ * "-1". The WLAN ones read ra0 in /proc/net/dev. The WAN ones read the interface
+ * of the WAN whose number is argv[0]; below 1 or without it they write nothing.
+ * Return 1. */
+int getLANTxPacketASP(char *out, int argc, char **argv);
+int getLANRxPacketASP(char *out, int argc, char **argv);
+int getLANTxByteASP(char *out, int argc, char **argv);
+int getLANRxByteASP(char *out, int argc, char **argv);
+int getWLANTxPacketASP(char *out, int argc, char **argv);
+int getWLANRxPacketASP(char *out, int argc, char **argv);
+int getWLANTxByteASP(char *out, int argc, char **argv);
+int getWLANRxByteASP(char *out, int argc, char **argv);
+int getWANTxPacketASP(char *out, int argc, char **argv);
+int getWANRxPacketASP(char *out, int argc, char **argv);
+int getWANTxByteASP(char *out, int argc, char **argv);
+int getWANRxByteASP(char *out, int argc, char **argv);
+
+/* The same from the 2.4 GHz driver, for the interface argv[0] when argc is 1 and
+ * ra0 otherwise. Return 1, or -1 with `out` untouched when the driver refuses. */
+int getRaTxPacketASP(char *out, int argc, char **argv);
+int getRaRxPacketASP(char *out, int argc, char **argv);
+int getRaTxByteASP(char *out, int argc, char **argv);
+int getRaRxByteASP(char *out, int argc, char **argv);
+
+/* The refresh period of the status frame in seconds, "10", to `dst` (3 bytes).
+ * Returns 1. */
+int getTuStatusFrameRefreshTimeout(char *dst);
+
+/* Web getters of the status page. Where the source is missing they answer "".
+ * Return 1. */
+
+/* Time since boot, such as "2 days:  3 hours: 14 minutes" (64 bytes). */
+int getSysUptime(char *out, int argc, char **argv);
+
+/* Memory in use in percent, from /proc/meminfo (12 bytes). */
+int getMemUsgInfo(char *out, int argc, char **argv);
+
+/* CPU in use in percent, from one look of top (12 bytes). Uses /var/cpuload. */
+int getCpuLoad(char *out, int argc, char **argv);
+
+/* Local time, such as "Thu Jan  1 00:00:00 1970" (64 bytes). */
+int getSysCurrentTime(char *out, int argc, char **argv);
+
+/* The five switch ports from switch register 80, such as "1,0/0,0/1,1/0,0/0,0"
+ * (20 bytes): of each pair the first is the link. */
+int getPortStatus(char *out, int argc, char **argv);
+
+/* The settings ModelName and HostName, cut to 255 characters (256 bytes). */
+int getModelName(char *out, int argc, char **argv);
+int getHostName(char *out, int argc, char **argv);
+
 /* ==== switch ========================================================================== */
 
 /* ==== qos ============================================================================= */

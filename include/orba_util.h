@@ -842,6 +842,55 @@ int getHostName(char *out, int argc, char **argv);
 
 /* ==== switch ========================================================================== */
 
+/* The socket of the register requests, between switch_init and switch_fini. */
+extern int esw_fd;
+
+/* Opens esw_fd. Returns 0. On failure prints "socket: ..." on standard error and
+ * ends the process with status 0. */
+int switch_init(void);
+
+/* Closes esw_fd. Returns 0. */
+int switch_fini(void);
+
+/* Reads a register of the Ethernet switch into `value`, or writes one. Return 0.
+ * A request that fails prints "ioctl: ..." on standard error, closes esw_fd and
+ * ends the process with status 0. */
+int reg_read(int reg, uint32_t *value);
+int reg_write(int reg, uint32_t value);
+
+/* Finds the switch port of the gateway in /var/wan1.info and turns the switch's
+ * IGMP snooping on with that port as router port; off when the port is unknown.
+ * Commands run directly. Needs switch_init. Uses /tmp/gwMac, writes /tmp/wanPort.
+ * Returns the port's number, 1 to 4, or 0. When the search for the port is cut
+ * short the switch and /tmp/wanPort stay as they are. */
+int igmpsnoopingenable(void);
+
+/* Does this at start-up, between switch_init and switch_fini, unless there is no
+ * /var/wan1.info. A gateway on a wired port while WirelessOPMode is "3" and
+ * /tmp/do_vela begins with 0 sets WirelessOPMode to "1", writes /tmp/nvram_LOCK
+ * and runs reboot.sh. Returns 0. */
+int igmpsnooping_init(void);
+
+/* The same at the start of a 5 GHz uplink: a gateway on a wired port while
+ * OperationMode of space 2 is "3" ends the uplink, sets WlanEnabled of space 2
+ * and makes the module an access point. */
+void igmpHWSnoopingRule(void);
+
+/* The switch port of the gateway in /var/wan1.info: 1 to 4, 0 when it is not
+ * found, or 16384 when the search was cancelled by the table's last entry, which
+ * is to be taken as unknown. Prints "WAN Port is N" on the console when the
+ * search came to its end. Commands run directly. Needs switch_init. */
+int checkWanPortNumber(void);
+
+/* Powers every LAN port down and up again, that is all of the ports 1 to 4 but
+ * `wanPort`. Takes a second for each port and one more. Commands run directly. */
+void resetEthernetSwitchPort(int wanPort);
+
+/* Reacts to a port event (17, 20, 21 and 31 are ignored): when the gateway of br0
+ * has gone, makes the WAN's DHCP client renew its lease or starts the WAN anew.
+ * Reads WirelessOPMode and /var/run/udhcpc1.pid. Commands run directly. Returns 0. */
+int ethernetPortEventHandler(int event);
+
 /* ==== qos ============================================================================= */
 
 /* Starts /bin/orba_qos when TuQoSEnable is not 0 or any record of TuVLANClass is

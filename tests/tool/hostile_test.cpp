@@ -8,6 +8,7 @@
 #include <set>
 
 #include "sim/device.h"
+#include "sim/switch.h"
 #include "tools/orba/config.h"
 #include "tools/orba/entry.h"
 
@@ -27,6 +28,7 @@ void callEverything(const std::string &word, Prepare prepare, std::set<std::stri
     if (kRunners.count(entry.name) != 0) continue;
     sim::Device device;
     device.onExit([](int) { throw std::runtime_error("exit"); });
+    device.part<sim::Switch>();
     prepare(device);
     std::vector<std::string> words;
     for (const orba::tool::Parameter &parameter : entry.parameters) {
@@ -49,7 +51,7 @@ void callEverything(const std::string &word, Prepare prepare, std::set<std::stri
         }
         try {
           entry.call(numbers);
-        } catch (const orba::tool::BadArgument &) {
+        } catch (const std::runtime_error &) {
         }
       }
     } catch (const std::runtime_error &) {

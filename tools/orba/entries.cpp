@@ -200,6 +200,16 @@ const std::vector<Entry> &entries() {
       entry("status", "getModelName", getModelName, ">name", "the model"),
       entry("status", "getHostName", getHostName, ">name", "the host name"),
       // ---- switch ----
+      entry("switch", "switch_init", switch_init, "", "open the access to the switch"),
+      entry("switch", "switch_fini", switch_fini, "", "close the access to the switch"),
+      entry("switch", "reg_read", +[](int number) { uint32_t value = 0; switch_init(); reg_read(number, &value); switch_fini(); return value; }, "register", "a switch register through the driver"),
+      entry("switch", "reg_write", +[](int number, int value) { switch_init(); reg_write(number, static_cast<uint32_t>(value)); return switch_fini(); }, "register value", "set a switch register through the driver"),
+      entry("switch", "igmpsnoopingenable", +[] { switch_init(); int port = igmpsnoopingenable(); switch_fini(); return port; }, "", "turn IGMP snooping on for the WAN port"),
+      entry("switch", "igmpsnooping_init", igmpsnooping_init, "", "the same at the start"),
+      entry("switch", "igmpHWSnoopingRule", igmpHWSnoopingRule, "", "the same at the start of a 5 GHz uplink"),
+      entry("switch", "checkWanPortNumber", +[] { switch_init(); int port = checkWanPortNumber(); switch_fini(); return port; }, "", "the switch port of the WAN"),
+      entry("switch", "resetEthernetSwitchPort", resetEthernetSwitchPort, "wan_port", "restart all LAN ports but the WAN port"),
+      entry("switch", "ethernetPortEventHandler", ethernetPortEventHandler, "event", "react to a port event"),
       // ---- qos ----
       // ---- mgmt ----
       entry("mgmt", "gpioLedSet", gpioLedSet, "gpio on off blinks rests repeats", "blink an LED"),

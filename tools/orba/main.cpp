@@ -2,6 +2,7 @@
 #include <CLI/CLI.hpp>
 #include <iostream>
 
+#include "sim/switch.h"
 #include "tools/orba/config.h"
 #include "tools/orba/entry.h"
 #include "tools/orba/report.h"
@@ -36,6 +37,7 @@ void addCallOptions(CLI::App &command, Options &options, const char *entry_name)
 Call callOn(sim::Device &device, const Options &options) {
   const Entry &entry = entryNamed(options.entry);
   entry.checkWords(options.words);
+  device.part<sim::Switch>();  // with nothing learnt and nothing counted
   if (!options.config.empty()) putSettings(readConfig(options.config), device);
   if (!options.root.empty()) device.lowerRoot(options.root);
   return {entry, options.words, entry.call(options.words)};

@@ -111,7 +111,7 @@ class Device {
   std::string console() const { return joined(Event::kConsole); }
   const std::vector<Event> &events() const { return events_; }
   // Forgets what was recorded, not the state.
-  void forget() { events_.clear(); }
+  void forget() { events_.clear(), missing_.clear(), asked_.clear(); }
   // A file's content, nothing when there is none.
   std::optional<std::string> text(const std::string &path) const { return root_.content(path); }
   std::optional<std::string> setting(const std::string &key, int space = 1) const;

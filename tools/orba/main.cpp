@@ -3,6 +3,7 @@
 #include <iostream>
 
 #include "sim/switch.h"
+#include "tools/orba/bench.h"
 #include "tools/orba/config.h"
 #include "tools/orba/entry.h"
 #include "tools/orba/report.h"
@@ -19,6 +20,8 @@ struct Options {
   std::vector<std::string> words;
   std::string config;
   std::string root;
+  std::string device;
+  long long ticks = 0;
   bool json = false;
   bool raw = false;
   bool tables = false;
@@ -31,6 +34,8 @@ void addCallOptions(CLI::App &command, Options &options, const char *entry_name)
   command.add_option("-c,--config", options.config, "The settings: KEY=VALUE lines, [1] and [2]");
   command.add_option("-r,--root", options.root, "A folder with the device's files, read only")
       ->check(CLI::ExistingDirectory);
+  command.add_option("-d,--device", options.device, "What the device on the bench has and finds")
+      ->check(CLI::ExistingFile);
   command.add_flag("--json", options.json, "Print for programs");
 }
 
@@ -39,8 +44,13 @@ Call callOn(sim::Device &device, const Options &options) {
   entry.checkWords(options.words);
   device.part<sim::Switch>();  // with nothing learnt and nothing counted
   if (!options.config.empty()) putSettings(readConfig(options.config), device);
+  setUpBench(device);
   if (!options.root.empty()) device.lowerRoot(options.root);
-  return {entry, options.words, entry.call(options.words)};
+  if (!options.device.empty()) readDeviceFile(options.device, device);
+  Call call{entry, options.words, entry.call(options.words)};
+  constexpr long long kTick = 100;  // of the WPS monitors, in milliseconds
+  for (long long i = 0; i < options.ticks && device.clock().armed(); i++) device.advance(kTick);
+  return call;
 }
 
 int list(bool json) {
@@ -113,6 +123,8 @@ int main(int argc, char **argv) {
       "plan", "Call an entry point on the simulated device and show what it would do");
   addCallOptions(*plan_command, options, "ENTRY");
   plan_command->add_flag("--raw", options.raw, "Only the exact lines given to the shell");
+  plan_command->add_option("--ticks", options.ticks,
+                           "Let so many tenths of a second pass and run the timer's handler");
   plan_command->add_flag("--tables", options.tables, "The resulting chains, as packets meet them");
 
   CLI::App *show_command = app.add_subcommand("show", "What a getter answers");

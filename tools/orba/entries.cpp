@@ -5,6 +5,9 @@
 #include <cstdio>
 #include <cstring>
 
+#include <algorithm>
+#include <cstring>
+
 #include "orba_util.h"
 #include "tools/orba/entry.h"
 
@@ -36,6 +39,70 @@ int currentSecurity(const char *ifname, char *out) {
   strcat(out, " ");
   getWPSEncrypType(record.data(), out);
   return result;
+}
+
+}  // namespace
+
+namespace {
+
+const unsigned char *bytes(const char *text) {
+  return reinterpret_cast<const unsigned char *>(text);
+}
+
+int length(const char *text) {
+  return static_cast<int>(strlen(text));
+}
+
+// Bytes for people. The answer stands until the next call.
+template <typename T, size_t N>
+const char *hex(const T (&values)[N], size_t count = N) {
+  static std::string text;
+  text.clear();
+  for (size_t i = 0; i < count; i++) {
+    char digits[2 * sizeof(T) + 1];
+    snprintf(digits, sizeof digits, "%0*x", static_cast<int>(2 * sizeof(T)),
+             static_cast<unsigned int>(values[i]));
+    text += digits;
+  }
+  return text.c_str();
+}
+
+const char *digestOf(const char *text) {
+  A_SHA_CTX ctx;
+  unsigned char digest[20];
+  A_SHAInit(&ctx);
+  A_SHAUpdate(&ctx, bytes(text), length(text));
+  A_SHAFinal(&ctx, digest);
+  return hex(digest);
+}
+
+const char *hmacOf(const char *text, const char *key) {
+  std::string copy = key;  // a long key is changed
+  unsigned char digest[20];
+  hmac_sha1(bytes(text), length(text), reinterpret_cast<unsigned char *>(copy.data()),
+            length(key), digest);
+  return hex(digest);
+}
+
+const char *blockOf(const char *passphrase, const char *ssid, int iterations, int block) {
+  unsigned char out[20];
+  F(passphrase, bytes(ssid), length(ssid), iterations, block, out);
+  return hex(out);
+}
+
+const char *keyOf(const char *passphrase, const char *ssid) {
+  unsigned char out[40];
+  if (PasswordHash(passphrase, bytes(ssid), length(ssid), out) == 0) {
+    throw BadArgument("a pass phrase has at most 63 characters, a network's name 32 bytes");
+  }
+  return hex(out, 32);
+}
+
+const char *bytesOf(const char *text) {
+  static unsigned char out[256];
+  int count = std::min(length(text) / 2, static_cast<int>(sizeof out));
+  AtoH(text, out, count);
+  return hex(out, static_cast<size_t>(count));
 }
 
 }  // namespace
@@ -79,6 +146,32 @@ const std::vector<Entry> &entries() {
       entry("net", "getDefaultWanConnectionMode", getDefaultWanConnectionMode, ">mode", "the default WAN's connection mode"),
       entry("net", "getDefaultWanAddressType", getDefaultWanAddressType, ">type", "the default WAN's address type"),
       entry("net", "getLanWanNamebyIf", getLanWanNamebyIf, "ifname", "label of an interface in the routing table"),
+      entry("net", "getIfIp", getIfIp, "ifname >address", "an interface's IPv4 address"),
+      entry("net", "getIfNetmask", getIfNetmask, "ifname >netmask", "an interface's netmask"),
+      entry("net", "getIfMac", getIfMac, "ifname >mac", "an interface's MAC address"),
+      entry("net", "getLanMac", getLanMac, ">mac", "the LAN's MAC address"),
+      entry("net", "getDefaultWanMac", getDefaultWanMac, ">mac", "the default WAN's MAC address"),
+      entry("net", "getDefaultWanIp", getDefaultWanIp, ">address", "the default WAN's IPv4 address"),
+      entry("net", "getDefaultWanNetmask", getDefaultWanNetmask, ">netmask", "the default WAN's netmask"),
+      entry("net", "getGatewayByInterface", getGatewayByInterface, "ifname >gateway", "the gateway of a WAN's interface"),
+      entry("net", "getGateway", getGateway, "ifname >gateway", "the gateway of an interface"),
+      entry("net", "getWanGateway", getWanGateway, ">gateway", "the kernel's default gateway"),
+      entry("net", "getWanDefaultGateway", getWanDefaultGateway, ">gateway", "the gateway of the last route up to the default one"),
+      entry("net", "getWANLinkStatus", getWANLinkStatus, "", "whether the WAN port has link"),
+      entry("net", "arplookup", arplookup, "ip >mac", "the MAC address of an IPv4 address"),
+      entry("net", "wanarplookup", wanarplookup, "", "whether the gateway was resolved; resolves it again"),
+      entry("net", "updateFlash8021x", updateFlash8021x, "space", "store the 802.1X authenticator's address"),
+      entry("net", "orba_pppoeRelay", orba_pppoeRelay, "", "switch PPPoE pass-through on or off"),
+      entry("net", "RoutingInit", RoutingInit, "", "install the routing page's static routes"),
+      entry("net", "staticRoutingInit", staticRoutingInit, "", "the same"),
+      entry("net", "getIndexOfRoutingRule", getIndexOfRoutingRule, "dest netmask ifname", "the record of a route"),
+      entry("net", "executeStaticRoute", executeStaticRoute, "", "install the static routes of the WANs"),
+      entry("net", "doAddStaticRoute", doAddStaticRoute, "dest netmask gateway ifname add", "add (1) or delete (0) a route"),
+      entry("net", "executePolicyRoute", executePolicyRoute, "", "install the policy routes"),
+      entry("net", "doPolicyRoutingAction", doPolicyRoutingAction, "ip mask port mac proto side ifname name n action", "add (1), replace (2) or remove (0) a policy route"),
+      entry("net", "doPolicyRoutingRemove", doPolicyRoutingRemove, "table name", "take a table's name out of rt_tables"),
+      entry("net", "wanSrvName", wanSrvName, ">names", "the WANs' service names"),
+      entry("net", "getRoutingTable", getRoutingTable, ">rows", "the routing page's rows"),
       // ---- firewall ----
       entry("firewall", "firewall_init", firewall_init, "", "build the whole firewall"),
       entry("firewall", "firewall_fini", firewall_fini, "", "take the firewall down"),
@@ -211,12 +304,40 @@ const std::vector<Entry> &entries() {
       entry("switch", "resetEthernetSwitchPort", resetEthernetSwitchPort, "wan_port", "restart all LAN ports but the WAN port"),
       entry("switch", "ethernetPortEventHandler", ethernetPortEventHandler, "event", "react to a port event"),
       // ---- qos ----
+      entry("qos", "orbaQoSInit", orbaQoSInit, "", "start QoS when it is wanted"),
+      entry("qos", "orbaQoSRestart", orbaQoSRestart, "", "start the QoS program"),
+      entry("qos", "isAnyVLANRuleExist", isAnyVLANRuleExist, "", "whether a VLAN class is enabled"),
+      entry("qos", "isSameClassRule", isSameClassRule, "a b", "whether two class records are the same rule"),
+      entry("qos", "isSameQueueName", isSameQueueName, "a b", "whether two queue records have one name"),
+      entry("qos", "isSameClassName", isSameClassName, "a b", "whether two class records have one name"),
+      entry("qos", "isQueueBeReference", isQueueBeReference, "queue", "whether a class uses a queue"),
+      entry("qos", "orbaQoSSSID", orbaQoSSSID, ">names", "the networks' names"),
+      entry("qos", "orbaQoSLANIntf", orbaQoSLANIntf, ">name", "the LAN interface's name for the QoS page"),
       // ---- mgmt ----
+      entry("mgmt", "initInternet", initInternet, "", "bring the Internet connection and all servers up"),
+      entry("mgmt", "management_init", management_init, "", "start the management servers"),
+      entry("mgmt", "serviceCtl_restart", serviceCtl_restart, "which", "restart the web (0) or Telnet (2) server"),
+      entry("mgmt", "startlog_init", startlog_init, "", "restart the logger"),
+      entry("mgmt", "clearlog", clearlog, "", "empty the log"),
+      entry("mgmt", "restartnmbd", restartnmbd, "", "restart the NetBIOS responder"),
+      entry("mgmt", "restartAvahid", restartAvahid, "", "restart the mDNS responder"),
+      entry("mgmt", "setReduceBootTimeFlag", setReduceBootTimeFlag, "flag", "store the start-up programs' flag"),
+      entry("mgmt", "TZsync2nvram", TZsync2nvram, "", "store the daylight-saving rule of /etc/TZ"),
+      entry("mgmt", "backupRecoverSettings", backupRecoverSettings, "mode", "back up (2), recover (1) or forget (0) the wireless settings"),
       entry("mgmt", "gpioLedSet", gpioLedSet, "gpio on off blinks rests repeats", "blink an LED"),
       entry("mgmt", "ledAlways", ledAlways, "gpio on", "turn an LED on or off"),
       entry("mgmt", "ledWps", ledWps, "gpio state", "show a WPS state on an LED"),
       entry("mgmt", "setLedOff", setLedOff, "", "turn the WPS LEDs off"),
       // ---- crypto ----
+      entry("crypto", "A_SHAInit", +[] { return digestOf(""); }, "", "SHA-1 of nothing"),
+      entry("crypto", "A_SHAUpdate", digestOf, "text", "SHA-1 of a text"),
+      entry("crypto", "A_SHAFinal", digestOf, "text", "SHA-1 of a text"),
+      entry("crypto", "shaHashBlock", +[] { A_SHA_CTX ctx; A_SHAInit(&ctx); shaHashBlock(&ctx); return hex(ctx.state); }, "", "SHA-1's state after a block of zeros"),
+      entry("crypto", "hmac_sha1", hmacOf, "text key", "HMAC-SHA1 of a text"),
+      entry("crypto", "F", blockOf, "passphrase ssid iterations block", "a block of PBKDF2"),
+      entry("crypto", "PasswordHash", keyOf, "passphrase ssid", "the WPA key of a pass phrase (better: orba psk)"),
+      entry("crypto", "BtoH", +[](const char *digit) { return static_cast<int>(BtoH(*digit)); }, "digit", "value of a hexadecimal digit"),
+      entry("crypto", "AtoH", bytesOf, "hex", "the bytes of hexadecimal digits, written again"),
   };
   // clang-format on
   return table;

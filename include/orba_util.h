@@ -698,6 +698,56 @@ void updateWpsStatusFlag(void);
 
 /* ==== wireless: schedule ============================================================== */
 
+/* The timetable of the 2.4 GHz radio: the settings wlanSchedule1 (every day)
+ * and wlanSchedule2 to wlanSchedule8 (Monday to Sunday), each a record of six
+ * fields between single blanks, such as "1 0 22 1 6 0":
+ *
+ *   enabled    a number, 0 for no
+ *   mode       "1": radio on inside the period and off outside; any other: the
+ *              other way round
+ *   start hour, start half, end hour, end half
+ *              0 to 23, and "1" for half past or anything else for the hour
+ *
+ * A record is cut to its first 103 characters. Fields that are missing or empty
+ * read "0". Days are numbered 0 (every day) and 1 to 7 (Monday to Sunday). */
+
+/* Applies the timetable: stops crond, makes its table /etc/admin anew with the
+ * lines of all eight records, starts crond and brings the radio to the state
+ * wanted now (setWlanSchedulingCurrentState). With wlanScheduleEnab "0" the
+ * table holds no record's lines and the radio stays as it is. Traces on the
+ * console. Returns 0. */
+int wlan_schedule_init(void);
+
+/* Appends to /etc/admin the four cron lines that set RadioOff and run
+ * /sbin/wlan.sh when the record's period starts and when it ends; nothing for a
+ * record that is not enabled or NULL. The mode is compared as text: "01" is not
+ * "1". */
+void setWlanSchedulingCfg(const char *record, int dayIndex);
+
+/* Whether the record wants the radio on (1) or off (0) at the local time `now`,
+ * of which weekday, hour and minute are read; -1 when it is not enabled or is
+ * for another weekday. The end minute is outside the period, and no time is
+ * inside a period that ends before it starts. The mode is compared as a number:
+ * "01" is 1. */
+int checkWlanSchedulingCfg(struct tm now, const char *record, int dayIndex);
+
+/* Brings the radio to the state wanted now: the first of the eight records that
+ * applies decides. When RadioOff (missing: 0) is not already so, sets it to "1"
+ * or "0", commits and runs wlan.sh. Traces the decision on the console, also
+ * when nothing had to be changed. Returns 0. */
+int setWlanSchedulingCurrentState(void);
+
+/* An older generator, which nothing else here calls: appends to /etc/admin cron
+ * lines that set RadioOff and run /sbin/wlan.sh in every minute of the record's
+ * hours. Only an enabled flag of exactly "1" counts, any half flag but "0" and
+ * "1" makes no lines, Sunday is written as 7, and of an hour only its leading
+ * digits are used, at most two ("0" without any). A whole every day (hours and
+ * halves all "0") makes no lines: RadioOff is read through the store's direct
+ * call, traced, and switched at once when it has the other value. Cuts `record`
+ * into its fields in place; its length is not limited. NULL does nothing.
+ * Returns 0. */
+int wlan_schedule_cfg(char *record, int dayIndex);
+
 /* ==== session ========================================================================= */
 
 /* Who is logged in. Every process of the web server works on a copy of its own,

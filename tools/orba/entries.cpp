@@ -254,6 +254,11 @@ const std::vector<Entry> &entries() {
       entry("wireless", "getWscResultOrba", getWscResultOrba, "", "the WPS state"),
       entry("wireless", "getWscResultGUIOrba", getWscResultGUIOrba, "", "the 5 GHz WPS state"),
       entry("wireless", "updateWpsStatusFlag", updateWpsStatusFlag, "", "set the WPS states at a run's end"),
+      entry("wireless", "wlan_schedule_init", wlan_schedule_init, "", "apply the radio's timetable"),
+      entry("wireless", "setWlanSchedulingCfg", setWlanSchedulingCfg, "record day", "cron lines of one record"),
+      entry("wireless", "checkWlanSchedulingCfg", checkWlanSchedulingCfg, "now record day", "whether a record wants the radio on"),
+      entry("wireless", "setWlanSchedulingCurrentState", setWlanSchedulingCurrentState, "", "bring the radio to the state wanted now"),
+      entry("wireless", "wlan_schedule_cfg", wlan_schedule_cfg, "=record day", "cron lines of one record, the older way"),
       // ---- session ----
       entry("session", "init_SharedMemory", init_SharedMemory, "", "make or reset the shared login record"),
       entry("session", "init_SharedMemoryVar", +[] { init_SharedMemoryVar(&global_shared_stuff); }, "", "reset this process's login record"),

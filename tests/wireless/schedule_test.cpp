@@ -1,0 +1,259 @@
+// The radio's timetable: crond's table, and the state wanted now.
+#include <gmock/gmock.h>
+
+#include "orba_util.h"
+#include "sim/device.h"
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace {
+
+constexpr char kCacheLine[] = "* * */1 * * echo 3 > /proc/sys/vm/drop_caches\n";
+
+// The tests' weekdays, in a week that begins on a Monday.
+enum Weekday { kMonday = 23, kWednesday = 25, kSaturday = 28, kSunday = 29 };
+
+std::string on(int november, const std::string &time) {
+  return "2026-11-" + std::to_string(november) + " " + time;
+}
+
+tm brokenDown(const std::string &text) {
+  tm time{};
+  EXPECT_NE(strptime(text.c_str(), "%a %H:%M", &time), nullptr) << text;
+  return time;
+}
+
+}  // namespace
+
+TEST(ScheduleInit, MakesTheWholeTableAndSwitchesTheRadio) {
+  sim::Device device;
+  device.file("/etc/admin", "0 4 * * * reboot\n")
+      .settings({{"wlanScheduleEnab", "1"},
+                 {"wlanSchedule1", "0 1 8 0 18 0"},
+                 {"wlanSchedule2", "1 0 22 1 6 0"},
+                 {"wlanSchedule4", "1 1 9 0 17 1"},
+                 {"wlanSchedule8", "1 1 8 0 18 1"},
+                 {"RadioOff", "1"}});
+  device.clock().set(on(kWednesday, "09:00"));
+  EXPECT_EQ(wlan_schedule_init(), 0);
+  EXPECT_THAT(device.commands(),
+              ElementsAre("killall -q  crond", "rm /etc/admin", "touch /etc/admin",
+                          "echo \"* * */1 * * echo 3 > /proc/sys/vm/drop_caches\" >> /etc/admin ",
+                          "echo \"30 22 * * 1 nvram_set RadioOff 1\" >> /etc/admin",
+                          "echo \"30 22 * * 1 /sbin/wlan.sh\" >> /etc/admin",
+                          "echo \"0 6 * * 1 nvram_set RadioOff 0\" >> /etc/admin",
+                          "echo \"0 6 * * 1 /sbin/wlan.sh\" >> /etc/admin",
+                          "echo \"0 9 * * 3 nvram_set RadioOff 0\" >> /etc/admin",
+                          "echo \"0 9 * * 3 /sbin/wlan.sh\" >> /etc/admin",
+                          "echo \"30 17 * * 3 nvram_set RadioOff 1\" >> /etc/admin",
+                          "echo \"30 17 * * 3 /sbin/wlan.sh\" >> /etc/admin",
+                          "echo \"0 8 * * 0 nvram_set RadioOff 0\" >> /etc/admin",
+                          "echo \"0 8 * * 0 /sbin/wlan.sh\" >> /etc/admin",
+                          "echo \"30 18 * * 0 nvram_set RadioOff 1\" >> /etc/admin",
+                          "echo \"30 18 * * 0 /sbin/wlan.sh\" >> /etc/admin",
+                          "crond -c /etc -L /var/log/cron.log", "wlan.sh"));
+  EXPECT_EQ(device.text("/etc/admin"), std::string(kCacheLine) +
+                                           "30 22 * * 1 nvram_set RadioOff 1\n"
+                                           "30 22 * * 1 /sbin/wlan.sh\n"
+                                           "0 6 * * 1 nvram_set RadioOff 0\n"
+                                           "0 6 * * 1 /sbin/wlan.sh\n"
+                                           "0 9 * * 3 nvram_set RadioOff 0\n"
+                                           "0 9 * * 3 /sbin/wlan.sh\n"
+                                           "30 17 * * 3 nvram_set RadioOff 1\n"
+                                           "30 17 * * 3 /sbin/wlan.sh\n"
+                                           "0 8 * * 0 nvram_set RadioOff 0\n"
+                                           "0 8 * * 0 /sbin/wlan.sh\n"
+                                           "30 18 * * 0 nvram_set RadioOff 1\n"
+                                           "30 18 * * 0 /sbin/wlan.sh\n");
+  EXPECT_THAT(device.writes(), ElementsAre("set 1 RadioOff=0", "commit 1"));
+  EXPECT_EQ(device.console(),
+            "#### init wlan scheduling ###\n,##"
+            "wlan radio is changed to enable\n");
+
+  // Applying again changes neither the table nor, now, the radio.
+  std::optional<std::string> table = device.text("/etc/admin");
+  device.forget();
+  wlan_schedule_init();
+  EXPECT_EQ(device.text("/etc/admin"), table);
+  EXPECT_THAT(device.writes(), IsEmpty());
+  EXPECT_THAT(device.console(), HasSubstr("wlan radio is changed to enable\n"));
+}
+
+TEST(ScheduleInit, SwitchedOffLeavesTheCacheLineAlone) {
+  sim::Device device;
+  device.settings(
+      {{"wlanScheduleEnab", "0"}, {"wlanSchedule1", "1 1 8 0 18 0"}, {"RadioOff", "0"}});
+  wlan_schedule_init();
+  EXPECT_THAT(device.commands(),
+              ElementsAre("killall -q  crond", "rm /etc/admin", "touch /etc/admin",
+                          "echo \"* * */1 * * echo 3 > /proc/sys/vm/drop_caches\" >> /etc/admin ",
+                          "crond -c /etc -L /var/log/cron.log"));
+  EXPECT_EQ(device.text("/etc/admin"), kCacheLine);
+  EXPECT_THAT(device.writes(), IsEmpty());
+  EXPECT_EQ(device.console(), "#### init wlan scheduling ###\n,##");
+}
+
+TEST(ScheduleInit, WithoutAnySettingIsSwitchedOnWithNothingToDo) {
+  sim::Device device;
+  wlan_schedule_init();
+  EXPECT_EQ(device.text("/etc/admin"), kCacheLine);
+  EXPECT_THAT(device.writes(), IsEmpty());
+  EXPECT_EQ(device.console(), "#### init wlan scheduling ###\n,##no change to wlan radio\n");
+}
+
+TEST(ScheduleLines, OfEachDayAndMode) {
+  const struct {
+    int day;
+    const char *record;
+    const char *table;
+  } cases[] = {
+      {0, "1 1 8 0 18 1",
+       "0 8 * * * nvram_set RadioOff 0\n"
+       "0 8 * * * /sbin/wlan.sh\n"
+       "30 18 * * * nvram_set RadioOff 1\n"
+       "30 18 * * * /sbin/wlan.sh\n"},
+      {0, "1 0 22 1 6 0",
+       "30 22 * * * nvram_set RadioOff 1\n"
+       "30 22 * * * /sbin/wlan.sh\n"
+       "0 6 * * * nvram_set RadioOff 0\n"
+       "0 6 * * * /sbin/wlan.sh\n"},
+      {1, "1 1 0 1 23 1",
+       "30 0 * * 1 nvram_set RadioOff 0\n"
+       "30 0 * * 1 /sbin/wlan.sh\n"
+       "30 23 * * 1 nvram_set RadioOff 1\n"
+       "30 23 * * 1 /sbin/wlan.sh\n"},
+      {6, "2 1 08 x 09 2",  // any number but 0 enables
+       "0 8 * * 6 nvram_set RadioOff 0\n"
+       "0 8 * * 6 /sbin/wlan.sh\n"
+       "0 9 * * 6 nvram_set RadioOff 1\n"
+       "0 9 * * 6 /sbin/wlan.sh\n"},
+      {7, "1 01 8 0 18 1",  // only a mode of "1" itself is on inside
+       "0 8 * * 0 nvram_set RadioOff 1\n"
+       "0 8 * * 0 /sbin/wlan.sh\n"
+       "30 18 * * 0 nvram_set RadioOff 0\n"
+       "30 18 * * 0 /sbin/wlan.sh\n"},
+      {2, "1 1 x;reboot 1 $(reboot) 0 more fields",
+       "30 0 * * 2 nvram_set RadioOff 0\n"
+       "30 0 * * 2 /sbin/wlan.sh\n"
+       "0 0 * * 2 nvram_set RadioOff 1\n"
+       "0 0 * * 2 /sbin/wlan.sh\n"},
+      {2, "1",
+       "0 0 * * 2 nvram_set RadioOff 1\n"
+       "0 0 * * 2 /sbin/wlan.sh\n"
+       "0 0 * * 2 nvram_set RadioOff 0\n"
+       "0 0 * * 2 /sbin/wlan.sh\n"},
+      {3, "0 1 8 0 18 1", ""},
+      {3, "on 1 8 0 18 1", ""},
+      {3, "", ""},
+      {3, nullptr, ""},
+  };
+  for (const auto &[day, record, table] : cases) {
+    sim::Device device;
+    setWlanSchedulingCfg(record, day);
+    EXPECT_EQ(device.text("/etc/admin").value_or(""), table) << record << ", day " << day;
+  }
+}
+
+TEST(ScheduleLines, ARecordEndsAfter103Characters) {
+  sim::Device device;
+  std::string mode(92, 'm');  // the end half is character 103
+  setWlanSchedulingCfg(("1 " + mode + " 8 0 18 1").c_str(), 0);
+  EXPECT_EQ(device.commands().at(2), "echo \"30 18 * * * nvram_set RadioOff 0\" >> /etc/admin");
+  device.forget();
+  setWlanSchedulingCfg(("1 " + mode + "m 8 0 18 1").c_str(), 0);
+  EXPECT_EQ(device.commands().at(2), "echo \"0 18 * * * nvram_set RadioOff 0\" >> /etc/admin");
+  setWlanSchedulingCfg(std::string(5000, ' ').c_str(), 0);
+  setWlanSchedulingCfg(std::string(5000, '9').c_str(), 0);
+}
+
+TEST(ScheduleCheck, DecidesForOneMoment) {
+  const struct {
+    const char *now;
+    const char *record;
+    int day;
+    int wish;
+  } cases[] = {
+      {"Mon 08:59", "1 1 9 0 17 1", 0, 0},
+      {"Mon 09:00", "1 1 9 0 17 1", 0, 1},
+      {"Mon 17:29", "1 1 9 0 17 1", 0, 1},
+      {"Mon 17:30", "1 1 9 0 17 1", 0, 0},  // the end minute is outside
+      {"Mon 12:00", "1 0 9 0 17 0", 0, 0},
+      {"Mon 17:00", "1 0 9 0 17 0", 0, 1},
+      {"Mon 12:00", "1 01 9 0 17 0", 0, 1},  // the mode as a number
+      {"Mon 12:00", "1 2 9 0 17 0", 0, 0},
+      // Across midnight no moment is inside.
+      {"Mon 23:00", "1 1 22 0 6 0", 0, 0},
+      {"Mon 03:00", "1 1 22 0 6 0", 0, 0},
+      {"Mon 23:00", "1 0 22 1 6 0", 0, 1},
+      {"Mon 12:00", "1 1 12 0 12 0", 0, 0},
+      // Weekdays.
+      {"Mon 12:00", "1 1 9 0 17 0", 1, 1},
+      {"Tue 12:00", "1 1 9 0 17 0", 1, -1},
+      {"Sun 12:00", "1 1 9 0 17 0", 7, 1},
+      {"Sat 12:00", "1 1 9 0 17 0", 7, -1},
+      {"Mon 12:00", "1 1 9 0 17 0", -1, -1},
+      // What is missing is 0, what is no number too.
+      {"Mon 12:00", "0 1 9 0 17 0", 0, -1},
+      {"Mon 12:00", "", 0, -1},
+      {"Mon 12:00", nullptr, 0, -1},
+      {"Mon 12:00", "1", 0, 1},
+      {"Mon 12:00", "1 1 x", 0, 0},
+      {"Mon 12:00", "1 1 0 0 2147483647 0", 0, 1},
+  };
+  for (const auto &[now, record, day, wish] : cases) {
+    EXPECT_EQ(checkWlanSchedulingCfg(brokenDown(now), record, day), wish)
+        << now << ", " << (record != nullptr ? record : "(null)") << ", day " << day;
+  }
+}
+
+TEST(ScheduleNow, TheRadioFollowsTheFirstRecordThatApplies) {
+  const sim::Settings office = {{"wlanSchedule2", "1 0 9 0 17 0"},
+                                {"wlanSchedule8", "1 1 9 0 17 0"}};
+  const sim::Settings office_and_every_day = {{"wlanSchedule1", "1 1 9 0 17 0"},
+                                              {"wlanSchedule2", "1 0 9 0 17 0"}};
+  const char *const enable = "wlan radio is changed to enable\n";
+  const char *const disable = "wlan radio is changed to disable\n";
+  const char *const no_change = "no change to wlan radio\n";
+  const struct {
+    sim::Settings records;
+    std::string now;
+    const char *before;
+    const char *after;
+    const char *trace;
+  } cases[] = {
+      {office, on(kMonday, "12:00"), "0", "1", disable},
+      {office, on(kMonday, "17:00"), "1", "0", enable},
+      {office, on(kSunday, "08:59"), "0", "1", disable},
+      {office, on(kSaturday, "12:00"), "1", "1", no_change},
+      {office_and_every_day, on(kMonday, "12:00"), "1", "0", enable},
+      {office_and_every_day, on(kMonday, "12:00"), "0", "0", enable},
+      {{{"wlanSchedule1", "1 1 22 0 6 0"}}, on(kMonday, "23:00"), "0", "1", disable},
+      {{}, on(kMonday, "12:00"), "1", "1", no_change},
+  };
+  for (const auto &[records, now, before, after, trace] : cases) {
+    sim::Device device;
+    device.settings(records).settings({{"RadioOff", before}});
+    device.clock().set(now);
+    EXPECT_EQ(setWlanSchedulingCurrentState(), 0);
+    std::vector<std::string> writes, commands;
+    if (std::string(before) != after) {
+      writes = {std::string("set 1 RadioOff=") + after, "commit 1"};
+      commands = {"wlan.sh"};
+    }
+    EXPECT_EQ(device.writes(), writes) << now;
+    EXPECT_EQ(device.commands(), commands) << now;
+    EXPECT_EQ(device.console(), trace) << now;
+  }
+}
+
+TEST(ScheduleNow, AMissingRadioOffCountsAsOn) {
+  sim::Device device;
+  device.settings({{"wlanSchedule1", "1 1 0 0 23 0"}});
+  setWlanSchedulingCurrentState();
+  EXPECT_THAT(device.writes(), IsEmpty());
+  device.settings({{"wlanSchedule1", "1 0 0 0 23 0"}});
+  setWlanSchedulingCurrentState();
+  EXPECT_THAT(device.writes(), ElementsAre("set 1 RadioOff=1", "commit 1"));
+}

@@ -7,6 +7,7 @@
 #include "net/interface_name.h"
 #include "sim/leds.h"
 #include "sim/radio.h"
+#include "sim/switch.h"
 #include "sim/wps_session.h"
 #include "tools/orba/config.h"
 
@@ -16,6 +17,13 @@ namespace {
 
 std::string wanAddress(int wan) {
   return "203.0.113." + std::to_string(wan + 1);
+}
+
+constexpr char kGateway[] = "203.0.113.1";
+
+// A file that the device has unless its root brings one.
+void addFile(sim::Device &device, const std::string &path, const std::string &content) {
+  if (!device.text(path)) device.file(path, content);
 }
 
 std::string macOf(int number) {
@@ -105,20 +113,23 @@ void readLine(const std::string &line, sim::Device &device) {
 void setUpBench(sim::Device &device) {
   device.interface("br0").address("192.168.1.1").netmask("255.255.255.0").mac(macOf(0));
   device.interface("ra0").mac(macOf(8));
-  for (int wan = kWans; wan >= 1; wan--) {
+  for (int wan = 1; wan <= kWans; wan++) {
     InterfaceName interface, ethernet;
     wanInterface(wan, interface);
     wanDevice(wan, ethernet);
-    if (!ethernet.empty() && !ethernet.is("br0")) device.interface(ethernet.text()).mac(macOf(wan));
     if (interface.empty() || interface.is("br0")) continue;
+    if (!ethernet.empty()) device.interface(ethernet.text()).mac(macOf(wan));
     device.interface(interface.text()).address(wanAddress(wan)).netmask("255.255.255.0");
-    device.file("/var/wan" + std::to_string(wan) + ".info", "203.0.113.1:" + wanAddress(wan));
+    addFile(device, "/var/wan" + std::to_string(wan) + ".info", kGateway + (":" + wanAddress(wan)));
   }
-  device.file("/proc/net/route",
-              "Iface\tDestination\tGateway \tFlags\tRefCnt\tUse\tMetric\tMask\tMTU\tWindow\tIRTT\n");
+  addFile(device, "/proc/net/route",
+          "Iface\tDestination\tGateway \tFlags\tRefCnt\tUse\tMetric\tMask\tMTU\tWindow\tIRTT\n");
   device.answer("switch reg r 3608", "value=0x1\n");
+  device.answer("cat /var/wan1.info | sed", std::string(kGateway) + "\n");
+  device.answer("arp -an | grep", "? (" + (kGateway + (") at " + macOf(9))) + " [ether] on br0\n");
   device.part<sim::Leds>();
   device.part<sim::Radio>().networks({});
+  device.part<sim::Switch>().learn(macOf(9), {3});
   device.forget();
 }
 

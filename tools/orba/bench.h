@@ -20,8 +20,8 @@
 namespace orba::tool {
 
 // Gives the LAN and the WANs that the device's settings name their addresses
-// (br0 192.168.1.1, WAN n 203.0.113.n+1 behind the gateway 203.0.113.1), the WAN
-// port its link and the radio no networks.
+// (br0 192.168.1.1, WAN n 203.0.113.n+1), the WAN port its link, the gateway
+// 203.0.113.1 behind switch port 3, and the radio no networks.
 void setUpBench(sim::Device &device);
 
 // Reads a device file onto it. Throws BadConfig with file and line.

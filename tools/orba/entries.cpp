@@ -79,8 +79,8 @@ const char *digestOf(const char *text) {
 const char *hmacOf(const char *text, const char *key) {
   std::string copy = key;  // a long key is changed
   unsigned char digest[20];
-  hmac_sha1(bytes(text), length(text), reinterpret_cast<unsigned char *>(copy.data()),
-            length(key), digest);
+  hmac_sha1(bytes(text), length(text), reinterpret_cast<unsigned char *>(copy.data()), length(key),
+            digest);
   return hex(digest);
 }
 

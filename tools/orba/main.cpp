@@ -2,11 +2,11 @@
 #include <CLI/CLI.hpp>
 #include <iostream>
 
-#include "sim/switch.h"
 #include "tools/orba/bench.h"
 #include "tools/orba/config.h"
 #include "tools/orba/entry.h"
 #include "tools/orba/report.h"
+#include "tools/orba/week.h"
 
 namespace {
 
@@ -22,6 +22,7 @@ struct Options {
   std::string root;
   std::string device;
   long long ticks = 0;
+  std::string at;
   bool json = false;
   bool raw = false;
   bool tables = false;
@@ -36,17 +37,29 @@ void addCallOptions(CLI::App &command, Options &options, const char *entry_name)
       ->check(CLI::ExistingDirectory);
   command.add_option("-d,--device", options.device, "What the device on the bench has and finds")
       ->check(CLI::ExistingFile);
+  command.add_option("--at", options.at, "The device's time, such as \"Mon 22:45\"");
   command.add_flag("--json", options.json, "Print for programs");
+}
+
+// A new device's clock stands at the midnight that begins a Sunday.
+void setClock(sim::Device &device, const std::string &at) {
+  tm time = timeFrom(Parameter{"at"}, at);
+  device.clock().set(device.clock().now() + (time.tm_wday * 24 + time.tm_hour) * 3600 +
+                     time.tm_min * 60);
+}
+
+void prepare(sim::Device &device, const Options &options) {
+  if (!options.config.empty()) putSettings(readConfig(options.config), device);
+  if (!options.root.empty()) device.lowerRoot(options.root);
+  setUpBench(device);
+  if (!options.device.empty()) readDeviceFile(options.device, device);
+  if (!options.at.empty()) setClock(device, options.at);
 }
 
 Call callOn(sim::Device &device, const Options &options) {
   const Entry &entry = entryNamed(options.entry);
   entry.checkWords(options.words);
-  device.part<sim::Switch>();  // with nothing learnt and nothing counted
-  if (!options.config.empty()) putSettings(readConfig(options.config), device);
-  setUpBench(device);
-  if (!options.root.empty()) device.lowerRoot(options.root);
-  if (!options.device.empty()) readDeviceFile(options.device, device);
+  prepare(device, options);
   Call call{entry, options.words, entry.call(options.words)};
   constexpr long long kTick = 100;  // of the WPS monitors, in milliseconds
   for (long long i = 0; i < options.ticks && device.clock().armed(); i++) device.advance(kTick);
@@ -68,7 +81,8 @@ int list(bool json) {
     }
     std::cout << "  " << std::left << std::setw(44) << entry.usage() << " " << entry.line << "\n";
   }
-  if (json) std::cout << all.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << "\n";
+  if (json)
+    std::cout << all.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << "\n";
   return kDone;
 }
 
@@ -76,7 +90,9 @@ int plan(const Options &options) {
   sim::Device device;
   Call call = callOn(device, options);
   if (options.json) {
-    std::cout << planAsJson(call, device).dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << "\n";
+    std::cout << planAsJson(call, device)
+                     .dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace)
+              << "\n";
   } else if (options.raw) {
     printRaw(std::cout, device);
   } else if (options.tables) {
@@ -87,7 +103,24 @@ int plan(const Options &options) {
   return kDone;
 }
 
+// Not an entry point, but what one of them makes of the radio's week.
+constexpr char kSchedule[] = "schedule";
+
+int showSchedule(const Options &options) {
+  if (!options.words.empty()) throw BadArgument("usage: schedule (0 arguments)");
+  sim::Device device;
+  prepare(device, options);
+  Week week = plannedWeek(device);
+  if (options.json) {
+    std::cout << week.asJson().dump(2) << "\n";
+  } else {
+    week.print(std::cout);
+  }
+  return kDone;
+}
+
 int show(const Options &options) {
+  if (options.entry == kSchedule) return showSchedule(options);
   sim::Device device;
   Call call = callOn(device, options);
   if (options.json) {
@@ -95,12 +128,15 @@ int show(const Options &options) {
                                      {"returned", call.answer.returned},
                                      {"outputs", call.answer.outputs},
                                      {"printed", device.printed()}};
-    std::cout << answer.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << "\n";
+    std::cout << answer.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace)
+              << "\n";
     return kDone;
   }
-  std::cout << device.printed();
+  std::string printed = device.printed();
+  std::cout << printed << (printed.empty() || printed.back() == '\n' ? "" : "\n");
   for (const std::string &output : call.answer.outputs) std::cout << output << "\n";
-  if (call.answer.outputs.empty() && !call.answer.returned.empty()) {
+  bool answered = !call.answer.outputs.empty() || !device.printed().empty();
+  if (!answered && !call.answer.returned.empty()) {
     std::cout << call.answer.returned << "\n";
   }
   std::cerr << device.errors();
@@ -127,7 +163,8 @@ int main(int argc, char **argv) {
                            "Let so many tenths of a second pass and run the timer's handler");
   plan_command->add_flag("--tables", options.tables, "The resulting chains, as packets meet them");
 
-  CLI::App *show_command = app.add_subcommand("show", "What a getter answers");
+  CLI::App *show_command =
+      app.add_subcommand("show", "What a getter answers; 'show schedule': the radio's week");
   addCallOptions(*show_command, options, "GETTER");
 
   try {

@@ -9,57 +9,50 @@
 
 namespace orba {
 
-class File {
+// A stream to read lines from; File and Pipe say how it is opened and closed.
+class Stream {
  public:
-  File(const char *path, const char *mode) : file_(fopen(path, mode)) {}
-  File(const File &) = delete;
-  File &operator=(const File &) = delete;
-  ~File() { close(); }
+  Stream(const Stream &) = delete;
+  Stream &operator=(const Stream &) = delete;
 
-  explicit operator bool() const { return file_ != nullptr; }
-  FILE *get() const { return file_; }
+  explicit operator bool() const { return stream_ != nullptr; }
+  FILE *get() const { return stream_; }
   // The next line with its newline, cut to N - 1 characters; the rest of a
   // longer line is the next one. False at the end.
   template <size_t N>
   bool readLine(char (&line)[N]) {
-    return fgets(line, N, file_) != nullptr;
+    return readLine(line, N);
   }
-  // False when what was written did not all reach the file.
-  bool close() {
-    if (file_ == nullptr) return true;
-    FILE *closing = file_;
-    file_ = nullptr;
-    return fclose(closing) == 0;
+  // All that is left up to N - 1 bytes, terminated.
+  template <size_t N>
+  void readAll(char (&text)[N]) {
+    readAll(text, N);
   }
 
+ protected:
+  explicit Stream(FILE *stream) : stream_(stream) {}
+  ~Stream() = default;
+
+  FILE *stream_;
+
  private:
-  FILE *file_;
+  bool readLine(char *line, size_t size);
+  void readAll(char *text, size_t size);
+};
+
+class File : public Stream {
+ public:
+  File(const char *path, const char *mode);
+  ~File() { close(); }
+  // False when what was written did not all reach the file.
+  bool close();
 };
 
 // What a command prints.
-class Pipe {
+class Pipe : public Stream {
  public:
-  explicit Pipe(const char *command) : pipe_(popen(command, "r")) {}
-  Pipe(const Pipe &) = delete;
-  Pipe &operator=(const Pipe &) = delete;
-  ~Pipe() {
-    if (pipe_ != nullptr) pclose(pipe_);
-  }
-
-  explicit operator bool() const { return pipe_ != nullptr; }
-  FILE *get() const { return pipe_; }
-  template <size_t N>
-  bool readLine(char (&line)[N]) {
-    return fgets(line, N, pipe_) != nullptr;
-  }
-  // All of the output up to N - 1 bytes, terminated.
-  template <size_t N>
-  void readAll(char (&text)[N]) {
-    text[fread(text, 1, N - 1, pipe_)] = '\0';
-  }
-
- private:
-  FILE *pipe_;
+  explicit Pipe(const char *command);
+  ~Pipe();
 };
 
 class Descriptor {
@@ -67,9 +60,7 @@ class Descriptor {
   explicit Descriptor(int fd) : fd_(fd) {}
   Descriptor(const Descriptor &) = delete;
   Descriptor &operator=(const Descriptor &) = delete;
-  ~Descriptor() {
-    if (fd_ >= 0) close(fd_);
-  }
+  ~Descriptor();
 
   explicit operator bool() const { return fd_ >= 0; }
   int get() const { return fd_; }
@@ -78,9 +69,7 @@ class Descriptor {
   int fd_;
 };
 
-inline bool fileExists(const char *path) {
-  return static_cast<bool>(File(path, "r"));
-}
+bool fileExists(const char *path);
 
 }  // namespace orba
 

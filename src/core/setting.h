@@ -33,21 +33,13 @@ class Setting {
 };
 
 // The value of `key` as this process last buffered it.
-inline Setting setting(const char *key, int space = kMainSpace) {
-  return Setting(nvram_bufget(space, key));
-}
+Setting setting(const char *key, int space = kMainSpace);
 
 // The value of `key` read through the store's direct call.
-inline Setting storedSetting(const char *key, int space = kMainSpace) {
-  return Setting(nvram_get(space, key));
-}
+Setting storedSetting(const char *key, int space = kMainSpace);
 
 // Keys that carry a WAN's number: "wan_gateway" for WAN 1, "wan_gateway3" for WAN 3.
-inline Setting wanSetting(const char *key, int wan) {
-  Text<64> name(key);
-  if (wan != 1) name.format("%d", wan);
-  return setting(name.text());
-}
+Setting wanSetting(const char *key, int wan);
 
 }  // namespace orba
 

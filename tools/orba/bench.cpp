@@ -129,7 +129,7 @@ void setUpBench(sim::Device &device) {
   device.answer("arp -an | grep", "? (" + (kGateway + (") at " + macOf(9))) + " [ether] on br0\n");
   device.part<sim::Leds>();
   device.part<sim::Radio>().networks({});
-  device.part<sim::Switch>().learn(macOf(9), {3});
+  device.part<sim::Switch>().learn("020000000009", {3});
   device.forget();
 }
 

@@ -3,6 +3,7 @@
 #include <iostream>
 
 #include "tools/orba/bench.h"
+#include "tools/orba/check.h"
 #include "tools/orba/config.h"
 #include "tools/orba/entry.h"
 #include "tools/orba/report.h"
@@ -81,8 +82,7 @@ int list(bool json) {
     }
     std::cout << "  " << std::left << std::setw(44) << entry.usage() << " " << entry.line << "\n";
   }
-  if (json)
-    std::cout << all.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << "\n";
+  if (json) std::cout << dumped(all) << "\n";
   return kDone;
 }
 
@@ -90,9 +90,7 @@ int plan(const Options &options) {
   sim::Device device;
   Call call = callOn(device, options);
   if (options.json) {
-    std::cout << planAsJson(call, device)
-                     .dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace)
-              << "\n";
+    std::cout << dumped(planAsJson(call, device)) << "\n";
   } else if (options.raw) {
     printRaw(std::cout, device);
   } else if (options.tables) {
@@ -112,7 +110,7 @@ int showSchedule(const Options &options) {
   prepare(device, options);
   Week week = plannedWeek(device);
   if (options.json) {
-    std::cout << week.asJson().dump(2) << "\n";
+    std::cout << dumped(week.asJson()) << "\n";
   } else {
     week.print(std::cout);
   }
@@ -128,8 +126,7 @@ int show(const Options &options) {
                                      {"returned", call.answer.returned},
                                      {"outputs", call.answer.outputs},
                                      {"printed", device.printed()}};
-    std::cout << answer.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace)
-              << "\n";
+    std::cout << dumped(answer) << "\n";
     return kDone;
   }
   std::string printed = device.printed();
@@ -141,6 +138,26 @@ int show(const Options &options) {
   }
   std::cerr << device.errors();
   return kDone;
+}
+
+int check(const Options &options) {
+  sim::Device device;
+  putSettings(readConfig(options.config), device);
+  std::vector<Finding> findings = checkSettings(device);
+  nlohmann::ordered_json all = nlohmann::ordered_json::array();
+  for (const Finding &finding : findings) {
+    if (!options.json) std::cout << options.config << ": " << finding.line() << "\n";
+    all.push_back({{"key", finding.key},
+                   {"space", finding.space},
+                   {"record", finding.record},
+                   {"field", finding.field},
+                   {"value", finding.value},
+                   {"reason", finding.reason},
+                   {"effect", finding.effect}});
+  }
+  if (options.json) std::cout << dumped(all) << "\n";
+  if (findings.empty() && !options.json) std::cout << options.config << ": nothing found\n";
+  return findings.empty() ? kDone : kFound;
 }
 
 }  // namespace
@@ -167,10 +184,16 @@ int main(int argc, char **argv) {
       app.add_subcommand("show", "What a getter answers; 'show schedule': the radio's week");
   addCallOptions(*show_command, options, "GETTER");
 
+  CLI::App *check_command = app.add_subcommand(
+      "check", "Records that would be passed over or cut, and values out of form");
+  check_command->add_option("-c,--config", options.config, "The settings")->required();
+  check_command->add_flag("--json", options.json, "Print for programs");
+
   try {
     app.parse(argc, argv);
     if (list_command->parsed()) return list(options.json);
     if (plan_command->parsed()) return plan(options);
+    if (check_command->parsed()) return check(options);
     return show(options);
   } catch (const CLI::ParseError &error) {
     int code = app.exit(error);

@@ -56,7 +56,7 @@ std::string settingName(const std::pair<int, std::string> &name) {
 std::vector<std::string> filesWritten(const sim::Device &device) {
   std::vector<std::string> paths;
   for (const Event &event : device.events()) {
-    if (event.kind != Event::kFile) continue;
+    if (event.kind != Event::kFile || !device.text(event.text)) continue;
     if (std::find(paths.begin(), paths.end(), event.text) == paths.end()) {
       paths.push_back(event.text);
     }
@@ -65,6 +65,10 @@ std::vector<std::string> filesWritten(const sim::Device &device) {
 }
 
 }  // namespace
+
+std::string dumped(const nlohmann::ordered_json &value) {
+  return value.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+}
 
 std::string visible(const std::string &text) {
   static const char digits[] = "0123456789abcdef";

@@ -26,6 +26,9 @@ nlohmann::ordered_json planAsJson(const Call &call, const sim::Device &device);
 // that change routes.
 void printTables(std::ostream &out, const sim::Device &device);
 
+// The text of a JSON value; bytes that are no UTF-8 are replaced.
+std::string dumped(const nlohmann::ordered_json &value);
+
 // A text that may hold anything, safe to show on a terminal.
 std::string visible(const std::string &text);
 

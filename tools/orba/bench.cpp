@@ -128,7 +128,8 @@ void setUpBench(sim::Device &device) {
   device.answer("cat /var/wan1.info | sed", std::string(kGateway) + "\n");
   device.answer("arp -an | grep", "? (" + (kGateway + (") at " + macOf(9))) + " [ether] on br0\n");
   device.part<sim::Leds>();
-  device.part<sim::Radio>().networks({});
+  sim::Radio &radio = device.part<sim::Radio>().networks({});
+  for (const char *ifname : {"ra0", "ra1", "ra2", "ra3"}) radio.counters({}, ifname);
   device.part<sim::Switch>().learn("020000000009", {3});
   device.forget();
 }

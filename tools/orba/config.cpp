@@ -5,7 +5,22 @@
 #include <fstream>
 #include <sstream>
 
+#include "tools/orba/report.h"
+
 namespace orba::tool {
+
+namespace {
+
+// What names the setting in a line that is none: all before the '=', if there
+// is one, and not too much of it.
+std::string keyIn(const std::string &content, int line) {
+  std::istringstream lines(content);
+  std::string text;
+  for (int i = 0; i < line; i++) std::getline(lines, text);
+  return visible(text.substr(0, std::min<size_t>(text.find('='), 40)));
+}
+
+}  // namespace
 
 std::vector<nvram::Entry> readConfig(const std::string &path) {
   std::ifstream file(path, std::ios::binary);
@@ -17,8 +32,8 @@ std::vector<nvram::Entry> readConfig(const std::string &path) {
   std::vector<nvram::Entry> entries = nvram::parseSettings(content.str(), &damages);
   std::string faults;
   for (const nvram::Damage &damage : damages) {
-    faults += (faults.empty() ? "" : "\n") + path + ":" + std::to_string(damage.line) + ": " +
-              damage.what;
+    faults += (faults.empty() ? "" : "\n") + path + ":" + std::to_string(damage.line) + ": \"" +
+              keyIn(content.str(), damage.line) + "\" " + damage.what;
   }
   if (!faults.empty()) throw BadConfig(faults);
   return entries;

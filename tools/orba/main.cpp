@@ -1,4 +1,7 @@
 // orba: see what the library would do, or do it.
+#include <termios.h>
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <iostream>
 
@@ -7,6 +10,7 @@
 #include "tools/orba/config.h"
 #include "tools/orba/entry.h"
 #include "tools/orba/report.h"
+#include "tools/orba/statistics.h"
 #include "tools/orba/week.h"
 
 namespace {
@@ -117,6 +121,9 @@ int showSchedule(const Options &options) {
   return kDone;
 }
 
+// These answers are made for programs; people get them as a table.
+constexpr char kStatistics[] = "getCurrentPacketStatistic";
+
 int show(const Options &options) {
   if (options.entry == kSchedule) return showSchedule(options);
   sim::Device device;
@@ -129,6 +136,10 @@ int show(const Options &options) {
     std::cout << dumped(answer) << "\n";
     return kDone;
   }
+  if (options.entry == kStatistics && !options.raw && !call.answer.outputs[0].empty()) {
+    printStatistics(std::cout, call.answer.outputs[0]);
+    return kDone;
+  }
   std::string printed = device.printed();
   std::cout << printed << (printed.empty() || printed.back() == '\n' ? "" : "\n");
   for (const std::string &output : call.answer.outputs) std::cout << output << "\n";
@@ -137,6 +148,39 @@ int show(const Options &options) {
     std::cout << call.answer.returned << "\n";
   }
   std::cerr << device.errors();
+  if (call.answer.returned != "-1") return kDone;
+  std::cerr << "orba: " << options.entry << " returns -1\n";
+  return kFound;
+}
+
+// Reads a line from standard input, which is not shown when it is a terminal.
+std::string readSecret(const char *prompt) {
+  termios shown;
+  bool terminal = tcgetattr(STDIN_FILENO, &shown) == 0;
+  if (terminal) {
+    termios hidden = shown;
+    hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+    std::cerr << prompt << std::flush;
+    tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden);
+  }
+  std::string line;
+  std::getline(std::cin, line);
+  if (terminal) {
+    tcsetattr(STDIN_FILENO, TCSAFLUSH, &shown);
+    std::cerr << "\n";
+  }
+  return line;
+}
+
+int psk(const std::string &ssid) {
+  std::string passphrase = readSecret("Pass phrase: ");
+  // IEEE 802.11i: 8 to 63 characters; the derivation itself takes shorter ones.
+  if (passphrase.size() < 8 || passphrase.size() > 63) {
+    throw BadArgument("a pass phrase has 8 to 63 characters, not " +
+                      std::to_string(passphrase.size()));
+  }
+  std::cout << entryNamed("PasswordHash").call({passphrase, ssid}).returned << "\n";
+  std::fill(passphrase.begin(), passphrase.end(), '\0');
   return kDone;
 }
 
@@ -184,6 +228,12 @@ int main(int argc, char **argv) {
       app.add_subcommand("show", "What a getter answers; 'show schedule': the radio's week");
   addCallOptions(*show_command, options, "GETTER");
 
+  show_command->add_flag("--raw", options.raw, "The answer as the getter writes it");
+
+  CLI::App *psk_command =
+      app.add_subcommand("psk", "The WPA key of a network, from a pass phrase on standard input");
+  psk_command->add_option("SSID", options.entry, "The network's name")->required();
+
   CLI::App *check_command = app.add_subcommand(
       "check", "Records that would be passed over or cut, and values out of form");
   check_command->add_option("-c,--config", options.config, "The settings")->required();
@@ -194,6 +244,7 @@ int main(int argc, char **argv) {
     if (list_command->parsed()) return list(options.json);
     if (plan_command->parsed()) return plan(options);
     if (check_command->parsed()) return check(options);
+    if (psk_command->parsed()) return psk(options.entry);
     return show(options);
   } catch (const CLI::ParseError &error) {
     int code = app.exit(error);

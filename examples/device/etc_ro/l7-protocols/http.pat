@@ -1,0 +1,1 @@
+# HTTP - HyperText Transfer Protocol

@@ -1,0 +1,1 @@
+# SIP - Session Initiation Protocol - Internet telephony

@@ -1,0 +1,195 @@
+// The tool's table, its errors and its checks.
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <fstream>
+#include <set>
+
+#include "sim/packet_filter.h"
+#include "tools/orba/bench.h"
+#include "tools/orba/check.h"
+#include "tools/orba/config.h"
+#include "tools/orba/entry.h"
+#include "tools/orba/settings.h"
+
+using namespace orba::tool;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace {
+
+// What the call throws.
+template <typename Call>
+std::string complaintOf(Call call) {
+  try {
+    call();
+  } catch (const std::exception &error) {
+    return error.what();
+  }
+  return "";
+}
+
+std::string written(const std::string &content) {
+  std::string path = testing::TempDir() + "/orba-config-" + std::to_string(getpid());
+  std::ofstream(path) << content;
+  return path;
+}
+
+std::vector<nvram::Entry> example(const std::string &name) {
+  return readConfig(std::string(EXAMPLES) + "/" + name);
+}
+
+}  // namespace
+
+TEST(Entries, AreAllThatTheLibraryExports) {
+  std::set<std::string> listed, exported;
+  for (const Entry &entry : entries()) {
+    EXPECT_TRUE(listed.insert(entry.name).second) << entry.name << " stands twice";
+    EXPECT_NE(*entry.line, '\0') << entry.name;
+  }
+  std::ifstream symbols(SYMBOLS);
+  for (std::string line; std::getline(symbols, line);) {
+    if (line[0] != '#' && line[0] != '=') exported.insert(line);
+  }
+  EXPECT_EQ(listed, exported);
+}
+
+TEST(Entries, SayWhatIsWrongWithTheirWords) {
+  EXPECT_EQ(complaintOf([] { entryNamed("firewall"); }),
+            "there is no entry point 'firewall'; did you mean firewall_init, firewall_fini?");
+  EXPECT_EQ(complaintOf([] { entryNamed("x"); }).find("there is no entry point 'x'"), 0u);
+  EXPECT_EQ(complaintOf([] { entryNamed("STF").checkWords({"1"}); }),
+            "usage: STF INDEX KEY RECORD (3 arguments, not 1)");
+  EXPECT_EQ(complaintOf([] {
+              entryNamed("STF").call({"one", "k", "v"});
+            }),
+            "INDEX: 'one' is not a number");
+  EXPECT_EQ(complaintOf([] {
+              entryNamed("ledAlways").call({"99999999999", "1"});
+            }),
+            "GPIO: 99999999999 does not fit 32 bits");
+}
+
+TEST(Config, IsReadWithSpacesOrComplainedOfByLineAndKey) {
+  std::string path = written("# both spaces\nA=1\n[2]\nA= two \n");
+  sim::Device device;
+  putSettings(readConfig(path), device);
+  EXPECT_EQ(device.setting("A"), "1");
+  EXPECT_EQ(device.setting("A", 2), " two ");
+
+  path = written("[1]\nA=1\nnothing\nB=\\q\nA=2\n");
+  std::string complaint = complaintOf([&] { readConfig(path); });
+  for (const char *line : {":3: ", ":4: ", ":5: "}) EXPECT_THAT(complaint, HasSubstr(path + line));
+  EXPECT_THAT(complaint, HasSubstr("B"));
+  EXPECT_THAT(complaint, HasSubstr("nothing"));
+  remove(path.c_str());
+  EXPECT_EQ(complaintOf([&] { readConfig(path); }), path + ": No such file or directory");
+}
+
+TEST(Bench, ComplainsOfADeviceFileByLine) {
+  std::string path =
+      written("# a bench\ninterface br0 10.0.0.1/16\n\"Net\" 00:11:22:33:44:55 6 -50 WEP\nwps\n");
+  sim::Device device;
+  EXPECT_EQ(complaintOf([&] { readDeviceFile(path, device); }),
+            path + ":4: wanted: wps IFNAME STATUS[*TICKS] ...");
+  EXPECT_EQ(device.interface("br0").netmask(), "255.255.0.0");
+}
+
+TEST(Check, NamesRecordFieldValueAndReason) {
+  sim::Device device;
+  device.settings({
+      {"IPPortFilterRules", "any/0,,0,0,1.2.3.300,,80,0,1;any/0,,0,0,any,,0,70000,1"},
+      {"PortForwardRules", "192.168.1.9,0,0,TCP;192.168.1.9,80,0,TCP"},
+      {"SinglePortForwardRules", "x,80,x,7"},
+      {"SinglePortForwardEnable", "1"},
+      {"DMZEnable", "2"},
+      {"MACFilterRules", "00:11:22:33:44:55;;66:11:22:33:44:55"},
+      {"websHostFilters", std::string(300, 'h')},
+      {"RoutingRules", "1,2"},
+      {"StaticRoutingRules", "1,a,10.0.0.0,255.0.0.0,"},
+      {"OperationMode", "4"},
+      {"BlockLAND", ""},
+  });
+  std::vector<std::string> found;
+  for (const Finding &finding : checkSettings(device)) found.push_back(finding.line());
+  EXPECT_THAT(
+      found,
+      ElementsAre(
+          "IPPortFilterRules, record 1, field 5: \"1.2.3.300\" is neither \"any\" nor an IPv4 "
+          "address with a prefix of at most 32; it is passed over",
+          "IPPortFilterRules, record 2, field 8: \"70000\" is not below 65536; it is passed over",
+          "PortForwardRules, record 1, field 2: \"0\" is 0 or above 65535; it is passed over",
+          HasSubstr("SinglePortForwardRules, record 1, field 4: \"7\""),
+          "MACFilterRules, record 2: \"\" is empty and ends the list; it is passed over",
+          "MACFilterRules, record 3: \"66:11:22:33:44:55\" stands behind an empty record; it is "
+          "passed over",
+          HasSubstr("is too long and loses its end; it is used without its end"),
+          "RoutingRules, record 1: \"1,2\" has fewer than 7 fields; it is passed over",
+          HasSubstr("StaticRoutingRules, record 1"),
+          HasSubstr("OperationMode: \"4\" is not 0 (bridge)")));
+}
+
+TEST(Check, FindsNoFormBroken) {
+  for (const char *name : {"gateway.conf", "minimal.conf", "repeater.conf"}) {
+    sim::Device device;
+    putSettings(example(name), device);
+    EXPECT_THAT(checkSettings(device), IsEmpty()) << name;
+  }
+}
+
+// Each builder's cost grows with its list: ten times the records, about ten
+// times the time, and far from the hundred of a list walked again and again.
+TEST(RuleLists, CostInProportionToTheirLength) {
+  struct {
+    const char *entry, *key, *record;
+  } lists[] = {
+      {"iptablesIPPortFilterRun", "IPPortFilterRules", "any/0,,0,0,10.0.0.1,,80,0,1,,,,,,"},
+      {"iptablesPortForwardRun", "PortForwardRules", "192.168.1.9,80,0,TCP"},
+      {"iptablesAclRun", "aclRules", "10.0.0.1"},
+      {"MACFilterRun", "MACFilterRules", "00:11:22:33:44:55"},
+      {"iptablesWebsFilterRun", "websURLFilters", "example.org"},
+      {"RoutingInit", "RoutingRules", "10.1.0.0,255.255.0.0,,LAN,br0,,"},
+      {"executeStaticRoute", "StaticRoutingRules", "1,n,10.1.0.0,255.255.0.0,10.0.0.1,br0"},
+  };
+  for (const auto &list : lists) {
+    auto cost = [&](int records) {
+      std::string value;
+      for (int i = 0; i < records; i++) value += (i > 0 ? ";" : "") + std::string(list.record);
+      double best = 1e9;
+      for (int run = 0; run < 5; run++) {
+        sim::Device device;
+        putSettings(example("gateway.conf"), device);
+        device.settings({{"aclMode", "1"}, {"MacFilterAction", "DROP"}, {list.key, value}});
+        setUpBench(device);
+        auto start = std::chrono::steady_clock::now();
+        entryNamed(list.entry).call({});
+        std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+        best = std::min(best, took.count());
+        EXPECT_GE(device.commands().size(), static_cast<size_t>(records)) << list.entry;
+      }
+      return best;
+    };
+    EXPECT_LT(cost(2000), 20 * cost(200)) << list.entry;
+  }
+}
+
+// Built twice, the firewall has one jump of each kind where there was one.
+TEST(Firewall, TwiceInARowLeavesOneOfEachJump) {
+  for (const char *name : {"gateway.conf", "pppoe-gateway.conf", "bridge.conf"}) {
+    sim::Device device;
+    putSettings(example(name), device);
+    setUpBench(device);
+    sim::PacketFilter once, twice;
+    entryNamed("firewall_init").call({});
+    once.run(device.shellLines());
+    twice.run(device.shellLines());
+    device.forget();
+    entryNamed("firewall_init").call({});
+    twice.run(device.shellLines());
+    std::ostringstream first, second;
+    once.print(first);
+    twice.print(second);
+    EXPECT_EQ(first.str(), second.str()) << name;
+  }
+}

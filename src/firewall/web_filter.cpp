@@ -22,7 +22,17 @@ constexpr ContentClass kContentClasses[] = {
     {"websFilterProxy", 8},
 };
 
-constexpr int kWebPorts[] = {80, 3128, 8080};
+// The web's own port and two of proxies, from everyone or from all but one.
+constexpr const char *kBlockContent[] = {
+    "iptables -A web_filter -p tcp -m tcp --dport 80   -m webstr --content %d -j REJECT --reject-with tcp-reset",
+    "iptables -A web_filter -p tcp -m tcp --dport 3128 -m webstr --content %d -j REJECT --reject-with tcp-reset",
+    "iptables -A web_filter -p tcp -m tcp --dport 8080 -m webstr --content %d -j REJECT --reject-with tcp-reset",
+};
+constexpr const char *kBlockContentExceptFrom[] = {
+    "iptables -A web_filter -s ! %s -p tcp -m tcp --dport 80   -m webstr --content %d -j REJECT --reject-with tcp-reset",
+    "iptables -A web_filter -s ! %s -p tcp -m tcp --dport 3128 -m webstr --content %d -j REJECT --reject-with tcp-reset",
+    "iptables -A web_filter -s ! %s -p tcp -m tcp --dport 8080 -m webstr --content %d -j REJECT --reject-with tcp-reset",
+};
 
 struct WebFilter {
   Setting urls = setting("websURLFilters");
@@ -44,18 +54,11 @@ struct WebFilter {
   bool trustsNobody() const { return trusted.is("0.0.0.0"); }
 };
 
-// The port takes four columns in the commands.
 void blockContent(const WebFilter &filter, const char *trusted) {
-  for (int port : kWebPorts) {
-    if (filter.trustsNobody()) {
-      doSystem(
-          "iptables -A web_filter -p tcp -m tcp --dport %-4d -m webstr --content %d -j REJECT --reject-with tcp-reset",
-          port, filter.content);
-    } else {
-      doSystem(
-          "iptables -A web_filter -s ! %s -p tcp -m tcp --dport %-4d -m webstr --content %d -j REJECT --reject-with tcp-reset",
-          trusted, port, filter.content);
-    }
+  if (filter.trustsNobody()) {
+    for (const char *rule : kBlockContent) doSystem(rule, filter.content);
+  } else {
+    for (const char *rule : kBlockContentExceptFrom) doSystem(rule, trusted, filter.content);
   }
 }
 

@@ -33,7 +33,6 @@ class Checker {
 constexpr char kSkipped[] = "is passed over";
 constexpr char kCut[] = "is used without its end";
 constexpr char kNotSpared[] = "is not told to the DMZ program";
-constexpr char kNotNoted[] = "is not looked at for redirected services";
 
 constexpr RecordFault kTooLong = {-1, "is too long and loses its end"};
 
@@ -52,7 +51,7 @@ void checkPortForwards(Checker &checker) {
   int protocols = 0;
   for (Record record : RuleList(setting(key).text())) {
     PortForward forward(record, protocols);
-    protocols = forward.protocols;
+    if (!faulty(forward.fault())) protocols = forward.protocols;
     checker.note(key, record, forward.fault(), kSkipped);
     if (record.cut()) checker.note(key, record, kTooLong, kCut);
   }

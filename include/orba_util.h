@@ -779,7 +779,8 @@ extern const char *const accessControlPageListRoot[16];
 
 /* For the server's start, once: makes the shared record (System V shared memory,
  * key 1234, 204 bytes, mode 0666) or takes the one that is there, resets it, and
- * makes the semaphore that guards it (key 1234) free. Returns 0, or 1 on any failure. */
+ * makes the semaphore that guards it (key 1234) free, waiting up to a second for
+ * a process that holds it. Returns 0, or 1 on any failure. */
 int init_SharedMemory(void);
 
 /* Resets one record: status text "Ready", everything else empty or 0. */

@@ -100,6 +100,10 @@ int sim_semop(int id, sembuf *operations, size_t count) {
   return answer("semop", [=] { return semop(id, operations, count); });
 }
 
+int sim_semtimedop(int id, sembuf *operations, size_t count, const timespec *timeout) {
+  return answer("semtimedop", [=] { return semtimedop(id, operations, count, timeout); });
+}
+
 int sim_semctl(int id, int number, int command, ...) {
   va_list arguments;
   va_start(arguments, command);

@@ -6,6 +6,7 @@
 #include <sys/shm.h>
 
 #include <cerrno>
+#include <ctime>
 
 #include "core/file.h"
 
@@ -70,6 +71,19 @@ bool changeSemaphore(int semaphore, short by) {
   return result == 0;
 }
 
+// Setting the value drops what the kernel would undo for every process. Under
+// one that holds the lock this would make its release count twice, once now and
+// once against all others at its end, who would then wait for ever. So the lock
+// is taken first, by a second at most: it may be stuck, which setting it mends.
+bool takeBriefly(int semaphore) {
+  sembuf operation{0, -1, SEM_UNDO};
+  const timespec tenth{0, 100000000};
+  for (int tries = 0; tries < 10; tries++) {
+    if (semtimedop(semaphore, &operation, 1, &tenth) == 0) return true;
+  }
+  return false;
+}
+
 // Keeps the compiler from moving a store across: a killed process leaves behind
 // exactly the stores in front of the point where it stood.
 inline void keepOrder() {
@@ -95,9 +109,13 @@ int loginSemaphore() {
 bool resetLoginSemaphore() {
   MakersLock lock;
   semaphore_id = semget(kKey, 1, kCreateForAll);
+  if (semaphore_id == -1) return false;
+  bool taken = !isFresh(semaphore_id) && takeBriefly(semaphore_id);
   SemaphoreArgument argument;
   argument.value = 1;
-  return semaphore_id != -1 && semctl(semaphore_id, 0, SETVAL, argument) == 0;
+  if (semctl(semaphore_id, 0, SETVAL, argument) == 0) return true;
+  if (taken) unlockLogin(semaphore_id);
+  return false;
 }
 
 bool lockLogin(int semaphore) {

@@ -18,7 +18,11 @@ using testing::ElementsAre;
 
 class LoginSession : public testing::Test {
  protected:
-  LoginSession() { global_shared_stuff = {}; }
+  LoginSession() {
+    global_shared_stuff = {};
+    alarm(100);  // ends this process when it is blocked
+  }
+  ~LoginSession() override { alarm(0); }
 
   void logIn(const char *user, int status) {
     strncpy(global_shared_stuff.login_user, user, sizeof global_shared_stuff.login_user);

@@ -121,6 +121,35 @@ TEST_F(SharedLogin, IsFreedOnceByManyWhoComeFirst) {
   }
 }
 
+TEST_F(SharedLogin, IsMendedByAStart) {
+  ASSERT_EQ(init_SharedMemory(), 0);
+  for (int stuck_at : {0, 2, 5}) {
+    ASSERT_TRUE(publish(1));
+    ASSERT_EQ(semctl(semget(kernel_.key(), 1, 0), 0, SETVAL, stuck_at), 0);
+    EXPECT_EQ(init_SharedMemory(), 0);
+    EXPECT_EQ(semaphoreValue(), 1);
+  }
+  // Somebody holds the lock at the start, and ends only afterwards.
+  int held[2];
+  ASSERT_EQ(pipe(held), 0);
+  pid_t holder = startProcess([&] {
+    kernel_.after([&, first = true](const std::string &call) mutable {
+      if (call != "semop" || !first) return;
+      first = false;
+      (void)!write(held[1], "x", 1);
+      usleep(50000);
+    });
+    return publish(2);
+  });
+  char byte;
+  ASSERT_EQ(read(held[0], &byte, 1), 1);
+  EXPECT_EQ(init_SharedMemory(), 0);
+  EXPECT_TRUE(endedWell(holder));
+  EXPECT_EQ(semaphoreValue(), 1);
+  close(held[0]);
+  close(held[1]);
+}
+
 TEST_F(SharedLogin, BlocksNobodyWhereverAProcessIsKilled) {
   ASSERT_TRUE(publish(1));
   // The calls of one exchange, in order; the process is killed after each.

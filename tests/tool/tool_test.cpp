@@ -1,7 +1,7 @@
 // The tool's table, its errors and its checks.
 #include <gmock/gmock.h>
 
-#include <chrono>
+#include <ctime>
 #include <fstream>
 #include <set>
 
@@ -38,6 +38,13 @@ std::string written(const std::string &content) {
 
 std::vector<nvram::Entry> example(const std::string &name) {
   return readConfig(std::string(EXAMPLES) + "/" + name);
+}
+
+// Seconds of this thread's own; other programs on the machine do not count.
+double processorTime() {
+  timespec now;
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
 }
 
 }  // namespace
@@ -162,10 +169,9 @@ TEST(RuleLists, CostInProportionToTheirLength) {
         putSettings(example("gateway.conf"), device);
         device.settings({{"aclMode", "1"}, {"MacFilterAction", "DROP"}, {list.key, value}});
         setUpBench(device);
-        auto start = std::chrono::steady_clock::now();
+        double start = processorTime();
         entryNamed(list.entry).call({});
-        std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
-        best = std::min(best, took.count());
+        best = std::min(best, processorTime() - start);
         EXPECT_GE(device.commands().size(), static_cast<size_t>(records)) << list.entry;
       }
       return best;

@@ -1,6 +1,6 @@
 #include "tools/orba/settings.h"
 
-#include <regex>
+#include <regex.h>
 
 namespace orba::tool {
 
@@ -117,7 +117,12 @@ const std::vector<SettingForm> kForms = {
 }  // namespace
 
 bool SettingForm::matches(const std::string &value) const {
-  return std::regex_match(value, std::regex(pattern, std::regex::extended));
+  regex_t compiled;
+  std::string whole = "^(" + std::string(pattern) + ")$";
+  if (regcomp(&compiled, whole.c_str(), REG_EXTENDED | REG_NOSUB) != 0) return false;
+  bool found = regexec(&compiled, value.c_str(), 0, nullptr, 0) == 0;
+  regfree(&compiled);
+  return found;
 }
 
 const std::vector<SettingForm> &settingForms() {

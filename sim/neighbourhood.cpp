@@ -166,6 +166,7 @@ Bytes encodeNetwork(const Network &network) {
 
 Bytes encodeList(const std::vector<Network> &networks) {
   std::vector<Bytes> records;
+  records.reserve(networks.size());
   for (const Network &network : networks) records.push_back(encodeNetwork(network));
   return encodeList(records, static_cast<uint32_t>(records.size()));
 }

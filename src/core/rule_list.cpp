@@ -33,6 +33,7 @@ Record RuleList::Iterator::operator*() const {
 }
 
 RuleList::Iterator &RuleList::Iterator::operator++() {
+  if (at_ == nullptr) return *this;
   const char *stop = at_ + length_;
   at_ = *stop != '\0' ? stop + 1 : nullptr;
   index_++;

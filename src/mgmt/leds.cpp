@@ -70,15 +70,15 @@ int show(uint32_t gpio, const Pattern &pattern, uint32_t gpios) {
 }
 
 struct WpsLed {
-  int state;
   const Pattern &pattern;
+  int state;
   bool reports;  // the answer is the setter's, not always 0
 };
 
 constexpr WpsLed kWpsLeds[] = {
-    {1, kDark, true}, {2, kBlinkingFast, true}, {3, kDarkWithoutRest, true},
-    {4, kDark, true}, {5, kDark, false},        {6, kDark, false},
-    {7, kLit, false},
+    {kDark, 1, true}, {kBlinkingFast, 2, true}, {kDarkWithoutRest, 3, true},
+    {kDark, 4, true}, {kDark, 5, false},        {kDark, 6, false},
+    {kLit, 7, false},
 };
 
 }  // namespace

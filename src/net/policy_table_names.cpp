@@ -36,7 +36,10 @@ class OldFile {
 
   bool missing() const { return missing_; }
   bool readable() const { return readable_; }
-  Slice content() const { return {static_cast<const char *>(content_), size_}; }
+  Slice content() const {
+    return size_ > 0 && readable_ ? Slice{static_cast<const char *>(content_), size_}
+                                  : Slice{"", 0};
+  }
   mode_t mode() const { return mode_; }
 
  private:

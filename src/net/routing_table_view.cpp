@@ -41,9 +41,9 @@ class SeenRules {
   ~SeenRules() { free(seen_); }
 
   bool hasMemory() const { return count_ == 0 || seen_ != nullptr; }
-  bool has(int index) const { return index < count_ && seen_[index]; }
+  bool has(int index) const { return seen_ != nullptr && index < count_ && seen_[index]; }
   void note(int index) {
-    if (index < count_) {
+    if (seen_ != nullptr && index < count_) {
       seen_[index] = true;
     } else {  // the setting has grown meanwhile
       printf("fatal error in %s\n", "getRoutingTable");

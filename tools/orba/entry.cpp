@@ -92,6 +92,7 @@ Entry entry(const char *subsystem, const char *name, int (*getter)(char *, int, 
   auto call = [getter, parameters](const std::vector<std::string> &words) {
     std::vector<std::string> copies = words;
     std::vector<char *> argv;
+    argv.reserve(copies.size() + 1);
     for (std::string &word : copies) argv.push_back(word.data());
     int argc = static_cast<int>(argv.size());
     argv.push_back(nullptr);

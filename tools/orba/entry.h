@@ -55,7 +55,7 @@ int numberFrom(const Parameter &parameter, const std::string &word);
 tm timeFrom(const Parameter &parameter, const std::string &word);
 
 // The largest answer of any getter, with room to see one that goes beyond.
-constexpr size_t kOutputSize = 64 * 1024;
+constexpr size_t kOutputSize = size_t{64} * 1024;
 
 // One argument of each C type, made from a word and kept while the call lasts.
 template <typename T>

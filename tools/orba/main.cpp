@@ -49,8 +49,8 @@ void addCallOptions(CLI::App &command, Options &options, const char *entry_name)
 // A new device's clock stands at the midnight that begins a Sunday.
 void setClock(sim::Device &device, const std::string &at) {
   tm time = timeFrom(Parameter{"at"}, at);
-  device.clock().set(device.clock().now() + (time.tm_wday * 24 + time.tm_hour) * 3600 +
-                     time.tm_min * 60);
+  int minutes = (time.tm_wday * 24 + time.tm_hour) * 60 + time.tm_min;
+  device.clock().set(device.clock().now() + time_t{60} * minutes);
 }
 
 void prepare(sim::Device &device, const Options &options) {

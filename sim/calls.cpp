@@ -20,6 +20,7 @@
 
 #include "nvram.h"
 #include "sim/device.h"
+#include "sim/runner.h"
 
 using sim::Device;
 using sim::Event;
@@ -28,6 +29,10 @@ namespace {
 
 Device *device() {
   return Device::current();
+}
+
+sim::Runner *runner() {
+  return sim::Runner::current();
 }
 
 // Descriptors that stand for the console, and streams that stand for pipes.
@@ -80,10 +85,12 @@ extern "C" {
 // ---- commands ----
 
 int sim_system(const char *line) {
-  return device() != nullptr ? device()->runLine(line) : system(line);
+  if (device() != nullptr) return device()->runLine(line);
+  return runner() != nullptr ? runner()->run(line) : system(line);
 }
 
 FILE *sim_popen(const char *command, const char *mode) {
+  if (device() == nullptr && runner() != nullptr && *mode == 'r') return runner()->read(command);
   if (device() == nullptr) return popen(command, mode);
   device()->record(Event::kPipe, command);
   std::optional<std::string> output = device()->outputOf(command);
@@ -98,6 +105,9 @@ FILE *sim_popen(const char *command, const char *mode) {
 }
 
 int sim_pclose(FILE *stream) {
+  if (device() == nullptr && runner() != nullptr) {
+    if (std::optional<int> status = runner()->closed(stream)) return *status;
+  }
   if (pipes.erase(stream) == 0) return pclose(stream);
   if (device() != nullptr) device()->pipeClosed();
   return fclose(stream);

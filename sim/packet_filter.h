@@ -25,6 +25,8 @@ class PacketFilter {
   };
   using Table = std::map<std::string, Chain>;
 
+  using Programs = std::map<std::string, std::map<std::string, Table>>;
+
   // Both programs' tables as the kernel has them at first.
   PacketFilter();
 
@@ -39,6 +41,7 @@ class PacketFilter {
   std::string policy(const std::string &program, const std::string &table,
                      const std::string &chain) const;
   bool has(const std::string &program, const std::string &table, const std::string &chain) const;
+  const Programs &programs() const { return programs_; }
   // "iptables -F DMZ: no such chain", in order.
   const std::vector<std::string> &refused() const { return refused_; }
 
@@ -52,7 +55,7 @@ class PacketFilter {
   void printChain(std::ostream &out, const Table &table, const std::string &name, int depth,
                   std::vector<std::string> &printed) const;
 
-  std::map<std::string, std::map<std::string, Table>> programs_;
+  Programs programs_;
   std::vector<std::string> refused_;
 };
 

@@ -31,11 +31,17 @@ std::string takeWord(const std::string &line, size_t &at) {
   return word;
 }
 
+std::string trimmed(const std::string &text) {
+  size_t first = text.find_first_not_of(' ');
+  if (first == std::string::npos) return "";
+  return text.substr(first, text.find_last_not_of(' ') - first + 1);
+}
+
 }  // namespace
 
 std::vector<ShellCommand> splitLine(const std::string &line) {
   std::vector<ShellCommand> commands(1);
-  size_t at = 0;
+  size_t at = 0, start = 0;
   while (at < line.size()) {
     char c = line[at];
     if (c == '>') {
@@ -56,19 +62,19 @@ std::vector<ShellCommand> splitLine(const std::string &line) {
       std::string path = takeWord(line, at);
       if (!error_output) command.redirections.push_back({path, append});
     } else if (c == ';' || c == '\n' || c == '&') {
-      at++;
+      commands.back().whole = trimmed(line.substr(start, at - start));
+      commands.back().background = c == '&';
+      start = ++at;
       commands.emplace_back();
     } else {
       commands.back().text += takeQuoted(line, at);
     }
   }
+  commands.back().whole = trimmed(line.substr(start));
   std::vector<ShellCommand> kept;
   for (ShellCommand &command : commands) {
-    size_t first = command.text.find_first_not_of(' ');
-    if (first == std::string::npos) continue;
-    size_t last = command.text.find_last_not_of(' ');
-    command.text = command.text.substr(first, last - first + 1);
-    kept.push_back(command);
+    command.text = trimmed(command.text);
+    if (!command.text.empty()) kept.push_back(command);
   }
   return kept;
 }

@@ -16,6 +16,8 @@ struct ShellCommand {
   };
   std::string text;                       // without its redirections
   std::vector<Redirection> redirections;  // of standard output, in order
+  std::string whole;                      // as it stands, redirections and all
+  bool background = false;                // ended by '&'
 };
 
 // A line taken apart at its unquoted ';' and '&'.

@@ -24,3 +24,7 @@ foreach(program orba nvram_get nvram_set nvram_show)
     install(TARGETS ${program} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
   endif()
 endforeach()
+
+# The lab, for the tool, and the configurations to try it with.
+install(DIRECTORY lab examples DESTINATION ${CMAKE_INSTALL_DATADIR}/orba_util
+  USE_SOURCE_PERMISSIONS)

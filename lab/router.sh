@@ -1,0 +1,133 @@
+#!/bin/sh
+# The router's first process, in namespaces of its own: makes its files private,
+# gives birth to the two hosts, wires everything up, and then only stays.
+# From up.sh: $lab, and the names $LAN $WAN $ETHERNET $OTHERS.
+set -eu
+
+# ---- files ----
+mount -t tmpfs run /run
+mkdir -p /run/lab/tools /run/lab/upper /run/lab/work /run/lab/etc /run/lab/dev
+# The device's /etc: what the tools need, and no name service.
+for item in passwd group protocols services ethertypes networks alternatives iproute2 \
+  ld.so.cache ld.so.conf ld.so.conf.d xtables.conf; do
+  [ ! -e "/etc/$item" ] || cp -r --no-dereference "/etc/$item" "/run/lab/etc/$item"
+done
+echo "hosts: files" >/run/lab/etc/nsswitch.conf
+echo "127.0.0.1 localhost" >/run/lab/etc/hosts
+echo "GMT0" >/run/lab/etc/TZ
+: >/run/lab/etc/resolv.conf
+mkdir -p /run/lab/etc/iproute2
+mount --bind /run/lab/etc /etc
+
+# The lab's tools come first in the search path; the device's programs that are
+# called by their whole path are laid over /bin and /sbin.
+cp "$lab"/tools/* /run/lab/tools/
+chmod 755 /run/lab/tools/*
+for program in iwpriv mii_mgr insmod rmmod call_qcsapi_sockrpc wscd rt2860apd reboot reboot.sh \
+  wan.sh wlan.sh wlan_5G.sh internet.sh internetSetWAN.sh mcl.sh ntp.sh dropbear.sh mini_httpd \
+  orba_qos; do
+  ln -s stand-in "/run/lab/tools/$program"
+done
+# Busybox as on the device, as far as Debian's has the applet.
+applets=" $(busybox --list | tr '\n' ' ') "
+for program in top killall udhcpc telnetd crond syslogd udpsvd tftpd; do
+  case $applets in
+    *" $program "*) ln -s "$(command -v busybox)" "/run/lab/tools/$program" ;;
+    *) ln -s stand-in "/run/lab/tools/$program" ;;
+  esac
+done
+over() {  # folder program...
+  folder=$(readlink -f "$1")
+  shift
+  mkdir -p "/run/lab/upper$folder" "/run/lab/work$folder"
+  mount -t overlay -o "lowerdir=$folder,upperdir=/run/lab/upper$folder,workdir=/run/lab/work$folder" \
+    program "$folder"
+  for program in "$@"; do ln -sf /run/lab/tools/"$program" "$folder/$program"; done
+}
+over /bin super_dmz orba_qos
+over /sbin wlan.sh
+
+# No device nodes but the harmless ones; what the library writes to the console
+# is kept in a file.
+dev=/run/lab/dev
+for node in null zero full random urandom tty; do
+  : >"$dev/$node"
+  mount --bind "/dev/$node" "$dev/$node"
+done
+mkdir "$dev/pts"
+mount --rbind /dev/pts "$dev/pts" 2>/dev/null || true
+ln -s /proc/self/fd "$dev/fd"
+mkfifo "$dev/console"
+mount --rbind "$dev" /dev
+cat <>/dev/console >/run/lab/console &
+
+mount -t sysfs sys /sys 2>/dev/null || true
+export PATH=/run/lab/tools:/usr/sbin:/usr/bin:/sbin:/bin
+for folder in /tmp /var; do mount -t tmpfs private "$folder"; done
+mkdir -p /var/run /var/lock
+
+# ---- hosts ----
+for host in lan internet; do
+  # Waits for its network to be its own before anyone looks for it.
+  LAB_HOST=$host unshare --net --mount sh -c "echo \$\$ >/run/lab/$host; exec sleep infinity" &
+done
+until [ -s /run/lab/lan ] && [ -s /run/lab/internet ]; do sleep 0.02; done
+here() { ip "$@"; }
+there() {
+  process=$(cat "/run/lab/$1")
+  shift
+  nsenter -n -t "$process" -- "$@"
+}
+
+# ---- wires ----
+here link set lo up
+echo 1 >/proc/sys/net/ipv4/ip_forward
+wire() {  # the router's end, the host's process, the host's end
+  ip link add "$1" type veth peer name "$3" netns "$(cat "/run/lab/$2")"
+  ip link set "$1" up
+  there "$2" ip link set "$3" up
+  there "$2" ip link set lo up
+}
+case $LAN in
+  br*)
+    ip link add "$LAN" type bridge forward_delay 0
+    wire eth2.1 lan eth0
+    ip link set eth2.1 master "$LAN"
+    ;;
+  *) wire "$LAN" lan eth0 ;;
+esac
+ip address add 192.168.1.1/24 dev "$LAN"
+ip link set "$LAN" up
+if [ "$WAN" = "$LAN" ]; then
+  # A bridge: the Internet side is one of its ports.
+  wire eth2.2 internet eth0
+  ip link set eth2.2 master "$LAN"
+else
+  wire "$WAN" internet eth0
+fi
+ip address add 198.51.100.2/24 dev "$WAN"
+ip route add default via 198.51.100.1
+for radio in ra0 ra1 ra2 ra3 apcli0; do
+  [ "$radio" = "$WAN" ] || ip link add "$radio" type veth peer name "far-$radio"
+done
+case $WAN in ppp*) ip link set "$WAN" mtu 1492 ;; esac
+# The Ethernet device below a PPP link, and WAN 2 to 4 as far as there are any,
+# lead to nobody: what is sent there can be seen on "far-" and their name.
+number=1
+for other in $ETHERNET $OTHERS; do
+  if [ "$other" != none ] && [ ! -e "/sys/class/net/$other" ]; then
+    ip link add "$other" type veth peer name "far-$other"
+    ip link set "$other" up
+    ip link set "far-$other" up
+    [ $number = 1 ] || ip address add "10.${number}0.0.2/16" dev "$other"
+  fi
+  number=$((number + 1))
+done
+
+there lan ip link set eth0 address 00:0C:43:28:60:2B
+there lan ip address add 192.168.1.10/24 dev eth0
+there lan ip route add default via 192.168.1.1
+there internet ip address add 198.51.100.1/24 dev eth0
+
+echo ready
+exec sleep infinity

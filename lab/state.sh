@@ -1,0 +1,31 @@
+# Where the lab at hand keeps what it must know, for the other scripts to source.
+# tools/orba/lab.cpp has the same rule.
+set -eu
+lab=$(cd "$(dirname "$0")" && pwd)
+if [ -n "${ORBA_LAB_STATE:-}" ]; then
+  state=$ORBA_LAB_STATE
+elif [ "$(id -u)" = 0 ]; then
+  state=/run/orba-lab
+else
+  state=${XDG_RUNTIME_DIR:-/tmp}/orba-lab-$(id -u)
+fi
+
+fail() {
+  echo "orba lab: $*" >&2
+  exit 1
+}
+
+# Runs a command on a host of the lab: in its network, and on the router in its
+# files as well.
+on() {  # router|lan|internet command...
+  host=$1
+  shift
+  process=$(cat "$state/$host.pid" 2>/dev/null || echo none)
+  # After a lab's end the number may be another process's.
+  [ -e "/proc/$process/root/run/lab/tools" ] ||
+    fail "no lab is up; 'orba lab up --config FILE' makes one"
+  user=-U
+  [ "$(readlink /proc/self/ns/user)" != "$(readlink "/proc/$process/ns/user")" ] || user=
+  PATH=/run/lab/tools:/usr/sbin:/usr/bin:/sbin:/bin \
+    nsenter --preserve-credentials $user -m -n -p -t "$process" -- "$@"
+}

@@ -1,0 +1,64 @@
+#!/bin/sh
+# up.sh CONFIG: makes the lab that a configuration asks for, in place of an
+# older one of the same state folder. $ORBA is the orba tool. Ends with 77 where
+# the machine has not what it takes.
+. "$(dirname "$0")/state.sh"
+config=$1
+ORBA=${ORBA:-orba}
+"$lab/down.sh"
+
+for tool in ip iptables ebtables brctl arp arping busybox python3; do
+  command -v "$tool" >/dev/null || PATH=$PATH:/usr/sbin:/sbin command -v "$tool" >/dev/null ||
+    fail "$tool is not installed"
+done
+spaces="--user --map-root-user --mount --net --pid --fork --kill-child --mount-proc"
+why=$(unshare $spaces sh -c 'mount -t tmpfs private /run && ip link add lab0 type bridge &&
+  ip link add lab1 type veth peer name lab2' 2>&1) || {
+  echo "orba lab: this machine cannot make the lab's namespaces: $(echo "$why" | tr '\n' ' ')" >&2
+  exit 77
+}
+mkdir -p -m 700 "$state"
+[ -O "$state" ] || fail "$state is not yours"
+cp "$config" "$state/config"
+
+# The names that the router's interfaces have with this configuration.
+name() { "$ORBA" show "$@" -c "$state/config"; }
+LAN=$(name getLanIfName) WAN=$(name getWanIfNamePPP) ETHERNET=$(name getWanIfName)
+OTHERS=""
+for number in 2 3 4; do
+  other=none
+  ! grep -q "^wanConnectionMode$number=" "$state/config" ||
+    other=$(name getWan2IfNamePPP "$number")
+  OTHERS="$OTHERS ${other:-none}"
+done
+export LAN WAN ETHERNET OTHERS
+
+# Everything hangs on one process, the router's first: when it ends, however it
+# ends, the kernel ends all others and takes the namespaces with them. The user
+# namespace keeps the lab's root away from this machine's modules, clock and
+# settings, also where root starts it.
+export lab
+unshare $spaces sh "$lab/router.sh" >"$state/log" 2>&1 </dev/null &
+holder=$!
+echo "$holder" >"$state/holder.pid"
+
+tries=0
+until grep -q '^ready$' "$state/log" 2>/dev/null; do
+  tries=$((tries + 1))
+  if ! kill -0 "$holder" 2>/dev/null || [ $tries -gt 200 ]; then
+    tail -n 3 "$state/log" >&2
+    "$lab/down.sh"
+    fail "the lab did not come up"
+  fi
+  sleep 0.05
+done
+
+# The hosts' processes, by this machine's numbers.
+router=$(cat "/proc/$holder/task/$holder/children" | tr -d ' ')
+echo "$router" >"$state/router.pid"
+for process in $(cat "/proc/$router/task/$router/children"); do
+  host=$(tr '\0' '\n' <"/proc/$process/environ" | sed -n 's/^LAB_HOST=//p')
+  [ -z "$host" ] || echo "$process" >"$state/$host.pid"
+done
+echo "router: $LAN 192.168.1.1, $WAN 198.51.100.2; hosts: lan 192.168.1.10, internet 198.51.100.1"
+"$lab/probe.sh" | sed 's/^/not to be had here: /'

@@ -5,12 +5,15 @@
 #include <CLI/CLI.hpp>
 #include <iostream>
 
+#include "tools/orba/apply.h"
 #include "tools/orba/bench.h"
 #include "tools/orba/check.h"
 #include "tools/orba/config.h"
 #include "tools/orba/entry.h"
+#include "tools/orba/lab.h"
 #include "tools/orba/report.h"
 #include "tools/orba/statistics.h"
+#include "tools/orba/surroundings.h"
 #include "tools/orba/week.h"
 
 namespace {
@@ -28,6 +31,7 @@ struct Options {
   std::string device;
   long long ticks = 0;
   std::string at;
+  bool in_lab = false;
   bool json = false;
   bool raw = false;
   bool tables = false;
@@ -43,7 +47,33 @@ void addCallOptions(CLI::App &command, Options &options, const char *entry_name)
   command.add_option("-d,--device", options.device, "What the device on the bench has and finds")
       ->check(CLI::ExistingFile);
   command.add_option("--at", options.at, "The device's time, such as \"Mon 22:45\"");
+  command.add_flag("--lab", options.in_lab, "With the addresses and files of the lab's router")
+      ->excludes("--root");
   command.add_flag("--json", options.json, "Print for programs");
+}
+
+void addApplyOptions(CLI::App &command, ApplyOptions &options) {
+  command.add_option("ENTRY", options.entry, "The entry point; 'orba list' shows them")->required();
+  command.add_option("ARG", options.words, "Its arguments");
+  command.add_option("-c,--config", options.config, "The settings; the lab's when not given");
+  command.add_flag("--on-this-machine", options.on_this_machine,
+                   "Change this machine, not the lab; without --config by its own settings");
+  command.add_flag("--json", options.json, "Print for programs");
+}
+
+// The words of the lab's scripts, each named as its subcommand.
+void addLabCommands(CLI::App &lab, std::vector<std::string> &words) {
+  lab.require_subcommand(1);
+  lab.add_subcommand("up", "Make the lab")
+      ->add_option("-c,--config", words, "The settings that it is made for")
+      ->required()
+      ->expected(1)
+      ->check(CLI::ExistingFile);
+  lab.add_subcommand("down", "Take it away");
+  lab.add_subcommand("shell", "A shell, or a command, on one of its hosts")
+      ->add_option("HOST", words, "router, lan or internet, and the command with its words");
+  lab.add_subcommand("test", "The library's commands with real tools and packets")
+      ->add_option("NAME", words, "Only these tests");
 }
 
 // A new device's clock stands at the midnight that begins a Sunday.
@@ -54,9 +84,16 @@ void setClock(sim::Device &device, const std::string &at) {
 }
 
 void prepare(sim::Device &device, const Options &options) {
-  if (!options.config.empty()) putSettings(readConfig(options.config), device);
+  std::string config = options.config;
+  if (config.empty() && options.in_lab) config = labConfig();
+  if (!config.empty()) putSettings(readConfig(config), device);
   if (!options.root.empty()) device.lowerRoot(options.root);
-  setUpBench(device);
+  if (options.in_lab) {
+    enterLab();
+    putSurroundings(device);
+  } else {
+    setUpBench(device);
+  }
   if (!options.device.empty()) readDeviceFile(options.device, device);
   if (!options.at.empty()) setClock(device, options.at);
 }
@@ -93,7 +130,9 @@ int list(bool json) {
 int plan(const Options &options) {
   sim::Device device;
   Call call = callOn(device, options);
-  if (options.json) {
+  if (options.json && options.tables) {
+    std::cout << dumped(tablesAsJson(device)) << "\n";
+  } else if (options.json) {
     std::cout << dumped(planAsJson(call, device)) << "\n";
   } else if (options.raw) {
     printRaw(std::cout, device);
@@ -239,12 +278,31 @@ int main(int argc, char **argv) {
   check_command->add_option("-c,--config", options.config, "The settings")->required();
   check_command->add_flag("--json", options.json, "Print for programs");
 
+  ApplyOptions apply_options;
+  CLI::App *apply_command =
+      app.add_subcommand("apply", "Call an entry point with real commands, in the lab's router");
+  addApplyOptions(*apply_command, apply_options);
+
+  CLI::App *lab_command =
+      app.add_subcommand("lab", "A router and two hosts on one machine, in network namespaces");
+  std::vector<std::string> lab_words;
+  addLabCommands(*lab_command, lab_words);
+
   try {
+    // What stands behind the host is another command's, options and all.
+    if (argc > 3 && argv[1] == std::string("lab") && argv[2] == std::string("shell") &&
+        argv[3][0] != '-') {
+      runLabScript("shell.sh", {argv + 3, argv + argc});
+    }
     app.parse(argc, argv);
     if (list_command->parsed()) return list(options.json);
     if (plan_command->parsed()) return plan(options);
     if (check_command->parsed()) return check(options);
     if (psk_command->parsed()) return psk(options.entry);
+    if (apply_command->parsed()) return apply(apply_options) ? kDone : kFound;
+    if (lab_command->parsed()) {
+      runLabScript(lab_command->get_subcommands().front()->get_name() + ".sh", lab_words);
+    }
     return show(options);
   } catch (const CLI::ParseError &error) {
     int code = app.exit(error);
@@ -255,5 +313,8 @@ int main(int argc, char **argv) {
   } catch (const BadConfig &error) {
     std::cerr << "orba: " << error.what() << "\n";
     return kConfig;
+  } catch (const NoLab &error) {
+    std::cerr << "orba: " << error.what() << "\n";
+    return kUsage;
   }
 }

@@ -113,6 +113,24 @@ void printPlan(std::ostream &out, const Call &call, const sim::Device &device) {
   }
 }
 
+nlohmann::ordered_json tablesAsJson(const sim::Device &device) {
+  sim::PacketFilter filter;
+  for (const Event &event : device.events()) {
+    if (event.kind == Event::kCommand || event.kind == Event::kPipe) filter.run(event.text);
+  }
+  nlohmann::ordered_json json;
+  for (const auto &[program, tables] : filter.programs()) {
+    for (const auto &[table, chains] : tables) {
+      for (const auto &[name, chain] : chains) {
+        nlohmann::ordered_json rules = nlohmann::ordered_json::array();
+        for (const sim::PacketFilter::Rule &rule : chain.rules) rules.push_back(rule.text);
+        json[program][table][name] = {{"policy", chain.policy}, {"rules", rules}};
+      }
+    }
+  }
+  return json;
+}
+
 void printTables(std::ostream &out, const sim::Device &device) {
   sim::PacketFilter filter;
   std::vector<std::string> routing;

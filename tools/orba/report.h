@@ -25,6 +25,7 @@ nlohmann::ordered_json planAsJson(const Call &call, const sim::Device &device);
 // The chains that the commands make of an empty packet filter, and the commands
 // that change routes.
 void printTables(std::ostream &out, const sim::Device &device);
+nlohmann::ordered_json tablesAsJson(const sim::Device &device);
 
 // The text of a JSON value; bytes that are no UTF-8 are replaced.
 std::string dumped(const nlohmann::ordered_json &value);

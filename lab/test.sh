@@ -15,7 +15,7 @@ echo "$said"
 [ $status = 0 ] || exit $status
 
 # The tests enter the hosts' networks, which belong to the lab's user.
-cd "$lab/test"
+cd "$lab/tests"
 enter=
 [ "$(id -u)" = 0 ] || enter="nsenter --preserve-credentials -U -t $(cat "$state/router.pid")"
 if [ $# -gt 0 ]; then

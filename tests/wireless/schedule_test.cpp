@@ -13,7 +13,7 @@ namespace {
 constexpr char kCacheLine[] = "* * */1 * * echo 3 > /proc/sys/vm/drop_caches\n";
 
 // The tests' weekdays, in a week that begins on a Monday.
-enum Weekday { kMonday = 23, kWednesday = 25, kSaturday = 28, kSunday = 29 };
+enum Weekday { kMonday = 23, kSaturday = 28, kSunday = 29 };
 
 std::string on(int november, const std::string &time) {
   return "2026-11-" + std::to_string(november) + " " + time;
@@ -33,10 +33,9 @@ TEST(ScheduleInit, MakesTheWholeTableAndSwitchesTheRadio) {
       .settings({{"wlanScheduleEnab", "1"},
                  {"wlanSchedule1", "0 1 8 0 18 0"},
                  {"wlanSchedule2", "1 0 22 1 6 0"},
-                 {"wlanSchedule4", "1 1 9 0 17 1"},
                  {"wlanSchedule8", "1 1 8 0 18 1"},
                  {"RadioOff", "1"}});
-  device.clock().set(on(kWednesday, "09:00"));
+  device.clock().set(on(kSunday, "09:00"));
   EXPECT_EQ(wlan_schedule_init(), 0);
   EXPECT_THAT(device.commands(),
               ElementsAre("killall -q  crond", "rm /etc/admin", "touch /etc/admin",
@@ -45,28 +44,11 @@ TEST(ScheduleInit, MakesTheWholeTableAndSwitchesTheRadio) {
                           "echo \"30 22 * * 1 /sbin/wlan.sh\" >> /etc/admin",
                           "echo \"0 6 * * 1 nvram_set RadioOff 0\" >> /etc/admin",
                           "echo \"0 6 * * 1 /sbin/wlan.sh\" >> /etc/admin",
-                          "echo \"0 9 * * 3 nvram_set RadioOff 0\" >> /etc/admin",
-                          "echo \"0 9 * * 3 /sbin/wlan.sh\" >> /etc/admin",
-                          "echo \"30 17 * * 3 nvram_set RadioOff 1\" >> /etc/admin",
-                          "echo \"30 17 * * 3 /sbin/wlan.sh\" >> /etc/admin",
                           "echo \"0 8 * * 0 nvram_set RadioOff 0\" >> /etc/admin",
                           "echo \"0 8 * * 0 /sbin/wlan.sh\" >> /etc/admin",
                           "echo \"30 18 * * 0 nvram_set RadioOff 1\" >> /etc/admin",
                           "echo \"30 18 * * 0 /sbin/wlan.sh\" >> /etc/admin",
                           "crond -c /etc -L /var/log/cron.log", "wlan.sh"));
-  EXPECT_EQ(device.text("/etc/admin"), std::string(kCacheLine) +
-                                           "30 22 * * 1 nvram_set RadioOff 1\n"
-                                           "30 22 * * 1 /sbin/wlan.sh\n"
-                                           "0 6 * * 1 nvram_set RadioOff 0\n"
-                                           "0 6 * * 1 /sbin/wlan.sh\n"
-                                           "0 9 * * 3 nvram_set RadioOff 0\n"
-                                           "0 9 * * 3 /sbin/wlan.sh\n"
-                                           "30 17 * * 3 nvram_set RadioOff 1\n"
-                                           "30 17 * * 3 /sbin/wlan.sh\n"
-                                           "0 8 * * 0 nvram_set RadioOff 0\n"
-                                           "0 8 * * 0 /sbin/wlan.sh\n"
-                                           "30 18 * * 0 nvram_set RadioOff 1\n"
-                                           "30 18 * * 0 /sbin/wlan.sh\n");
   EXPECT_THAT(device.writes(), ElementsAre("set 1 RadioOff=0", "commit 1"));
   EXPECT_EQ(device.console(),
             "#### init wlan scheduling ###\n,##"
@@ -107,49 +89,29 @@ TEST(ScheduleLines, OfEachDayAndMode) {
   const struct {
     int day;
     const char *record;
-    const char *table;
+    std::string start, end;  // empty: no lines
+    int off_inside = 0;
   } cases[] = {
-      {0, "1 1 8 0 18 1",
-       "0 8 * * * nvram_set RadioOff 0\n"
-       "0 8 * * * /sbin/wlan.sh\n"
-       "30 18 * * * nvram_set RadioOff 1\n"
-       "30 18 * * * /sbin/wlan.sh\n"},
-      {0, "1 0 22 1 6 0",
-       "30 22 * * * nvram_set RadioOff 1\n"
-       "30 22 * * * /sbin/wlan.sh\n"
-       "0 6 * * * nvram_set RadioOff 0\n"
-       "0 6 * * * /sbin/wlan.sh\n"},
-      {1, "1 1 0 1 23 1",
-       "30 0 * * 1 nvram_set RadioOff 0\n"
-       "30 0 * * 1 /sbin/wlan.sh\n"
-       "30 23 * * 1 nvram_set RadioOff 1\n"
-       "30 23 * * 1 /sbin/wlan.sh\n"},
-      {6, "2 1 08 x 09 2",  // any number but 0 enables
-       "0 8 * * 6 nvram_set RadioOff 0\n"
-       "0 8 * * 6 /sbin/wlan.sh\n"
-       "0 9 * * 6 nvram_set RadioOff 1\n"
-       "0 9 * * 6 /sbin/wlan.sh\n"},
-      {7, "1 01 8 0 18 1",  // only a mode of "1" itself is on inside
-       "0 8 * * 0 nvram_set RadioOff 1\n"
-       "0 8 * * 0 /sbin/wlan.sh\n"
-       "30 18 * * 0 nvram_set RadioOff 0\n"
-       "30 18 * * 0 /sbin/wlan.sh\n"},
-      {2, "1 1 x;reboot 1 $(reboot) 0 more fields",
-       "30 0 * * 2 nvram_set RadioOff 0\n"
-       "30 0 * * 2 /sbin/wlan.sh\n"
-       "0 0 * * 2 nvram_set RadioOff 1\n"
-       "0 0 * * 2 /sbin/wlan.sh\n"},
-      {2, "1",
-       "0 0 * * 2 nvram_set RadioOff 1\n"
-       "0 0 * * 2 /sbin/wlan.sh\n"
-       "0 0 * * 2 nvram_set RadioOff 0\n"
-       "0 0 * * 2 /sbin/wlan.sh\n"},
-      {3, "0 1 8 0 18 1", ""},
-      {3, "on 1 8 0 18 1", ""},
-      {3, "", ""},
-      {3, nullptr, ""},
+      {0, "1 1 8 0 18 1", "0 8 * * *", "30 18 * * *", 0},
+      {0, "1 0 22 1 6 0", "30 22 * * *", "0 6 * * *", 1},
+      {1, "1 1 0 1 23 1", "30 0 * * 1", "30 23 * * 1", 0},
+      // Any number but 0 enables, and only a mode of "1" itself is on inside.
+      {6, "2 1 08 x 09 2", "0 8 * * 6", "0 9 * * 6", 0},
+      {7, "1 01 8 0 18 1", "0 8 * * 0", "30 18 * * 0", 1},
+      {2, "1 1 x;reboot 1 $(reboot) 0 more fields", "30 0 * * 2", "0 0 * * 2", 0},
+      {2, "1", "0 0 * * 2", "0 0 * * 2", 1},
+      {3, "0 1 8 0 18 1", "", ""},
+      {3, "on 1 8 0 18 1", "", ""},
+      {3, "", "", ""},
+      {3, nullptr, "", ""},
   };
-  for (const auto &[day, record, table] : cases) {
+  for (const auto &[day, record, start, end, off_inside] : cases) {
+    std::string table;
+    if (!start.empty()) {
+      table = start + " nvram_set RadioOff " + std::to_string(off_inside) + "\n" + start +
+              " /sbin/wlan.sh\n" + end + " nvram_set RadioOff " + std::to_string(1 - off_inside) +
+              "\n" + end + " /sbin/wlan.sh\n";
+    }
     sim::Device device;
     setWlanSchedulingCfg(record, day);
     EXPECT_EQ(device.text("/etc/admin").value_or(""), table) << record << ", day " << day;
@@ -213,47 +175,40 @@ TEST(ScheduleNow, TheRadioFollowsTheFirstRecordThatApplies) {
                                 {"wlanSchedule8", "1 1 9 0 17 0"}};
   const sim::Settings office_and_every_day = {{"wlanSchedule1", "1 1 9 0 17 0"},
                                               {"wlanSchedule2", "1 0 9 0 17 0"}};
+  const sim::Settings night = {{"wlanSchedule1", "1 1 22 0 6 0"}};
   const char *const enable = "wlan radio is changed to enable\n";
   const char *const disable = "wlan radio is changed to disable\n";
   const char *const no_change = "no change to wlan radio\n";
   const struct {
     sim::Settings records;
     std::string now;
-    const char *before;
-    const char *after;
+    const char *before;  // null: missing, which counts as on
+    std::optional<std::string> written;
     const char *trace;
   } cases[] = {
       {office, on(kMonday, "12:00"), "0", "1", disable},
       {office, on(kMonday, "17:00"), "1", "0", enable},
-      {office, on(kSunday, "08:59"), "0", "1", disable},
-      {office, on(kSaturday, "12:00"), "1", "1", no_change},
+      {office, on(kSunday, "08:59"), nullptr, "1", disable},
+      {office, on(kSunday, "09:00"), nullptr, {}, enable},
+      {office, on(kSaturday, "12:00"), "1", {}, no_change},
       {office_and_every_day, on(kMonday, "12:00"), "1", "0", enable},
-      {office_and_every_day, on(kMonday, "12:00"), "0", "0", enable},
-      {{{"wlanSchedule1", "1 1 22 0 6 0"}}, on(kMonday, "23:00"), "0", "1", disable},
-      {{}, on(kMonday, "12:00"), "1", "1", no_change},
+      {office_and_every_day, on(kMonday, "12:00"), "0", {}, enable},
+      {night, on(kMonday, "23:00"), "0", "1", disable},
+      {{}, on(kMonday, "12:00"), "1", {}, no_change},
   };
-  for (const auto &[records, now, before, after, trace] : cases) {
+  for (const auto &[records, now, before, written, trace] : cases) {
     sim::Device device;
-    device.settings(records).settings({{"RadioOff", before}});
+    device.settings(records);
+    if (before != nullptr) device.settings({{"RadioOff", before}});
     device.clock().set(now);
     EXPECT_EQ(setWlanSchedulingCurrentState(), 0);
     std::vector<std::string> writes, commands;
-    if (std::string(before) != after) {
-      writes = {std::string("set 1 RadioOff=") + after, "commit 1"};
+    if (written) {
+      writes = {"set 1 RadioOff=" + *written, "commit 1"};
       commands = {"wlan.sh"};
     }
     EXPECT_EQ(device.writes(), writes) << now;
     EXPECT_EQ(device.commands(), commands) << now;
     EXPECT_EQ(device.console(), trace) << now;
   }
-}
-
-TEST(ScheduleNow, AMissingRadioOffCountsAsOn) {
-  sim::Device device;
-  device.settings({{"wlanSchedule1", "1 1 0 0 23 0"}});
-  setWlanSchedulingCurrentState();
-  EXPECT_THAT(device.writes(), IsEmpty());
-  device.settings({{"wlanSchedule1", "1 0 0 0 23 0"}});
-  setWlanSchedulingCurrentState();
-  EXPECT_THAT(device.writes(), ElementsAre("set 1 RadioOff=1", "commit 1"));
 }

@@ -11,6 +11,13 @@
 #include "sim/radio.h"
 #include "sim/wps_session.h"
 
+using Lines = std::vector<std::string>;
+
+inline Lines operator+(Lines a, const Lines &b) {
+  a.insert(a.end(), b.begin(), b.end());
+  return a;
+}
+
 constexpr char kWpsLedDark[] = "led 14: 0 4000 1 1 4000";
 constexpr char kWpsLedBlinks[] = "led 14: 2 1 4000 1 4000";
 // What the driver calls lit leaves these two dark, and the reverse.
@@ -18,6 +25,13 @@ constexpr char kFailureOff[] = "led 9: 4000 0 1 1 4000";
 constexpr char kFailureOn[] = "led 9: 0 4000 1 0 4000";
 constexpr char kSuccessOff[] = "led 10: 4000 0 1 1 4000";
 constexpr char kSuccessOn[] = "led 10: 0 4000 1 1 4000";
+
+// What stopping WPS does, and what starting it anew does behind that.
+const Lines kWpsStopped = {"rm -rf /var/run/wscd.pid.ra0", kWpsLedDark,
+                           "iwpriv ra0 set WscConfMode=0"};
+const Lines kWpsStarted = {"iwpriv ra0 set WscConfMode=7",
+                           "route add -host 239.255.255.250 dev br0",
+                           "wscd -m 1 -a 192.168.1.1 -i ra0 -D", kWpsLedDark, "timer stopped"};
 
 // The flags and counters are the process's, so each device starts them afresh.
 struct WpsDevice : sim::Device {
@@ -37,8 +51,8 @@ struct WpsDevice : sim::Device {
   void ticks(int count) { advance(100LL * count); }
 
   // Everything that was done and said, in order, files apart.
-  std::vector<std::string> story() const {
-    std::vector<std::string> lines;
+  Lines story() const {
+    Lines lines;
     for (const sim::Event &event : events()) {
       const char *introduction = introductionOf(event.kind);
       if (introduction == nullptr) continue;

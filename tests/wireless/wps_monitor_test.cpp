@@ -10,13 +10,6 @@ using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
 
-using Lines = std::vector<std::string>;
-
-Lines operator+(Lines a, const Lines &b) {
-  a.insert(a.end(), b.begin(), b.end());
-  return a;
-}
-
 const Lines kStartedTick = {
     "echo 3 > /tmp/wpsStatus24",
     "printed: Wsc: Start to monitor WSC Status...\n",
@@ -25,19 +18,20 @@ const Lines kStartedTick = {
     kSuccessOff,
 };
 
-// With a session of the 5 GHz side unheard of.
-const Lines kSuccessTick = {
-    "echo 34 > /tmp/wpsStatus24",
-    "console: Wsc: success\n",
-    "echo \"999\" > /tmp/wpsStatus",
-    "echo \"999\" > /tmp/wpsStatus24",
-    "sys ledctl 0",
-    "error: Can't open file wpsStatus5G \n",
-    "timer stopped",
-    kWpsLedDark,
-    kSuccessOn,
-    "timer once in 10000 ms",
-};
+// What is known of the 5 GHz side stands in the middle.
+Lines successTick(const std::string &module_session) {
+  return {"echo 34 > /tmp/wpsStatus24",
+          "console: Wsc: success\n",
+          "echo \"999\" > /tmp/wpsStatus",
+          "echo \"999\" > /tmp/wpsStatus24",
+          "sys ledctl 0",
+          module_session,
+          "timer stopped",
+          kWpsLedDark,
+          kSuccessOn,
+          "timer once in 10000 ms"};
+}
+constexpr char kNoModuleSession[] = "error: Can't open file wpsStatus5G \n";
 
 const Lines kReload = {
     "ifconfig ra0 down",
@@ -45,16 +39,7 @@ const Lines kReload = {
     "ifconfig ra0 up",
 };
 
-const Lines kWpsRestart = {
-    "rm -rf /var/run/wscd.pid.ra0",
-    kWpsLedDark,
-    "iwpriv ra0 set WscConfMode=0",
-    "iwpriv ra0 set WscConfMode=7",
-    "route add -host 239.255.255.250 dev br0",
-    "wscd -m 1 -a 192.168.1.1 -i ra0 -D",
-    kWpsLedDark,
-    "timer stopped",
-};
+const Lines kWpsRestart = kWpsStopped + kWpsStarted;
 
 // Status files in this state end a session for good.
 const Lines kSessionEnds = {
@@ -100,28 +85,12 @@ TEST(WpsMonitor, AConfiguredRegistrarsNetworkIsTakenOver) {
   EXPECT_THAT(
       device.story(),
       ElementsAreArray(
-          Lines{
-              "echo 34 > /tmp/wpsStatus24",
-              "console: Wsc: success\n",
-              "echo \"999\" > /tmp/wpsStatus",
-              "echo \"999\" > /tmp/wpsStatus24",
-              "sys ledctl 0",
-              "wlan_5G.sh WPS CANCEL",
-              "timer stopped",
-              kWpsLedDark,
-              kSuccessOn,
-              "timer once in 10000 ms",
-              "set 1 WscConfigured=1",
-              "set 1 SSID1=home",
-              "set 1 WscSSID=home",
-              "set 1 AuthMode=WPA2PSK;WPA2",
-              "set 1 EncrypType=AES;AES",
-              "set 1 WPAPSK1=secret key",
-              "set 1 IEEE8021X=0;0",
-              "commit 1",
-              "set 1 AccessControlList0=00:1A:2B:FE:DC:BA;02:00:00:00:00:01;33:33:33:33:33:33",
-              "commit 1",
-          } +
+          successTick("wlan_5G.sh WPS CANCEL") +
+          Lines{"set 1 WscConfigured=1", "set 1 SSID1=home", "set 1 WscSSID=home",
+                "set 1 AuthMode=WPA2PSK;WPA2", "set 1 EncrypType=AES;AES",
+                "set 1 WPAPSK1=secret key", "set 1 IEEE8021X=0;0", "commit 1",
+                "set 1 AccessControlList0=00:1A:2B:FE:DC:BA;02:00:00:00:00:01;33:33:33:33:33:33",
+                "commit 1"} +
           kReload + Lines{"killall rt2860apd 1>/dev/null 2>&1", "rt2860apd"} + kWpsRestart));
   EXPECT_EQ(device.text("/tmp/wpsStatus"), "999\n");
   EXPECT_EQ(device.text("/tmp/wpsStatus24"), "999\n");
@@ -130,12 +99,13 @@ TEST(WpsMonitor, AConfiguredRegistrarsNetworkIsTakenOver) {
   EXPECT_FALSE(device.clock().armed());
 }
 
-// The radio is off: the restart ends early and leaves the LEDs' timer alone.
-TEST(WpsMonitor, TheLedsGoOffTenSecondsLater) {
-  AccessPoint device;
-  device.settings({{"RadioOff", "1"}});
-  device.session.status("ra0", {{34, 1}});
-  device.start().ticks(1);
+// Nothing stops the LEDs' timer, either.
+TEST(WpsMonitor, AnAccessPointWithAConfigurationKeepsIt) {
+  AccessPoint device("1");
+  device.session.status("ra0", {{3, 1}, {34, 1}});
+  device.start().ticks(2);
+  EXPECT_THAT(device.story(), ElementsAreArray(kStartedTick + successTick(kNoModuleSession)));
+  EXPECT_EQ(device.text("/var/wscResult"), "1");
   EXPECT_EQ(reinterpret_cast<void *>(device.clock().installed()),
             reinterpret_cast<void *>(setLedOff));
   device.forget();
@@ -143,14 +113,6 @@ TEST(WpsMonitor, TheLedsGoOffTenSecondsLater) {
   EXPECT_THAT(device.story(), IsEmpty());
   device.advance(60000);
   EXPECT_THAT(device.story(), ElementsAre(kFailureOff, kSuccessOff));
-}
-
-TEST(WpsMonitor, AnAccessPointWithAConfigurationKeepsIt) {
-  AccessPoint device("1");
-  device.session.status("ra0", {{3, 1}, {34, 1}});
-  device.start().ticks(2);
-  EXPECT_THAT(device.story(), ElementsAreArray(kStartedTick + kSuccessTick));
-  EXPECT_EQ(device.text("/var/wscResult"), "1");
 }
 
 TEST(WpsMonitor, AnEnrolleeRunGoesThroughFailuresAndTakesTheNetwork) {
@@ -163,7 +125,7 @@ TEST(WpsMonitor, AnEnrolleeRunGoesThroughFailuresAndTakesTheNetwork) {
   EXPECT_THAT(
       device.story(),
       ElementsAreArray(Lines(3, "echo 2 > /tmp/wpsStatus24") + kStartedTick +
-                       Lines{"echo 2 > /tmp/wpsStatus24"} + kSuccessTick +
+                       Lines{"echo 2 > /tmp/wpsStatus24"} + successTick(kNoModuleSession) +
                        Lines{"set 1 WscConfigured=1", "set 1 SSID1=home", "set 1 WscSSID=home",
                              "set 1 AuthMode=WPA2PSK", "set 1 EncrypType=AES",
                              "set 1 WPAPSK1=secret key", "set 1 IEEE8021X=0", "commit 1"} +
@@ -177,65 +139,51 @@ TEST(WpsMonitor, AnEnrolleeRunGoesThroughFailuresAndTakesTheNetwork) {
   EXPECT_THAT(device.console(), ::testing::EndsWith("Wsc: unknown error\n"));
 }
 
-// Only 1 means configured there: another number is neither configured nor not.
-TEST(WpsMonitor, AnEnrolleeRunNeedsTheExactFlag) {
-  AccessPoint device("2");
-  device.session.status("ra0", {{34, 1}});
-  WPSSingleTriggerHandler(0);
-  device.ticks(1);
-  EXPECT_THAT(device.writes(), IsEmpty());
-}
-
+// Only a flag of 1 means configured there: another number is neither configured
+// nor not.
 TEST(WpsMonitor, NothingIsTakenOverThatTheDriverDoesNotTellOf) {
-  auto writes_after = [](void (*prepare)(AccessPoint &)) {
-    AccessPoint device;
-    device.session.status("ra0", {{34, 1}});
-    prepare(device);
-    device.start().ticks(1);
+  const struct {
+    const char *configured;
+    uint16_t state;
+    bool tells;
+  } cases[] = {{"0", 1, true}, {"0", 3, true}, {"0", 2, false}, {"2", 2, true}};
+  for (const auto &[configured, state, tells] : cases) {
+    AccessPoint device(configured);
+    device.session.current({.state = state}).status("ra0", {{34, 1}});
+    if (!tells) device.radio.fail(0x0750, EIO);
+    WPSSingleTriggerHandler(0);
+    device.ticks(1);
     EXPECT_EQ(device.text("/var/wscResult"), "1");
-    return device.writes();
+    EXPECT_THAT(device.writes(), IsEmpty());
+  }
+}
+
+// Failures are not written where the others read results.
+TEST(WpsMonitor, EndsOnFailureOverlapAndIdle) {
+  const Lines failure_leds = {kFailureOn, "timer once in 10000 ms"};
+  const struct {
+    int status;
+    std::string said;
+    Lines leds;
+  } cases[] = {
+      {2, "Wsc: unknown error\n", Lines{kWpsLedDark} + failure_leds},
+      // Two buttons at once leave the WPS LED alone.
+      {265, "Wsc: overlap detected\n", failure_leds},
+      {1, "Wsc: idle\n", {kWpsLedDark}},
   };
-  EXPECT_THAT(writes_after([](AccessPoint &device) { device.session.current({.state = 1}); }),
-              IsEmpty());
-  EXPECT_THAT(writes_after([](AccessPoint &device) { device.session.current({.state = 3}); }),
-              IsEmpty());
-  EXPECT_THAT(writes_after([](AccessPoint &device) { device.radio.fail(0x0750, EIO); }), IsEmpty());
-}
-
-TEST(WpsMonitor, TwoButtonsAtOnceFailAndLeaveTheWpsLedAlone) {
-  AccessPoint device;
-  device.session.status("ra0", {{3, 1}, {265, 1}});
-  device.start().ticks(3);
-  EXPECT_THAT(
-      device.story(),
-      ElementsAreArray(
-          kStartedTick + Lines{"echo 265 > /tmp/wpsStatus24", "console: Wsc: overlap detected\n"} +
-          kSessionEnds + Lines{"timer stopped", kFailureOn, "timer once in 10000 ms"}));
-  EXPECT_EQ(device.text("/tmp/wpsStatus"), "999\n");
-  // Failures are not written where the others read results.
-  EXPECT_EQ(device.text("/var/wscResult"), std::nullopt);
-}
-
-TEST(WpsMonitor, AFailureEndsTheRun) {
-  AccessPoint device;
-  device.file("/tmp/wpsStatus", "1\n");
-  device.session.status("ra0", {{2, 1}});
-  device.start().ticks(5);
-  EXPECT_THAT(device.story(),
-              ElementsAre("echo 2 > /tmp/wpsStatus24", "console: Wsc: unknown error\n",
-                          "echo \"2\" > /tmp/wpsStatus", "echo \"999\" > /tmp/wpsStatus24",
-                          "timer stopped", kWpsLedDark, kFailureOn, "timer once in 10000 ms"));
-  EXPECT_EQ(device.text("/tmp/wpsStatus"), "2\n");
-}
-
-TEST(WpsMonitor, AnIdleDriverEndsTheRunQuietly) {
-  AccessPoint device;
-  device.session.status("ra0", {{1, 1}});
-  device.start().ticks(5);
-  EXPECT_THAT(device.story(),
-              ElementsAreArray(Lines{"echo 1 > /tmp/wpsStatus24", "console: Wsc: idle\n"} +
-                               kSessionEnds + Lines{"timer stopped", kWpsLedDark}));
-  EXPECT_FALSE(device.clock().armed());
+  for (const auto &[status, said, leds] : cases) {
+    AccessPoint device;
+    device.session.status("ra0", {{3, 1}, {status, 1}});
+    device.start().ticks(5);
+    EXPECT_THAT(device.story(),
+                ElementsAreArray(kStartedTick +
+                                 Lines{"echo " + std::to_string(status) + " > /tmp/wpsStatus24",
+                                       "console: " + said} +
+                                 kSessionEnds + Lines{"timer stopped"} + leds));
+    EXPECT_EQ(device.text("/tmp/wpsStatus"), "999\n");
+    EXPECT_EQ(device.text("/var/wscResult"), std::nullopt);
+    EXPECT_EQ(device.clock().armed(), leds.size() > 1);
+  }
 }
 
 const Lines kTimeout = Lines{"console: Wsc: timeout\n"} + kSessionEnds +
@@ -267,26 +215,16 @@ TEST(WpsMonitor, TheTimeCountsFromTheDriversStart) {
   EXPECT_THAT(device.story(), ElementsAreArray(Lines{"echo 3 > /tmp/wpsStatus24"} + kTimeout));
 }
 
-// A driver that does not answer reads as status 0.
-TEST(WpsMonitor, ASilentDriverIsPolledToTheTimeout) {
-  AccessPoint device;
-  device.start().ticks(1200);
-  EXPECT_EQ(device.commands().front(), "echo 0 > /tmp/wpsStatus24");
-  EXPECT_EQ(device.text("/tmp/wpsStatus"), "999\n");
-  EXPECT_THAT(device.console(), ::testing::EndsWith("Wsc: timeout\n"));
-}
-
 // A run begun elsewhere goes on with the count of the one before; only a push
-// button starts the count afresh.
+// button starts the count afresh. A driver that does not answer reads as status 0.
 TEST(WpsMonitor, ARunBegunElsewhereIsPickedUpWhereItStands) {
   AccessPoint device;
-  device.session.status("ra0", {{0, 1}});
   device.start().ticks(1000);
   WPSAPStart();
   device.ticks(199);
-  EXPECT_THAT(device.console(), IsEmpty());
+  EXPECT_THAT(device.commands(), ElementsAreArray(Lines(1199, "echo 0 > /tmp/wpsStatus24")));
   device.ticks(1);
-  EXPECT_EQ(device.console(), "Wsc: timeout\n");
+  EXPECT_THAT(device.console(), ::testing::EndsWith("Wsc: timeout\n"));
 }
 
 }  // namespace

@@ -18,50 +18,36 @@ using ::testing::IsEmpty;
 constexpr char kResult[] = "/var/wscResult";
 
 TEST(WpsResult, IsStoredOverWhateverStoodThere) {
-  struct {
-    const char *old;
+  const struct {
+    std::optional<std::string> old;
     int value;
     const char *stored;
   } cases[] = {
+      {{}, 1, "1"},
+      {{}, 0, "0"},
+      {{}, -1, "-1"},
       {"0", 1, "1"},
       {"1", -1, "-1"},
-      {"-1", 1, "1"},
       {"-1", 0, "0"},
       {"", 1, "1"},
-      {"", 0, ""},
-      {"junk", 0, "junk"},
       {"123", 1, "1"},
       {"\n", -1, "-1"},
       // What is already there stays as it was written.
+      {"", 0, ""},
+      {"junk", 0, "junk"},
       {"1\n", 1, "1\n"},
-      {"-1", -1, "-1"},
       {"-123", -1, "-123"},
   };
-  for (const auto &c : cases) {
+  for (const auto &[old, value, stored] : cases) {
     WpsDevice device;
-    device.file(kResult, c.old);
-    setWscResult(c.value);
-    EXPECT_EQ(device.text(kResult), c.stored) << c.old << " then " << c.value;
-  }
-}
-
-TEST(WpsResult, MakesTheFileWhenItIsMissing) {
-  for (int value : {1, 0, -1}) {
-    WpsDevice device;
+    if (old) device.file(kResult, *old);
     setWscResult(value);
-    EXPECT_EQ(device.text(kResult), std::to_string(value));
-    EXPECT_EQ(getWscResult(), value);
+    EXPECT_EQ(device.text(kResult), stored) << value;
   }
-  WpsDevice device;
-  EXPECT_EQ(getWscResult(), 0);
-  EXPECT_EQ(device.text(kResult), "0");
 }
 
 TEST(WpsResult, ReadsTheFirstTwoCharactersThatAreNotBlank) {
-  struct {
-    const char *stored;
-    int result;
-  } cases[] = {
+  const std::pair<std::string, int> cases[] = {
       {"1", 1},
       {"1\n", 1},
       {"0", 0},
@@ -78,12 +64,15 @@ TEST(WpsResult, ReadsTheFirstTwoCharactersThatAreNotBlank) {
       {"junk", 0},
       {"- -1", 0},
   };
-  for (const auto &c : cases) {
+  for (const auto &[stored, result] : cases) {
     WpsDevice device;
-    device.file(kResult, c.stored);
-    EXPECT_EQ(getWscResult(), c.result) << c.stored;
-    EXPECT_EQ(device.text(kResult), c.stored);
+    device.file(kResult, stored);
+    EXPECT_EQ(getWscResult(), result) << stored;
+    EXPECT_EQ(device.text(kResult), stored);
   }
+  WpsDevice without;
+  EXPECT_EQ(getWscResult(), 0);
+  EXPECT_EQ(without.text(kResult), "0");
 }
 
 // Whoever reads under the lock finds a number, at any moment of another
@@ -141,31 +130,30 @@ TEST(WpsStatusFiles, AnswerTheirNumber) {
 }
 
 TEST(WpsStatusFiles, EndASessionInTwoSteps) {
-  WpsDevice device;
-  device.file("/tmp/wpsStatus", "1\n").file("/tmp/wpsStatus24", "3\n");
-  updateWpsStatusFlag();
-  EXPECT_THAT(device.shellLines(), ElementsAre("echo \"2\" > /tmp/wpsStatus 1>/dev/null 2>&1",
-                                               "echo \"999\" > /tmp/wpsStatus24 1>/dev/null 2>&1"));
-  EXPECT_EQ(device.text("/tmp/wpsStatus"), "2\n");
-  EXPECT_EQ(device.text("/tmp/wpsStatus24"), "999\n");
-
-  device.forget();
-  updateWpsStatusFlag();
-  EXPECT_THAT(device.commands(), ElementsAre("echo \"999\" > /tmp/wpsStatus", "sys ledctl 1",
-                                             "echo \"999\" > /tmp/wpsStatus24"));
-  EXPECT_EQ(device.text("/tmp/wpsStatus"), "999\n");
-
-  device.forget();
-  updateWpsStatusFlag();
-  EXPECT_THAT(device.commands(), ElementsAre("echo \"999\" > /tmp/wpsStatus24"));
-
-  // A missing file is as good as an ended session.
-  device.removeFile("/tmp/wpsStatus");
-  device.forget();
-  updateWpsStatusFlag();
-  EXPECT_THAT(device.commands(), ElementsAre("echo \"999\" > /tmp/wpsStatus", "sys ledctl 1",
-                                             "echo \"999\" > /tmp/wpsStatus24"));
-  EXPECT_EQ(device.text("/tmp/wpsStatus"), "999\n");
+  const Lines no_session = {"echo \"999\" > /tmp/wpsStatus", "sys ledctl 1",
+                            "echo \"999\" > /tmp/wpsStatus24"};
+  const struct {
+    const char *before;
+    Lines commands;
+    const char *after;
+  } cases[] = {
+      {"1\n", {"echo \"2\" > /tmp/wpsStatus", no_session[2]}, "2\n"},
+      {"2\n", no_session, "999\n"},
+      {"999\n", {no_session[2]}, "999\n"},
+      // A missing file is as good as an ended session.
+      {nullptr, no_session, "999\n"},
+  };
+  for (const auto &[before, commands, after] : cases) {
+    WpsDevice device;
+    device.file("/tmp/wpsStatus24", "3\n");
+    if (before != nullptr) device.file("/tmp/wpsStatus", before);
+    updateWpsStatusFlag();
+    EXPECT_EQ(device.commands(), commands);
+    // Through the runner, whose redirection alone would leave the files empty.
+    EXPECT_EQ(device.shellLines()[0], commands[0] + " 1>/dev/null 2>&1");
+    EXPECT_EQ(device.text("/tmp/wpsStatus"), after);
+    EXPECT_EQ(device.text("/tmp/wpsStatus24"), "999\n");
+  }
 }
 
 }  // namespace

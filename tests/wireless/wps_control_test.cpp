@@ -35,11 +35,11 @@ TEST(WpsRestart, StartsTheDaemonWhereWpsIsOn) {
       {{{"WscModeOption", "7"}}, {}},
       {{{"OperationMode", "1"}, {"WscModeOption", "7"}, {"RadioOff", "1"}}, {}},
   };
-  for (const auto &c : cases) {
+  for (const auto &[settings, behind_stopping] : cases) {
     WpsDevice device;
-    device.settings(c.settings);
+    device.settings(settings);
     EXPECT_EQ(WPSRestart(), 0);
-    EXPECT_THAT(device.story(), ElementsAreArray(kWpsStopped + c.behind_stopping));
+    device.expect(kWpsStopped + behind_stopping);
   }
 }
 
@@ -50,9 +50,7 @@ TEST(WpsRestart, WithoutALanAddressTheMonitorGoesOn) {
   WPSAPStart();
   device.forget();
   WPSRestart();
-  EXPECT_THAT(
-      device.story(),
-      ElementsAreArray(kWpsStopped + Lines{"console: WPSRestart error, can't get lan ip.\n"}));
+  device.expect(kWpsStopped + Lines{"console: WPSRestart error, can't get lan ip.\n"});
   EXPECT_TRUE(device.clock().armed());
 }
 
@@ -72,11 +70,11 @@ TEST(WpsPushButton, StartsARunAndItsMonitor) {
       {{{"WscModeOption", "0"}, {"WirelessMode", "11"}},
        {"printed: The PBC button is pressed but WPS is disabled now.\n"}},
   };
-  for (const auto &c : cases) {
+  for (const auto &[settings, story] : cases) {
     WpsDevice device;
-    device.settings(c.settings);
+    device.settings(settings);
     WPSAPPBCStartAll();
-    EXPECT_THAT(device.story(), ElementsAreArray(c.story));
+    device.expect(story);
   }
 }
 
@@ -88,9 +86,8 @@ TEST(WpsPushButton, OfTheClientKeepsItsOutput) {
                        "iwpriv apcli0 set WscConfMode=1", "iwpriv apcli0 set WscMode=2",
                        "iwpriv apcli0 set ApCliEnable=1", "iwpriv apcli0 set WscGetConf=1"};
   EXPECT_EQ(device.shellLines(), lines);
-  EXPECT_THAT(device.story(),
-              ElementsAreArray(lines + Lines{"timer stopped", kWpsLedBlinks, kFailureOff,
-                                             kSuccessOff, "timer every 100 ms"}));
+  device.expect(lines + Lines{"timer stopped", kWpsLedBlinks, kFailureOff, kSuccessOff,
+                              "timer every 100 ms"});
   EXPECT_EQ(device.clock().installed(), WPSAPCliTimerHandler);
 }
 
@@ -107,7 +104,7 @@ TEST(WpsPushButton, StartingOneMonitorReplacesTheOther) {
   WPSAPCliPBCStart();
   device.forget();
   device.ticks(2);
-  EXPECT_THAT(device.story(), IsEmpty());
+  device.expect({});
 }
 
 // ---- asking the driver ----

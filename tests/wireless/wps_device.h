@@ -2,6 +2,10 @@
 #ifndef ORBA_TESTS_WIRELESS_WPS_DEVICE_H
 #define ORBA_TESTS_WIRELESS_WPS_DEVICE_H
 
+#include <gtest/gtest.h>
+
+#include <map>
+#include <source_location>
 #include <string>
 #include <vector>
 
@@ -32,6 +36,11 @@ const Lines kWpsStopped = {"rm -rf /var/run/wscd.pid.ra0", kWpsLedDark,
 const Lines kWpsStarted = {"iwpriv ra0 set WscConfMode=7",
                            "route add -host 239.255.255.250 dev br0",
                            "wscd -m 1 -a 192.168.1.1 -i ra0 -D", kWpsLedDark, "timer stopped"};
+// A session that ends for good, and one that fails.
+const Lines kSessionEnds = {"echo \"999\" > /tmp/wpsStatus", "sys ledctl 1",
+                            "echo \"999\" > /tmp/wpsStatus24", "timer stopped"};
+const Lines kFailureLeds = {kFailureOn, "timer once in 10000 ms"};
+const Lines kFailureExit = kSessionEnds + Lines{kWpsLedDark} + kFailureLeds;
 
 // The flags and counters are the process's, so each device starts them afresh.
 struct WpsDevice : sim::Device {
@@ -50,6 +59,13 @@ struct WpsDevice : sim::Device {
 
   void ticks(int count) { advance(100LL * count); }
 
+  // All that was done since the last time, in order; then it is forgotten.
+  void expect(const Lines &lines, std::source_location at = std::source_location::current()) {
+    testing::ScopedTrace trace(at.file_name(), static_cast<int>(at.line()), "the whole story");
+    EXPECT_EQ(story(), lines);
+    forget();
+  }
+
   // Everything that was done and said, in order, files apart.
   Lines story() const {
     Lines lines;
@@ -63,27 +79,14 @@ struct WpsDevice : sim::Device {
 
  private:
   static const char *introductionOf(sim::Event::Kind kind) {
-    switch (kind) {
-      case sim::Event::kCommand:
-      case sim::Event::kRequest:
-        return "";
-      case sim::Event::kSet:
-        return "set ";
-      case sim::Event::kCommit:
-        return "commit ";
-      case sim::Event::kConsole:
-        return "console: ";
-      case sim::Event::kPrinted:
-        return "printed: ";
-      case sim::Event::kError:
-        return "error: ";
-      case sim::Event::kTimer:
-        return "timer ";
-      case sim::Event::kSleep:
-        return "sleep ";
-      default:
-        return nullptr;
-    }
+    static const std::map<sim::Event::Kind, const char *> introductions = {
+        {sim::Event::kCommand, ""},          {sim::Event::kRequest, ""},
+        {sim::Event::kSet, "set "},          {sim::Event::kCommit, "commit "},
+        {sim::Event::kConsole, "console: "}, {sim::Event::kPrinted, "printed: "},
+        {sim::Event::kError, "error: "},     {sim::Event::kTimer, "timer "},
+        {sim::Event::kSleep, "sleep "}};
+    auto found = introductions.find(kind);
+    return found != introductions.end() ? found->second : nullptr;
   }
 };
 

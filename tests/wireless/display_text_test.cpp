@@ -41,19 +41,13 @@ TEST(DisplayText, StaysInsideItsBuffer) {
 }
 
 TEST(SignalQuality, FollowsItsTwoSlopes) {
-  for (int rssi = -100; rssi <= 0; rssi++) {
-    double quality = rssi >= -50   ? 100
-                     : rssi >= -80 ? (rssi + 80) * 2.6 + 24
-                     : rssi >= -90 ? (rssi + 90) * 2.6
-                                   : 0;
-    EXPECT_EQ(ConvertRssiToSignalQuality(rssi), static_cast<unsigned>(quality)) << rssi;
+  const std::pair<int, unsigned> cases[] = {
+      {INT32_MAX, 100}, {0, 100},  {-50, 100}, {-51, 99},     {-52, 96}, {-65, 63},
+      {-72, 44},        {-79, 26}, {-80, 24},  {-81, 23},     {-82, 20}, {-85, 13},
+      {-89, 2},         {-90, 0},  {-91, 0},   {INT32_MIN, 0}};
+  for (const auto &[rssi, quality] : cases) {
+    EXPECT_EQ(ConvertRssiToSignalQuality(rssi), quality) << rssi;
   }
-  struct {
-    int rssi;
-    unsigned quality;
-  } cases[] = {{-50, 100}, {-51, 99}, {-65, 63}, {-80, 24},      {-81, 23},
-               {-85, 13},  {-90, 0},  {-91, 0},  {INT32_MIN, 0}, {INT32_MAX, 100}};
-  for (const auto &c : cases) EXPECT_EQ(ConvertRssiToSignalQuality(c.rssi), c.quality) << c.rssi;
 }
 
 }  // namespace

@@ -28,26 +28,30 @@ TEST(RadioQueries, Addresses) {
   device.interface("ra1").mac("02:1a:2b:00:00:0f");
   device.interface("apcli0").mac("06:1a:2b:00:00:0f");
   char out[18];
-  char zero[] = "0", one[] = "1", seven[] = "7", apcli[] = "apcli0", nothing[] = "";
-  std::string hostile(5000, '0');
-  auto macOf = [&](int (*getter)(char *, int, char **), char *argument) {
-    strcpy(out, "before");
-    char *arguments[] = {argument};
-    int result = getter(out, 1, arguments);
-    EXPECT_EQ(result, *out != '\0' ? 1 : 0);
-    return std::string(out);
-  };
   EXPECT_EQ(getWlanCurrentMac(out), 1);
   EXPECT_STREQ(out, "00:1A:2B:00:00:0F");
-  EXPECT_EQ(macOf(getWlanMac, zero), "00:1A:2B:00:00:0F");
-  EXPECT_EQ(macOf(getWlanMac, one), "02:1A:2B:00:00:0F");
-  EXPECT_EQ(macOf(getWlanMac, seven), "");
-  EXPECT_EQ(macOf(getWlanMac, hostile.data()), "");
-  EXPECT_EQ(macOf(getWlanMac, nullptr), "");
-  EXPECT_EQ(macOf(getWiFiMac, apcli), "06:1A:2B:00:00:0F");
-  EXPECT_EQ(macOf(getWiFiMac, nothing), "");
-  EXPECT_EQ(macOf(getWiFiMac, hostile.data()), "");
-  EXPECT_EQ(macOf(getWiFiMac, nullptr), "");
+  const struct {
+    int (*getter)(char *, int, char **);
+    std::optional<std::string> argument;
+    std::string mac;
+  } cases[] = {
+      {getWlanMac, "0", "00:1A:2B:00:00:0F"},
+      {getWlanMac, "1", "02:1A:2B:00:00:0F"},
+      {getWlanMac, "7", ""},
+      {getWlanMac, std::string(5000, '0'), ""},
+      {getWlanMac, {}, ""},
+      {getWiFiMac, "apcli0", "06:1A:2B:00:00:0F"},
+      {getWiFiMac, "", ""},
+      {getWiFiMac, std::string(5000, '0'), ""},
+      {getWiFiMac, {}, ""},
+  };
+  for (const auto &[getter, argument, mac] : cases) {
+    strcpy(out, "before");
+    std::string writable = argument.value_or("");
+    char *arguments[] = {argument ? writable.data() : nullptr};
+    EXPECT_EQ(getter(out, 1, arguments), mac.empty() ? 0 : 1);
+    EXPECT_EQ(out, mac);
+  }
   sim::Device without_radio;
   EXPECT_EQ(getWlanCurrentMac(out), 0);
   EXPECT_STREQ(out, "");

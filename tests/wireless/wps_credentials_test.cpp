@@ -1,76 +1,64 @@
 // What a received network becomes in the settings.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "tests/wireless/wps_device.h"
 
 namespace {
 
-using ::testing::ElementsAreArray;
+constexpr char kNoAuthMode[] = "Wsc: Warning: can't get invalid authmode\n.";
+constexpr char kNoEncrypType[] = "Wsc: Warning: can't get invalid encryptype\n.";
 
-struct Received {
-  Lines writes;
-  std::string printed;
-};
-
-Received receive(const sim::WpsSession::Credential &credential,
-                 const sim::Settings &settings = {}) {
+// What is stored of the name and of the security, and nothing else.
+void expectStored(const sim::WpsSession::Credential &credential, const std::string &ssid,
+                  const Lines &security, const std::string &printed = "",
+                  const sim::Settings &settings = {}) {
   WpsDevice device;
   device.settings({{"OperationMode", "3"}}).settings(settings);
   device.session.status("ra0", {{34, 1}}).current({}).credential(credential);
   WPSAPStart();
-  device.forget();
   device.ticks(1);
-  return {device.writes(), device.printed()};
-}
-
-Lines settingsOf(const std::string &ssid, const Lines &security) {
   Lines lines = {"set 1 WscConfigured=1", "set 1 SSID1=" + ssid, "set 1 WscSSID=" + ssid};
   for (const std::string &line : security) lines.push_back("set 1 " + line);
-  lines.insert(lines.end(), {"set 1 IEEE8021X=0", "commit 1"});
-  return lines;
+  EXPECT_EQ(device.writes(), lines + Lines({"set 1 IEEE8021X=0", "commit 1"}));
+  EXPECT_EQ(device.printed(), printed);
 }
 
-TEST(WpsCredentials, EveryPairOfTypesHasItsSettings) {
-  // What is not known is warned of.
-  const std::string no_auth = "Wsc: Warning: can't get invalid authmode\n.";
-  const std::string no_encryption = "Wsc: Warning: can't get invalid encryptype\n.";
-  struct Type {
-    uint16_t number;
-    const char *name;
-    std::string warning = "";
-  };
-  const Type authentications[] = {
-      {1, "OPEN"},          {2, "WPAPSK"},         {4, "SHARED"},         {8, "WPA"},
-      {16, "WPA2"},         {32, "WPA2PSK"},       {34, "WPAPSKWPA2PSK"}, {0, "OPEN", no_auth},
-      {3, "OPEN", no_auth}, {64, "OPEN", no_auth},
-  };
-  const Type encryptions[] = {
-      {1, "NONE"},
-      {2, "WEP"},
-      {4, "TKIP"},
-      {8, "AES"},
-      {12, "TKIPAES"},
-      {0, "NONE", no_encryption},
-      {6, "NONE", no_encryption},
-      {16, "NONE", no_encryption},
-  };
+TEST(WpsCredentials, EveryTypeHasItsSettings) {
+  const Lines key = {"WPAPSK1=pass phrase"};
   const Lines wep = {"Key1Type=1", "Key2Type=1",           "Key3Type=1",
                      "Key4Type=1", "Key3Str1=pass phrase", "DefaultKeyID=3"};
-  for (const Type &authentication : authentications) {
-    for (const Type &encryption : encryptions) {
-      Lines security = {std::string("AuthMode=") + authentication.name,
-                        std::string("EncrypType=") + encryption.name};
-      uint16_t number = encryption.number;
-      if (number == 2) security = security + wep;
-      if (number == 4 || number == 8 || number == 12) security.push_back("WPAPSK1=pass phrase");
-      if (authentication.number == 2 && number == 4) {
-        security = security + Lines{"AuthMode=WPAPSKWPA2PSK", "EncrypType=TKIPAES"};
-      }
-      Received received = receive({"the house", authentication.number, number, "pass phrase", 3});
-      EXPECT_THAT(received.writes, ElementsAreArray(settingsOf("the house", security)));
-      EXPECT_EQ(received.printed, authentication.warning + encryption.warning);
-    }
+  const Lines mixed = {"AuthMode=WPAPSKWPA2PSK", "EncrypType=TKIPAES"};
+  const struct {
+    uint16_t authentication, encryption;
+    std::string auth_mode, encryp_type;
+    Lines keys;
+    std::string printed = "";
+  } cases[] = {
+      {1, 1, "OPEN", "NONE", {}},
+      {1, 2, "OPEN", "WEP", wep},
+      {2, 8, "WPAPSK", "AES", key},
+      {2, 12, "WPAPSK", "TKIPAES", key},
+      {4, 2, "SHARED", "WEP", wep},
+      {8, 4, "WPA", "TKIP", key},
+      {16, 8, "WPA2", "AES", key},
+      {32, 4, "WPA2PSK", "TKIP", key},
+      {34, 4, "WPAPSKWPA2PSK", "TKIP", key},
+      {34, 12, "WPAPSKWPA2PSK", "TKIPAES", key},
+      // Widened to mixed mode.
+      {2, 4, "WPAPSK", "TKIP", key + mixed},
+      // What is not known is warned of.
+      {0, 1, "OPEN", "NONE", {}, kNoAuthMode},
+      {3, 8, "OPEN", "AES", key, kNoAuthMode},
+      {64, 2, "OPEN", "WEP", wep, kNoAuthMode},
+      {1, 0, "OPEN", "NONE", {}, kNoEncrypType},
+      {2, 6, "WPAPSK", "NONE", {}, kNoEncrypType},
+      {0, 16, "OPEN", "NONE", {}, std::string(kNoAuthMode) + kNoEncrypType},
+  };
+  for (const auto &c : cases) {
+    SCOPED_TRACE(std::to_string(c.authentication) + " with " + std::to_string(c.encryption));
+    expectStored({"the house", c.authentication, c.encryption, "pass phrase", 3}, "the house",
+                 Lines{"AuthMode=" + c.auth_mode, "EncrypType=" + c.encryp_type} + c.keys,
+                 c.printed);
   }
 }
 
@@ -79,11 +67,9 @@ TEST(WpsCredentials, AWepKeysLengthTellsItsKind) {
                                                   {26, "0"}, {27, "1"}, {0, "1"}};
   for (const auto &[length, type] : cases) {
     std::string key(length, 'a');
-    EXPECT_THAT(
-        receive({"", 4, 2, key, 1}).writes,
-        ElementsAreArray(settingsOf(
-            "", {"AuthMode=SHARED", "EncrypType=WEP", "Key1Type=" + type, "Key2Type=" + type,
-                 "Key3Type=" + type, "Key4Type=" + type, "Key1Str1=" + key, "DefaultKeyID=1"})));
+    expectStored({"", 4, 2, key, 1}, "",
+                 {"AuthMode=SHARED", "EncrypType=WEP", "Key1Type=" + type, "Key2Type=" + type,
+                  "Key3Type=" + type, "Key4Type=" + type, "Key1Str1=" + key, "DefaultKeyID=1"});
   }
 }
 
@@ -100,8 +86,7 @@ TEST(WpsCredentials, AWepKeyGoesWhereItsIndexSays) {
       security.push_back("Key" + number + "Str1=0123456789" + (index == 2 ? ";other" : ""));
       security.push_back("DefaultKeyID=" + number + ";4");
     }
-    EXPECT_THAT(receive({"", 1, 2, "0123456789", index}, two_networks).writes,
-                ElementsAreArray(settingsOf("", security)));
+    expectStored({"", 1, 2, "0123456789", index}, "", security, "", two_networks);
   }
 }
 
@@ -110,12 +95,10 @@ TEST(WpsCredentials, LengthsAreHeldToTheirFields) {
   const std::string ssid(32, 's'), key(64, 'k');
   for (uint32_t length : {32u, 33u, 255u, 4294967295u}) {
     auto key_length = static_cast<uint16_t>(length < 64 ? 64 : length);
-    EXPECT_THAT(receive({ssid, 32, 8, key, 0, length, key_length}).writes,
-                ElementsAreArray(
-                    settingsOf(ssid, {"AuthMode=WPA2PSK", "EncrypType=AES", "WPAPSK1=" + key})));
+    expectStored({ssid, 32, 8, key, 0, length, key_length}, ssid,
+                 {"AuthMode=WPA2PSK", "EncrypType=AES", "WPAPSK1=" + key});
   }
-  EXPECT_THAT(receive({"home", 1, 1, "", 0, 2}).writes,
-              ElementsAreArray(settingsOf("ho", {"AuthMode=OPEN", "EncrypType=NONE"})));
+  expectStored({"home", 1, 1, "", 0, 2}, "ho", {"AuthMode=OPEN", "EncrypType=NONE"});
 }
 
 // ---- the access control list ----
@@ -125,10 +108,11 @@ struct Listed {
   size_t commits;
 };
 
-Listed listAfter(const Lines &macs, const sim::Settings &settings,
-                 std::optional<uint32_t> count = {}) {
+Listed listAfter(const Lines &macs, const char *policy, std::optional<std::string> before,
+                 std::optional<uint32_t> count) {
   WpsDevice device;
-  device.settings({{"OperationMode", "3"}}).settings(settings);
+  device.settings({{"OperationMode", "3"}, {"AccessPolicy0", policy}});
+  if (before) device.settings({{"AccessControlList0", *before}});
   device.session.status("ra0", {{34, 1}}).current({}).credential({});
   // Without any the driver knows of no list.
   if (!macs.empty()) device.session.stations(macs, count);
@@ -142,29 +126,25 @@ Listed listAfter(const Lines &macs, const sim::Settings &settings,
 TEST(WpsAccessList, IsWrittenOverTheFrontOfTheList) {
   const std::string a("\x00\x01\x02\x0a\xbc\xff", 6);
   const std::string text = "00:01:02:0A:BC:FF";
-  const sim::Settings policy = {{"AccessPolicy0", "1"}};
-  auto with = [](const char *value, const char *list) {
-    return sim::Settings{{"AccessPolicy0", value}, {"AccessControlList0", list}};
-  };
   const struct {
     Lines macs;
-    sim::Settings settings;
-    std::optional<std::string> list;
+    const char *policy;
+    std::optional<std::string> before, after;
     size_t commits = 2;
     std::optional<uint32_t> count = {};
   } cases[] = {
-      {{a}, policy, text},
-      {{a, a}, policy, text + ";" + text},
-      {{a}, with("1", "x;y;z"), text + ";y;z"},
-      {{a, a, a}, with("1", "x;"), text + ";" + text + ";" + text},
-      {{a}, with("1", "x;y"), "x;y", 2, 0},
-      {{a}, policy, std::nullopt, 2, 0},
-      {{}, with("1", "x;y"), "x;y"},
-      {{a}, with("2", "x;y"), "x;y", 1},
+      {{a}, "1", {}, text},
+      {{a, a}, "1", {}, text + ";" + text},
+      {{a}, "1", "x;y;z", text + ";y;z"},
+      {{a, a, a}, "1", "x;", text + ";" + text + ";" + text},
+      {{a}, "1", "x;y", "x;y", 2, 0},
+      {{a}, "1", {}, {}, 2, 0},
+      {{}, "1", "x;y", "x;y"},
+      {{a}, "2", "x;y", "x;y", 1},
   };
   for (const auto &c : cases) {
-    Listed listed = listAfter(c.macs, c.settings, c.count);
-    EXPECT_EQ(listed.list, c.list);
+    Listed listed = listAfter(c.macs, c.policy, c.before, c.count);
+    EXPECT_EQ(listed.list, c.after);
     EXPECT_EQ(listed.commits, c.commits);
   }
 }
@@ -180,7 +160,7 @@ TEST(WpsAccessList, HoldsAsManyAsTheRecordHasRoomFor) {
     text += mac;
   }
   for (uint32_t count : {64u, 65u, 4294967295u}) {
-    EXPECT_EQ(listAfter(macs, {{"AccessPolicy0", "1"}}, count).list, text);
+    EXPECT_EQ(listAfter(macs, "1", {}, count).list, text);
   }
 }
 

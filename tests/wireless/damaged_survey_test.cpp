@@ -5,8 +5,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <random>
-#include <string>
-#include <vector>
 
 #include "orba_util.h"
 #include "sim/radio.h"
@@ -17,19 +15,12 @@ using sim::Bytes;
 
 constexpr int kLists = 10000;
 
-std::vector<Bytes> intactRecords() {
-  std::vector<Bytes> records;
-  for (const sim::Network &network : {
-           sim::Network{"home", "00:11:22:33:44:55", 6, -55, {"WPA-PSK", "WPA2", "TKIP", "AES"}},
-           sim::Network{"", "00:11:22:33:44:56", 36, -100, {"WPA2-PSK", "CCKM", "AES"}},
-           sim::Network{std::string(32, '\''), "00:11:22:33:44:57", 216, 5, {"WEP"}},
-           sim::Network{"a\001b;c/d\\<e>&\"f", "00:11:22:33:44:58", 14, -70, {"ad-hoc", "WPA"}},
-           sim::Network{"x", "00:11:22:33:44:59", 1, -85, {"open"}},
-       }) {
-    records.push_back(sim::encodeNetwork(network));
-  }
-  return records;
-}
+const std::vector<Bytes> kIntact = {
+    sim::encodeNetwork({"home", "00:11:22:33:44:55", 6, -55, {"WPA-PSK", "WPA2", "TKIP", "AES"}}),
+    sim::encodeNetwork({"", "00:11:22:33:44:56", 36, -100, {"WPA2-PSK", "CCKM", "AES"}}),
+    sim::encodeNetwork({std::string(32, '\''), "00:11:22:33:44:57", 216, 5, {"WEP"}}),
+    sim::encodeNetwork({"a\001b;c/d\\<e>&\"f", "00:11:22:33:44:58", 14, -70, {"ad-hoc", "WPA"}}),
+    sim::encodeNetwork({"x", "00:11:22:33:44:59", 1, -85, {"open"}})};
 
 class Damager {
  public:
@@ -68,7 +59,6 @@ class Damager {
     if (kind == 4 && place >= 4) list.resize(place);
   }
 
-  const std::vector<Bytes> kIntact = intactRecords();
   std::mt19937 random_{20261121};
 };
 

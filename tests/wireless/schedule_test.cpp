@@ -5,12 +5,12 @@
 #include "sim/device.h"
 
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 
 namespace {
 
-constexpr char kCacheLine[] = "* * */1 * * echo 3 > /proc/sys/vm/drop_caches\n";
+constexpr char kCacheCommand[] =
+    "echo \"* * */1 * * echo 3 > /proc/sys/vm/drop_caches\" >> /etc/admin ";
 
 // The tests' weekdays, in a week that begins on a Monday.
 enum Weekday { kMonday = 23, kSaturday = 28, kSunday = 29 };
@@ -29,17 +29,13 @@ tm brokenDown(const std::string &text) {
 
 TEST(ScheduleInit, MakesTheWholeTableAndSwitchesTheRadio) {
   sim::Device device;
-  device.file("/etc/admin", "0 4 * * * reboot\n")
-      .settings({{"wlanScheduleEnab", "1"},
-                 {"wlanSchedule1", "0 1 8 0 18 0"},
-                 {"wlanSchedule2", "1 0 22 1 6 0"},
-                 {"wlanSchedule8", "1 1 8 0 18 1"},
-                 {"RadioOff", "1"}});
+  device.settings(
+      {{"wlanScheduleEnab", "1"}, {"wlanSchedule1", "0 1 8 0 18 0"}, {"RadioOff", "1"}});
+  device.settings({{"wlanSchedule2", "1 0 22 1 6 0"}, {"wlanSchedule8", "1 1 8 0 18 1"}});
   device.clock().set(on(kSunday, "09:00"));
   EXPECT_EQ(wlan_schedule_init(), 0);
   EXPECT_THAT(device.commands(),
-              ElementsAre("killall -q  crond", "rm /etc/admin", "touch /etc/admin",
-                          "echo \"* * */1 * * echo 3 > /proc/sys/vm/drop_caches\" >> /etc/admin ",
+              ElementsAre("killall -q  crond", "rm /etc/admin", "touch /etc/admin", kCacheCommand,
                           "echo \"30 22 * * 1 nvram_set RadioOff 1\" >> /etc/admin",
                           "echo \"30 22 * * 1 /sbin/wlan.sh\" >> /etc/admin",
                           "echo \"0 6 * * 1 nvram_set RadioOff 0\" >> /etc/admin",
@@ -51,67 +47,51 @@ TEST(ScheduleInit, MakesTheWholeTableAndSwitchesTheRadio) {
                           "crond -c /etc -L /var/log/cron.log", "wlan.sh"));
   EXPECT_THAT(device.writes(), ElementsAre("set 1 RadioOff=0", "commit 1"));
   EXPECT_EQ(device.console(),
-            "#### init wlan scheduling ###\n,##"
-            "wlan radio is changed to enable\n");
-
-  // Applying again changes neither the table nor, now, the radio.
-  std::optional<std::string> table = device.text("/etc/admin");
-  device.forget();
-  wlan_schedule_init();
-  EXPECT_EQ(device.text("/etc/admin"), table);
-  EXPECT_THAT(device.writes(), IsEmpty());
-  EXPECT_THAT(device.console(), HasSubstr("wlan radio is changed to enable\n"));
+            "#### init wlan scheduling ###\n,##wlan radio is changed to enable\n");
 }
 
+// Without any setting it is switched on, with nothing to do.
 TEST(ScheduleInit, SwitchedOffLeavesTheCacheLineAlone) {
-  sim::Device device;
-  device.settings(
-      {{"wlanScheduleEnab", "0"}, {"wlanSchedule1", "1 1 8 0 18 0"}, {"RadioOff", "0"}});
-  wlan_schedule_init();
-  EXPECT_THAT(device.commands(),
-              ElementsAre("killall -q  crond", "rm /etc/admin", "touch /etc/admin",
-                          "echo \"* * */1 * * echo 3 > /proc/sys/vm/drop_caches\" >> /etc/admin ",
-                          "crond -c /etc -L /var/log/cron.log"));
-  EXPECT_EQ(device.text("/etc/admin"), kCacheLine);
-  EXPECT_THAT(device.writes(), IsEmpty());
-  EXPECT_EQ(device.console(), "#### init wlan scheduling ###\n,##");
-}
-
-TEST(ScheduleInit, WithoutAnySettingIsSwitchedOnWithNothingToDo) {
-  sim::Device device;
-  wlan_schedule_init();
-  EXPECT_EQ(device.text("/etc/admin"), kCacheLine);
-  EXPECT_THAT(device.writes(), IsEmpty());
-  EXPECT_EQ(device.console(), "#### init wlan scheduling ###\n,##no change to wlan radio\n");
+  const std::pair<sim::Settings, std::string> cases[] = {
+      {{{"wlanScheduleEnab", "0"}, {"wlanSchedule1", "1 1 8 0 18 0"}, {"RadioOff", "0"}}, ""},
+      {{}, "no change to wlan radio\n"}};
+  for (const auto &[settings, trace] : cases) {
+    sim::Device device;
+    device.settings(settings);
+    wlan_schedule_init();
+    EXPECT_THAT(device.commands(),
+                ElementsAre("killall -q  crond", "rm /etc/admin", "touch /etc/admin", kCacheCommand,
+                            "crond -c /etc -L /var/log/cron.log"));
+    EXPECT_EQ(device.text("/etc/admin"), "* * */1 * * echo 3 > /proc/sys/vm/drop_caches\n");
+    EXPECT_THAT(device.writes(), IsEmpty());
+    EXPECT_EQ(device.console(), "#### init wlan scheduling ###\n,##" + trace);
+  }
 }
 
 TEST(ScheduleLines, OfEachDayAndMode) {
   const struct {
     int day;
     const char *record;
-    std::string start, end;  // empty: no lines
-    int off_inside = 0;
-  } cases[] = {
-      {0, "1 1 8 0 18 1", "0 8 * * *", "30 18 * * *", 0},
-      {0, "1 0 22 1 6 0", "30 22 * * *", "0 6 * * *", 1},
-      {1, "1 1 0 1 23 1", "30 0 * * 1", "30 23 * * 1", 0},
-      // Any number but 0 enables, and only a mode of "1" itself is on inside.
-      {6, "2 1 08 x 09 2", "0 8 * * 6", "0 9 * * 6", 0},
-      {7, "1 01 8 0 18 1", "0 8 * * 0", "30 18 * * 0", 1},
-      {2, "1 1 x;reboot 1 $(reboot) 0 more fields", "30 0 * * 2", "0 0 * * 2", 0},
-      {2, "1", "0 0 * * 2", "0 0 * * 2", 1},
-      {3, "0 1 8 0 18 1", "", ""},
-      {3, "on 1 8 0 18 1", "", ""},
-      {3, "", "", ""},
-      {3, nullptr, "", ""},
-  };
+    std::string start, end;
+    int off_inside;
+  } cases[] = {{0, "1 1 8 0 18 1", "0 8 * * *", "30 18 * * *", 0},
+               {0, "1 0 22 1 6 0", "30 22 * * *", "0 6 * * *", 1},
+               {1, "1 1 0 1 23 1", "30 0 * * 1", "30 23 * * 1", 0},
+               // Any number but 0 enables, and only a mode of "1" itself is on inside.
+               {6, "2 1 08 x 09 2", "0 8 * * 6", "0 9 * * 6", 0},
+               {7, "1 01 8 0 18 1", "0 8 * * 0", "30 18 * * 0", 1},
+               {2, "1 1 x;reboot 1 $(reboot) 0 more fields", "30 0 * * 2", "0 0 * * 2", 0},
+               {2, "1", "0 0 * * 2", "0 0 * * 2", 1}};
+  for (const char *disabled :
+       {"0 1 8 0 18 1", "on 1 8 0 18 1", "", static_cast<const char *>(nullptr)}) {
+    sim::Device device;
+    setWlanSchedulingCfg(disabled, 3);
+    EXPECT_THAT(device.events(), IsEmpty());
+  }
   for (const auto &[day, record, start, end, off_inside] : cases) {
-    std::string table;
-    if (!start.empty()) {
-      table = start + " nvram_set RadioOff " + std::to_string(off_inside) + "\n" + start +
-              " /sbin/wlan.sh\n" + end + " nvram_set RadioOff " + std::to_string(1 - off_inside) +
-              "\n" + end + " /sbin/wlan.sh\n";
-    }
+    std::string table = start + " nvram_set RadioOff " + std::to_string(off_inside) + "\n" + start +
+                        " /sbin/wlan.sh\n" + end + " nvram_set RadioOff " +
+                        std::to_string(1 - off_inside) + "\n" + end + " /sbin/wlan.sh\n";
     sim::Device device;
     setWlanSchedulingCfg(record, day);
     EXPECT_EQ(device.text("/etc/admin").value_or(""), table) << record << ", day " << day;
@@ -132,10 +112,8 @@ TEST(ScheduleLines, ARecordEndsAfter103Characters) {
 
 TEST(ScheduleCheck, DecidesForOneMoment) {
   const struct {
-    const char *now;
-    const char *record;
-    int day;
-    int wish;
+    const char *now, *record;
+    int day, wish;
   } cases[] = {
       {"Mon 08:59", "1 1 9 0 17 1", 0, 0},
       {"Mon 09:00", "1 1 9 0 17 1", 0, 1},

@@ -24,42 +24,25 @@ const Bytes kWpa = {0x00, 0x50, 0xF2};
 const Bytes kForeign = {0x00, 0x13, 0x92, 4};
 const Bytes kCckm = {0x00, 0x40, 0x96, 7};
 
-Bytes rsn(uint8_t type) {
-  return kRsn + Bytes{type};
-}
-
-Bytes wpa(uint8_t type) {
-  return kWpa + Bytes{type};
-}
-
-Bytes count(uint16_t number) {
-  return {static_cast<uint8_t>(number), static_cast<uint8_t>(number >> 8)};
-}
-
-Bytes element(uint8_t id, const Bytes &body) {
+const auto rsn = [](uint8_t type) { return kRsn + Bytes{type}; };
+const auto wpa = [](uint8_t type) { return kWpa + Bytes{type}; };
+const auto count = [](size_t number) {
+  return Bytes{static_cast<uint8_t>(number), static_cast<uint8_t>(number >> 8)};
+};
+const auto element = [](uint8_t id, const Bytes &body) {
   return Bytes{id, static_cast<uint8_t>(body.size())} + body;
-}
-
-Bytes rsnElement(const Bytes &suites) {
-  return element(48, Bytes{1, 0} + suites);
-}
-
-Bytes wpaElement(const Bytes &suites) {
-  return element(221, kWpa + Bytes{1, 1, 0} + suites);
-}
+};
+const auto rsnElement = [](const Bytes &lists) { return element(48, Bytes{1, 0} + lists); };
+const auto wpaElement = [](const Bytes &lists) {
+  return element(221, kWpa + Bytes{1, 1, 0} + lists);
+};
 
 // Group and pairwise cipher, and one or more key management suites.
-Bytes suites(const Bytes &cipher, const Bytes &keys) {
-  return cipher + count(1) + cipher + count(static_cast<uint16_t>(keys.size() / 4)) + keys;
-}
-
-Bytes rsnWith(const Bytes &keys) {
-  return rsnElement(suites(rsn(4), keys));
-}
-
-Bytes wpaWith(const Bytes &keys) {
-  return wpaElement(suites(wpa(2), keys));
-}
+const auto suites = [](const Bytes &cipher, const Bytes &keys) {
+  return cipher + count(1) + cipher + count(keys.size() / 4) + keys;
+};
+const auto rsnWith = [](const Bytes &keys) { return rsnElement(suites(rsn(4), keys)); };
+const auto wpaWith = [](const Bytes &keys) { return wpaElement(suites(wpa(2), keys)); };
 
 // ---- records ----
 
@@ -109,13 +92,13 @@ TEST(SurveyRecord, EveryFieldWhereTheDriverPutsIt) {
     ASSERT_EQ(found.size(), 150u);
     orba::NetworkDescription network;
     ASSERT_TRUE(orba::describeNetwork(found, network));
-    EXPECT_STREQ(network.ssid.text(), "home");
-    EXPECT_STREQ(network.bssid.text(), "00:1A:2B:C3:D4:EF");
-    EXPECT_STREQ(network.rssi.text(), "89%");
-    EXPECT_STREQ(network.channel.text(), "6");
-    EXPECT_STREQ(network.auth.text(), "WPA2-PSK");
-    EXPECT_STREQ(network.encryption.text(), "AES");
-    EXPECT_STREQ(network.network_type.text(), "Infrastructure");
+    std::string shown;
+    for (const orba::TextBuffer *text : std::initializer_list<const orba::TextBuffer *>{
+             &network.ssid, &network.bssid, &network.rssi, &network.channel, &network.auth,
+             &network.encryption, &network.network_type}) {
+      shown += text->text() + std::string(" ");
+    }
+    EXPECT_EQ(shown, "home 00:1A:2B:C3:D4:EF 89% 6 WPA2-PSK AES Infrastructure ");
   }
 }
 

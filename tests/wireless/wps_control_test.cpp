@@ -99,8 +99,7 @@ TEST(WpsPushButton, StartingOneMonitorReplacesTheOther) {
   WPSAPStart();
   device.forget();
   device.ticks(2);
-  EXPECT_THAT(device.commands(),
-              ElementsAre("echo 0 > /tmp/wpsStatus24", "echo 0 > /tmp/wpsStatus24"));
+  EXPECT_EQ(device.commands(), Lines(2, "echo 0 > /tmp/wpsStatus24"));
   WPSAPCliPBCStart();
   device.forget();
   device.ticks(2);
@@ -128,11 +127,7 @@ TEST(WpsQuery, PinAndStatusComeFromTheInterfaceAskedFor) {
 
 TEST(WpsQuery, TheCurrentProfileNeverLeavesItsRecord) {
   WpsDevice device;
-  device.session.current({.ssid = "home",
-                          .authentication = 0x22,
-                          .encryption = 0x0C,
-                          .key_index = 3,
-                          .key = std::string(64, 'k')});
+  device.session.current({2, "home", 0x22, 0x0C, 3, std::string(64, 'k')});
   // At an odd address, and watched on both sides.
   std::string space(120, '#');
   char *record = space.data() + 1;
@@ -174,21 +169,25 @@ TEST(WpsQuery, TheReceivedProfileIsTakenWhole) {
 
 // No separator stands between the names.
 TEST(WpsQuery, NamesOfBitsFollowEachOther) {
-  auto names = [](char *(*get)(const void *, char *), int authentication, int encryption) {
+  const struct {
+    char *(*get)(const void *, char *);
+    unsigned char authentication, encryption;
+    const char *names;
+  } cases[] = {{getWPSAuthMode, 0, 255, ">N/A"},
+               {getWPSAuthMode, 2 | 32, 0, ">WPA-PSKWPA2-PSK"},
+               {getWPSAuthMode, 255, 0, ">OpenWPA-PSKSharedWPAWPA2WPA2-PSK"},
+               {getWPSAuthMode, 64, 0, ">"},
+               {getWPSEncrypType, 255, 0, ">N/A"},
+               {getWPSEncrypType, 0, 4 | 8, ">TKIPAES"},
+               {getWPSEncrypType, 0, 15, ">NoneWEPTKIPAES"}};
+  for (const auto &[get, authentication, encryption, names] : cases) {
     unsigned char record[39] = {};
-    record[35] = static_cast<unsigned char>(authentication);
-    record[37] = static_cast<unsigned char>(encryption);
+    record[35] = authentication;
+    record[37] = encryption;
     char out[40] = ">";
     EXPECT_EQ(get(record, out), out);
-    return std::string(out);
-  };
-  EXPECT_EQ(names(getWPSAuthMode, 0, 255), ">N/A");
-  EXPECT_EQ(names(getWPSAuthMode, 2 | 32, 0), ">WPA-PSKWPA2-PSK");
-  EXPECT_EQ(names(getWPSAuthMode, 255, 0), ">OpenWPA-PSKSharedWPAWPA2WPA2-PSK");
-  EXPECT_EQ(names(getWPSAuthMode, 64, 0), ">");
-  EXPECT_EQ(names(getWPSEncrypType, 255, 0), ">N/A");
-  EXPECT_EQ(names(getWPSEncrypType, 0, 4 | 8), ">TKIPAES");
-  EXPECT_EQ(names(getWPSEncrypType, 0, 15), ">NoneWEPTKIPAES");
+    EXPECT_STREQ(out, names);
+  }
 }
 
 }  // namespace

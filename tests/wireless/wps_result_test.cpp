@@ -17,24 +17,15 @@ using ::testing::IsEmpty;
 
 constexpr char kResult[] = "/var/wscResult";
 
+// What is already there stays as it was written.
 TEST(WpsResult, IsStoredOverWhateverStoodThere) {
   const struct {
     std::optional<std::string> old;
     int value;
     const char *stored;
-  } cases[] = {{{}, 1, "1"},
-               {{}, 0, "0"},
-               {{}, -1, "-1"},
-               {"0", 1, "1"},
-               {"1", -1, "-1"},
-               {"-1", 0, "0"},
-               {"", 1, "1"},
-               {"123", 1, "1"},
-               {"\n", -1, "-1"},
-               // What is already there stays as it was written.
-               {"", 0, ""},
-               {"junk", 0, "junk"},
-               {"1\n", 1, "1\n"},
+  } cases[] = {{{}, 1, "1"},        {{}, 0, "0"},   {{}, -1, "-1"},      {"0", 1, "1"},
+               {"1", -1, "-1"},     {"-1", 0, "0"}, {"", 1, "1"},        {"123", 1, "1"},
+               {"\n", -1, "-1"},    {"", 0, ""},    {"junk", 0, "junk"}, {"1\n", 1, "1\n"},
                {"-123", -1, "-123"}};
   for (const auto &[old, value, stored] : cases) {
     WpsDevice device;
@@ -44,22 +35,11 @@ TEST(WpsResult, IsStoredOverWhateverStoodThere) {
   }
 }
 
+// Any other number counts as none.
 TEST(WpsResult, ReadsTheFirstTwoCharactersThatAreNotBlank) {
-  const std::pair<std::string, int> cases[] = {{"1", 1},
-                                               {"1\n", 1},
-                                               {"0", 0},
-                                               {"-1", -1},
-                                               {" - 1 ", -1},
-                                               {"\n 1", 1},
-                                               {"-10", -1},
-                                               // Any other number counts as none.
-                                               {"2", 0},
-                                               {"12", 0},
-                                               {"1 1", 0},
-                                               {"-2", 0},
-                                               {"", 0},
-                                               {"junk", 0},
-                                               {"- -1", 0}};
+  const std::pair<std::string, int> cases[] = {
+      {"1", 1}, {"1\n", 1}, {"0", 0},   {"-1", -1}, {" - 1 ", -1}, {"\n 1", 1}, {"-10", -1},
+      {"2", 0}, {"12", 0},  {"1 1", 0}, {"-2", 0},  {"", 0},       {"junk", 0}, {"- -1", 0}};
   for (const auto &[stored, result] : cases) {
     WpsDevice device;
     device.file(kResult, stored);

@@ -23,10 +23,7 @@ const Lines kAllDown = {"ifconfig ra0 down", "ifconfig ra1 down", "ifconfig ra2 
 // Directly: the lines carry no redirection.
 TEST(OperationMode, JoinsItsInterfaces) {
   const Lines access_point = Lines{"ifconfig ra0 up", "ifconfig apcli0 down"} + kJoinLan + kOpenWps;
-  const struct {
-    sim::Settings settings;
-    Lines commands;
-  } cases[] = {
+  const std::pair<sim::Settings, Lines> cases[] = {
       {{{"WirelessOPMode", "1"}, {"OperatingBandAP", "1"}}, access_point},
       {{{"WirelessOPMode", "1"}, {"OperatingBandAP", "3"}}, access_point},
       {{{"WirelessOPMode", "1"}, {"OperatingBandAP", "2"}},

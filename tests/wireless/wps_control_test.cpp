@@ -1,15 +1,10 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cstring>
 
 #include "tests/wireless/wps_device.h"
 
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::ElementsAreArray;
-using ::testing::IsEmpty;
 
 // ---- starting and restarting ----
 
@@ -17,10 +12,7 @@ TEST(WpsRestart, StartsTheDaemonWhereWpsIsOn) {
   const Lines route_only = {"route delete 239.255.255.250 1>/dev/null 2>&1", "timer stopped"};
   Lines unconfigured = kWpsStarted;
   unconfigured.insert(unconfigured.begin() + 1, "iwpriv ra0 set WscConfStatus=1");
-  const struct {
-    sim::Settings settings;
-    Lines behind_stopping;
-  } cases[] = {
+  const std::pair<sim::Settings, Lines> cases[] = {
       {{{"OperationMode", "1"}, {"WscModeOption", "7"}, {"WscConfigured", "1"}}, kWpsStarted},
       {{{"OperationMode", "0"}, {"WscModeOption", "1"}, {"WscConfigured", "0"}}, unconfigured},
       // Without WscConfigured the driver is told nothing. Compared as text, any
@@ -59,10 +51,7 @@ TEST(WpsPushButton, StartsARunAndItsMonitor) {
   const Lines first = {"iwpriv ra0 set WscConfMode=7", "iwpriv ra0 set WscMode=2",
                        "iwpriv ra0 set WscGetConf=1"};
   const Lines both = first + Lines{"iwpriv rai0 set WscMode=2", "iwpriv rai0 set WscGetConf=1"};
-  const struct {
-    sim::Settings settings;
-    Lines story;
-  } cases[] = {
+  const std::pair<sim::Settings, Lines> cases[] = {
       {{{"WscModeOption", "7"}, {"WirelessMode", "9"}}, first + timer},
       {{{"WscModeOption", "7"}, {"WirelessMode", "2"}}, both + timer},
       {{{"WirelessMode", "8"}}, both + timer},

@@ -121,13 +121,11 @@ TEST(Channels, TheOneToShow) {
   const std::string kLong(5000, '7');
   const std::pair<sim::Settings, std::string> cases[] = {
       {{{"AutoChannelSelect", "1"}, {"Channel", "6"}}, "0"},
-      {{{"AutoChannelSelect", "1"}}, "0"},
       {{{"AutoChannelSelect", "0"}, {"Channel", "6"}}, "6"},
       {{{"AutoChannelSelect", "01"}, {"Channel", "11 "}}, "11 "},
       {{{"AutoChannelSelect", ""}, {"Channel", ""}}, ""},
       {{{"AutoChannelSelect", "0"}}, "9"},
       {{{"Channel", "6"}}, "9"},
-      {{}, "9"},
       {{{"AutoChannelSelect", "0"}, {"Channel", kLong}}, kLong.substr(0, 31)},
   };
   for (const auto &[settings, shown] : cases) {

@@ -22,35 +22,23 @@ const std::vector<Bytes> kIntact = {
     sim::encodeNetwork({"a\001b;c/d\\<e>&\"f", "00:11:22:33:44:58", 14, -70, {"ad-hoc", "WPA"}}),
     sim::encodeNetwork({"x", "00:11:22:33:44:59", 1, -85, {"open"}})};
 
-class Damager {
- public:
-  // A list of some intact records, then damaged in up to eight places.
-  Bytes next() {
-    std::vector<Bytes> records;
-    for (uint32_t i = below(8); i > 0; i--) records.push_back(kIntact[below(kIntact.size())]);
-    Bytes list = sim::encodeList(records, static_cast<uint32_t>(records.size()));
-    for (uint32_t i = below(8); i > 0; i--) damage(list);
-    if (list.size() > 65535) list.resize(65535);
-    return list;
-  }
+// Where damage tells most: at the lengths, and by numbers near their bounds.
+const size_t kLengths[] = {0, 4, 16, 16 + 60, 4 + 72, 4 + 112, 4 + 129};
+const uint32_t kTelling[] = {0,       1,       12,         13,         33,        95,     96,
+                             104,     105,     116,        0xFF,       0x100,     0xFFFF, 0x1FFFC,
+                             0x1FFFD, 0x20000, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF};
 
- private:
-  // Random numbers that are the same everywhere.
-  uint32_t below(size_t limit) { return static_cast<uint32_t>(random_() % limit); }
-
-  // Where the lengths are, damage tells most.
-  size_t placeIn(const Bytes &list) {
-    static const size_t kLengths[] = {0, 4, 16, 16 + 60, 4 + 72, 4 + 112, 4 + 129};
+// A list of some intact records, then damaged in up to eight places. Random, and
+// the same everywhere.
+Bytes damagedList(std::mt19937 &random) {
+  auto below = [&random](size_t limit) { return static_cast<uint32_t>(random() % limit); };
+  std::vector<Bytes> records;
+  for (uint32_t i = below(8); i > 0; i--) records.push_back(kIntact[below(kIntact.size())]);
+  Bytes list = sim::encodeList(records, static_cast<uint32_t>(records.size()));
+  for (uint32_t i = below(8); i > 0; i--) {
     size_t place = below(2) == 0 ? kLengths[below(std::size(kLengths))] : below(list.size());
-    return std::min(place, list.size() - 1);
-  }
-
-  void damage(Bytes &list) {
-    static const uint32_t kTelling[] = {
-        0,    1,     12,     13,      33,      95,      96,         104,        105,       116,
-        0xFF, 0x100, 0xFFFF, 0x1FFFC, 0x1FFFD, 0x20000, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF};
-    size_t place = placeIn(list);
-    auto byte = static_cast<uint8_t>(random_());
+    place = std::min(place, list.size() - 1);
+    auto byte = static_cast<uint8_t>(random());
     uint32_t kind = below(5);
     if (kind == 0) list[place] = byte;
     if (kind == 1) list[place] ^= static_cast<uint8_t>(1 << below(8));
@@ -58,9 +46,9 @@ class Damager {
     if (kind == 3) list.insert(list.begin() + static_cast<long>(place), below(40), byte);
     if (kind == 4 && place >= 4) list.resize(place);
   }
-
-  std::mt19937 random_{20261121};
-};
+  if (list.size() > 65535) list.resize(65535);
+  return list;
+}
 
 // Objects whose values are quoted texts without anything that would end them
 // early, in one array; a comma may stand behind the last.
@@ -78,12 +66,10 @@ TEST(DamagedSurvey, IsAlwaysReadable) {
   device.withoutConsole();
   sim::Radio &radio = device.part<sim::Radio>();
   const testing::Matcher<const std::string &> is_readable = testing::MatchesRegex(readable());
-  Damager damager;
+  std::mt19937 random(20261121);
   int answers = 0, empty = 0, objects = 0;
   for (int i = 0; i < kLists; i++) {
-    Bytes list = damager.next();
-    radio.value(0x0609, list);
-    radio.forget();
+    radio.value(0x0609, damagedList(random)).forget();
     device.forget();
     errno = 0;
     ASSERT_EQ(printStaBssidList(), 0) << "list " << i;

@@ -24,7 +24,6 @@ TEST(Authenticator, StartsWhenAnyOfTheNetworksNeedsIt) {
       // Only these exact words.
       {{{"BssidNum", "4"}, {"AuthMode", "WPA2PSK;wpa; WPA;WPA3"}, {"IEEE8021X", "01;2"}}, {kKill}},
       {{{"BssidNum", "0"}, {"AuthMode", "WPA2"}, {"IEEE8021X", "1"}}, {kKill}},
-      {{{"BssidNum", "none"}, {"AuthMode", "WPA2"}}, {kKill}},
       {{{"BssidNum", "-1"}, {"AuthMode", "WPA2"}}, {kKill}},
       {{{"BssidNum", "2147483647"}}, {kKill}},
       {{{"AuthMode", "WPA2"}, {"IEEE8021X", "1"}}, {}},

@@ -1,6 +1,8 @@
 // What a received network becomes in the settings.
 #include <gmock/gmock.h>
 
+#include <algorithm>
+
 #include "tests/wireless/wps_device.h"
 
 namespace {
@@ -103,24 +105,21 @@ TEST(WpsCredentials, LengthsAreHeldToTheirFields) {
 
 // ---- the access control list ----
 
-struct Listed {
-  std::optional<std::string> list;
-  size_t commits;
-};
-
+// The list and the number of commits once the network was taken over. Without a
+// station the driver knows of no list.
+using Listed = std::pair<std::optional<std::string>, int>;
 Listed listAfter(const Lines &macs, const char *policy, std::optional<std::string> before,
                  std::optional<uint32_t> count) {
   WpsDevice device;
   device.settings({{"OperationMode", "3"}, {"AccessPolicy0", policy}});
   if (before) device.settings({{"AccessControlList0", *before}});
   device.session.status("ra0", {{34, 1}}).current({}).credential({});
-  // Without any the driver knows of no list.
   if (!macs.empty()) device.session.stations(macs, count);
   WPSAPStart();
   device.ticks(1);
   Lines writes = device.writes();
-  return {device.setting("AccessControlList0"),
-          static_cast<size_t>(std::count(writes.begin(), writes.end(), "commit 1"))};
+  auto commits = std::count(writes.begin(), writes.end(), "commit 1");
+  return {device.setting("AccessControlList0"), static_cast<int>(commits)};
 }
 
 TEST(WpsAccessList, IsWrittenOverTheFrontOfTheList) {
@@ -130,7 +129,7 @@ TEST(WpsAccessList, IsWrittenOverTheFrontOfTheList) {
     Lines macs;
     const char *policy;
     std::optional<std::string> before, after;
-    size_t commits = 2;
+    int commits = 2;
     std::optional<uint32_t> count = {};
   } cases[] = {
       {{a}, "1", {}, text},
@@ -143,9 +142,7 @@ TEST(WpsAccessList, IsWrittenOverTheFrontOfTheList) {
       {{a}, "2", "x;y", "x;y", 1},
   };
   for (const auto &c : cases) {
-    Listed listed = listAfter(c.macs, c.policy, c.before, c.count);
-    EXPECT_EQ(listed.list, c.after);
-    EXPECT_EQ(listed.commits, c.commits);
+    EXPECT_EQ(listAfter(c.macs, c.policy, c.before, c.count), Listed(c.after, c.commits));
   }
 }
 
@@ -160,7 +157,7 @@ TEST(WpsAccessList, HoldsAsManyAsTheRecordHasRoomFor) {
     text += mac;
   }
   for (uint32_t count : {64u, 65u, 4294967295u}) {
-    EXPECT_EQ(listAfter(macs, "1", {}, count).list, text);
+    EXPECT_EQ(listAfter(macs, "1", {}, count), Listed(text, 2));
   }
 }
 

@@ -3,62 +3,38 @@
 
 #include "orba_util.h"
 #include "sim/device.h"
+#include "tests/transcript.h"
 
 using sim::Settings;
-using testing::ElementsAre;
-using testing::IsEmpty;
+using testing::HasSubstr;
 
 namespace {
 
 struct Gateway : sim::Device {
   explicit Gateway(const Settings &more) {
-    settings({{"OperationMode", "1"},
-              {"wanConnectionMode", "DHCP"},
-              {"wanConnectionMode2", "PPTP"},
-              {"defaultRouteNum", "1"},
-              {"DMZAddress", "192.168.1.50"},
-              {"DMZAvoidTCPPort80", "0"},
-              {"RMWWWServerPort", "8888"}});
+    settings(
+        settingsOf("OperationMode=1 wanConnectionMode=DHCP wanConnectionMode2=PPTP "
+                   "defaultRouteNum=1 DMZAddress=192.168.1.50 DMZAvoidTCPPort80=0 "
+                   "RMWWWServerPort=8888"));
     settings(more);
   }
 
-  std::vector<std::string> run() {
+  std::string run() {
     iptablesDMZRun();
-    return commands();
+    return transcript(*this);
   }
 };
-
-std::vector<std::string> superDmz(const Settings &more) {
-  Gateway device(Settings{{"DMZEnable", "2"}});
-  device.settings(more);
-  return device.run();
-}
 
 }  // namespace
 
 TEST(Dmz, ByRulesKeepsTr069AndSnmpInOneLineOfCommands) {
   Gateway device(Settings{{"DMZEnable", "1"}});
-  EXPECT_THAT(device.run(),
-              ElementsAre("iptables -t filter -A DMZ -i eth2.2 -d 192.168.1.50 -j ACCEPT",
-                          "iptables -t nat -A DMZ -i eth2.2 -p tcp --dport 7547 -j RETURN"
-                          ";iptables -t nat -A DMZ -i eth2.2 -p tcp --dport 161 -j RETURN"
-                          ";iptables -t nat -A DMZ -j DNAT -i eth2.2 --to 192.168.1.50"
-                          ";iptables -t nat -A DMZ -j DNAT -i eth2.2 -p tcp --to 192.168.1.50"));
+  EXPECT_EQ(device.run(), R"(
+iptables -t filter -A DMZ -i eth2.2 -d 192.168.1.50 -j ACCEPT
+iptables -t nat -A DMZ -i eth2.2 -p tcp --dport 7547 -j RETURN;iptables -t nat -A DMZ -i eth2.2 -p tcp --dport 161 -j RETURN;iptables -t nat -A DMZ -j DNAT -i eth2.2 --to 192.168.1.50;iptables -t nat -A DMZ -j DNAT -i eth2.2 -p tcp --to 192.168.1.50)");
 }
 
-TEST(Dmz, SparingTheWebPortStandsBehindTheRuleThatTakesAll) {
-  Gateway device(
-      Settings{{"DMZEnable", "1"}, {"DMZAvoidTCPPort80", "1"}, {"defaultRouteNum", "2"}});
-  EXPECT_THAT(
-      device.run(),
-      ElementsAre(
-          "iptables -t filter -A DMZ -i ppp1 -d 192.168.1.50 -j ACCEPT",
-          "iptables -t nat -A DMZ -i ppp1 -p tcp --dport 7547 -j RETURN"
-          ";iptables -t nat -A DMZ -i ppp1 -p tcp --dport 161 -j RETURN"
-          ";iptables -t nat -A DMZ -j DNAT -i ppp1 --to 192.168.1.50"
-          ";iptables -t nat -A DMZ -j DNAT -i ppp1 -p tcp --dport ! 8888 --to 192.168.1.50"));
-}
-
+// Sparing the web port stands behind the rule that takes all.
 TEST(Dmz, NoValueSplitsTheLine) {
   Gateway device(Settings{{"DMZEnable", "1"},
                           {"DMZAddress", "1.2.3.4;reboot"},
@@ -66,28 +42,21 @@ TEST(Dmz, NoValueSplitsTheLine) {
                           {"RMWWWServerPort", "80\n$(id)"},
                           {"vlanEnabled", "1"},
                           {"wan1Vid", "2|sh-and-long"}});
-  EXPECT_THAT(
-      device.run(),
-      ElementsAre(
-          "iptables -t filter -A DMZ -i 'eth2.2|sh-and-l' -d '1.2.3.4;reboot' -j ACCEPT",
-          "iptables -t nat -A DMZ -i 'eth2.2|sh-and-l' -p tcp --dport 7547 -j RETURN"
-          ";iptables -t nat -A DMZ -i 'eth2.2|sh-and-l' -p tcp --dport 161 -j RETURN"
-          ";iptables -t nat -A DMZ -j DNAT -i 'eth2.2|sh-and-l' --to '1.2.3.4;reboot'"
-          ";iptables -t nat -A DMZ -j DNAT -i 'eth2.2|sh-and-l' -p tcp --dport ! '80\n$(id)'"
-          " --to '1.2.3.4;reboot'"));
+  EXPECT_EQ(device.run(), R"(
+iptables -t filter -A DMZ -i 'eth2.2|sh-and-l' -d '1.2.3.4;reboot' -j ACCEPT
+iptables -t nat -A DMZ -i 'eth2.2|sh-and-l' -p tcp --dport 7547 -j RETURN;iptables -t nat -A DMZ -i 'eth2.2|sh-and-l' -p tcp --dport 161 -j RETURN;iptables -t nat -A DMZ -j DNAT -i 'eth2.2|sh-and-l' --to '1.2.3.4;reboot';iptables -t nat -A DMZ -j DNAT -i 'eth2.2|sh-and-l' -p tcp --dport ! '80
+$(id)' --to '1.2.3.4;reboot')");
 
   Gateway long_address(Settings{{"DMZEnable", "1"}, {"DMZAddress", std::string(5000, ';')}});
-  EXPECT_THAT(long_address.run(), IsEmpty());
-  EXPECT_THAT(long_address.console(), testing::HasSubstr("command too long, not run"));
+  EXPECT_EQ(long_address.run(), "");
+  EXPECT_THAT(long_address.console(), HasSubstr("command too long, not run"));
 }
 
 TEST(Dmz, WithoutItsSettingsItSaysSoAndDoesNothing) {
   const char kIncomplete[] =
       "Warning: can't find \"DMZAddress\" or \"DMZAvoidTCPPort80\" in flash\n";
   const struct {
-    const char *missing;
-    const char *mode;
-    const char *printed;
+    const char *missing, *mode, *printed;
   } kCases[] = {
       {"DMZEnable", "", "Warning: can't find \"DMZEnable\" in flash\n"},
       {"DMZAddress", "1", kIncomplete},
@@ -99,47 +68,40 @@ TEST(Dmz, WithoutItsSettingsItSaysSoAndDoesNothing) {
   for (const auto &expected : kCases) {
     Gateway device(Settings{{"DMZEnable", expected.mode}});
     device.remove(expected.missing);
-    EXPECT_THAT(device.run(), IsEmpty()) << expected.missing << expected.mode;
+    EXPECT_EQ(device.run(), "") << expected.missing << expected.mode;
     EXPECT_EQ(device.printed(), expected.printed);
   }
 }
 
 TEST(SuperDmz, IsToldThePortsInTheirOwnTexts) {
-  EXPECT_THAT(superDmz({{"DMZAvoidTCPPort80", "1"},
-                        {"PortForwardEnable", "1"},
-                        {"PortForwardRules", "a,80,90,1;a,0443,0,2;a,5000,5001,3;a,70,,1"},
-                        {"SinglePortForwardEnable", "1"},
-                        {"SinglePortForwardRules", "a,22,x,1;a,53,x,2;a,25,x,3"}}),
-              ElementsAre("/bin/super_dmz -t 80  "
-                          "-t 80:90 -u 0443 -t 5000:5001 -u 5000:5001 -t 70  "
-                          "-t 22 -u 53 -t 25 -u 25 "));
-}
-
-TEST(SuperDmz, StartsWithoutPortsToo) {
-  // A protocol's name is no code: the rule builder's records are all passed over.
-  EXPECT_THAT(
-      superDmz({{"PortForwardEnable", "1"}, {"PortForwardRules", "a,80,90,TCP;a,81,0,UDP"}}),
-      ElementsAre("/bin/super_dmz   "));
-  EXPECT_THAT(superDmz({{"PortForwardEnable", "0"},
-                        {"PortForwardRules", "a,80,90,1"},
-                        {"SinglePortForwardRules", "a,22,x,1"}}),
-              ElementsAre("/bin/super_dmz   "));
-  Gateway bare(
-      Settings{{"DMZEnable", "2"}, {"PortForwardEnable", "1"}, {"SinglePortForwardEnable", "1"}});
+  const struct {
+    const char *avoid, *forward, *rules, *single, *single_rules, *command;
+  } kCases[] = {
+      {"1", "1", "a,80,90,1;a,0443,0,2;a,5000,5001,3;a,70,,1", "1", "a,22,x,1;a,53,x,2;a,25,x,3",
+       "-t 80  -t 80:90 -u 0443 -t 5000:5001 -u 5000:5001 -t 70  -t 22 -u 53 -t 25 -u 25 "},
+      // A protocol's name is no code: the rule builder's records are all passed over.
+      {"0", "1", "a,80,90,TCP;a,81,0,UDP", "1", "", "  "},
+      {"0", "0", "a,80,90,1", "", "a,22,x,1", "  "},
+      // Odd ports are skipped or quoted.
+      {"0", "1",
+       "a,0,0,1;a,65536,0,1;a,80,65536,1;a,80,0,4;a,80,0;a;;"
+       "a,80|sh,90`x`,1;a,80' -f,0,2;a,80$(id)x,0,1",
+       "1", "a,0,x,1;a,22,x,0;a,22;a,22&sh\n,x,3",
+       " -t '80|sh:90`x`' -u '80'\\'' -f' -t '80$(id)'  -t '22&sh\n' -u '22&sh\n' "},
+  };
+  for (const auto &c : kCases) {
+    Gateway device(Settings{{"DMZEnable", "2"},
+                            {"DMZAvoidTCPPort80", c.avoid},
+                            {"PortForwardEnable", c.forward},
+                            {"PortForwardRules", c.rules},
+                            {"SinglePortForwardEnable", c.single},
+                            {"SinglePortForwardRules", c.single_rules}});
+    EXPECT_EQ(device.run(), std::string("\n/bin/super_dmz ") + c.command);
+  }
+  Gateway bare(settingsOf("DMZEnable=2 PortForwardEnable=1 SinglePortForwardEnable=1"));
   bare.remove("DMZAvoidTCPPort80").remove("DMZAddress");
-  EXPECT_THAT(bare.run(), ElementsAre("/bin/super_dmz   "));
+  EXPECT_EQ(bare.run(), "\n/bin/super_dmz   ");
   EXPECT_EQ(bare.printed(), "");
-}
-
-TEST(SuperDmz, OddPortsAreSkippedOrQuoted) {
-  EXPECT_THAT(superDmz({{"PortForwardEnable", "1"},
-                        {"PortForwardRules",
-                         "a,0,0,1;a,65536,0,1;a,80,65536,1;a,80,0,4;a,80,0;a;;"
-                         "a,80|sh,90`x`,1;a,80' -f,0,2;a,80$(id)x,0,1"},
-                        {"SinglePortForwardEnable", "1"},
-                        {"SinglePortForwardRules", "a,0,x,1;a,22,x,0;a,22;a,22&sh\n,x,3"}}),
-              ElementsAre("/bin/super_dmz  -t '80|sh:90`x`' -u '80'\\'' -f' -t '80$(id)'  "
-                          "-t '22&sh\n' -u '22&sh\n' "));
 }
 
 TEST(SuperDmz, DoesNotStartWithSomeOfThePorts) {
@@ -147,30 +109,28 @@ TEST(SuperDmz, DoesNotStartWithSomeOfThePorts) {
   for (int i = 0; i < 200; i++) rules += "a,80,90,1;";
   Gateway device(
       Settings{{"DMZEnable", "2"}, {"PortForwardEnable", "1"}, {"PortForwardRules", rules}});
-  EXPECT_THAT(device.run(), IsEmpty());
-  EXPECT_THAT(device.console(), testing::HasSubstr("not run: /bin/super_dmz"));
+  EXPECT_EQ(device.run(), "");
+  EXPECT_THAT(device.console(), HasSubstr("not run: /bin/super_dmz"));
 }
 
-TEST(SimpleDmz, HooksItsChainsAndServesTheFirstWan) {
+TEST(SimpleDmz, ServesTheFirstWanWithNatAndAHost) {
   Gateway device(Settings{{"natEnabled", "1"}, {"defaultRouteNum", "2"}});
   device.interface("eth2.2").address("10.0.0.2");
   iptablesDMZInit();
   RT_iptablesDMZRun();
-  EXPECT_THAT(
-      device.commands(),
-      ElementsAre(
-          "iptables -t nat -N port_forward 1>/dev/null 2>&1; iptables -t nat -I PREROUTING 1 -j port_forward 1>/dev/null 2>&1",
-          "iptables -t nat -N DMZ 1>/dev/null 2>&1; iptables -t nat -I PREROUTING 2 -j DMZ 1>/dev/null 2>&1",
-          "iptables -I DMZ 1 -i eth2.2 -d 192.168.1.50 -j ACCEPT",
-          "iptables -t nat -A DMZ -j DNAT -i eth2.2 --to 192.168.1.50",
-          "iptables -t nat -A DMZ -j DNAT -i eth2.2 -p tcp --to 192.168.1.50"));
-}
-
-TEST(SimpleDmz, NeedsNatAndAHost) {
-  for (const Settings &off : {Settings{{"natEnabled", "0"}},
-                              Settings{{"natEnabled", "1"}, {"DMZAddress", ""}}, Settings{}}) {
-    Gateway device(off);
+  const std::string kServed = R"(
+iptables -t nat -N port_forward 1>/dev/null 2>&1; iptables -t nat -I PREROUTING 1 -j port_forward 1>/dev/null 2>&1
+iptables -t nat -N DMZ 1>/dev/null 2>&1; iptables -t nat -I PREROUTING 2 -j DMZ 1>/dev/null 2>&1
+iptables -I DMZ 1 -i eth2.2 -d 192.168.1.50 -j ACCEPT
+iptables -t nat -A DMZ -j DNAT -i eth2.2 --to 192.168.1.50
+iptables -t nat -A DMZ -j DNAT -i eth2.2 -p tcp --to 192.168.1.50)";
+  EXPECT_EQ(transcript(device), kServed);
+  for (const char *off : {"DMZAddress=", "natEnabled=0 DMZAddress=192.168.1.50"}) {
+    device.settings(settingsOf(off));
     RT_iptablesDMZRun();
-    EXPECT_THAT(device.commands(), IsEmpty());
+    EXPECT_EQ(transcript(device), kServed);
   }
+  device.remove("natEnabled");
+  RT_iptablesDMZRun();
+  EXPECT_EQ(transcript(device), kServed);
 }

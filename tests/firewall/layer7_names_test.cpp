@@ -13,12 +13,6 @@ struct Patterns : sim::Device {
   }
 };
 
-std::string pairOf(const std::string &first_line) {
-  Patterns device;
-  device.add("foo.pat", first_line);
-  return getNameIntroFromPat("foo.pat");
-}
-
 }  // namespace
 
 TEST(Layer7Names, APatternFileGivesNameAndDescription) {
@@ -28,7 +22,6 @@ TEST(Layer7Names, APatternFileGivesNameAndDescription) {
   device.add(".hidden.pat", "# No - pattern\n");
   LoadLayer7FilterName();
   EXPECT_STREQ(l7name, "foo#Foo#bar baz");
-  EXPECT_EQ(device.printed(), "");
 
   // In the directory's order, whichever that is; the name is cut at ".pat".
   device.add("two.pattern", "# Two - 2\n");
@@ -37,44 +30,43 @@ TEST(Layer7Names, APatternFileGivesNameAndDescription) {
   EXPECT_THAT(std::string(output.c_str()),
               testing::AnyOf("foo#Foo#bar baz;two#Two#2", "two#Two#2;foo#Foo#bar baz"));
   EXPECT_STREQ(l7name, output.c_str());
+  EXPECT_EQ(device.printed(), "");
+
+  sim::Device without_the_folder;
+  EXPECT_EQ(getLayer7Filters(output.data()), 0);
+  EXPECT_STREQ(output.c_str(), "");
+  EXPECT_STREQ(l7name, "");
 }
 
 TEST(Layer7Names, OddFirstLines) {
-  const struct {
-    const char *line;
-    const char *pair;
-  } kCases[] = {
-      {"# Foo-bar\n", "Foo#ar"},  // what follows the dash is taken for its blank
-      {"# A - b - c\n", "A#b - c"},
-      {"# A  - b\n", "A #b"},  // one blank goes
-      {"#A - b\n", "#b"},      // the first two characters go, whatever they are
-      {"# - b\n", "#b"},
-      {"- b\n", "#b"},
-      {"# A -\n", "A#"},
-      {"# A - \n", "A#"},
-      {"-\n", "#"},
-  };
-  for (const auto &expected : kCases) EXPECT_EQ(pairOf(expected.line), expected.pair);
-}
-
-TEST(Layer7Names, WhatCannotBeSplitIsNotAvailable) {
-  const std::string long_name(505, 'n'), long_intro(2000, 'i');
+  const char kNoName[] = "warning: can't find foo%s.pat name.\n";
+  const char kNoIntro[] = "warning: can't find foo%s.pat intro.\n";
   const struct {
     std::string line;
-    const char *printed;
+    const char *pair, *printed;
   } kCases[] = {
-      {"", "warning: can't read foo%s.pat intro.\n"},
-      {"# no dash\n", "warning: can't find foo%s.pat name.\n"},
-      {"# " + long_name + "xxxx - late", "warning: can't find foo%s.pat name.\n"},
-      {"# Foo - no newline", "warning: can't find foo%s.pat intro.\n"},
-      {"# Foo - " + long_intro + "\n", "warning: can't find foo%s.pat intro.\n"},
+      {"# Foo-bar\n", "Foo#ar", ""},  // what follows the dash is taken for its blank
+      {"# A - b - c\n", "A#b - c", ""},
+      {"# A  - b\n", "A #b", ""},  // one blank goes
+      {"#A - b\n", "#b", ""},      // the first two characters go, whatever they are
+      {"# - b\n", "#b", ""},
+      {"- b\n", "#b", ""},
+      {"# A -\n", "A#", ""},
+      {"# A - \n", "A#", ""},
+      {"-\n", "#", ""},
+      // What cannot be split is not available.
+      {"", "N/A#N/A", "warning: can't read foo%s.pat intro.\n"},
+      {"# no dash\n", "N/A#N/A", kNoName},
+      {"# " + std::string(505, 'n') + "xxxx - late", "N/A#N/A", kNoName},
+      {"# Foo - no newline", "N/A#N/A", kNoIntro},
+      {"# Foo - " + std::string(2000, 'i') + "\n", "N/A#N/A", kNoIntro},
   };
-  for (const auto &expected : kCases) {
+  for (const auto &c : kCases) {
     Patterns device;
-    device.add("foo%s.pat", expected.line);
+    device.add("foo%s.pat", c.line);
     LoadLayer7FilterName();
-    EXPECT_STREQ(l7name, "foo%s#N/A#N/A");
-    EXPECT_EQ(device.printed(), expected.printed);
+    EXPECT_EQ(l7name, std::string("foo%s#") + c.pair);
+    EXPECT_EQ(device.printed(), c.printed);
   }
   Patterns device;
   device.add("foo.pat", "# Foo - bar\n").refuse("/etc_ro/l7-protocols/foo.pat");
@@ -93,15 +85,4 @@ TEST(Layer7Names, MorePatternsThanFitAreCut) {
   getLayer7Filters(output.data());
   EXPECT_EQ(strlen(output.c_str()), 8191u);
   EXPECT_STREQ(l7name, output.c_str());
-}
-
-TEST(Layer7Names, WithoutTheDirectoryThereAreNone) {
-  Patterns before;
-  before.add("foo.pat", "# Foo - bar\n");
-  LoadLayer7FilterName();
-  sim::Device device;
-  char output[8192] = "old";
-  EXPECT_EQ(getLayer7Filters(output), 0);
-  EXPECT_STREQ(output, "");
-  EXPECT_STREQ(l7name, "");
 }

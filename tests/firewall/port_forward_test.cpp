@@ -6,172 +6,135 @@
 
 #include "orba_util.h"
 #include "sim/device.h"
+#include "tests/transcript.h"
 
-using testing::ElementsAre;
-using testing::IsEmpty;
+using testing::HasSubstr;
 
 namespace {
 
 // A gateway whose first WAN is a cable link and whose second one is PPPoE.
 struct Gateway : sim::Device {
   Gateway() {
-    settings({{"OperationMode", "1"},
-              {"wanConnectionMode", "DHCP"},
-              {"wanConnectionMode2", "PPPOE"},
-              {"defaultRouteNum", "1"}});
+    settings(
+        settingsOf("OperationMode=1 wanConnectionMode=DHCP wanConnectionMode2=PPPOE "
+                   "defaultRouteNum=1"));
     interface("eth2.2").address("10.0.0.2");
     interface("ppp1").address("172.16.5.6");
   }
 
-  std::vector<std::string> forward(const std::string &rules) {
+  std::string forward(const std::string &rules) {
     settings({{"PortForwardRules", rules}});
     forget();
     iptablesPortForwardRun();
-    return commands();
+    return transcript(*this);
   }
 };
 
-std::string accept(const std::string &host, const std::string &match) {
-  return "iptables -t filter -A port_forward -i eth2.2 -d " + host + " " + match + " -j ACCEPT";
-}
-
-std::string translate(const std::string &host, const std::string &match) {
-  return "iptables -t nat -A port_forward -j DNAT -d 10.0.0.2 " + match + "--to " + host + " ";
-}
-
 }  // namespace
-
-TEST(PortForward, ARangeForBothProtocolsIsTcpFirst) {
-  Gateway device;
-  device.settings({{"defaultRouteNum", "0"}});  // not the first WAN, so the second
-  EXPECT_THAT(
-      device.forward("192.168.1.10,8000,8010,TCP&UDP"),
-      ElementsAre(
-          "iptables -t filter -A port_forward -i ppp1 -d 192.168.1.10 -p tcp --dport 8000:8010  -j ACCEPT",
-          "iptables -t nat -A port_forward -j DNAT -d 172.16.5.6 -p tcp --dport 8000:8010 --to 192.168.1.10 ",
-          "iptables -t filter -A port_forward -i ppp1 -d 192.168.1.10 -p udp --dport 8000:8010  -j ACCEPT",
-          "iptables -t nat -A port_forward -j DNAT -d 172.16.5.6 -p udp --dport 8000:8010 --to 192.168.1.10 "));
-  EXPECT_EQ(device.printed(), "");
-}
 
 TEST(PortForward, OddRecordsArePassedOverAndTheOthersStand) {
   Gateway device;
-  EXPECT_THAT(
-      device.forward("192.168.1.2,80,0,tcp;"      // no protocol before to repeat
-                     "192.168.1.3,5060,0,UDP;"    //
-                     ";"                          // no fields
-                     "192.168.1.4,0,9,TCP;"       // no first port
-                     "192.168.1.4,65536,0,TCP;"   //
-                     "192.168.1.4,80,65536,TCP;"  //
-                     "192.168.1.4,80,0;"          // no protocol field
-                     "192.168.1.299,80,0,TCP;"    //
-                     "any,53,0,tcp;"              // repeats UDP: what was skipped counts not
-                     "any/0,00443x,0,;"           // so does the empty text
-                     "192.168.1.5,90,80,TCP&UDP-and-more"),
-      ElementsAre(accept("192.168.1.3", "-p udp --dport 5060 "),
-                  translate("192.168.1.3", "-p udp --dport 5060 "),
-                  accept("any", "-p udp --dport 53 "), translate("any", "-p udp --dport 53 "),
-                  accept("any/0", "-p udp --dport 443 "), translate("any/0", "-p udp --dport 443 "),
-                  // The protocol is cut to its buffer.
-                  accept("192.168.1.5", "-p tcp --dport 90:80 "),
-                  translate("192.168.1.5", "-p tcp --dport 90:80 "),
-                  accept("192.168.1.5", "-p udp --dport 90:80 "),
-                  translate("192.168.1.5", "-p udp --dport 90:80 ")));
+  EXPECT_EQ(device.forward("192.168.1.2,80,0,tcp;"      // no protocol before to repeat
+                           "192.168.1.3,5060,0,UDP;"    //
+                           ";"                          // no fields
+                           "192.168.1.4,0,9,TCP;"       // no first port
+                           "192.168.1.4,65536,0,TCP;"   //
+                           "192.168.1.4,80,65536,TCP;"  //
+                           "192.168.1.4,80,0;"          // no protocol field
+                           "192.168.1.299,80,0,TCP;"    //
+                           "any,53,0,tcp;"              // repeats UDP: what was skipped counts not
+                           "any/0,00443x,0,;"           // so does the empty text
+                           "192.168.1.5,90,80,TCP&UDP-and-more"),  // cut to its buffer
+            R"(
+iptables -t filter -A port_forward -i eth2.2 -d 192.168.1.3 -p udp --dport 5060  -j ACCEPT
+iptables -t nat -A port_forward -j DNAT -d 10.0.0.2 -p udp --dport 5060 --to 192.168.1.3 
+iptables -t filter -A port_forward -i eth2.2 -d any -p udp --dport 53  -j ACCEPT
+iptables -t nat -A port_forward -j DNAT -d 10.0.0.2 -p udp --dport 53 --to any 
+iptables -t filter -A port_forward -i eth2.2 -d any/0 -p udp --dport 443  -j ACCEPT
+iptables -t nat -A port_forward -j DNAT -d 10.0.0.2 -p udp --dport 443 --to any/0 
+iptables -t filter -A port_forward -i eth2.2 -d 192.168.1.5 -p tcp --dport 90:80  -j ACCEPT
+iptables -t nat -A port_forward -j DNAT -d 10.0.0.2 -p tcp --dport 90:80 --to 192.168.1.5 
+iptables -t filter -A port_forward -i eth2.2 -d 192.168.1.5 -p udp --dport 90:80  -j ACCEPT
+iptables -t nat -A port_forward -j DNAT -d 10.0.0.2 -p udp --dport 90:80 --to 192.168.1.5 )");
   EXPECT_EQ(device.printed(), "isIpValid(): 192.168.1.299 is not a valid IP address.\n");
+
+  device.settings({{"defaultRouteNum", "0"}});  // not the first WAN, so the second
+  EXPECT_EQ(device.forward("192.168.1.3,80,0,TCP"), R"(
+iptables -t filter -A port_forward -i ppp1 -d 192.168.1.3 -p tcp --dport 80  -j ACCEPT
+iptables -t nat -A port_forward -j DNAT -d 172.16.5.6 -p tcp --dport 80 --to 192.168.1.3 )");
 }
 
 TEST(PortForward, HostileValuesMakeNoSecondCommand) {
   Gateway device;
   device.settings({{"vlanEnabled", "1"}, {"wan1Vid", "1;reboot;12345"}});
   // inet_aton does not mind what stands behind a blank. A ';' ends the record.
-  EXPECT_THAT(
-      device.forward("1.2.3.4 $(id)'\n|sh,80|sh,9`x`,TCP;1.2.3.4 ;reboot,80,0,TCP"),
-      ElementsAre(
-          "iptables -t filter -A port_forward -i 'eth2.1;reboot;1' -d '1.2.3.4 $(id)'\\''\n|sh' -p tcp --dport 80:9  -j ACCEPT",
-          "iptables -t nat -A port_forward -j DNAT -d  -p tcp --dport 80:9 --to '1.2.3.4 $(id)'\\''\n|sh' "));
+  EXPECT_EQ(device.forward("1.2.3.4 $(id)'\n|sh,80|sh,9`x`,TCP;1.2.3.4 ;reboot,80,0,TCP"), R"(
+iptables -t filter -A port_forward -i 'eth2.1;reboot;1' -d '1.2.3.4 $(id)'\''
+|sh' -p tcp --dport 80:9  -j ACCEPT
+iptables -t nat -A port_forward -j DNAT -d  -p tcp --dport 80:9 --to '1.2.3.4 $(id)'\''
+|sh' )");
   EXPECT_EQ(device.printed(), "isIpValid(): reboot is not a valid IP address.\n");
 }
 
 TEST(PortForward, WithoutTheListOnlyTheConsoleHearsOfIt) {
   Gateway device;
   iptablesPortForwardRun();
-  EXPECT_THAT(device.commands(), IsEmpty());
+  EXPECT_EQ(transcript(device), "");
   EXPECT_EQ(device.console(), "Warning: can't find \"PortForwardRules\" in flash\n");
   EXPECT_EQ(device.printed(), "");
-  EXPECT_THAT(device.forward(""), IsEmpty());
+  EXPECT_EQ(device.forward(""), "");
   EXPECT_EQ(device.console(), "");
 }
 
-namespace {
-
-std::string warning(const std::string &rules, const std::string &model = "RX1") {
-  sim::Device device;
-  device.settings({{"RMWWWServerPort", "80"},
-                   {"RMHTTPSServerPort", "443"},
-                   {"RMTELNETServerPort", "23"},
-                   {"RMFTPServerPort", "21"},
-                   {"snmp_serverPort", "161"},
-                   {"ModelName", model},
-                   {"PortForwardRules", rules}});
-  std::string output(1024, '#');
-  EXPECT_EQ(showPortForwardRedirectedWarning(output.data()), 1);
-  EXPECT_THAT(device.commands(), IsEmpty());
-  return output.c_str();
-}
-
-const std::string kHttpNote =
-    "<div id='noteBlock'><span>Note : RX1 HTTP service is redirected from 80 to 8080</span></div>";
-const std::string kFtpNote =
-    "<div id='noteBlock'><span>Note : RX1 FTP service is redirected from 21 to 2121</span></div>";
-
-}  // namespace
-
 TEST(PortForwardWarning, EachShadowedServiceIsNotedOnce) {
-  EXPECT_EQ(warning("a,b,c,70,90,1;a,b,c,80,0,3;a,b,c,21,0,1"), kHttpNote + kFtpNote);
-  EXPECT_EQ(
-      warning("a,b,c,1,65535,3;a,b,c,80,0,1"),
-      kHttpNote +
-          "<div id='noteBlock'><span>Note : RX1 HTTPS service is redirected from 443 to 44344</span></div>"
-          "<div id='noteBlock'><span>Note : RX1 TELNET service is redirected from 23 to 2323</span></div>" +
-          kFtpNote +
-          "<div id='noteBlock'><span>Note : RX1 SNMP service is redirected from 161 to 16116</span></div>");
-}
+  auto warning = [](const char *rules, const std::string &model = "RX1") -> std::string {
+    sim::Device device;
+    device.settings(
+        settingsOf("RMWWWServerPort=80 RMHTTPSServerPort=443 RMTELNETServerPort=23 "
+                   "RMFTPServerPort=21 snmp_serverPort=161"));
+    device.settings({{"ModelName", model}});
+    if (rules != nullptr) device.settings({{"PortForwardRules", rules}});
+    std::string output(1024, '#');
+    EXPECT_EQ(showPortForwardRedirectedWarning(output.data()), 1);
+    return output.c_str();
+  };
+  const std::string kHttp =
+      "<div id='noteBlock'><span>Note : RX1 HTTP service is redirected from 80 to 8080</span></div>";
+  const std::string kHttps =
+      "<div id='noteBlock'><span>Note : RX1 HTTPS service is redirected from 443 to 44344</span></div>";
+  const std::string kTelnet =
+      "<div id='noteBlock'><span>Note : RX1 TELNET service is redirected from 23 to 2323</span></div>";
+  const std::string kFtp =
+      "<div id='noteBlock'><span>Note : RX1 FTP service is redirected from 21 to 2121</span></div>";
+  const std::string kSnmp =
+      "<div id='noteBlock'><span>Note : RX1 SNMP service is redirected from 161 to 16116</span></div>";
+  const std::pair<const char *, std::string> kCases[] = {
+      {"a,b,c,70,90,1;a,b,c,80,0,3;a,b,c,21,0,1", kHttp + kFtp},
+      {"a,b,c,1,65535,3;a,b,c,80,0,1", kHttp + kHttps + kTelnet + kFtp + kSnmp},
+      {nullptr, ""},
+      {"", ""},
+      {"a,b,c,70,90,2", ""},               // UDP only
+      {"192.168.1.10,80,0,TCP", ""},       // the rule builder's layout
+      {"a,b,c,0,90,1", ""},                // no first port
+      {"a,b,c,70,65536,1", ""},            //
+      {"a,b,c,79,0,1", ""},                // one port, and not this one
+      {"a,b,c,81,90,1;a,b,c,70,79,1", ""}  // next to it
+  };
+  for (const auto &[rules, notes] : kCases) EXPECT_EQ(warning(rules), notes);
 
-TEST(PortForwardWarning, OtherRecordsAreNotNoted) {
-  for (const char *rules : {
-           "",
-           "a,b,c,70,90,2",               // UDP only
-           "192.168.1.10,80,0,TCP",       // the rule builder's layout
-           "a,b,c,0,90,1",                // no first port
-           "a,b,c,70,65536,1",            //
-           "a,b,c,79,0,1",                // one port, and not this one
-           "a,b,c,81,90,1;a,b,c,70,79,1"  // next to it
-       }) {
-    EXPECT_EQ(warning(rules), "") << rules;
-  }
-  sim::Device without_list;
-  char output[1024] = "old";
-  EXPECT_EQ(showPortForwardRedirectedWarning(output), 1);
-  EXPECT_STREQ(output, "");
-}
-
-TEST(PortForwardWarning, TheModelNameStandsAsStoredUpToALimit) {
-  EXPECT_THAT(warning("a,b,c,80,0,1", "<b>%d%n"), testing::HasSubstr("Note : <b>%d%n HTTP"));
+  // The model name stands as it is stored, up to a limit.
+  EXPECT_THAT(warning("a,b,c,80,0,1", "<b>%d%n"), HasSubstr("Note : <b>%d%n HTTP"));
   std::string all = warning("a,b,c,1,65535,3", std::string(5000, 'M'));
   EXPECT_LT(all.size(), 1024u);
-  EXPECT_THAT(all, testing::HasSubstr(" " + std::string(63, 'M') + " SNMP service"));
+  EXPECT_THAT(all, HasSubstr(" " + std::string(63, 'M') + " SNMP service"));
   EXPECT_THAT(all, testing::EndsWith("</div>"));
 }
 
-namespace {
-
 template <typename Reader, typename... Arguments>
-std::string faultOf(const char *text, Arguments... arguments) {
+static std::string faultOf(const char *text, Arguments... arguments) {
   orba::RecordFault fault = Reader(orba::Record({text, strlen(text)}, 0), arguments...).fault();
   return orba::faulty(fault) ? std::to_string(fault.field) + " " + fault.reason : "";
 }
-
-}  // namespace
 
 TEST(PortForwardList, TellsWhichFieldIsAtFault) {
   using namespace orba;

@@ -98,19 +98,17 @@ TEST(PortForwardWarning, EachShadowedServiceIsNotedOnce) {
     EXPECT_EQ(showPortForwardRedirectedWarning(output.data()), 1);
     return output.c_str();
   };
-  const std::string kHttp =
-      "<div id='noteBlock'><span>Note : RX1 HTTP service is redirected from 80 to 8080</span></div>";
-  const std::string kHttps =
-      "<div id='noteBlock'><span>Note : RX1 HTTPS service is redirected from 443 to 44344</span></div>";
-  const std::string kTelnet =
-      "<div id='noteBlock'><span>Note : RX1 TELNET service is redirected from 23 to 2323</span></div>";
-  const std::string kFtp =
-      "<div id='noteBlock'><span>Note : RX1 FTP service is redirected from 21 to 2121</span></div>";
-  const std::string kSnmp =
-      "<div id='noteBlock'><span>Note : RX1 SNMP service is redirected from 161 to 16116</span></div>";
+  auto note = [](const std::string &redirected) {
+    return "<div id='noteBlock'><span>Note : RX1 " + redirected + "</span></div>";
+  };
+  const std::string kHttp = note("HTTP service is redirected from 80 to 8080");
+  const std::string kFtp = note("FTP service is redirected from 21 to 2121");
+  const std::string kAll = kHttp + note("HTTPS service is redirected from 443 to 44344") +
+                           note("TELNET service is redirected from 23 to 2323") + kFtp +
+                           note("SNMP service is redirected from 161 to 16116");
   const std::pair<const char *, std::string> kCases[] = {
       {"a,b,c,70,90,1;a,b,c,80,0,3;a,b,c,21,0,1", kHttp + kFtp},
-      {"a,b,c,1,65535,3;a,b,c,80,0,1", kHttp + kHttps + kTelnet + kFtp + kSnmp},
+      {"a,b,c,1,65535,3;a,b,c,80,0,1", kAll},
       {nullptr, ""},
       {"", ""},
       {"a,b,c,70,90,2", ""},               // UDP only

@@ -1,36 +1,17 @@
 // Which interface plays the LAN and each WAN.
-#include "net/interface_name.h"
-
 #include <gmock/gmock.h>
-
-#include <string>
 
 #include "orba_util.h"
 #include "sim/device.h"
+#include "tests/transcript.h"
 
 namespace {
 
-std::string wanName() {
+// What a getter leaves in its buffer.
+template <typename Getter, typename... Arguments>
+std::string nameBy(Getter getter, Arguments... arguments) {
   char name[32] = "untouched";
-  getWanIfName(name);
-  return name;
-}
-
-std::string wanNamePPP() {
-  char name[32] = "untouched";
-  getWanIfNamePPP(name);
-  return name;
-}
-
-std::string otherWanName(int n) {
-  char name[32] = "untouched";
-  getWan2IfName(name, n);
-  return name;
-}
-
-std::string otherWanNamePPP(int n) {
-  char name[32] = "untouched";
-  getWan2IfNamePPP(name, n);
+  getter(name, arguments...);
   return name;
 }
 
@@ -38,12 +19,7 @@ std::string otherWanNamePPP(int n) {
 
 TEST(InterfaceNames, FollowTheOperationMode) {
   const struct {
-    const char *mode;
-    const char *vlan;
-    const char *connection;
-    const char *lan;
-    const char *wan;
-    const char *wan_ppp;
+    const char *mode, *vlan, *connection, *lan, *wan, *wan_ppp;
   } kCases[] = {
       {"0", "0", "STATIC", "br0", "br0", "br0"},
       {"1", "1", "STATIC", "br0", "eth2.10", "eth2.10"},
@@ -51,138 +27,95 @@ TEST(InterfaceNames, FollowTheOperationMode) {
       {"1", "1x", "L2TP", "br0", "eth2.10", "ppp0"},
       {"1", "0", "PPTP", "br0", "eth2.2", "ppp0"},
       {"1", "2", "DHCP", "br0", "eth2.2", "eth2.2"},
-      {"2", "1", "pppoe", "eth2", "ra0", "ra0"},
       {"3", "1", "BRIDGE", "br0", "apcli0", "apcli0"},
+      {"2", "1", "pppoe", "eth2", "ra0", "ra0"},
       // No mode at all: the LAN of the mode before, and nothing written.
-      {"00", "1", "STATIC", "br0", "untouched", "untouched"},
-      {"1 ", "1", "STATIC", "br0", "untouched", "untouched"},
-      {"", "1", "PPTP", "br0", "untouched", "ppp0"},
+      {"00", "1", "STATIC", "eth2", "untouched", "untouched"},
+      {"1 ", "1", "STATIC", "eth2", "untouched", "untouched"},
+      {"", "1", "PPTP", "eth2", "untouched", "ppp0"},
+      {nullptr, "1", "DHCP", "eth2", "untouched", "untouched"},
+      {"3", "1", "DHCP", "br0", "apcli0", "apcli0"},
   };
   for (const auto &c : kCases) {
-    SCOPED_TRACE(std::string("mode ") + c.mode + " vlan " + c.vlan + " " + c.connection);
     sim::Device device;
-    device.settings({{"OperationMode", c.mode},
-                     {"vlanEnabled", c.vlan},
-                     {"wan1Vid", "10"},
-                     {"wanConnectionMode", c.connection}});
-    EXPECT_STREQ(getLanIfName(), c.lan);
-    EXPECT_EQ(wanName(), c.wan);
-    EXPECT_EQ(wanNamePPP(), c.wan_ppp);
+    device.settings({{"vlanEnabled", c.vlan}, {"wan1Vid", "10"}});
+    device.settings({{"wanConnectionMode", c.connection}});
+    if (c.mode != nullptr) device.settings({{"OperationMode", c.mode}});
+    std::string situation = std::string(c.mode == nullptr ? "no" : c.mode) + " " + c.connection;
+    EXPECT_STREQ(getLanIfName(), c.lan) << situation;
+    EXPECT_EQ(nameBy(getWanIfName), c.wan) << situation;
+    EXPECT_EQ(nameBy(getWanIfNamePPP), c.wan_ppp) << situation;
   }
-}
-
-TEST(InterfaceNames, KeepTheLanWhileTheModeIsUnknown) {
-  sim::Device device;
-  device.settings({{"OperationMode", "2"}});
-  EXPECT_STREQ(getLanIfName(), "eth2");
-  device.settings({{"OperationMode", "4"}});
-  EXPECT_STREQ(getLanIfName(), "eth2");
-  device.remove("OperationMode");
-  EXPECT_STREQ(getLanIfName(), "eth2");
-  EXPECT_EQ(wanName(), "untouched");
-  device.settings({{"OperationMode", "3"}});
-  EXPECT_STREQ(getLanIfName(), "br0");
 }
 
 TEST(InterfaceNames, OfOtherWansAreVlansInEveryMode) {
   for (const char *mode : {"0", "1", "2", "3"}) {
     sim::Device device;
-    device.settings({{"OperationMode", mode},
-                     {"wan1Vid", "10"},
-                     {"wan2Vid", "20"},
-                     {"wan2Enable", "1"},
-                     {"wan3Vid", ""},
-                     {"wan3Enable", "1"},
-                     {"wan4Vid", "40"},
-                     {"wan4Enable", "0"},  // named all the same
-                     {"wan5Vid", "50"},
-                     {"wanConnectionMode2", "STATIC"},
-                     {"wanConnectionMode3", "L2TP"},
-                     {"wanConnectionMode4", "PPPOE"}});
-    EXPECT_EQ(otherWanName(1), "");
-    EXPECT_EQ(otherWanName(2), "eth2.20");
-    EXPECT_EQ(otherWanName(3), "");
-    EXPECT_EQ(otherWanName(4), "eth2.40");
-    EXPECT_EQ(otherWanName(5), "");
-    EXPECT_EQ(otherWanNamePPP(2), "eth2.20");
-    EXPECT_EQ(otherWanNamePPP(3), "ppp2");
-    EXPECT_EQ(otherWanNamePPP(4), "ppp3");
+    // A disabled WAN is named all the same.
+    device.settings(settingsOf(R"(
+wan1Vid=10 wan2Vid=20 wan2Enable=1 wan3Vid= wan3Enable=1 wan4Vid=40 wan4Enable=0 wan5Vid=50
+wanConnectionMode2=STATIC wanConnectionMode3=L2TP wanConnectionMode4=PPPOE)"));
+    device.settings({{"OperationMode", mode}});
+    const char *const kDevices[] = {"", "eth2.20", "", "eth2.40", ""};
+    for (int n = 1; n <= 5; n++) EXPECT_EQ(nameBy(getWan2IfName, n), kDevices[n - 1]) << n;
+    EXPECT_EQ(nameBy(getWan2IfNamePPP, 2), "eth2.20");
+    EXPECT_EQ(nameBy(getWan2IfNamePPP, 3), "ppp2");
+    EXPECT_EQ(nameBy(getWan2IfNamePPP, 4), "ppp3");
   }
 }
 
 TEST(InterfaceNames, OfTheDefaultWan) {
   sim::Device device;
-  device.settings({{"OperationMode", "1"},
-                   {"default_wan", "2"},
-                   {"wanConnectionMode", "PPPOE"},
-                   {"wanAddressType", "ipv4"},
-                   {"wanConnectionMode2", "STATIC"},
-                   {"wanAddressType2", "dual"},
-                   {"wan2Vid", "20"}});
-  char text[32];
-  EXPECT_EQ(getDefaultWanIfName(text), text);
-  EXPECT_STREQ(text, "eth2.20");
-  EXPECT_EQ(getDefaultWanConnectionMode(text), 1);
-  EXPECT_STREQ(text, "STATIC");
-  EXPECT_EQ(getDefaultWanAddressType(text), 1);
-  EXPECT_STREQ(text, "dual");
+  device.settings(settingsOf(R"(
+OperationMode=1 wanConnectionMode=PPPOE wanAddressType=ipv4
+default_wan=2 wanConnectionMode2=STATIC wanAddressType2=dual wan2Vid=20)"));
+  EXPECT_EQ(nameBy(getDefaultWanIfName), "eth2.20");
+  EXPECT_EQ(nameBy(getDefaultWanConnectionMode), "STATIC");
+  EXPECT_EQ(nameBy(getDefaultWanAddressType), "dual");
 
   device.settings({{"default_wan", "1"}});
-  EXPECT_STREQ(getDefaultWanIfName(text), "ppp0");
-  getDefaultWanConnectionMode(text);
-  EXPECT_STREQ(text, "PPPOE");
-  getDefaultWanAddressType(text);
-  EXPECT_STREQ(text, "ipv4");
+  char text[32];
+  EXPECT_EQ(getDefaultWanIfName(text), text);
+  EXPECT_STREQ(text, "ppp0");
+  EXPECT_EQ(nameBy(getDefaultWanConnectionMode), "PPPOE");
+  EXPECT_EQ(nameBy(getDefaultWanAddressType), "ipv4");
+
+  sim::Device empty;  // not one setting
+  EXPECT_EQ(nameBy(getDefaultWanConnectionMode), "");
+  EXPECT_EQ(nameBy(getDefaultWanIfName), "");
 }
 
 TEST(InterfaceNames, HoldNoMoreThanTheirBuffers) {
   sim::Device device;
-  std::string endless(500, '9');
-  device.settings({{"OperationMode", "1"},
-                   {"vlanEnabled", "1"},
-                   {"wan1Vid", endless},
-                   {"wan2Vid", endless},
-                   {"default_wan", endless},
-                   {"wanConnectionMode", endless}});
-  std::string cut = "eth2." + std::string(26, '9');
-  EXPECT_EQ(wanName(), cut);
-  EXPECT_EQ(otherWanName(2), cut);
-  EXPECT_EQ(otherWanNamePPP(3), "");
-  char text[32];
-  EXPECT_STREQ(getDefaultWanIfName(text), "");
+  std::string endless(500, '9'), cut = "eth2." + std::string(26, '9');
+  device.settings({{"OperationMode", "1"}, {"vlanEnabled", "1"}, {"default_wan", endless}});
+  for (const char *key : {"wan1Vid", "wan2Vid", "wanConnectionMode"}) {
+    device.settings({{key, endless}});
+  }
+  EXPECT_EQ(nameBy(getWanIfName), cut);
+  EXPECT_EQ(nameBy(getWan2IfName, 2), cut);
+  EXPECT_EQ(nameBy(getDefaultWanIfName), "");
   device.settings({{"default_wan", "1"}});
-  getDefaultWanConnectionMode(text);
-  EXPECT_EQ(text, std::string(31, '9'));
-
-  sim::Device empty;  // not one setting
-  getDefaultWanConnectionMode(text);
-  EXPECT_STREQ(text, "");
-  EXPECT_STREQ(getDefaultWanIfName(text), "");
+  EXPECT_EQ(nameBy(getDefaultWanConnectionMode), std::string(31, '9'));
 }
 
 TEST(InterfaceLabels, KnowTheModesOwnNamesOnly) {
-  const struct {
-    const char *mode;
-    const char *lan;
-    std::vector<const char *> wans;
-  } kCases[] = {
-      {"0", "br0", {}},       {"1", "br0", {"eth2.2", "ppp0"}},
-      {"2", "eth2", {"ra0"}}, {"3", "br0", {"apcli0"}},
-      {"9", "", {}},
-  };
+  const char *const kNames[] = {"br0",  "eth2", "eth2.2", "eth2.10", "ppp0",
+                                "ppp1", "ra0",  "apcli0", ""};
   // In gateway mode a WAN on a VLAN of its own shows its name.
-  const char *names[] = {"br0", "eth2", "eth2.2", "eth2.10", "ppp0", "ppp1", "ra0", "apcli0", ""};
-  for (const auto &c : kCases) {
+  const std::pair<const char *, const char *> kCases[] = {
+      {"0", "LAN eth2 eth2.2 eth2.10 ppp0 ppp1 ra0 apcli0 "},
+      {"1", "LAN eth2 WAN eth2.10 WAN ppp1 ra0 apcli0 "},
+      {"2", "br0 LAN eth2.2 eth2.10 ppp0 ppp1 WAN apcli0 "},
+      {"3", "LAN eth2 eth2.2 eth2.10 ppp0 ppp1 ra0 WAN "},
+      {"9", "br0 eth2 eth2.2 eth2.10 ppp0 ppp1 ra0 apcli0 "},
+  };
+  for (const auto &[mode, expected] : kCases) {
     sim::Device device;
-    device.settings({{"OperationMode", c.mode}, {"vlanEnabled", "1"}, {"wan1Vid", "10"}});
-    for (const char *name : names) {
-      std::string label = name;
-      if (*name != '\0' && label == c.lan) label = "LAN";
-      for (const char *wan : c.wans) {
-        if (label == wan) label = "WAN";
-      }
-      EXPECT_EQ(getLanWanNamebyIf(name), label) << name << " in mode " << c.mode;
-    }
+    device.settings({{"OperationMode", mode}, {"vlanEnabled", "1"}, {"wan1Vid", "10"}});
+    std::string labels;
+    for (const char *name : kNames) labels += (labels.empty() ? "" : " ") + std::string(getLanWanNamebyIf(name));
+    EXPECT_EQ(labels, expected) << mode;
   }
   sim::Device device;
   EXPECT_STREQ(getLanWanNamebyIf("br0"), "Unknown");

@@ -51,8 +51,9 @@ TEST(InterfaceAddresses, ComeFromTheKernelOrLeaveTheBufferAlone) {
 
 TEST(InterfaceAddresses, OfTheDefaultWan) {
   Ports device;
-  device.settings(settingsOf("OperationMode=1 wanConnectionMode=DHCP default_wan=1 "
-                             "wanConnectionMode2=PPTP wan2Vid=20"));
+  device.settings(
+      settingsOf("OperationMode=1 wanConnectionMode=DHCP default_wan=1 "
+                 "wanConnectionMode2=PPTP wan2Vid=20"));
   EXPECT_EQ(answerOf(getLanMac), "1 00:0C:43:76:20:01");
   EXPECT_EQ(answerOf(getDefaultWanIp), "1 10.0.0.2");
   EXPECT_EQ(answerOf(getDefaultWanMac), "1 00:0C:43:76:20:FE");

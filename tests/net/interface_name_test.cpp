@@ -114,7 +114,8 @@ TEST(InterfaceLabels, KnowTheModesOwnNamesOnly) {
     sim::Device device;
     device.settings({{"OperationMode", mode}, {"vlanEnabled", "1"}, {"wan1Vid", "10"}});
     std::string labels;
-    for (const char *name : kNames) labels += (labels.empty() ? "" : " ") + std::string(getLanWanNamebyIf(name));
+    for (const char *name : kNames)
+      labels += (labels.empty() ? "" : " ") + std::string(getLanWanNamebyIf(name));
     EXPECT_EQ(labels, expected) << mode;
   }
   sim::Device device;

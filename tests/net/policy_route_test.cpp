@@ -9,10 +9,7 @@
 
 #include "orba_util.h"
 #include "sim/device.h"
-
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
+#include "tests/transcript.h"
 
 namespace {
 
@@ -21,32 +18,25 @@ constexpr char kNewTables[] = "/etc/iproute2/rt_tables.new";
 constexpr char kDefaults[] = "255\tlocal\n254\tmain\n253\tdefault\n0\tunspec\n";
 
 // All that was run, in order; what went through a pipe is marked.
-std::vector<std::string> ran(const sim::Device &device) {
-  std::vector<std::string> all;
+std::string ran(const sim::Device &device) {
+  std::string all;
   for (const sim::Event &event : device.events()) {
     if (event.kind == sim::Event::kCommand) {
-      all.push_back(sim::withoutRunnerRedirection(event.text));
+      all += "\n" + sim::withoutRunnerRedirection(event.text);
     } else if (event.kind == sim::Event::kPipe) {
-      all.push_back("pipe: " + event.text);
+      all += "\npipe: " + event.text;
     }
   }
   return all;
 }
 
-const sim::Settings kWans = {{"OperationMode", "1"},
-                             {"wanConnectionMode", "STATIC"},
-                             {"wan_gateway", "10.0.0.1"},
-                             {"wanConnectionMode2", "DHCP"},
-                             {"wan2Vid", "20"},
-                             {"wanConnectionMode3", "PPPOE"},
-                             {"wanConnectionMode4", "STATIC"}};
+const sim::Settings kWans = settingsOf(R"(
+OperationMode=1 wanConnectionMode=STATIC wan_gateway=10.0.0.1 wanConnectionMode2=DHCP wan2Vid=20
+wanConnectionMode3=PPPOE wanConnectionMode4=STATIC)");
 
-// The ebtables line of a rule that is added.
-std::string markLine(const char *address, const char *mask, const char *port, const char *mac,
-                     const char *protocol, int n) {
-  sim::Device device;
-  doPolicyRoutingAction(address, mask, port, mac, protocol, "WAN", "eth2.2", "x", n, 1);
-  return device.commands().size() == 3 ? device.commands()[1] : "";
+// A rule for any traffic.
+void change(const char *ifname, const std::string &name, int n, int action) {
+  doPolicyRoutingAction("", "", "0", "", "-1", "WAN", ifname, name.c_str(), n, action);
 }
 
 }  // namespace
@@ -60,40 +50,32 @@ TEST(PolicyRoutes, AreRemovedAndInstalledInOrder) {
                     ",,80,,-1,WAN3,ppp2,phone;"
                     ",,0,00:11:22:33:44:55,-1,,br0,tv"}});
   EXPECT_EQ(executePolicyRoute(), -1);
-  EXPECT_THAT(
-      ran(device),
-      ElementsAre(
-          // Removed through the interface noted with the rule, which is no WAN any more ...
-          "ebtables -D Policy_Route  -p ipv4  --ip-src 192.168.1.10/255.255.255.255 --ip-proto 6 "
-          "-j mark --mark-or  0x40000000 --mark-target CONTINUE",
-          "ip rule del fwmark 0x40000000/0xe0000000 prio 202 table pf_office",
-          "pipe: ip route del default  via  dev ppp0 table pf_office",
-          // ... and installed through the one that the side has now.
-          "mkdir -p /etc/iproute2",
-          "ebtables -A Policy_Route  -p ipv4  --ip-src 192.168.1.10/255.255.255.255 --ip-proto 6 "
-          "-j mark --mark-or  0x40000000 --mark-target CONTINUE",
-          "ip rule add fwmark 0x40000000/0xe0000000 prio 202 table pf_office",
-          "pipe: ip route add default  via 10.0.0.1 dev eth2.2 table pf_office",
-
-          // The number counts the record that was passed over. A port without a
-          // protocol is not matched.
-          "ebtables -D Policy_Route  -p ipv4  -j mark --mark-or  0x80000000 --mark-target CONTINUE",
-          "ip rule del fwmark 0x80000000/0xe0000000 prio 204 table pf_phone",
-          "pipe: ip route del default  via 0.0.0.0 dev ppp2 table pf_phone",
-          "mkdir -p /etc/iproute2",
-          "ebtables -A Policy_Route  -p ipv4  -j mark --mark-or  0x80000000 --mark-target CONTINUE",
-          "ip rule add fwmark 0x80000000/0xe0000000 prio 204 table pf_phone",
-          "pipe: ip route add default  via 0.0.0.0 dev ppp2 table pf_phone",
-
-          // The LAN is no WAN and has no gateway.
-          "ebtables -D Policy_Route  --src 00:11:22:33:44:55 -j mark --mark-or  0xa0000000 "
-          "--mark-target CONTINUE",
-          "ip rule del fwmark 0xa0000000/0xe0000000 prio 205 table pf_tv",
-          "pipe: ip route del default  via  dev br0 table pf_tv", "mkdir -p /etc/iproute2",
-          "ebtables -A Policy_Route  --src 00:11:22:33:44:55 -j mark --mark-or  0xa0000000 "
-          "--mark-target CONTINUE",
-          "ip rule add fwmark 0xa0000000/0xe0000000 prio 205 table pf_tv",
-          "pipe: ip route add default  via  dev br0 table pf_tv"));
+  // Removed through the interface noted with the rule, which is no WAN any more,
+  // and installed through the one that the side has now. The number counts the
+  // record that was passed over. A port without a protocol is not matched. The
+  // LAN is no WAN and has no gateway.
+  EXPECT_EQ(ran(device), R"(
+ebtables -D Policy_Route  -p ipv4  --ip-src 192.168.1.10/255.255.255.255 --ip-proto 6 -j mark --mark-or  0x40000000 --mark-target CONTINUE
+ip rule del fwmark 0x40000000/0xe0000000 prio 202 table pf_office
+pipe: ip route del default  via  dev ppp0 table pf_office
+mkdir -p /etc/iproute2
+ebtables -A Policy_Route  -p ipv4  --ip-src 192.168.1.10/255.255.255.255 --ip-proto 6 -j mark --mark-or  0x40000000 --mark-target CONTINUE
+ip rule add fwmark 0x40000000/0xe0000000 prio 202 table pf_office
+pipe: ip route add default  via 10.0.0.1 dev eth2.2 table pf_office
+ebtables -D Policy_Route  -p ipv4  -j mark --mark-or  0x80000000 --mark-target CONTINUE
+ip rule del fwmark 0x80000000/0xe0000000 prio 204 table pf_phone
+pipe: ip route del default  via 0.0.0.0 dev ppp2 table pf_phone
+mkdir -p /etc/iproute2
+ebtables -A Policy_Route  -p ipv4  -j mark --mark-or  0x80000000 --mark-target CONTINUE
+ip rule add fwmark 0x80000000/0xe0000000 prio 204 table pf_phone
+pipe: ip route add default  via 0.0.0.0 dev ppp2 table pf_phone
+ebtables -D Policy_Route  --src 00:11:22:33:44:55 -j mark --mark-or  0xa0000000 --mark-target CONTINUE
+ip rule del fwmark 0xa0000000/0xe0000000 prio 205 table pf_tv
+pipe: ip route del default  via  dev br0 table pf_tv
+mkdir -p /etc/iproute2
+ebtables -A Policy_Route  --src 00:11:22:33:44:55 -j mark --mark-or  0xa0000000 --mark-target CONTINUE
+ip rule add fwmark 0xa0000000/0xe0000000 prio 205 table pf_tv
+pipe: ip route add default  via  dev br0 table pf_tv)");
   const std::string tables = std::string(kDefaults) + "202 pf_office\n204 pf_phone\n205 pf_tv\n";
   EXPECT_EQ(device.text(kTables), tables);
   EXPECT_EQ(device.console(), "");
@@ -110,61 +92,62 @@ TEST(PolicyRoutes, AreNoneWithoutTheSetting) {
   EXPECT_EQ(executePolicyRoute(), 0);
   device.settings({{"PolicyRoutingRules", ";,,,,,,;x"}});
   EXPECT_EQ(executePolicyRoute(), -1);
-  EXPECT_THAT(ran(device), IsEmpty());
+  EXPECT_EQ(ran(device), "");
   EXPECT_STREQ(orba::PolicyRule(*orba::RuleList(",,,,,,").begin()).fault().reason,
                "has fewer than 8 fields");
   EXPECT_EQ(orba::PolicyRule(*orba::RuleList(",,12345678,,,,,").begin()).cut.field, 2);
 }
 
 TEST(PolicyRoutes, MatchOnlyWhatTheRuleNames) {
-  const std::string any = "ebtables -A Policy_Route  -j mark --mark-or  0x40000000 --mark-target ";
-  EXPECT_EQ(markLine("", "255.0.0.0", "0", "", "-1", 1), any + "CONTINUE");
-  EXPECT_EQ(markLine("10.0.0.9", "", "8080", "02:00:00:00:00:01", "17", 2),
-            "ebtables -A Policy_Route  --src 02:00:00:00:00:01 -p ipv4  --ip-src 10.0.0.9 "
-            "--ip-proto 17 --ip-sport 8080 -j mark --mark-or  0x60000000 --mark-target CONTINUE");
-  // An empty number is 0, which is a protocol.
-  EXPECT_EQ(markLine("", "", "", "", "", 6),
-            "ebtables -A Policy_Route  -p ipv4  --ip-proto 0 -j mark --mark-or  0xe0000000 "
-            "--mark-target CONTINUE");
-  EXPECT_EQ(markLine("$(id)", "a b", "0", "'", "-1", 1),
-            "ebtables -A Policy_Route  --src ''\\''' -p ipv4  --ip-src '$(id)'/'a b' -j mark "
-            "--mark-or  0x40000000 --mark-target CONTINUE");
-}
-
-// The top three bits hold six marks; the rules behind share others' and do not
-// route as intended.
-TEST(PolicyRoutes, HaveSixMarksOfTheirOwn) {
-  const uint32_t marks[] = {0x40000000, 0x60000000, 0x80000000, 0xA0000000,
-                            0xC0000000, 0xE0000000, 0x00000000, 0x20000000};
-  for (int n = 1; n <= 8; n++) EXPECT_EQ(orba::markOfPolicy(n), marks[n - 1]);
+  const struct {
+    const char *address, *mask, *port, *mac, *protocol;
+    int n;
+    const char *match, *mark;
+  } kCases[] = {
+      {"", "255.0.0.0", "0", "", "-1", 1, "", "0x40000000"},
+      {"10.0.0.9", "", "8080", "02:00:00:00:00:01", "17", 2,
+       " --src 02:00:00:00:00:01 -p ipv4  --ip-src 10.0.0.9 --ip-proto 17 --ip-sport 8080",
+       "0x60000000"},
+      // An empty number is 0, which is a protocol.
+      {"", "", "", "", "", 6, " -p ipv4  --ip-proto 0", "0xe0000000"},
+      {"$(id)", "a b", "0", "'", "-1", 5, " --src ''\\''' -p ipv4  --ip-src '$(id)'/'a b'",
+       "0xc0000000"},
+      // The top three bits hold six marks; the rules behind share others' and do
+      // not route as intended.
+      {"", "", "0", "", "-1", 7, "", "0x0"},
+      {"", "", "0", "", "-1", 8, "", "0x20000000"},
+  };
+  for (const auto &c : kCases) {
+    sim::Device device;
+    doPolicyRoutingAction(c.address, c.mask, c.port, c.mac, c.protocol, "", "eth2.2", "x", c.n, 1);
+    EXPECT_EQ(device.commands().at(1), std::string("ebtables -A Policy_Route ") + c.match +
+                                           " -j mark --mark-or  " + c.mark +
+                                           " --mark-target CONTINUE");
+  }
   EXPECT_EQ(orba::markOfPolicy(orba::kRulesWithOwnMark + 1), 0u);
-  EXPECT_THAT(markLine("", "", "0", "", "-1", 7), HasSubstr("--mark-or  0x0 "));
 }
 
 TEST(PolicyRoutes, ReplaceTheirDefaultRoute) {
   sim::Device device;
   device.settings(kWans).file("/var/wan2.info", "10.2.0.1:eth2.20");
-  doPolicyRoutingAction("", "", "0", "", "-1", "ignored", "eth2.20", "a;b", 3, 2);
-  EXPECT_THAT(ran(device),
-              ElementsAre("mkdir -p /etc/iproute2",
-                          "ebtables -A Policy_Route  -j mark --mark-or  0x80000000 --mark-target "
-                          "CONTINUE",
-                          "ip rule add fwmark 0x80000000/0xe0000000 prio 204 table pf_'a;b'",
-                          "pipe: ip route replace default  via 10.2.0.1 dev eth2.20 table "
-                          "pf_'a;b'"));
+  change("eth2.20", "a;b", 3, 2);
+  EXPECT_EQ(ran(device), R"(
+mkdir -p /etc/iproute2
+ebtables -A Policy_Route  -j mark --mark-or  0x80000000 --mark-target CONTINUE
+ip rule add fwmark 0x80000000/0xe0000000 prio 204 table pf_'a;b'
+pipe: ip route replace default  via 10.2.0.1 dev eth2.20 table pf_'a;b')");
   EXPECT_EQ(device.text(kTables), "204 pf_a;b\n");
 
   device.forget();
-  std::string endless(2000, 'n');
-  doPolicyRoutingAction("", "", "0", "", "-1", "", "eth2.20", endless.c_str(), 3, 0);
-  EXPECT_THAT(device.pipes(), IsEmpty()) << "a cut command is not run";
+  change("eth2.20", std::string(2000, 'n'), 3, 0);
+  EXPECT_THAT(device.pipes(), testing::IsEmpty()) << "a cut command is not run";
 }
 
 TEST(PolicyTableNames, AreNotInstalledWhenTheyCannotBeWritten) {
   sim::Device device;
   device.settings(kWans).file(kTables, kDefaults).refuse(kTables);
-  doPolicyRoutingAction("", "", "0", "", "-1", "WAN", "eth2.2", "office", 1, 1);
-  EXPECT_THAT(ran(device), ElementsAre("mkdir -p /etc/iproute2"));
+  change("eth2.2", "office", 1, 1);
+  EXPECT_EQ(ran(device), "\nmkdir -p /etc/iproute2");
   EXPECT_EQ(device.console(),
             "Failed to open /etc/iproute2/rt_tables to append policy routing info: ");
 }
@@ -180,7 +163,7 @@ TEST(PolicyTableNames, AreRemovedAndNothingElse) {
   EXPECT_EQ(device.text(kTables), foreign) << "a line that holds the text anywhere goes too";
 
   // The names that are added stand in lines of their own.
-  doPolicyRoutingAction("", "", "0", "", "-1", "", "br0", "a\n1 b", 5, 1);
+  change("br0", "a\n1 b", 5, 1);
   EXPECT_EQ(device.text(kTables), foreign + "\n206 pf_a\n");
   doPolicyRoutingRemove(206, "a\n1 b");
   EXPECT_EQ(device.text(kTables), foreign + "\n");
@@ -194,7 +177,7 @@ TEST(PolicyTableNames, AreRemovedAndNothingElse) {
 TEST(PolicyTableNames, OfSixtyThreeCharactersAreRemovedByThem) {
   sim::Device device;
   std::string name(70, 'n');
-  doPolicyRoutingAction("", "", "0", "", "-1", "", "br0", name.c_str(), 1, 1);
+  change("br0", name, 1, 1);
   EXPECT_EQ(device.text(kTables), "202 pf_" + name + "\n");
   device.file(kTables, *device.text(kTables) + "202 pf_" + std::string(62, 'n') + "\n");
   doPolicyRoutingRemove(202, name.c_str());
@@ -216,7 +199,7 @@ TEST(PolicyTableNames, SurviveAWriteThatFails) {
   rlimit full = {20, unlimited.rlim_max};
   setrlimit(RLIMIT_FSIZE, &full);
   doPolicyRoutingRemove(202, "office");
-  doPolicyRoutingAction("", "", "0", "", "-1", "WAN", "eth2.2", "home", 2, 1);
+  change("eth2.2", "home", 2, 1);
   setrlimit(RLIMIT_FSIZE, &unlimited);
   EXPECT_EQ(device.text(kTables), before);
   EXPECT_EQ(device.text(kNewTables), std::nullopt);
@@ -230,21 +213,18 @@ TEST(PolicyTableNames, SurviveAWriteThatFails) {
 }
 
 TEST(WanServiceNames, StandBetweenBars) {
-  const struct {
-    sim::Settings names;
-    std::string joined;
-  } kCases[] = {
-      {{{"srvName", ""}, {"srvName2", "b"}, {"srvName3", ""}, {"srvName4", "d"}}, "b||d"},
-      {{{"srvName", "a"}, {"srvName2", ""}}, "a|||"},
-      {{{"srvName4", "d"}}, "d"},
-      {{}, ""},
-      {{{"srvName", std::string(300, 'x')}, {"srvName2", "b"}}, std::string(127, 'x')},
+  const std::pair<std::string, std::string> kCases[] = {
+      {"srvName= srvName2=b srvName3= srvName4=d", "b||d"},
+      {"srvName=a srvName2=", "a|||"},
+      {"srvName4=d", "d"},
+      {"", ""},
+      {"srvName=" + std::string(300, 'x') + " srvName2=b", std::string(127, 'x')},
   };
-  for (const auto &c : kCases) {
+  for (const auto &[settings, joined] : kCases) {
     sim::Device device;
-    device.settings(c.names);
+    device.settings(settingsOf(settings));
     char names[128];
     EXPECT_EQ(wanSrvName(names), 1);
-    EXPECT_EQ(names, c.joined);
+    EXPECT_EQ(names, joined);
   }
 }

@@ -70,8 +70,9 @@ TEST(PppoePassThrough, IsSwitchedOnForAnEnabledPppoeWanWithLinkAndOffOtherwise) 
   };
   for (const auto &c : kCases) {
     sim::Device device;
-    device.settings(settingsOf("OperationMode=1 pppoeREnabled=2 wanConnectionMode=PPPOE "
-                               "wan1Enable=1 wan2Enable=1 wanConnectionMode2=PPPOE wan2Vid=20"));
+    device.settings(
+        settingsOf("OperationMode=1 pppoeREnabled=2 wanConnectionMode=PPPOE "
+                   "wan1Enable=1 wan2Enable=1 wanConnectionMode2=PPPOE wan2Vid=20"));
     device.settings(settingsOf(c.changes)).answer("switch reg r 3608", c.link);
     orba_pppoeRelay();
     EXPECT_EQ(transcript(device), c.commands == kOn ? kOn : c.commands + kOff) << c.situation;

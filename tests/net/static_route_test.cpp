@@ -6,9 +6,7 @@
 #include "orba_util.h"
 #include "sim/device.h"
 #include "tests/net/kernel_routes.h"
-
-using testing::ElementsAre;
-using testing::IsEmpty;
+#include "tests/transcript.h"
 
 namespace {
 
@@ -39,17 +37,15 @@ TEST(RoutingRules, ReplaceTheKernelsRoutesOfTheirs) {
                            route("eth2.2", "10.2.0.0", "0.0.0.0", "255.255.0.0", kUp),
                        }));
   RoutingInit();
-  EXPECT_THAT(
-      device.commands(),
-      ElementsAre(
-          "route del -net 10.1.0.0  netmask 255.255.0.0 dev eth2.2 ",
-          "route del -host 10.9.9.9  dev br0 ",
-          // The record is too short to be installed, but names its route.
-          "route del -net 10.2.0.0  netmask 255.255.0.0 dev eth2.2 ",
-          "route add -net 192.168.5.0  netmask 255.255.255.0 gw 192.168.1.254 dev br0 2>&1 ",
-          "route add -host 10.9.9.9  dev br0 2>&1 ",
-          "route add -host 10.7.7.7  gw 192.168.1.7 dev br0 2>&1 ",
-          "route add -net 10.1.0.0  netmask 255.255.0.0 dev eth2.2 2>&1 "));
+  // The record of 10.2.0.0 is too short to be installed, but names its route.
+  EXPECT_EQ(transcript(device), R"(
+route del -net 10.1.0.0  netmask 255.255.0.0 dev eth2.2 
+route del -host 10.9.9.9  dev br0 
+route del -net 10.2.0.0  netmask 255.255.0.0 dev eth2.2 
+route add -net 192.168.5.0  netmask 255.255.255.0 gw 192.168.1.254 dev br0 2>&1 
+route add -host 10.9.9.9  dev br0 2>&1 
+route add -host 10.7.7.7  gw 192.168.1.7 dev br0 2>&1 
+route add -net 10.1.0.0  netmask 255.255.0.0 dev eth2.2 2>&1 )");
   EXPECT_EQ(device.shellLines().back(),
             "route add -net 10.1.0.0  netmask 255.255.0.0 dev eth2.2 2>&1  1>/dev/null 2>&1");
   EXPECT_EQ(device.printed(), "");
@@ -64,7 +60,7 @@ TEST(RoutingRules, SkipTheWanOutsideGatewayMode) {
                       "10.9.9.9,255.255.255.255,,wan,br0,,"}});
     device.file(kRoutes, kernelRoutes({}));
     staticRoutingInit();
-    EXPECT_THAT(device.commands(), ElementsAre("route add -host 10.9.9.9  dev br0 2>&1 "));
+    EXPECT_EQ(transcript(device), "\nroute add -host 10.9.9.9  dev br0 2>&1 ");
     EXPECT_EQ(device.printed(),
               "Skip WAN routing rule in the non-Gateway mode: route add -net 192.168.5.0  netmask "
               "255.255.255.0 gw 192.168.1.254 dev br0 2>&1 \n");
@@ -75,14 +71,13 @@ TEST(RoutingRules, AreNotInstalledWithoutAKernelTableToRead) {
   sim::Device device;
   device.settings({{"OperationMode", "1"}, {"RoutingRules", kRules}});
   RoutingInit();
-  EXPECT_THAT(device.commands(), IsEmpty());
-  EXPECT_EQ(device.printed(), "");
+  EXPECT_EQ(transcript(device) + device.printed(), "");
 
   device.file(kRoutes, kernelRoutes({route("br0", "10.9.9.9", "0.0.0.0", "255.255.255.255", kUp),
                                      "br0 0 0 1 0 0 0\n",
                                      route("eth2.2", "10.1.0.0", "0.0.0.0", "255.255.0.0", kUp)}));
   RoutingInit();
-  EXPECT_THAT(device.commands(), ElementsAre("route del -host 10.9.9.9  dev br0 "));
+  EXPECT_EQ(transcript(device), "\nroute del -host 10.9.9.9  dev br0 ");
   EXPECT_EQ(device.printed(), "format error\n");
 
   sim::Device empty;
@@ -90,7 +85,7 @@ TEST(RoutingRules, AreNotInstalledWithoutAKernelTableToRead) {
   RoutingInit();
   empty.settings({{"RoutingRules", ""}});
   RoutingInit();
-  EXPECT_THAT(empty.commands(), IsEmpty());
+  EXPECT_EQ(transcript(empty), "");
 }
 
 TEST(RoutingRules, AreFoundByDestinationMaskAndInterface) {
@@ -112,8 +107,8 @@ TEST(RoutingRules, MakeOneWordOfEachField) {
                                         std::string(300, 'a') + ",m,g,LAN,br0,,"}});
   device.file(kRoutes, kernelRoutes({}));
   RoutingInit();
-  EXPECT_THAT(device.commands(), ElementsAre("route add -net '1.2.3.4&reboot'  netmask '$(id)' gw "
-                                             "'`id`' dev 'br0|sh' 2>&1 "))
+  EXPECT_EQ(transcript(device),
+            "\nroute add -net '1.2.3.4&reboot'  netmask '$(id)' gw '`id`' dev 'br0|sh' 2>&1 ")
       << "and the record that loses its fields with its end is skipped";
 }
 
@@ -148,16 +143,10 @@ TEST(RoutingRules, SayWhatIsSkippedAndWhatIsCut) {
 
 TEST(StaticRoutingRules, GoThroughTheBridgeOrAWan) {
   sim::Device device;
-  device.settings({{"OperationMode", "1"},
-                   {"wanConnectionMode", "PPPOE"},
-                   {"wanConnectionMode2", "STATIC"},
-                   {"wan_gateway2", "10.0.0.1"},
-                   {"wan2Vid", "20"},
-                   {"wanConnectionMode3", "L2TP"},
-                   {"wanConnectionMode4", "STATIC"},
-                   {"wan_gateway4", "10.4.0.1"},
-                   {"wan4Vid", "40"},
-                   {"StaticRoutingRules",
+  device.settings(settingsOf(R"(
+OperationMode=1 wanConnectionMode=PPPOE wanConnectionMode2=STATIC wan_gateway2=10.0.0.1 wan2Vid=20
+wanConnectionMode3=L2TP wanConnectionMode4=STATIC wan_gateway4=10.4.0.1 wan4Vid=40)"));
+  device.settings({{"StaticRoutingRules",
                     "1,office,10.8.0.0,255.255.0.0,,2;"
                     "0,off,10.8.1.0,255.255.0.0,,2;"
                     "x,off,10.8.2.0,255.255.0.0,,2;"
@@ -171,14 +160,14 @@ TEST(StaticRoutingRules, GoThroughTheBridgeOrAWan) {
   device.interface("ppp0").address("172.16.0.1");
   device.file("/var/wan1.info", "172.16.0.254:ppp0\n");
   EXPECT_EQ(executeStaticRoute(), 2);
-  EXPECT_THAT(device.commands(),
-              ElementsAre("route add -net 10.8.0.0  netmask 255.255.0.0 gw 10.0.0.1 dev eth2.20",
-                          "route add -net 10.8.4.0  netmask 255.255.255.0 dev br0",
-                          "route add -net 10.8.5.5  netmask 255.255.255.255 gw 10.0.0.7 dev ppp0",
-                          "route add -net 10.8.6.0  netmask 255.255.255.0 gw 172.16.0.254 dev ppp0",
-                          "route add -net 10.8.7.0  netmask 255.255.255.0 dev ppp2",
-                          // A WAN that is down has no gateway; `route` rejects the line.
-                          "route add -net 10.8.8.8  netmask 255.255.255.255 gw  dev eth2.40"));
+  // The last one's WAN is down and has no gateway; `route` rejects the line.
+  EXPECT_EQ(transcript(device), R"(
+route add -net 10.8.0.0  netmask 255.255.0.0 gw 10.0.0.1 dev eth2.20
+route add -net 10.8.4.0  netmask 255.255.255.0 dev br0
+route add -net 10.8.5.5  netmask 255.255.255.255 gw 10.0.0.7 dev ppp0
+route add -net 10.8.6.0  netmask 255.255.255.0 gw 172.16.0.254 dev ppp0
+route add -net 10.8.7.0  netmask 255.255.255.0 dev ppp2
+route add -net 10.8.8.8  netmask 255.255.255.255 gw  dev eth2.40)");
 }
 
 TEST(StaticRoutingRules, MissingOrWithoutARoute) {
@@ -190,7 +179,7 @@ TEST(StaticRoutingRules, MissingOrWithoutARoute) {
     device.settings({{"StaticRoutingRules", rules}});
     EXPECT_EQ(executeStaticRoute(), 2);
   }
-  EXPECT_THAT(device.commands(), IsEmpty());
+  EXPECT_EQ(transcript(device), "");
   orba::WanStaticRoute off(*orba::RuleList("0,a").begin());
   EXPECT_EQ(off.fault().field, 0);
   orba::WanStaticRoute cut(*orba::RuleList("10,a,b,c,d,12345").begin());
@@ -203,8 +192,8 @@ TEST(StaticRoute, IsRemovedByTheSameLine) {
   EXPECT_EQ(doAddStaticRoute("10.8.0.0", "", "0.0.0.0", "br0", 0), 0);
   EXPECT_EQ(doAddStaticRoute("10.8.0.0", "255.0.0.0", "", "br0", 7), 0);
   EXPECT_EQ(doAddStaticRoute("10.8.0.0", "255.0.0.0", "10.0.0.1", "a b", 0), 0);
-  EXPECT_THAT(device.commands(),
-              ElementsAre("route del -net 10.8.0.0  netmask 255.255.255.255 dev br0",
-                          "route add -net 10.8.0.0  netmask 255.0.0.0 gw  dev br0",
-                          "route del -net 10.8.0.0  netmask 255.0.0.0 gw 10.0.0.1 dev 'a b'"));
+  EXPECT_EQ(transcript(device), R"(
+route del -net 10.8.0.0  netmask 255.255.255.255 dev br0
+route add -net 10.8.0.0  netmask 255.0.0.0 gw  dev br0
+route del -net 10.8.0.0  netmask 255.0.0.0 gw 10.0.0.1 dev 'a b')");
 }

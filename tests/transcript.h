@@ -2,6 +2,7 @@
 #ifndef ORBA_TESTS_TRANSCRIPT_H
 #define ORBA_TESTS_TRANSCRIPT_H
 
+#include <fstream>
 #include <sstream>
 #include <string>
 
@@ -26,6 +27,19 @@ inline std::string transcript(const sim::Device &device) {
   std::string lines;
   for (const std::string &command : device.commands()) lines += "\n" + command;
   return lines;
+}
+
+// A section of a text under tests/, each line begun on a line of its own, to
+// compare with a transcript:
+//   == NAME
+//   first command
+//
+//   == end
+inline std::string section(const std::string &path, const std::string &name) {
+  std::ifstream file(ORBA_EXAMPLES "/../tests/" + path);
+  std::string text(std::istreambuf_iterator<char>(file), {});
+  size_t begin = text.find('\n', text.find("\n== " + name + "\n") + 1);
+  return text.substr(begin, text.find("\n\n== ", begin) - begin);
 }
 
 #endif

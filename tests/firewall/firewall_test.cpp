@@ -1,8 +1,6 @@
 // The whole firewall, from the settings to the last command.
 #include <gmock/gmock.h>
 
-#include <fstream>
-
 #include "orba_util.h"
 #include "sim/device.h"
 #include "sim/packet_filter.h"
@@ -25,16 +23,12 @@ class Firewall : public testing::Test {
 
 constexpr char kSynCookies[] = "/proc/sys/net/ipv4/tcp_syncookies";
 
-// A section of gateway.txt, each line begun on a line of its own.
-std::string section(const std::string &name) {
-  std::ifstream file(ORBA_EXAMPLES "/../tests/firewall/gateway.txt");
-  std::string text(std::istreambuf_iterator<char>(file), {});
-  size_t begin = text.find('\n', text.find("\n== " + name + "\n") + 1);
-  return text.substr(begin, text.find("\n\n== ", begin) - begin);
+std::string part(const char *name) {
+  return section("firewall/gateway.txt", name);
 }
 
 void makeGateway(sim::Device &device) {
-  device.settings(settingsOf(section("settings"))).file(kSynCookies, "0\n");
+  device.settings(settingsOf(part("settings"))).file(kSynCookies, "0\n");
   device.interface("ppp0").address("203.0.113.7");
   device.answer("switch reg r 3608", "value=0x1\n");
 }
@@ -43,8 +37,8 @@ TEST_F(Firewall, GatewayIsBuiltWhole) {
   sim::Device device;
   makeGateway(device);
   firewall_init();
-  EXPECT_EQ(transcript(device), section("emptied") + section("policy") + section("built") +
-                                    section("nat removed") + section("nat built"));
+  EXPECT_EQ(transcript(device), part("emptied") + part("policy") + part("built") +
+                                    part("nat removed") + part("nat built"));
   EXPECT_EQ(device.text(kSynCookies), "1\n");
   EXPECT_EQ(device.printed(), "");
   EXPECT_EQ(device.console(), "ifname:, wanmode:PPPOE\ndefault:ppp0, WAN MTU:1440\n");
@@ -63,8 +57,8 @@ TEST_F(Firewall, IsTakenDownToAForwardPolicyOppositeToTheAction) {
     sim::Device device;
     device.settings({{"firewallAction", action}});
     firewall_fini();
-    EXPECT_EQ(transcript(device), section("emptied") + policy + section("nat removed") +
-                                      "\nebtables -t nat -F MAC_Filter");
+    EXPECT_EQ(transcript(device),
+              part("emptied") + policy + part("nat removed") + "\nebtables -t nat -F MAC_Filter");
   }
 }
 

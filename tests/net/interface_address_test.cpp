@@ -5,9 +5,6 @@
 #include "sim/device.h"
 #include "tests/transcript.h"
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-
 namespace {
 
 struct Ports : sim::Device {
@@ -70,33 +67,30 @@ TEST(InterfaceAddresses, OfTheDefaultWan) {
   }
 }
 
-TEST(AuthenticatorAddress, IsStoredInItsSpace) {
-  Ports device;
-  device.settings({{"OperationMode", "1"}, {"RADIUS_Server", "192.168.1.5"}});
-  device.settings({{"RADIUS_Server", "192.168.1.6"}}, 2);
-  updateFlash8021x(1);
-  EXPECT_THAT(device.writes(), ElementsAre("set 1 own_ip_addr=192.168.1.1", "set 1 EAPifname=br0",
-                                           "set 1 PreAuthifname=br0", "commit 1"));
-  device.forget();
-  updateFlash8021x(2);
-  EXPECT_THAT(device.writes(), ElementsAre("set 2 own_ip_addr=192.168.1.1", "commit 2"));
-  EXPECT_EQ(device.printed(), "");
-}
-
-TEST(AuthenticatorAddress, IsLeftAloneWithout8021x) {
-  const std::pair<const char *, const char *> kCases[] = {
-      {"RADIUS_Server=192.168.1.5", ""},
-      {"OperationMode=1", ""},
-      {"OperationMode=3 RADIUS_Server=", ""},
-      {"OperationMode=3 RADIUS_Server=192.168.1.5", "not op mode\n"},
-      {"OperationMode= RADIUS_Server=192.168.1.5", "not op mode\n"},
-      {"OperationMode=2 RADIUS_Server=192.168.1.5", ""},  // eth2 has no address
+TEST(AuthenticatorAddress, IsStoredInItsSpaceWhere8021xIsUsed) {
+  const std::vector<std::string> kInOne = {"set 1 own_ip_addr=192.168.1.1", "set 1 EAPifname=br0",
+                                           "set 1 PreAuthifname=br0", "commit 1"};
+  const std::vector<std::string> kInTwo = {"set 2 own_ip_addr=192.168.1.1", "commit 2"};
+  const struct {
+    int space;
+    const char *mode, *server;
+    std::vector<std::string> writes;
+    const char *printed;
+  } kCases[] = {
+      {1, "OperationMode=1", "RADIUS_Server=192.168.1.5", kInOne, ""},
+      {2, "OperationMode=1", "RADIUS_Server=192.168.1.5", kInTwo, ""},
+      {1, "", "RADIUS_Server=192.168.1.5", {}, ""},
+      {1, "OperationMode=1", "", {}, ""},
+      {1, "OperationMode=3", "RADIUS_Server=", {}, ""},
+      {1, "OperationMode=3", "RADIUS_Server=192.168.1.5", {}, "not op mode\n"},
+      {1, "OperationMode=", "RADIUS_Server=192.168.1.5", {}, "not op mode\n"},
+      {1, "OperationMode=2", "RADIUS_Server=192.168.1.5", {}, ""},  // eth2 has no address
   };
-  for (const auto &[settings, printed] : kCases) {
+  for (const auto &c : kCases) {
     Ports device;
-    device.settings(settingsOf(settings));
-    updateFlash8021x(1);
-    EXPECT_THAT(device.writes(), IsEmpty()) << settings;
-    EXPECT_EQ(device.printed(), printed) << settings;
+    device.settings(settingsOf(c.mode)).settings(settingsOf(c.server), c.space);
+    updateFlash8021x(c.space);
+    EXPECT_EQ(device.writes(), c.writes) << c.mode << c.server;
+    EXPECT_EQ(device.printed(), c.printed) << c.mode << c.server;
   }
 }

@@ -7,50 +7,11 @@
 
 namespace {
 
-// A VLAN id that is no number stays one word of its commands.
-constexpr char kOn[] = R"(
-brctl addif br0 'eth2.2;reboot'
-switch pppoe-passthrogh 2
-ebtables -t broute -F pppoePassThrough
-ebtables -t broute -D BROUTING -j pppoePassThrough
-ebtables -t broute -X pppoePassThrough
-ebtables -t broute -X poebrWAN
-ebtables -t broute -N poebrWAN
-ebtables -t broute -P poebrWAN RETURN
-ebtables -t broute -N pppoePassThrough
-ebtables -t broute -P pppoePassThrough RETURN
-ebtables -t broute -I BROUTING 1 -j pppoePassThrough
-ebtables -t broute -I poebrWAN 1 -i 'eth2.2;reboot' -p ! 0x8864 -j DROP
-ebtables -t broute -I pppoePassThrough 1 -i 'eth2.2;reboot' -p ! 0x8863 -j poebrWAN
-ebtables -t nat -F pppoePassThrough
-ebtables -t nat -D POSTROUTING -j pppoePassThrough
-ebtables -t nat -X pppoePassThrough
-ebtables -t nat -N pppoePassThrough
-ebtables -t nat -P pppoePassThrough RETURN
-ebtables -t nat -I POSTROUTING 1 -j pppoePassThrough
-ebtables -t nat -X poebrWAN
-ebtables -t nat -N poebrWAN
-ebtables -t nat -P poebrWAN RETURN
-ebtables -t nat -I poebrWAN 1 -o 'eth2.2;reboot' -p ! 0x8864 -j DROP
-ebtables -t nat -I pppoePassThrough 1 -o 'eth2.2;reboot' -p ! 0x8863 -j poebrWAN
-ebtables -t broute -I pppoePassThrough 1 -i eth2.12 -p 0x8863 -j DROP
-ebtables -t broute -I pppoePassThrough 1 -i eth2.12 -p 0x8864 -j DROP
-ebtables -t nat -I pppoePassThrough 1 -o eth2.12 -p 0x8863 -j DROP
-ebtables -t nat -I pppoePassThrough 1 -o eth2.12 -p 0x8864 -j DROP)";
-
-// The chains that it tries are named poebrWAN1, not poebrWAN.
-constexpr char kOff[] = R"(
-switch pppoe-passthrogh 0
-ebtables -t broute -F pppoePassThrough
-ebtables -t broute -D BROUTING -j pppoePassThrough
-ebtables -t broute -X pppoePassThrough
-ebtables -t broute -X poebrWAN1
-ebtables -t nat -F pppoePassThrough
-ebtables -t nat -D POSTROUTING -j pppoePassThrough
-ebtables -t nat -X pppoePassThrough
-ebtables -t nat -X poebrWAN1)";
-
 TEST(PppoePassThrough, IsSwitchedOnForAnEnabledPppoeWanWithLinkAndOffOtherwise) {
+  // The chains that it tries are named poebrWAN1, not poebrWAN.
+  const std::string kOff = section("net/commands.txt", "pass-through off");
+  // A VLAN id that is no number stays one word of its commands.
+  const std::string kOn = section("net/commands.txt", "pass-through on");
   const struct {
     const char *situation, *link, *changes;
     std::string commands;

@@ -54,10 +54,10 @@ route add -net 10.1.0.0  netmask 255.255.0.0 dev eth2.2 2>&1 )");
 TEST(RoutingRules, SkipTheWanOutsideGatewayMode) {
   for (const char *mode : {"0", "2", "3", "1 "}) {
     sim::Device device;
-    device.settings({{"OperationMode", mode},
-                     {"RoutingRules",
-                      "192.168.5.0,255.255.255.0,192.168.1.254,WAN,br0,,;"
-                      "10.9.9.9,255.255.255.255,,wan,br0,,"}});
+    device.settings(
+        settingsOf("RoutingRules=192.168.5.0,255.255.255.0,192.168.1.254,WAN,br0,,;"
+                   "10.9.9.9,255.255.255.255,,wan,br0,,"));
+    device.settings({{"OperationMode", mode}});
     device.file(kRoutes, kernelRoutes({}));
     staticRoutingInit();
     EXPECT_EQ(transcript(device), "\nroute add -host 10.9.9.9  dev br0 2>&1 ");
@@ -79,13 +79,6 @@ TEST(RoutingRules, AreNotInstalledWithoutAKernelTableToRead) {
   RoutingInit();
   EXPECT_EQ(transcript(device), "\nroute del -host 10.9.9.9  dev br0 ");
   EXPECT_EQ(device.printed(), "format error\n");
-
-  sim::Device empty;
-  empty.file(kRoutes, kernelRoutes({}));
-  RoutingInit();
-  empty.settings({{"RoutingRules", ""}});
-  RoutingInit();
-  EXPECT_EQ(transcript(empty), "");
 }
 
 TEST(RoutingRules, AreFoundByDestinationMaskAndInterface) {
@@ -113,32 +106,19 @@ TEST(RoutingRules, MakeOneWordOfEachField) {
 }
 
 TEST(RoutingRules, SayWhatIsSkippedAndWhatIsCut) {
-  const struct {
-    std::string record;
-    int field;
-    const char *fault;
-    const char *cut;
-  } kCases[] = {
-      {"10.1.0.0,255.255.0.0,,LAN,br0,,", -1, nullptr, nullptr},
-      {"10.1.0.0,255.255.0.0,,LAN,br0,", -1, "has fewer than 7 fields", nullptr},
-      {"10.1.0.0,255.255.0.0,,WAN,br0,,", 3, "is the WAN, but the device is no gateway", nullptr},
-      {"10.1.0.0,255.255.0.0,,LAN,br0,," + std::string(32, 'c'), 6, nullptr,
-       "is too long and loses its end"},
-      {"10.1.0.0,255.255.0.0,,LAN,br0,," + std::string(300, 'c'), -1, nullptr,
-       "is too long and loses its end"},
+  auto said = [](const std::string &end, bool gateway_mode = false) {
+    std::string list = "10.1.0.0,255.255.0.0,," + end + ";";
+    orba::RoutingRule rule(*orba::RuleList(list.c_str()).begin());
+    orba::RecordFault fault = rule.fault(gateway_mode);
+    if (!faulty(fault)) fault = rule.cut;
+    return std::to_string(fault.field) + " " + (faulty(fault) ? fault.reason : "");
   };
-  for (const auto &c : kCases) {
-    std::string list = c.record + ";";
-    for (orba::Record record : orba::RuleList(list.c_str())) {
-      if (record.index() > 0) continue;
-      orba::RoutingRule rule(record);
-      orba::RecordFault fault = rule.fault(false);
-      EXPECT_STREQ(fault.reason, c.fault) << c.record;
-      EXPECT_STREQ(rule.cut.reason, c.cut) << c.record;
-      EXPECT_EQ(faulty(fault) ? fault.field : rule.cut.field, c.field) << c.record;
-      EXPECT_STREQ(rule.fault(true).reason, c.field == 3 ? nullptr : c.fault);
-    }
-  }
+  EXPECT_EQ(said("LAN,br0,,"), "-1 ");
+  EXPECT_EQ(said("LAN,br0,"), "-1 has fewer than 7 fields");
+  EXPECT_EQ(said("WAN,br0,,"), "3 is the WAN, but the device is no gateway");
+  EXPECT_EQ(said("WAN,br0,,", true), "-1 ");
+  EXPECT_EQ(said("LAN,br0,," + std::string(32, 'c')), "6 is too long and loses its end");
+  EXPECT_EQ(said("LAN,br0,," + std::string(300, 'c')), "-1 is too long and loses its end");
 }
 
 TEST(StaticRoutingRules, GoThroughTheBridgeOrAWan) {

@@ -80,8 +80,8 @@ TEST(SuperDmz, IsToldThePortsInTheirOwnTexts) {
       {"1", "1", "a,80,90,1;a,0443,0,2;a,5000,5001,3;a,70,,1", "1", "a,22,x,1;a,53,x,2;a,25,x,3",
        "-t 80  -t 80:90 -u 0443 -t 5000:5001 -u 5000:5001 -t 70  -t 22 -u 53 -t 25 -u 25 "},
       // A protocol's name is no code: the rule builder's records are all passed over.
-      {"0", "1", "a,80,90,TCP;a,81,0,UDP", "1", "", "  "},
-      {"0", "0", "a,80,90,1", "", "a,22,x,1", "  "},
+      {"0", "1", "a,80,90,TCP;a,81,0,UDP", "", "a,22,x,1", "  "},
+      {"0", "0", "a,80,90,1", "1", "", "  "},
       // Odd ports are skipped or quoted.
       {"0", "1",
        "a,0,0,1;a,65536,0,1;a,80,65536,1;a,80,0,4;a,80,0;a;;"

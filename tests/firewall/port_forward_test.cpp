@@ -58,7 +58,7 @@ iptables -t filter -A port_forward -i eth2.2 -d 192.168.1.5 -p udp --dport 90:80
 iptables -t nat -A port_forward -j DNAT -d 10.0.0.2 -p udp --dport 90:80 --to 192.168.1.5 )");
   EXPECT_EQ(device.printed(), "isIpValid(): 192.168.1.299 is not a valid IP address.\n");
 
-  device.settings({{"defaultRouteNum", "0"}});  // not the first WAN, so the second
+  device.settings({{"defaultRouteNum", "2"}});  // not the first WAN, so the second
   EXPECT_EQ(device.forward("192.168.1.3,80,0,TCP"), R"(
 iptables -t filter -A port_forward -i ppp1 -d 192.168.1.3 -p tcp --dport 80  -j ACCEPT
 iptables -t nat -A port_forward -j DNAT -d 172.16.5.6 -p tcp --dport 80 --to 192.168.1.3 )");
@@ -109,6 +109,7 @@ TEST(PortForwardWarning, EachShadowedServiceIsNotedOnce) {
   const std::pair<const char *, std::string> kCases[] = {
       {"a,b,c,70,90,1;a,b,c,80,0,3;a,b,c,21,0,1", kHttp + kFtp},
       {"a,b,c,1,65535,3;a,b,c,80,0,1", kAll},
+      {"a,b,c,70,80,1", kHttp},
       {nullptr, ""},
       {"", ""},
       {"a,b,c,70,90,2", ""},               // UDP only

@@ -85,6 +85,7 @@ iptables -A MCL_IPCHAIN -s )") + std::string(127, '1') +
 TEST(RemoteManagement, LetsAnswersInOnAGatewaysFirstWan) {
   const std::pair<const char *, bool> kCases[] = {
       {"OperationMode=1 SPIFWEnabled=1 RemoteManagement=0", true},
+      {"OperationMode=1 SPIFWEnabled=1 RemoteManagement=2", true},
       {"OperationMode=1 SPIFWEnabled=1", true},
       {"OperationMode=1 SPIFWEnabled=1 RemoteManagement=1", false},
       {"OperationMode=1 SPIFWEnabled=0 RemoteManagement=0", false},

@@ -12,7 +12,7 @@ TEST(PathMtu, PppoeGetsARuleOfItsOwn) {
     const char *mode, *by_hand, *mtu, *mss;
   } kCases[] = {
       {"PPPOE", "1", "1400", "1360"},
-      {"PPPOE", "0", "1400", "1452"},
+      {"PPPOE", "2", "1400", "1452"},
       {"PPPOE", "", "", "1452"},
       {"PPPOE", "1", "", "-40"},  // not bounded
       {"PPPOE", "1", "-2147483648", "2147483608"},

@@ -97,6 +97,7 @@ TEST(Gateway, OfTheDefaultRoute) {
       {"no routes", {}, "0 before", "0 before", ""},
       {"malformed", {"garbage\n", kDefault}, "-1 before", "0 before", "Format error!"},
       {"later", {kOffice, "br0\t0\tx\n", kDefault}, "-1 before", "0 192.168.1.9", "Format error!"},
+      {"cut off", {kOffice, "br0"}, "-1 before", "0 192.168.1.9", "Format error!"},
       {"only six numbers", {"br0\t0\t0\t1\t0\t0\t0\n"}, "-1 before", "0 before", "Format error!"},
       {"empty", {"\n", kDefault}, "-1 before", "0 before", "Format error!"},
       {"endless", {std::string(1000, 'x') + "\n"}, "-1 before", "0 before", "Format error!"},

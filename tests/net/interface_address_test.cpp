@@ -9,7 +9,7 @@ namespace {
 
 struct Ports : sim::Device {
   Ports() {
-    interface("br0").address("192.168.1.1").netmask("255.255.255.0").mac("00:0c:43:76:20:01");
+    interface("br0").address("192.168.1.1").netmask("255.255.255.0").mac("ac:0c:43:76:20:01");
     interface("eth2.2").address("10.0.0.2").netmask("255.255.255.0").mac("00:0c:43:76:20:fe");
     interface("ppp1").address("172.16.0.9").netmask("255.255.255.255");
     interface("eth2.20").mac("02:00:00:00:00:20");
@@ -30,7 +30,7 @@ TEST(InterfaceAddresses, ComeFromTheKernelOrLeaveTheBufferAlone) {
   Ports device;
   EXPECT_EQ(answerOf(getIfIp, "br0"), "0 192.168.1.1");
   EXPECT_EQ(answerOf(getIfNetmask, "br0"), "0 255.255.255.0");
-  EXPECT_EQ(answerOf(getIfMac, "br0"), "0 00:0C:43:76:20:01");
+  EXPECT_EQ(answerOf(getIfMac, "br0"), "0 AC:0C:43:76:20:01");
   EXPECT_EQ(answerOf(getIfMac, "nosuch0"), "-1 before");
   // A longer name must not be answered for the one that it would be cut to.
   device.interface("interface_of_15").address("10.9.9.9");
@@ -51,7 +51,7 @@ TEST(InterfaceAddresses, OfTheDefaultWan) {
   device.settings(
       settingsOf("OperationMode=1 wanConnectionMode=DHCP default_wan=1 "
                  "wanConnectionMode2=PPTP wan2Vid=20"));
-  EXPECT_EQ(answerOf(getLanMac), "1 00:0C:43:76:20:01");
+  EXPECT_EQ(answerOf(getLanMac), "1 AC:0C:43:76:20:01");
   EXPECT_EQ(answerOf(getDefaultWanIp), "1 10.0.0.2");
   EXPECT_EQ(answerOf(getDefaultWanMac), "1 00:0C:43:76:20:FE");
   // The MAC is the Ethernet device's, address and netmask are the PPP interface's.

@@ -142,7 +142,7 @@ TEST_F(SharedLogin, ShowsAllOrNothingOfAPublishThatIsKilled) {
   std::set<int> seen;
   bool killed = true;
   for (int count = 0; killed; count += kLongRun ? 1 : 11) {
-    ASSERT_TRUE(publish(1));
+    ASSERT_TRUE(publish(3) && publish(1));
     killed = publishAndDie(kernel_, count);
     ASSERT_EQ(sync_globalVar_and_sharedMem(0), 0);
     ASSERT_TRUE(isWhole(global_shared_stuff)) << "after " << count;

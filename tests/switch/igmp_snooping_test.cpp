@@ -2,225 +2,208 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <filesystem>
-#include <iterator>
 
 #include "switch/wan_uplink.h"
 
 namespace {
 
 using sim::Device;
-using sim::Event;
-using sim::Switch;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::ExitedWithCode;
 using testing::IsEmpty;
 
-int openDescriptors() {
+using Lines = std::vector<std::string>;
+
+long openDescriptors() {
   std::filesystem::directory_iterator all("/proc/self/fd");
-  return static_cast<int>(std::distance(begin(all), end(all)));
+  return std::distance(begin(all), end(all));
 }
 
-class IgmpSnooping : public WanUplink {
- protected:
-  int enable() {
-    switch_init();
-    int port = igmpsnoopingenable();
-    switch_fini();
-    return port;
-  }
-};
+int enable() {
+  switch_init();
+  int port = igmpsnoopingenable();
+  switch_fini();
+  return port;
+}
 
-TEST_F(IgmpSnooping, IsTurnedOnForTheGatewaysPort) {
-  table_.learn(kOther, {0}).slow(3).learn(kGateway, {2}).slow(1);
-  int descriptors = openDescriptors();
+TEST(IgmpSnooping, IsTurnedOnForTheGatewaysPort) {
+  WanUplinkDevice device;
+  device.table.learn(kOther, {0}).slow(3).learn(kGateway, {2}).slow(1);
+  long descriptors = openDescriptors();
   EXPECT_EQ(enable(), 3);
   EXPECT_EQ(openDescriptors(), descriptors);
-  EXPECT_THAT(device_.shellLines(),
+  EXPECT_THAT(device.shellLines(),
               ElementsAre("arping -c 1 -I br0 10.0.0.1", "switch igmpsnoop off",
                           "switch reg w 0x2208 0x9355", "switch igmpsnoop enable 0",
                           "switch igmpsnoop enable 1", "switch igmpsnoop enable 3",
                           "switch igmpsnoop on 100 0010111", "echo \"3\" > /tmp/wanPort"));
-  EXPECT_THAT(device_.pipes(), ElementsAre("cat /var/wan1.info | sed -n 's/:.*//p'",
-                                           "arp -an | grep \"(10.0.0.1)\""));
-  EXPECT_EQ(device_.openPipes(), 0);
-  EXPECT_EQ(device_.text("/tmp/wanPort"), "3\n");
-  EXPECT_EQ(device_.text("/tmp/gwMac"), kGateway);
-  EXPECT_EQ(device_.console(),
+  EXPECT_THAT(device.pipes(), ElementsAre("cat /var/wan1.info | sed -n 's/:.*//p'",
+                                          "arp -an | grep \"(10.0.0.1)\""));
+  EXPECT_EQ(device.openPipes(), 0);
+  EXPECT_EQ(device.text("/tmp/wanPort"), "3\n");
+  EXPECT_EQ(device.text("/tmp/gwMac"), kGateway);
+  EXPECT_EQ(device.console(),
             "igmpsnoopingenable: servMAC:001122aabbcc string length=12 Line 4529 \n");
-  EXPECT_THAT(device_.requests(),
+  EXPECT_THAT(device.requests(),
               ElementsAre("switch register 80 = 8004", "switch register 80 = 8005",
                           "switch register 80 = 8005"));
   // Eight registers first; then the control register 2 + 4 + 1 times, two looks at
   // each MAC address, and one at the gateway's ports.
-  EXPECT_EQ(table_.reads(), 8 + (1 + 4 + 2) + 4 + 1);
+  EXPECT_EQ(device.table.reads(), 8 + (1 + 4 + 2) + 4 + 1);
   // 5 ms for each entry and for each look in vain.
-  EXPECT_EQ(device_.clock().elapsed(), 5 * (2 + 3 + 1));
+  EXPECT_EQ(device.clock().elapsed(), 5 * (2 + 3 + 1));
 }
 
-TEST_F(IgmpSnooping, HasACommandListForEveryPort) {
-  const struct {
-    int port;
-    std::vector<std::string> commands;
-  } kCases[] = {
-      {1,
-       {"switch reg w 0x2008 0x9355", "switch igmpsnoop enable 1", "switch igmpsnoop enable 2",
-        "switch igmpsnoop enable 3", "switch igmpsnoop on 100 1000111"}},
-      {2,
-       {"switch reg w 0x2108 0x9355", "switch igmpsnoop enable 0", "switch igmpsnoop enable 2",
-        "switch igmpsnoop enable 3", "switch igmpsnoop on 100 0100111"}},
-      {3,
-       {"switch reg w 0x2208 0x9355", "switch igmpsnoop enable 0", "switch igmpsnoop enable 1",
-        "switch igmpsnoop enable 3", "switch igmpsnoop on 100 0010111"}},
-      {4,
-       {"switch reg w 0x2308 0x9355", "switch igmpsnoop enable 0", "switch igmpsnoop enable 1",
-        "switch igmpsnoop enable 2", "switch igmpsnoop on 100 0001111"}},
+TEST(IgmpSnooping, HasACommandListForEveryOtherPort) {
+  const std::map<int, Lines> kLists = {
       {0, {}},
+      {1,
+       {"reg w 0x2008 0x9355", "igmpsnoop enable 1", "igmpsnoop enable 2", "igmpsnoop enable 3",
+        "igmpsnoop on 100 1000111"}},
+      {2,
+       {"reg w 0x2108 0x9355", "igmpsnoop enable 0", "igmpsnoop enable 2", "igmpsnoop enable 3",
+        "igmpsnoop on 100 0100111"}},
+      {4,
+       {"reg w 0x2308 0x9355", "igmpsnoop enable 0", "igmpsnoop enable 1", "igmpsnoop enable 2",
+        "igmpsnoop on 100 0001111"}},
   };
-  for (const auto &each : kCases) {
-    Device device;
-    device.answer("cat /var/wan1.info", "10.0.0.1\n");
-    device.answer("arp -an", "? (10.0.0.1) at 00:11:22:aa:bb:cc [ether] on br0\n");
-    if (each.port != 0) device.part<Switch>().learn(kGateway, {each.port - 1});
-    device.part<Switch>().learn(kOther, {1});
-    EXPECT_EQ(enable(), each.port);
-    std::vector<std::string> expected = each.commands;
-    expected.insert(expected.begin(), {"arping -c 1 -I br0 10.0.0.1", "switch igmpsnoop off"});
-    expected.push_back("echo \"" + std::to_string(each.port) + "\" > /tmp/wanPort");
+  for (const auto &[port, list] : kLists) {
+    WanUplinkDevice device;
+    if (port != 0) device.table.learn(kGateway, {port - 1});
+    device.table.learn(kOther, {1});
+    EXPECT_EQ(enable(), port);
+    Lines expected = {"arping -c 1 -I br0 10.0.0.1", "switch igmpsnoop off"};
+    for (const std::string &command : list) expected.push_back("switch " + command);
+    expected.push_back("echo \"" + std::to_string(port) + "\" > /tmp/wanPort");
     EXPECT_EQ(device.shellLines(), expected);
-    EXPECT_EQ(device.text("/tmp/wanPort"), std::to_string(each.port) + "\n");
   }
 }
 
-TEST_F(IgmpSnooping, TakesTheHighestPortAndTheLastMatch) {
-  table_.learn(kGateway, {0, 1, 3});
+TEST(IgmpSnooping, TakesTheHighestPortAndTheLastMatch) {
+  WanUplinkDevice device;
+  device.table.learn(kGateway, {0, 1, 3});
   EXPECT_EQ(enable(), 4);
-  table_.learn(kGateway, {0, 1});
+  device.table.learn(kGateway, {0, 1});
   EXPECT_EQ(enable(), 2);
-  table_.learn(kGateway, {});
+  device.table.learn(kGateway, {});
   EXPECT_EQ(enable(), 2) << "an entry without a port says nothing";
-  table_.slow(10000).learnLast(kGateway, {2});
+  device.table.slow(10000).learnLast(kGateway, {2});
   EXPECT_EQ(enable(), 3) << "a last entry that is the gateway ends the search as usual";
 }
 
-TEST_F(IgmpSnooping, IsLeftAloneWhenTheSearchDoesNotEnd) {
-  const std::vector<std::string> only_arping = {"arping -c 1 -I br0 10.0.0.1"};
+TEST(IgmpSnooping, IsLeftAloneWhenTheSearchDoesNotEnd) {
   // The last entry is another station: that cancels the match before it.
-  table_.learn(kGateway, {1}).learnLast(kOther, {2});
+  WanUplinkDevice cancelled;
+  cancelled.table.learn(kGateway, {1}).learnLast(kOther, {2});
   EXPECT_EQ(enable(), 0);
-  EXPECT_EQ(device_.shellLines(), only_arping);
-  EXPECT_FALSE(device_.text("/tmp/wanPort"));
+  EXPECT_FALSE(cancelled.text("/tmp/wanPort"));
 
-  Device endless;
-  endless.answer("cat /var/wan1.info", "10.0.0.1\n");
-  endless.answer("arp -an", "? (10.0.0.1) at 00:11:22:aa:bb:cc [ether] on br0\n");
+  WanUplinkDevice endless;
   // Looks in vain do not count as entries.
-  endless.part<Switch>().slow(10).learn(kGateway, {1}).endless();
+  endless.table.slow(10).learn(kGateway, {1}).endless();
   EXPECT_EQ(enable(), 0);
   EXPECT_EQ(endless.requests().size(), 1u + 2048);
-  EXPECT_EQ(endless.shellLines(), only_arping);
 
-  Device stuck;
-  stuck.answer("cat /var/wan1.info", "10.0.0.1\n");
-  stuck.part<Switch>().slow(1000000000);
+  WanUplinkDevice stuck;
+  stuck.table.slow(1000000000);
   EXPECT_EQ(enable(), 0) << "a switch that never answers holds nobody for ever";
   EXPECT_EQ(stuck.clock().elapsed(), 60000);
-  EXPECT_EQ(stuck.shellLines(), only_arping);
+  for (const Device *device : {&cancelled, &endless, &stuck}) {
+    EXPECT_THAT(device->shellLines(), ElementsAre("arping -c 1 -I br0 10.0.0.1"));
+  }
 }
 
-TEST_F(IgmpSnooping, RemembersAGatewayThatIsSilent) {
-  table_.learn(kGateway, {0});
-  gatewayAnswers("? (10.0.0.1) at <incomplete> on br0\n");
+TEST(IgmpSnooping, RemembersAGatewayThatIsSilent) {
+  WanUplinkDevice device;
+  device.table.learn(kGateway, {0});
+  device.gatewayAnswers("? (10.0.0.1) at <incomplete> on br0\n");
   EXPECT_EQ(enable(), 0) << "never seen";
-  EXPECT_EQ(device_.text("/tmp/wanPort"), "0\n");
-  EXPECT_FALSE(device_.text("/tmp/gwMac"));
+  EXPECT_EQ(device.text("/tmp/wanPort"), "0\n");
+  EXPECT_FALSE(device.text("/tmp/gwMac"));
 
-  device_.file("/tmp/gwMac", kGateway);
-  EXPECT_EQ(enable(), 1);
-  gatewayAnswers("");
-  EXPECT_EQ(enable(), 1);
+  device.file("/tmp/gwMac", kGateway);
+  const std::string other = "? (10.0.0.1) at 0a:0b:0c:0d:0e:0f [ether] on br0\n";
   // Two neighbours make an address of 24 digits, which is none.
-  gatewayAnswers(
-      "? (10.0.0.1) at 0a:0b:0c:0d:0e:0f [ether] on br0\n"
-      "? (10.0.0.1) at 0a:0b:0c:0d:0e:0f [ether] on eth2.2\n");
-  EXPECT_EQ(enable(), 1);
-  EXPECT_EQ(device_.text("/tmp/gwMac"), kGateway);
-  gatewayAnswers(":" + std::string(300, ':') + "a:b");
-  EXPECT_EQ(enable(), 1);
+  for (const std::string &arp : {std::string(), other + other, std::string(300, ':') + "a:b"}) {
+    device.gatewayAnswers(arp);
+    EXPECT_EQ(enable(), 1) << arp;
+  }
+  EXPECT_EQ(device.text("/tmp/gwMac"), kGateway);
 
-  device_.forget();
-  device_.unstartable("arp -an");
+  device.forget();
+  device.unstartable("arp -an");
   EXPECT_EQ(enable(), 0);
-  EXPECT_THAT(device_.commands(), ElementsAre("arping -c 1 -I br0 10.0.0.1"));
-  EXPECT_EQ(device_.console(), "");
+  EXPECT_THAT(device.commands(), ElementsAre("arping -c 1 -I br0 10.0.0.1"));
+  EXPECT_EQ(device.console(), "");
 }
 
-TEST_F(IgmpSnooping, RunsNoSecondCommandOutOfAnAddress) {
-  table_.learn(kGateway, {0});
-  device_.answer("cat /var/wan1.info", "$(reboot)\n");
+TEST(IgmpSnooping, RunsNoSecondCommandOutOfAnAddress) {
+  WanUplinkDevice device;
+  device.answer("cat /var/wan1.info", "$(reboot)\n");
   enable();
-  EXPECT_EQ(device_.commands().front(), "arping -c 1 -I br0 ");
-  EXPECT_EQ(device_.pipes().back(), "arp -an | grep \"()\"");
+  EXPECT_EQ(device.commands().front(), "arping -c 1 -I br0 ");
+  EXPECT_EQ(device.pipes().back(), "arp -an | grep \"()\"");
 }
 
-TEST_F(IgmpSnooping, EndsTheWirelessUplinkWhenAWiredOneIsThere) {
-  table_.learn(kGateway, {3});
-  device_.settings({{"WirelessOPMode", "3"}}).file("/tmp/do_vela", "0\n");
-  EXPECT_EQ(igmpsnooping_init(), 0);
-  EXPECT_THAT(device_.writes(), ElementsAre("set 1 WirelessOPMode=1", "commit 1"));
-  std::vector<std::string> commands = device_.commands();
-  ASSERT_EQ(commands.size(), 10u);
-  EXPECT_THAT(
-      (std::vector<std::string>(commands.begin() + 7, commands.end())),
-      ElementsAre("echo \"4\" > /tmp/wanPort", "echo \"1\" > /tmp/nvram_LOCK", "reboot.sh"));
-  EXPECT_EQ(device_.text("/tmp/nvram_LOCK"), "1\n");
+TEST(IgmpSnooping, EndsTheWirelessUplinkOnlyWhenAWiredOneIsThere) {
+  const struct {
+    const char *mode, *easy_setup, *arp;
+    bool ends;
+  } kCases[] = {
+      {"3", "0\n", "00:11:22:aa:bb:cc", true},  {"3", nullptr, "00:11:22:aa:bb:cc", false},
+      {"3", "", "00:11:22:aa:bb:cc", false},    {"3", "1\n0\n", "00:11:22:aa:bb:cc", false},
+      {"1", "0\n", "00:11:22:aa:bb:cc", false}, {"3", "0\n", "0a:0b:0c:0d:0e:0f", false},
+  };
+  for (const auto &[mode, easy_setup, arp, ends] : kCases) {
+    WanUplinkDevice device;
+    device.table.learn(kGateway, {3});
+    device.gatewayAnswers(arp);
+    device.settings({{"WirelessOPMode", mode}});
+    if (easy_setup != nullptr) device.file("/tmp/do_vela", easy_setup);
+    EXPECT_EQ(igmpsnooping_init(), 0);
+    Lines commands = device.commands(), writes = device.writes();
+    if (ends) {
+      EXPECT_EQ(Lines(commands.begin() + 7, commands.end()),
+                (Lines{"echo \"4\" > /tmp/wanPort", "echo \"1\" > /tmp/nvram_LOCK", "reboot.sh"}));
+      EXPECT_THAT(writes, ElementsAre("set 1 WirelessOPMode=1", "commit 1"));
+      EXPECT_EQ(device.text("/tmp/nvram_LOCK"), "1\n");
+    } else {
+      EXPECT_THAT(commands.back(), EndsWith("> /tmp/wanPort"));
+      EXPECT_THAT(writes, IsEmpty());
+    }
+  }
 }
 
-TEST_F(IgmpSnooping, KeepsTheWirelessUplinkOtherwise) {
-  table_.learn(kGateway, {3});
-  device_.settings({{"WirelessOPMode", "3"}});
-  igmpsnooping_init();  // no /tmp/do_vela, which is not 0
-  device_.file("/tmp/do_vela", "1\n0\n");
-  igmpsnooping_init();
-  device_.file("/tmp/do_vela", "");
-  igmpsnooping_init();
-  device_.file("/tmp/do_vela", "0\n").settings({{"WirelessOPMode", "1"}});
-  igmpsnooping_init();
-  device_.settings({{"WirelessOPMode", "3"}}).file("/tmp/gwMac", kOther);
-  gatewayAnswers("");
-  igmpsnooping_init();
-  EXPECT_EQ(device_.text("/tmp/wanPort"), "0\n");
-  EXPECT_THAT(device_.writes(), IsEmpty());
-  EXPECT_FALSE(device_.text("/tmp/nvram_LOCK"));
+TEST(IgmpSnooping, TurnsTheModuleIntoAnAccessPoint) {
+  WanUplinkDevice device;
+  device.table.learn(kGateway, {0});
+  device.settings({{"OperationMode", "3"}});  // of the main space, which does not matter
+  igmpHWSnoopingRule();
+  EXPECT_EQ(device.commands().back(), "echo \"1\" > /tmp/wanPort");
+  EXPECT_THAT(device.writes(), IsEmpty());
 
-  device_.forget();
-  device_.removeFile("/var/wan1.info");
+  device.forget();
+  device.settings({{"OperationMode", "3"}}, 2);
+  igmpHWSnoopingRule();
+  Lines lines = device.shellLines();
+  EXPECT_EQ(Lines(lines.begin() + 8, lines.end()),
+            (Lines{"call_qcsapi_sockrpc --host 1.1.1.2 disassociate wifi0 1>/dev/null 2>&1",
+                   "wlan_5G.sh \"SwitchAP\" > /dev/null 1>/dev/null 2>&1"}));
+  EXPECT_THAT(device.writes(), ElementsAre("set 2 WlanEnabled=1;0;0;0;0;0;0;0;0"));
+
+  device.forget();
+  device.table.learnLast(kOther, {1});
+  igmpHWSnoopingRule();
+  EXPECT_THAT(device.writes(), IsEmpty());
+
+  // Without a WAN the switch is not even asked.
+  device.forget();
+  device.removeFile("/var/wan1.info");
   igmpsnooping_init();
   igmpHWSnoopingRule();
-  EXPECT_THAT(device_.events(), IsEmpty());
-}
-
-TEST_F(IgmpSnooping, TurnsTheModuleIntoAnAccessPoint) {
-  table_.learn(kGateway, {0});
-  device_.settings({{"OperationMode", "3"}});  // of the main space, which does not matter
-  igmpHWSnoopingRule();
-  EXPECT_EQ(device_.commands().back(), "echo \"1\" > /tmp/wanPort");
-  EXPECT_THAT(device_.writes(), IsEmpty());
-
-  device_.forget();
-  device_.settings({{"OperationMode", "3"}}, 2);
-  igmpHWSnoopingRule();
-  std::vector<std::string> lines = device_.shellLines();
-  ASSERT_EQ(lines.size(), 10u);
-  EXPECT_EQ(lines[8], "call_qcsapi_sockrpc --host 1.1.1.2 disassociate wifi0 1>/dev/null 2>&1");
-  EXPECT_EQ(lines[9], "wlan_5G.sh \"SwitchAP\" > /dev/null 1>/dev/null 2>&1");
-  EXPECT_THAT(device_.writes(), ElementsAre("set 2 WlanEnabled=1;0;0;0;0;0;0;0;0"));
-
-  device_.forget();
-  table_.learnLast(kOther, {1});
-  igmpHWSnoopingRule();
-  EXPECT_THAT(device_.writes(), IsEmpty());
+  EXPECT_THAT(device.events(), IsEmpty());
 }
 
 TEST(SwitchAccess, EndsTheProcessWhenItFails) {
@@ -230,7 +213,7 @@ TEST(SwitchAccess, EndsTheProcessWhenItFails) {
     fputs(device.errors().c_str(), stderr);
     _exit(status == 0 && fcntl(esw_fd, F_GETFD) == -1 ? 0 : 9);
   });
-  Switch &registers = device.part<Switch>();
+  sim::Switch &registers = device.part<sim::Switch>();
   registers.set(0x2008, 7);
   switch_init();
   uint32_t value = 0;

@@ -8,46 +8,44 @@ using sim::Event;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-using WanPort = WanUplink;
+using Lines = std::vector<std::string>;
 
-TEST_F(WanPort, IsWhereTheGatewayWasLearnt) {
-  table_.learn(kOther, {2}).slow(2).learn(kGateway, {0});
+TEST(WanPort, IsWhereTheGatewayWasLearnt) {
+  WanUplinkDevice device;
+  device.table.learn(kOther, {2}).slow(2).learn(kGateway, {0});
   switch_init();
   EXPECT_EQ(checkWanPortNumber(), 1);
   switch_fini();
-  EXPECT_EQ(device_.console(), "WAN Port is 1\n");
-  EXPECT_THAT(device_.shellLines(), ElementsAre("ping -c 1 10.0.0.1"));
-  EXPECT_THAT(device_.pipes(),
+  EXPECT_EQ(device.console(), "WAN Port is 1\n");
+  EXPECT_THAT(device.shellLines(), ElementsAre("ping -c 1 10.0.0.1"));
+  EXPECT_THAT(device.pipes(),
               ElementsAre("cat /var/wan1.info | sed -n 's/:.*//p'", "arp -an | grep 10.0.0.1"));
-  EXPECT_THAT(device_.requests(),
+  EXPECT_THAT(device.requests(),
               ElementsAre("switch register 80 = 8004", "switch register 80 = 8005",
                           "switch register 80 = 8005"));
-  EXPECT_FALSE(device_.text("/tmp/wanPort"));
-  EXPECT_FALSE(device_.text("/tmp/gwMac"));
-  EXPECT_EQ(device_.clock().elapsed(), 5 * (2 + 2));
+  EXPECT_FALSE(device.text("/tmp/wanPort"));
+  EXPECT_FALSE(device.text("/tmp/gwMac"));
+  EXPECT_EQ(device.clock().elapsed(), 5 * (2 + 2));
 }
 
-TEST_F(WanPort, CanBeUnknown) {
-  switch_init();
-  table_.learn(kOther, {2});
-  EXPECT_EQ(checkWanPortNumber(), 0);
-  EXPECT_EQ(device_.console(), "WAN Port is 0\n");
-
+TEST(WanPort, CanBeUnknown) {
+  WanUplinkDevice device;
+  device.table.learn(kOther, {2});
   // No use is made of the address that the snooping has saved.
-  device_.file("/tmp/gwMac", kOther);
-  gatewayAnswers("");
+  device.file("/tmp/gwMac", kOther).answer("arp -an", "");
+  switch_init();
   EXPECT_EQ(checkWanPortNumber(), 0);
+  EXPECT_EQ(device.console(), "WAN Port is 0\n");
 
-  device_.forget();
-  gatewayAnswers("? (10.0.0.1) at 00:11:22:aa:bb:cc [ether] on br0\n");
-  table_.learn(kGateway, {1}).learnLast(kOther, {2});
+  WanUplinkDevice cancelled;
+  cancelled.table.learn(kGateway, {1}).learnLast(kOther, {2});
   EXPECT_EQ(checkWanPortNumber(), 16384) << "cancelled, although the gateway was there";
-  device_.unstartable("arp -an");
+  cancelled.unstartable("arp -an");
   EXPECT_EQ(checkWanPortNumber(), 0);
-  EXPECT_EQ(device_.console(), "");
+  EXPECT_EQ(cancelled.console(), "");
 
-  Device endless;
-  endless.part<sim::Switch>().learn(kOther, {1}).endless();
+  WanUplinkDevice endless;
+  endless.table.learn(kGateway, {1}).endless();
   EXPECT_EQ(checkWanPortNumber(), 0);
   EXPECT_EQ(endless.requests().size(), 1u + 2048);
   EXPECT_EQ(endless.console(), "");
@@ -55,7 +53,7 @@ TEST_F(WanPort, CanBeUnknown) {
 }
 
 TEST(LanPorts, AreRestartedAllButTheWan) {
-  const std::vector<std::string> kAll = {
+  const Lines kAll = {
       "mii_mgr -s -p 0 -r 0 -v 0x3900 >null", "mii_mgr -s -p 0 -r 0 -v 0x3100 >null",
       "mii_mgr -s -p 1 -r 0 -v 0x3900 >null", "mii_mgr -s -p 1 -r 0 -v 0x3100 >null",
       "mii_mgr -s -p 2 -r 0 -v 0x3900 >null", "mii_mgr -s -p 2 -r 0 -v 0x3100 >null",
@@ -64,7 +62,7 @@ TEST(LanPorts, AreRestartedAllButTheWan) {
   for (int wan : {0, 1, 2, 3, 4, 5, -1, 16384}) {
     Device device;
     resetEthernetSwitchPort(wan);
-    std::vector<std::string> expected = kAll;
+    Lines expected = kAll;
     bool spared = wan >= 1 && wan <= 4;
     if (spared) expected.erase(expected.begin() + 2 * (wan - 1), expected.begin() + 2 * wan);
     EXPECT_EQ(device.shellLines(), expected) << wan;
@@ -75,110 +73,67 @@ TEST(LanPorts, AreRestartedAllButTheWan) {
   }
 }
 
-class PortEvent : public testing::Test {
- protected:
-  PortEvent() {
-    device_.interface("br0").address("192.168.1.1");
-    device_.settings({{"OperationMode", "1"}, {"WirelessOPMode", "0"}});
-  }
-  void gateway(const std::string &hex) {
-    device_.file("/proc/net/route",
-                 "Iface\tDestination\tGateway\tFlags\tRefCnt\tUse\tMetric\tMask\tMTU\n"
-                 "br0\t00000000\t" +
-                     hex + "\t0003\t0\t0\t0\t00000000\t0\n");
-  }
-  std::vector<std::string> signals() {
-    std::vector<std::string> found;
-    for (const Event &event : device_.events()) {
-      if (event.kind == Event::kSignal) found.push_back(event.text);
-    }
-    return found;
-  }
-  void expectNothing() {
-    EXPECT_THAT(device_.commands(), IsEmpty());
-    EXPECT_THAT(signals(), IsEmpty());
-  }
-
-  Device device_;
-};
-
+constexpr char kPidFile[] = "/var/run/udhcpc1.pid";
 constexpr char kPresent[] = "0100000A";  // 10.0.0.1
 constexpr char kAbsent[] = "00000000";
 
-TEST_F(PortEvent, OfOtherKindsIsIgnored) {
-  for (int event : {17, 20, 21, 31}) EXPECT_EQ(ethernetPortEventHandler(event), 0);
-  expectNothing();
-  EXPECT_THAT(device_.asked(), IsEmpty());
+// The commands that were run, and "signal to process".
+Lines handled(int event, const Device &device) {
+  EXPECT_EQ(ethernetPortEventHandler(event), 0);
+  Lines done = device.shellLines();
+  for (const Event &each : device.events()) {
+    if (each.kind == Event::kSignal) done.push_back(each.text);
+  }
+  return done;
 }
 
-TEST_F(PortEvent, StartsTheWanAnewInModeOne) {
-  device_.settings({{"WirelessOPMode", "1"}}).file("/var/run/udhcpc1.pid", "77\n");
-  gateway(kPresent);
-  ethernetPortEventHandler(1);
-  expectNothing();
-  gateway(kAbsent);
-  ethernetPortEventHandler(1);
-  EXPECT_THAT(device_.shellLines(),
-              ElementsAre("killall -9 udhcpc >null", "rm /var/run/udhcpc1.pid", "wan.sh >null"));
-  EXPECT_FALSE(device_.text("/var/run/udhcpc1.pid"));
-  EXPECT_THAT(signals(), IsEmpty());
-
-  // The other way to say that there is no gateway.
+TEST(PortEvent, StartsTheWanAnewOrRenewsItsLease) {
+  const Lines kNothing, kWan = {"wan.sh >null"};
+  const Lines kAnew = {"killall -9 udhcpc >null", "rm /var/run/udhcpc1.pid", "wan.sh >null"};
+  const struct {
+    const char *mode, *gateway, *pid;
+    Lines done;
+  } kCases[] = {
+      {"1", kPresent, "77\n", kNothing},
+      {"1", kAbsent, "77\n", kAnew},
+      {"0", kPresent, nullptr, kWan},
+      {"0", kAbsent, nullptr, kWan},
+      // The bytes of the text are the number: "77" is 0x3737, not 77.
+      {"", kAbsent, "77\n", {"16 to 14135"}},
+      {"0", kAbsent, " 77 99", {"16 to 14135"}},
+      {"0", kAbsent, "123", {"16 to 3355185"}},
+      {"0", kPresent, "123", kNothing},
+      // The end of four digits falls on the gateway and hides it.
+      {"0", kPresent, "1234\n", {"16 to 875770417"}},
+      // More digits become the gateway.
+      {"0", kAbsent, "12345\n", kNothing},
+      {"0", kPresent, "12345\n", kNothing},
+      {"0", kPresent, "12340.0.0.0\n", {"16 to 875770417"}},
+      // No number of a file reaches a group of processes.
+      {"0", kAbsent, "", kNothing},
+      {"0", kAbsent, "\xFF\xFF\xFF\xFF\n", kNothing},
+  };
+  for (const auto &[mode, gateway, pid, done] : kCases) {
+    Device device;
+    device.settings({{"OperationMode", "1"}, {"WirelessOPMode", mode}});
+    device.interface("br0").address("192.168.1.1");
+    device.file("/proc/net/route",
+                "Iface\tDestination\tGateway\tFlags\tRefCnt\tUse\tMetric\tMask\tMTU\n"
+                "br0\t00000000\t" +
+                    std::string(gateway) + "\t0003\t0\t0\t0\t00000000\t0\n");
+    if (pid != nullptr) device.file(kPidFile, pid);
+    for (int ignored : {17, 20, 21, 31}) EXPECT_EQ(handled(ignored, device), kNothing);
+    EXPECT_THAT(device.asked(), IsEmpty());
+    EXPECT_EQ(handled(1, device), done) << mode << gateway << (pid != nullptr ? pid : "-");
+  }
+  // br0 is the WAN, and /var/wan1.info is missing: the gateway is "0.0.0.0".
   Device bridge;
   bridge.settings({{"OperationMode", "0"}, {"WirelessOPMode", "1"}});
   bridge.interface("br0").address("192.168.1.1");
-  ethernetPortEventHandler(0);  // br0 is the WAN, and /var/wan1.info is missing: "0.0.0.0"
-  EXPECT_EQ(bridge.commands().size(), 3u);
-}
-
-TEST_F(PortEvent, StartsTheWanInOtherModesWhenItHasNoClient) {
-  for (const char *hex : {kPresent, kAbsent}) {
-    device_.forget();
-    gateway(hex);
-    ethernetPortEventHandler(2);
-    EXPECT_THAT(device_.shellLines(), ElementsAre("wan.sh >null"));
-  }
-  device_.forget();
-  device_.remove("WirelessOPMode").file("/var/run/udhcpc1.pid", "77\n");
-  gateway(kPresent);
-  ethernetPortEventHandler(2);
-  expectNothing();
-}
-
-// The bytes of the text are the number: "77" is 0x3737, not 77.
-TEST_F(PortEvent, SignalsTheProcessThatThePidFilesBytesMake) {
-  const struct {
-    const char *file;
-    const char *gateway;
-    std::vector<std::string> signals;
-  } kCases[] = {
-      {"77\n", kAbsent, {"16 to 14135"}},
-      {"123", kAbsent, {"16 to 3355185"}},
-      {"77", kPresent, {}},
-      // The end of four digits falls on the gateway and hides it.
-      {"1234\n", kPresent, {"16 to 875770417"}},
-      // More digits become the gateway.
-      {"12345\n", kAbsent, {}},
-      {"12345\n", kPresent, {}},
-      {"12340.0.0.0\n", kPresent, {"16 to 875770417"}},
-      {" 77 99", kAbsent, {"16 to 14135"}},
-      // No number of a file reaches a group of processes.
-      {"", kAbsent, {}},
-      {"\xFF\xFF\xFF\xFF\n", kAbsent, {}},
-  };
-  for (const auto &each : kCases) {
-    device_.forget();
-    gateway(each.gateway);
-    device_.file("/var/run/udhcpc1.pid", each.file);
-    EXPECT_EQ(ethernetPortEventHandler(3), 0);
-    EXPECT_EQ(signals(), each.signals) << each.file << " " << each.gateway;
-    EXPECT_THAT(device_.commands(), IsEmpty());
-  }
-  // Longer than both fields together.
-  device_.forget();
-  device_.file("/var/run/udhcpc1.pid", std::string(4000, '1'));
-  ethernetPortEventHandler(3);
-  expectNothing();
+  EXPECT_EQ(handled(0, bridge), kAnew);
+  // Longer than the fields of the number and the gateway together.
+  bridge.settings({{"WirelessOPMode", "0"}}).file(kPidFile, std::string(4000, '1')).forget();
+  EXPECT_EQ(handled(3, bridge), kNothing);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-/* The store's programs, run as from a shell. */
+/* The store's programs, run as from a shell, and what its library shows to others. */
 #include <gmock/gmock.h>
 
 #include "tests/nvram/processes.h"
@@ -7,6 +7,7 @@ namespace {
 
 using testing::EndsWith;
 using testing::HasSubstr;
+using testing::UnorderedElementsAre;
 
 struct Outcome {
   int status;
@@ -31,14 +32,10 @@ class Programs : public testing::Test {
 };
 
 TEST_F(Programs, SetGetAndShowSettings) {
-  EXPECT_EQ(run("nvram_set", "RadioOff 1").status, 0);
-  EXPECT_EQ(run("nvram_set", "-s 2 SSIDSTA ' two  words'").status, 0);
-  EXPECT_EQ(run("nvram_set", "empty ''").status, 0);
-  EXPECT_EQ(run("nvram_set", "list '[a,b]'").status, 0);
-  EXPECT_EQ(run("nvram_set", "dash --help").status, 0);
-  EXPECT_EQ(run("nvram_set", "number -1").status, 0);
-  EXPECT_EQ(run("nvram_set", "lines 'a\nb\\n'").status, 0);
-
+  for (const char *arguments : {"RadioOff 1", "-s 2 SSIDSTA ' two  words'", "empty ''",
+                                "list '[a,b]'", "dash --help", "number -1", "lines 'a\nb\\n'"}) {
+    EXPECT_EQ(run("nvram_set", arguments).status, 0);
+  }
   EXPECT_EQ(run("nvram_get", "RadioOff").output, "1\n");
   EXPECT_EQ(run("nvram_get", "--space 2 SSIDSTA").output, " two  words\n");
   EXPECT_EQ(run("nvram_get", "empty").output, "\n");
@@ -60,8 +57,7 @@ TEST_F(Programs, SetGetAndShowSettings) {
 TEST_F(Programs, SayWhatWentWrong) {
   mkdir(folder.file("space3.conf").c_str(), 0700);
   const struct {
-    const char *program;
-    const char *arguments;
+    const char *program, *arguments;
     int status;
     const char *errors;
   } cases[] = {
@@ -90,6 +86,16 @@ TEST_F(Programs, SayWhatWentWrong) {
     EXPECT_THAT(help.output, HasSubstr("ORBA_NVRAM_DIR"));
     EXPECT_THAT(help.output, HasSubstr("--space"));
   }
+}
+
+TEST(SharedLibrary, ExportsItsSixFunctionsOnly) {
+  std::vector<std::string> names;
+  FILE *pipe = popen(NM " -D --defined-only --format=just-symbols " NVRAM_LIBRARY, "r");
+  char name[256];
+  while (fscanf(pipe, "%255s", name) == 1) names.emplace_back(name);
+  EXPECT_EQ(pclose(pipe), 0);
+  EXPECT_THAT(names, UnorderedElementsAre("getNthValueSafe", "nvram_bufget", "nvram_bufset",
+                                          "nvram_commit", "nvram_get", "nvram_set"));
 }
 
 }  // namespace

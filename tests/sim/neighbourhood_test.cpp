@@ -1,43 +1,11 @@
-// The networks of a text file, as the library's survey shows them.
+// The networks of a text file: what a user may write, and what he is told.
 #include "sim/neighbourhood.h"
 
 #include <gmock/gmock.h>
 
-#include <fstream>
-#include <sstream>
 #include <stdexcept>
 
-#include "orba_util.h"
-#include "sim/radio.h"
-
 namespace {
-
-TEST(Neighbourhood, OfTheExample) {
-  std::ifstream file(ORBA_EXAMPLES "/neighbourhood.txt");
-  std::ostringstream text;
-  text << file.rdbuf();
-  sim::Device device;
-  device.part<sim::Radio>().networks(sim::readNeighbourhood(text.str()));
-  EXPECT_EQ(printStaBssidList(), 0);
-  EXPECT_EQ(device.printed(),
-            "Content-Type: text/html\n\n["
-            "{ssid:'Home&#39;s AP',bssid:'00:11:22:33:44:55',rssi:'89%',channel:'6',"
-            "encryption:'TKIP; AES',auth:'WPA-PSK; WPA2-PSK',network_type:'Infrastructure'},"
-            "{ssid:'Corner Cafe',bssid:'00:1A:2B:00:00:01',rssi:'44%',channel:'11',"
-            "encryption:'Not Use',auth:'OPEN',network_type:'Infrastructure'},"
-            "{ssid:'attic',bssid:'00:1A:2B:00:00:02',rssi:'13%',channel:'1',"
-            "encryption:'WEP',auth:'Unknown',network_type:'Infrastructure'},"
-            "{ssid:'Office &lt;2nd&gt;',bssid:'00:1A:2B:00:00:03',rssi:'100%',channel:'13',"
-            "encryption:'AES',auth:'WPA2',network_type:'Infrastructure'},"
-            "{ssid:'Old office',bssid:'00:1A:2B:00:00:04',rssi:'60%',channel:'3',"
-            "encryption:'TKIP',auth:'WPA',network_type:'Infrastructure'},"
-            "{ssid:'laptop',bssid:'00:1A:2B:00:00:05',rssi:'24%',channel:'10',"
-            "encryption:'AES',auth:'WPA2-NONE',network_type:'Ad Hoc'},"
-            "{ssid:'&amp;nbsp',bssid:'00:1A:2B:00:00:06',rssi:'0%',channel:'9',"
-            "encryption:'AES',auth:'WPA2-PSK',network_type:'Infrastructure'},"
-            "{ssid:'&nbsp;',bssid:'00:1A:2B:00:00:07',rssi:'76%',channel:'4',"
-            "encryption:'AES',auth:'WPA2-PSK',network_type:'Infrastructure'}]");
-}
 
 TEST(Neighbourhood, NamesMayHoldAnyByte) {
   auto networks =
@@ -48,10 +16,7 @@ TEST(Neighbourhood, NamesMayHoldAnyByte) {
 }
 
 TEST(Neighbourhood, SaysWhatItCannotRead) {
-  struct {
-    const char *text;
-    const char *fault;
-  } cases[] = {
+  const std::pair<const char *, const char *> cases[] = {
       {"home 00:11:22:33:44:55 6 -5", "line 1: a name in double quotes is missing"},
       {"#\n\"home", "line 2: the name's closing quote is missing"},
       {"\"\\n\" 00:11:22:33:44:55 6 -5", "line 1: only \\\" \\\\ and \\xHH are known"},
@@ -64,12 +29,12 @@ TEST(Neighbourhood, SaysWhatItCannotRead) {
       {"\"123456789012345678901234567890123\" 00:11:22:33:44:55 6 -5",
        "line 1: the name is longer than 32 bytes"},
   };
-  for (const auto &c : cases) {
+  for (const auto &[text, fault] : cases) {
     try {
-      sim::readNeighbourhood(c.text);
-      ADD_FAILURE() << c.text;
+      sim::readNeighbourhood(text);
+      ADD_FAILURE() << text;
     } catch (const std::invalid_argument &error) {
-      EXPECT_STREQ(error.what(), c.fault);
+      EXPECT_STREQ(error.what(), fault);
     }
   }
 }

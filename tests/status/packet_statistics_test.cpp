@@ -204,21 +204,10 @@ TEST(SwitchRegister, IsTakenFromTheReply) {
 TEST(SwitchRegister, HalvesAreJoinedAsText) {
   Device device;
   Switch &ports = device.part<Switch>();
-  const struct {
-    uint32_t high, low;
-    long long bytes;
-  } kCases[] = {
-      {1, 5, 0x15},  // not 0x100000005
-      {0, 0, 0},
-      {2, 0, 0x20},
-      {0, 0xFFFFFFFF, 0xFFFFFFFF},
-      {1, 0x10000000, 0x110000000},
-      {0xFFFFFFFF, 0xFFFFFFFF, 0x7FFFFFFFFFFFFFFF},
-  };
-  for (const auto &each : kCases) {
-    ports.set(0x4048, each.low).set(0x404C, each.high);
-    EXPECT_EQ(getSwitchBytes("4048", "404C"), each.bytes) << each.high << " " << each.low;
-  }
+  ports.set(0x4048, 0).set(0x404C, 2);
+  EXPECT_EQ(getSwitchBytes("4048", "404C"), 0x20) << "not 0x200000000";
+  ports.set(0x4048, 0xFFFFFFFF).set(0x404C, 0xFFFFFFFF);
+  EXPECT_EQ(getSwitchBytes("4048", "404C"), 0x7FFFFFFFFFFFFFFF);
 }
 
 using Getters = std::vector<int (*)(char *, int, char **)>;

@@ -11,7 +11,7 @@ TEST(StoreFormat, PrintsWhatAPersonCanReadAndEdit) {
   const Settings settings = {
       {"PortForwardRules", "192.168.1.2,80,80,1,web;"},
       {"SSID1", " caf\xc3\xa9 = \"open\" "},
-      {"Banner", "one\ntwo\r\t\\n\x01\x7f"},
+      {"Banner", "one\ntwo\r\t\\n\x01\x1f\x7f"},
       {"ApCliSsid", ""},
       {" odd key ", "#1"},
   };
@@ -21,7 +21,7 @@ TEST(StoreFormat, PrintsWhatAPersonCanReadAndEdit) {
       "bytes.\n"
       "\\x20odd key\\x20=#1\n"
       "ApCliSsid=\n"
-      "Banner=one\\ntwo\\r\\t\\\\n\\x01\\x7f\n"
+      "Banner=one\\ntwo\\r\\t\\\\n\\x01\\x1f\\x7f\n"
       "PortForwardRules=192.168.1.2,80,80,1,web;\n"
       "SSID1= caf\xc3\xa9 = \"open\"\\x20\n");
 }

@@ -315,7 +315,8 @@ int sim_sysinfo(struct sysinfo *info) {
 // ---- time ----
 
 int sim_setitimer(int which, const itimerval *timer, itimerval *previous) {
-  if (device() == nullptr) return setitimer(static_cast<__itimer_which_t>(which), timer, previous);
+  if (device() == nullptr)
+    return setitimer(static_cast<decltype(ITIMER_REAL)>(which), timer, previous);
   if (previous != nullptr) memset(previous, 0, sizeof *previous);
   long long first = timer->it_value.tv_sec * 1000LL + timer->it_value.tv_usec / 1000;
   long long period = timer->it_interval.tv_sec * 1000LL + timer->it_interval.tv_usec / 1000;

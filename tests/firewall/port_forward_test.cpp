@@ -2,6 +2,7 @@
 // the three ways of reading the list.
 #include "firewall/port_forward_list.h"
 
+#include <arpa/inet.h>
 #include <gmock/gmock.h>
 
 #include "orba_util.h"
@@ -67,6 +68,10 @@ iptables -t nat -A port_forward -j DNAT -d 172.16.5.6 -p tcp --dport 80 --to 192
 TEST(PortForward, HostileValuesMakeNoSecondCommand) {
   Gateway device;
   device.settings({{"vlanEnabled", "1"}, {"wan1Vid", "1;reboot;12345"}});
+  in_addr address;
+  if (inet_aton("1.2.3.4 $(id)", &address) == 0) {
+    GTEST_SKIP() << "this C library reads no address out of such a text";
+  }
   // inet_aton does not mind what stands behind a blank. A ';' ends the record.
   EXPECT_EQ(device.forward("1.2.3.4 $(id)'\n|sh,80|sh,9`x`,TCP;1.2.3.4 ;reboot,80,0,TCP"), R"(
 iptables -t filter -A port_forward -i 'eth2.1;reboot;1' -d '1.2.3.4 $(id)'\''

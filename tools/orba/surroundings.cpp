@@ -6,21 +6,31 @@
 #include <netpacket/packet.h>
 
 #include <cstdio>
+#include <cstring>
 
 namespace orba::tool {
 
 namespace {
 
+// The address as its family has it; a sockaddr is not aligned for all of them.
+template <typename Address>
+Address as(const sockaddr *address) {
+  Address copy;
+  memcpy(&copy, address, sizeof copy);
+  return copy;
+}
+
 std::string dotted(const sockaddr *address) {
+  const in_addr number = as<sockaddr_in>(address).sin_addr;
   char text[INET_ADDRSTRLEN];
-  inet_ntop(AF_INET, &reinterpret_cast<const sockaddr_in *>(address)->sin_addr, text, sizeof text);
+  inet_ntop(AF_INET, &number, text, sizeof text);
   return text;
 }
 
-std::string colons(const sockaddr_ll *link) {
+std::string colons(const sockaddr_ll &link) {
   char text[18];
-  snprintf(text, sizeof text, "%02X:%02X:%02X:%02X:%02X:%02X", link->sll_addr[0], link->sll_addr[1],
-           link->sll_addr[2], link->sll_addr[3], link->sll_addr[4], link->sll_addr[5]);
+  snprintf(text, sizeof text, "%02X:%02X:%02X:%02X:%02X:%02X", link.sll_addr[0], link.sll_addr[1],
+           link.sll_addr[2], link.sll_addr[3], link.sll_addr[4], link.sll_addr[5]);
   return text;
 }
 
@@ -47,8 +57,10 @@ void putSurroundings(sim::Device &device) {
     if (at->ifa_addr->sa_family == AF_INET && interface.address().empty()) {
       interface.address(dotted(at->ifa_addr)).netmask(dotted(at->ifa_netmask));
     }
-    const auto *link = reinterpret_cast<const sockaddr_ll *>(at->ifa_addr);
-    if (link->sll_family == AF_PACKET && link->sll_halen == 6) interface.mac(colons(link));
+    if (at->ifa_addr->sa_family == AF_PACKET) {
+      const auto link = as<sockaddr_ll>(at->ifa_addr);
+      if (link.sll_halen == 6) interface.mac(colons(link));
+    }
   }
   freeifaddrs(first);
 }

@@ -2,12 +2,20 @@
 
 namespace orba {
 
-Setting setting(const char *key, int space) {
-  return Setting(nvram_bufget(space, key));
+const char Setting::kMissing[1] = "";
+
+const char *Setting::readBuffered(const char *key, int space) {
+  const char *value = nvram_bufget(space, key);
+  return value != nullptr ? value : kMissing;
 }
 
-Setting storedSetting(const char *key, int space) {
-  return Setting(nvram_get(space, key));
+const char *Setting::readStored(const char *key, int space) {
+  const char *value = nvram_get(space, key);
+  return value != nullptr ? value : kMissing;
+}
+
+bool Setting::is(const char *other) const {
+  return !missing() && same(text_, other);
 }
 
 Setting wanSetting(const char *key, int wan) {

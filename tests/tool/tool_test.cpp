@@ -10,6 +10,7 @@
 #include "tools/orba/check.h"
 #include "tools/orba/config.h"
 #include "tools/orba/entry.h"
+#include "tools/orba/sample_calls.h"
 #include "tools/orba/settings.h"
 
 using namespace orba::tool;
@@ -76,6 +77,16 @@ TEST(Entries, SayWhatIsWrongWithTheirWords) {
               entryNamed("ledAlways").call({"99999999999", "1"});
             }),
             "GPIO: 99999999999 does not fit 32 bits");
+}
+
+TEST(Entries, HaveSampleCallsThatTheyTake) {
+  for (const Entry &entry : entries()) {
+    for (const std::vector<std::string> &words : sampleCalls(entry)) {
+      sim::Device device;
+      setUpBench(device);
+      EXPECT_EQ(complaintOf([&] { entry.checkWords(words), entry.call(words); }), "") << entry.name;
+    }
+  }
 }
 
 TEST(Config, IsReadWithSpacesOrComplainedOfByLineAndKey) {

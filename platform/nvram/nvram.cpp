@@ -14,7 +14,7 @@
 
 namespace {
 
-std::mutex storeMutex;
+std::mutex store_mutex;
 
 // One thread's use of the store. Signals wait until it is over: a handler that
 // called the store from within would wait for its own thread for ever.
@@ -24,10 +24,10 @@ class Turn {
     sigset_t all;
     sigfillset(&all);
     pthread_sigmask(SIG_SETMASK, &all, &before_);
-    storeMutex.lock();
+    store_mutex.lock();
   }
   ~Turn() {
-    storeMutex.unlock();
+    store_mutex.unlock();
     pthread_sigmask(SIG_SETMASK, &before_, nullptr);
   }
   Turn(const Turn &) = delete;
@@ -50,7 +50,7 @@ void afterFork() {
 
 // When the library is loaded: a fork may be the first thing that another
 // thread does while the store is in use for the first time.
-[[maybe_unused]] const int forkIsWatched = pthread_atfork(beforeFork, afterFork, afterFork);
+[[maybe_unused]] const int fork_is_watched = pthread_atfork(beforeFork, afterFork, afterFork);
 
 // Never destroyed: the texts it gave out are promised until the process ends.
 nvram::Store &store() {

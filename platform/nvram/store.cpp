@@ -58,14 +58,14 @@ Store::Store(std::string folder) : folder_(std::move(folder)) {
 }
 
 Store::Space &Store::at(int space) {
-  if (space < firstSpace || space > lastSpace) {
+  if (space < kFirstSpace || space > kLastSpace) {
     throw std::system_error(std::make_error_code(std::errc::invalid_argument));
   }
-  return spaces_[static_cast<std::size_t>(space - firstSpace)];
+  return spaces_[static_cast<std::size_t>(space - kFirstSpace)];
 }
 
 int Store::numberOf(const Space &space) const {
-  return static_cast<int>(&space - spaces_.data()) + firstSpace;
+  return static_cast<int>(&space - spaces_.data()) + kFirstSpace;
 }
 
 const char *Store::keep(const std::string &text) {

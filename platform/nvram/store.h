@@ -54,7 +54,7 @@ class Store {
   const char *keep(const std::string &text);
 
   std::string folder_;
-  std::array<Space, lastSpace - firstSpace + 1> spaces_;
+  std::array<Space, kLastSpace - kFirstSpace + 1> spaces_;
   std::unordered_set<std::string> kept_;
 };
 

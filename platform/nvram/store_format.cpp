@@ -11,7 +11,7 @@ constexpr std::string_view fileComment =
     "bytes.\n";
 
 // The escapes with a letter of their own: the byte and the letter.
-constexpr std::pair<char, char> namedEscapes[] = {
+constexpr std::pair<char, char> kNamedEscapes[] = {
     {'\\', '\\'}, {'\n', 'n'}, {'\r', 'r'}, {'\t', 't'}};
 
 void appendHex(std::string &out, char byte) {
@@ -21,7 +21,7 @@ void appendHex(std::string &out, char byte) {
 }
 
 void appendByte(std::string &out, char byte) {
-  for (const auto &[meant, letter] : namedEscapes) {
+  for (const auto &[meant, letter] : kNamedEscapes) {
     if (byte == meant) {
       out += {'\\', letter};
       return;
@@ -52,7 +52,7 @@ std::optional<char> takeEscape(std::string_view &text) {
     return static_cast<char>(high * 16 + low);
   }
   if (text.size() < 2) return std::nullopt;
-  for (const auto &[meant, letter] : namedEscapes) {
+  for (const auto &[meant, letter] : kNamedEscapes) {
     if (text[1] == letter) {
       text.remove_prefix(2);
       return meant;
@@ -91,7 +91,7 @@ int sectionOf(std::string_view line) {
   while (isBlank(line.back())) line.remove_suffix(1);
   if (line.size() != 3 || line[2] != ']') return 0;
   const int space = line[1] - '0';
-  return space >= firstSpace && space <= lastSpace ? space : 0;
+  return space >= kFirstSpace && space <= kLastSpace ? space : 0;
 }
 
 class Parser {

@@ -24,8 +24,8 @@
 
 namespace nvram {
 
-inline constexpr int firstSpace = 1;
-inline constexpr int lastSpace = 9;
+inline constexpr int kFirstSpace = 1;
+inline constexpr int kLastSpace = 9;
 
 using Settings = std::map<std::string, std::string, std::less<>>;
 
@@ -50,7 +50,7 @@ bool validKey(std::string_view key);
  * `damages`. A key that stands twice in a space is a damage too, and only its
  * later line is among the entries. */
 std::vector<Entry> parseSettings(std::string_view text, std::vector<Damage> *damages,
-                                 int space = firstSpace);
+                                 int space = kFirstSpace);
 
 /* One "KEY=VALUE" line with its newline. */
 std::string printSetting(std::string_view key, std::string_view value);

@@ -18,38 +18,38 @@ void hashPad(unsigned char block[kHmacBlockSize], unsigned char mask, uint32_t s
   for (int i = 0; i < 5; ++i) state[i] = ctx.state[i];
 }
 
-[[gnu::noinline]] void hmac(const unsigned char *text, int textLen, unsigned char *key, int keyLen,
-                            unsigned char digest[kDigestSize]) {
-  if (!key) keyLen = 0;
+[[gnu::noinline]] void hmac(const unsigned char *text, int text_length, unsigned char *key,
+                            int key_length, unsigned char digest[kDigestSize]) {
+  if (!key) key_length = 0;
   // Meant, and callers know it: a long key is shortened where the caller keeps it.
-  if (keyLen > kHmacBlockSize) {
-    digestOf(key, keyLen, key);
-    keyLen = kDigestSize;
+  if (key_length > kHmacBlockSize) {
+    digestOf(key, key_length, key);
+    key_length = kDigestSize;
   }
   HmacKey prepared;
-  prepareHmacKey(&prepared, key, keyLen);
+  prepareHmacKey(&prepared, key, key_length);
   A_SHA_CTX ctx;
-  resumeAfterPad(&ctx, prepared.afterInnerPad);
-  A_SHAUpdate(&ctx, text, textLen);
+  resumeAfterPad(&ctx, prepared.after_inner_pad);
+  A_SHAUpdate(&ctx, text, text_length);
   A_SHAFinal(&ctx, digest);
-  resumeAfterPad(&ctx, prepared.afterOuterPad);
+  resumeAfterPad(&ctx, prepared.after_outer_pad);
   A_SHAUpdate(&ctx, digest, kDigestSize);
   A_SHAFinal(&ctx, digest);
 }
 
 }  // namespace
 
-void prepareHmacKey(HmacKey *prepared, const unsigned char *key, int keyLen) {
+void prepareHmacKey(HmacKey *prepared, const unsigned char *key, int key_length) {
   unsigned char block[kHmacBlockSize] = {};
-  if (keyLen > kHmacBlockSize) {
-    digestOf(key, keyLen, block);
+  if (key_length > kHmacBlockSize) {
+    digestOf(key, key_length, block);
   } else {
-    for (int i = 0; i < keyLen; ++i) block[i] = key[i];
+    for (int i = 0; i < key_length; ++i) block[i] = key[i];
   }
-  constexpr unsigned char innerMask = 0x36;
-  constexpr unsigned char outerMask = 0x5C;
-  hashPad(block, innerMask, prepared->afterInnerPad);
-  hashPad(block, innerMask ^ outerMask, prepared->afterOuterPad);
+  constexpr unsigned char kInnerMask = 0x36;
+  constexpr unsigned char kOuterMask = 0x5C;
+  hashPad(block, kInnerMask, prepared->after_inner_pad);
+  hashPad(block, kInnerMask ^ kOuterMask, prepared->after_outer_pad);
 }
 
 void resumeAfterPad(A_SHA_CTX *ctx, const uint32_t state[5]) {
@@ -68,8 +68,8 @@ void resumeAfterPad(A_SHA_CTX *ctx, const uint32_t state[5]) {
 
 }  // namespace orba
 
-void hmac_sha1(const unsigned char *text, int textLen, unsigned char *key, int keyLen,
+void hmac_sha1(const unsigned char *text, int text_length, unsigned char *key, int key_length,
                unsigned char digest[20]) {
-  orba::hmac(text, textLen, key, keyLen, digest);
+  orba::hmac(text, text_length, key, key_length, digest);
   orba::wipeStack();
 }

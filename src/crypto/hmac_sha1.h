@@ -13,12 +13,12 @@ constexpr int kHmacBlockSize = 64;
 // A key, as the hash state after each of its two pads: hashed once, good for any
 // number of messages.
 struct HmacKey {
-  uint32_t afterInnerPad[5];
-  uint32_t afterOuterPad[5];
+  uint32_t after_inner_pad[5];
+  uint32_t after_outer_pad[5];
 };
 
 // Two block computations; a key longer than a block costs its own hash as well.
-void prepareHmacKey(HmacKey *prepared, const unsigned char *key, int keyLen);
+void prepareHmacKey(HmacKey *prepared, const unsigned char *key, int key_length);
 
 // Begins a hash where one of the pads ended.
 void resumeAfterPad(A_SHA_CTX *ctx, const uint32_t state[5]);

@@ -42,9 +42,9 @@ void A_SHAFinal(A_SHA_CTX *ctx, unsigned char digest[20]) {
   orba::storeBigEndian(length, ctx->bitLengthHigh);
   orba::storeBigEndian(length + 4, ctx->bitLengthLow);
 
-  const unsigned char endOfMessage = 0x80;
+  const unsigned char kEndOfMessage = 0x80;
   const unsigned char zero = 0;
-  A_SHAUpdate(ctx, &endOfMessage, 1);
+  A_SHAUpdate(ctx, &kEndOfMessage, 1);
   while (ctx->blockBytes != 56) A_SHAUpdate(ctx, &zero, 1);
   A_SHAUpdate(ctx, length, 8);
 

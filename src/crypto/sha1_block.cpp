@@ -67,11 +67,11 @@ template <size_t... t>
 }  // namespace
 
 void sha1DigestBlock(const uint32_t start[5], uint32_t digest[5]) {
-  constexpr uint32_t endOfMessage = 0x80000000;
-  constexpr uint32_t messageBits = (64 + 20) * 8;
+  constexpr uint32_t kEndOfMessage = 0x80000000;
+  constexpr uint32_t kMessageBits = (64 + 20) * 8;
   uint32_t value[5] = {start[0], start[1], start[2], start[3], start[4]};
-  uint32_t words[16] = {digest[0], digest[1], digest[2], digest[3], digest[4], endOfMessage};
-  words[15] = messageBits;
+  uint32_t words[16] = {digest[0], digest[1], digest[2], digest[3], digest[4], kEndOfMessage};
+  words[15] = kMessageBits;
   unrolledRounds(value, words, std::make_index_sequence<80>());
   for (int i = 0; i < 5; ++i) digest[i] = start[i] + value[i];
 }

@@ -57,7 +57,7 @@ TEST(PasswordHash, RefusesWhatIsTooLongAndLeavesTheKeyUntouched) {
   const std::string sixtyThree(63, 'p'), sixtyFour(64, 'p'), name(33, 'n');
   const struct {
     const char *passphrase;
-    int ssidLen, result;
+    int ssid_length, result;
   } cases[] = {
       {sixtyThree.c_str(), 32, 1},
       {sixtyFour.c_str(), 32, 0},
@@ -66,16 +66,16 @@ TEST(PasswordHash, RefusesWhatIsTooLongAndLeavesTheKeyUntouched) {
       {nullptr, 4, 0},
       {"", 0, 1},
   };
-  for (const auto &[passphrase, ssidLen, result] : cases) {
+  for (const auto &[passphrase, ssid_length, result] : cases) {
     unsigned char out[40] = "untouched";
-    EXPECT_EQ(PasswordHash(passphrase, bytesOf(name), ssidLen, out), result);
-    EXPECT_EQ(strcmp(reinterpret_cast<char *>(out), "untouched") != 0, result == 1) << ssidLen;
+    EXPECT_EQ(PasswordHash(passphrase, bytesOf(name), ssid_length, out), result);
+    EXPECT_EQ(strcmp(reinterpret_cast<char *>(out), "untouched") != 0, result == 1) << ssid_length;
   }
 }
 
 TEST(F, IsOneBlockOfPbkdf2AndLeavesAConstantPassphraseAlone) {
   const struct {
-    int length, iterations, blockIndex;
+    int length, iterations, block_index;
     const char *block;
   } cases[] = {
       {0, 1, 1, "1e437a1c79d75be61e91141dae20affc4892cc99"},
@@ -88,9 +88,9 @@ TEST(F, IsOneBlockOfPbkdf2AndLeavesAConstantPassphraseAlone) {
       {8, -7, 1, "0e8f5371b266859023cce5cad44a39875de238c7"},
   };
   unsigned char out[20];
-  for (const auto &[length, iterations, blockIndex, block] : cases) {
+  for (const auto &[length, iterations, block_index, block] : cases) {
     const std::string passphrase(length, 'k'), salt(length, 's');
-    F(passphrase.c_str(), bytesOf(salt), length, iterations, blockIndex, out);
+    F(passphrase.c_str(), bytesOf(salt), length, iterations, block_index, out);
     EXPECT_EQ(hex(out, 20), block) << length << ' ' << iterations;
     EXPECT_EQ(passphrase, std::string(length, 'k'));
   }

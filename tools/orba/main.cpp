@@ -1,8 +1,9 @@
 // orba: see what the library would do, or do it.
-#include <termios.h>
+#include <bsd/readpassphrase.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <cstring>
 #include <iostream>
 
 #include "tools/orba/apply.h"
@@ -192,23 +193,17 @@ int show(const Options &options) {
   return kFound;
 }
 
-// Reads a line from standard input, which is not shown when it is a terminal.
+// Reads a line from standard input, or unseen from the terminal when it is one.
 std::string readSecret(const char *prompt) {
-  termios shown;
-  bool terminal = tcgetattr(STDIN_FILENO, &shown) == 0;
-  if (terminal) {
-    termios hidden = shown;
-    hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-    std::cerr << prompt << std::flush;
-    tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden);
+  std::string secret(1024, '\0');
+  if (isatty(STDIN_FILENO) == 0) {
+    std::getline(std::cin, secret);
+  } else if (readpassphrase(prompt, secret.data(), secret.size(), RPP_ECHO_OFF) != nullptr) {
+    secret.resize(strlen(secret.c_str()));
+  } else {
+    secret.clear();
   }
-  std::string line;
-  std::getline(std::cin, line);
-  if (terminal) {
-    tcsetattr(STDIN_FILENO, TCSAFLUSH, &shown);
-    std::cerr << "\n";
-  }
-  return line;
+  return secret;
 }
 
 int psk(const std::string &ssid) {
@@ -219,7 +214,7 @@ int psk(const std::string &ssid) {
                       std::to_string(passphrase.size()));
   }
   std::cout << entryNamed("PasswordHash").call({passphrase, ssid}).returned << "\n";
-  std::fill(passphrase.begin(), passphrase.end(), '\0');
+  explicit_bzero(passphrase.data(), passphrase.size());
   return kDone;
 }
 

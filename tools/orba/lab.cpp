@@ -40,11 +40,11 @@ std::string router() {
   return process;
 }
 
-// Beside the installed tool, or in the source tree that it was built from.
+// Beside the installed tool, or where the build has linked the source tree's.
 fs::path scriptFolder() {
-  fs::path installed = fs::read_symlink("/proc/self/exe").parent_path().parent_path() / "share" /
-                       "orba_util" / "lab";
-  return fs::exists(installed) ? installed : fs::path(ORBA_LAB_SCRIPTS);
+  fs::path here = fs::read_symlink("/proc/self/exe").parent_path();
+  fs::path installed = here.parent_path() / "share" / "orba_util" / "lab";
+  return fs::exists(installed) ? installed : fs::weakly_canonical(here / "lab");
 }
 
 void enterNamespace(const std::string &process, const char *kind) {

@@ -531,8 +531,8 @@ int get16MBSSIDBuilt(char *out, int argc, char **argv);
 /* Channel numbers and their centre frequencies in kHz, 2.4 GHz first; to be
  * searched from the front up to G_nChanFreqCount entries. */
 struct ChannelFrequency {
-  uint32_t channel;
-  uint32_t kilohertz;
+  uint32_t channel;   /* as the radio counts them */
+  uint32_t kilohertz; /* its centre frequency */
 };
 extern const struct ChannelFrequency ChannelFreqTable[53];
 extern const int G_nChanFreqCount;
@@ -754,12 +754,12 @@ int wlan_schedule_cfg(char *record, int dayIndex);
  * global_shared_stuff, and exchanges it whole with the shared one: fetch before
  * reading, publish after changing. Texts are NUL-terminated. */
 typedef struct orba_login_record {
-  char login_user[32];
-  int32_t session_id; /* 0 when nobody is logged in */
+  char login_user[32];   /* who is logged in; "" when nobody is */
+  int32_t session_id;    /* 0 when nobody is logged in */
   char session_file[32]; /* path of the current session's file */
-  int32_t login_status; /* the server's; 0 after a logout */
+  int32_t login_status;  /* the server's; 0 after a logout */
   char status_text[128]; /* the server's; "Ready" at first */
-  uint32_t tail; /* the server's */
+  uint32_t tail;         /* the server's */
 } orba_login_record;
 
 /* This process's copy of the login record; all zero until it is fetched. */

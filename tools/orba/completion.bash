@@ -1,0 +1,70 @@
+# Completes the words of orba in bash. Subcommands and options are read from
+# orba's own help, entry points from its list, so this needs no change with them.
+
+# What the help of "orba WORD..." has in a section, a line each:
+# _orba_help SECTION WORD...
+_orba_help() {
+  local section=$1 line
+  shift
+  "$orba" "$@" --help 2>/dev/null | while IFS= read -r line; do
+    case $line in
+      "$section:") local here=1 ;;
+      '') here= ;;
+      "  "[![:blank:]]*) [ -z "$here" ] || printf '%s\n' "${line#  }" ;;
+    esac
+  done
+}
+
+# The first column of a list, its alternatives apart: "-c,--config TEXT" is two words.
+_orba_words() {
+  local line word
+  while IFS= read -r line; do
+    line=${line%%[[:blank:]]*}
+    for word in ${line//,/ }; do printf '%s\n' "$word"; done
+  done
+}
+
+_orba_files() {  # -f files or -d folders, the word
+  mapfile -t COMPREPLY < <(compgen "$1" -- "$2")
+  compopt -o filenames 2>/dev/null || true
+}
+
+_orba() {
+  local orba=$1 word=$2 before=$3
+  local commands=() i part
+  COMPREPLY=()
+  # The subcommands in front of the cursor: the first word, and the second of "lab".
+  for ((i = 1; i < COMP_CWORD && ${#commands[@]} < 2; i++)); do
+    part=${COMP_WORDS[i]}
+    [[ $part == -* ]] && continue
+    commands+=("$part")
+    [ "$part" = lab ] || break
+  done
+
+  local offered=
+  case $before in
+    -c | --config | -d | --device) _orba_files -f "$word"; return ;;
+    -r | --root) _orba_files -d "$word"; return ;;
+    --at | --ticks) return ;;
+  esac
+  if [[ $word == -* ]]; then
+    offered=$(_orba_help Options "${commands[@]}" | _orba_words)
+  else
+    case "${commands[*]}" in
+      '' | lab) offered=$(_orba_help Subcommands "${commands[@]}" | _orba_words) ;;
+      'lab shell') [ "$before" = shell ] && offered='router lan internet' ;;
+      *)
+        # A subcommand's first positional may be an entry point.
+        if [ "$before" = "${commands[0]}" ] &&
+          _orba_help Positionals "${commands[@]}" | grep -qE '^(ENTRY|GETTER) '; then
+          offered=$("$orba" list | sed -n 's/^  \([^ ]*\).*/\1/p')
+          [ "${commands[0]}" = show ] && offered+=' schedule'
+        elif _orba_help Positionals "${commands[@]}" | grep -q ':FILE'; then
+          _orba_files -f "$word"
+          return
+        fi ;;
+    esac
+  fi
+  mapfile -t COMPREPLY < <(compgen -W "$offered" -- "$word")
+}
+complete -F _orba orba

@@ -1,30 +1,48 @@
 include(CMakePackageConfigHelpers)
 
-install(TARGETS orba_util nvram EXPORT orba_util
-  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-  PUBLIC_HEADER DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
-  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+# The parts, each a Debian package of its own in Packages.cmake: `library`,
+# `store` (libnvram, which a device brings itself), `development` and `tool`.
+function(install_library target component)
+  install(TARGETS ${target} EXPORT orba_util
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+      COMPONENT ${component} NAMELINK_COMPONENT development
+    PUBLIC_HEADER DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development
+    INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+endfunction()
+install_library(orba_util library)
+install_library(nvram store)
 
 # For CMake: find_package(orba_util), then link orba::orba_util.
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/orba_util)
 install(EXPORT orba_util NAMESPACE orba:: FILE orba_util-config.cmake
-  DESTINATION ${package_folder})
+  DESTINATION ${package_folder} COMPONENT development)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/orba_util-config-version.cmake
   COMPATIBILITY SameMinorVersion)
-install(FILES ${PROJECT_BINARY_DIR}/orba_util-config-version.cmake DESTINATION ${package_folder})
+install(FILES ${PROJECT_BINARY_DIR}/orba_util-config-version.cmake
+  DESTINATION ${package_folder} COMPONENT development)
 
-# For everyone else: pkg-config --cflags --libs orba_util.
+# For everyone else: pkg-config --cflags --libs orba_util. Its paths go from
+# where the file stands, so it holds wherever the files are put.
+file(RELATIVE_PATH prefix_from_pkgconfig ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" prefix_from_pkgconfig ${prefix_from_pkgconfig})
 configure_file(cmake/orba_util.pc.in orba_util.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/orba_util.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES ${PROJECT_BINARY_DIR}/orba_util.pc
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+install(FILES man/orba_util.3 man/nvram.3
+  DESTINATION ${CMAKE_INSTALL_MANDIR}/man3 COMPONENT development)
 
 # The tool and the store's programs.
-foreach(program orba nvram_get nvram_set nvram_show)
-  if(TARGET ${program})
+if(ORBA_TOOL)
+  foreach(program orba nvram_get nvram_set nvram_show)
     set_target_properties(${program} PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
-    install(TARGETS ${program} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-  endif()
-endforeach()
-
-# The lab, for the tool, and the configurations to try it with.
-install(DIRECTORY lab examples DESTINATION ${CMAKE_INSTALL_DATADIR}/orba_util
-  USE_SOURCE_PERMISSIONS)
+    install(TARGETS ${program} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
+    string(REGEX REPLACE "^nvram_.*" nvram_get page ${program})  # one page for all three
+    install(FILES man/${page}.1 RENAME ${program}.1
+      DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
+  endforeach()
+  install(FILES tools/orba/completion.bash RENAME orba
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tool)
+  # The lab, for the tool, and the configurations to try it with.
+  install(DIRECTORY lab examples DESTINATION ${CMAKE_INSTALL_DATADIR}/orba_util
+    COMPONENT tool USE_SOURCE_PERMISSIONS PATTERN __pycache__ EXCLUDE)
+endif()

@@ -29,8 +29,7 @@ expect() {
 }
 
 export PKG_CONFIG_PATH=$libraries/pkgconfig
-# The prefix is where the files are now, not where the build was to go.
-read -ra flags < <(pkg-config --define-variable=prefix="$work/usr" --cflags --libs orba_util)
+read -ra flags < <(pkg-config --cflags --libs orba_util)
 cc -std=c99 -Wall -Wextra -pedantic -Werror "$work/consumer.c" "${flags[@]}" -o "$work/in_c"
 expect "$work/in_c"
 

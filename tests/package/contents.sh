@@ -1,0 +1,65 @@
+#!/usr/bin/env bash
+# Packs the build and looks at the packages: what they hold, what they depend
+# on, and whether what is in them works where they are unpacked.
+#   contents.sh SOURCE_FOLDER BUILD_FOLDER WORK_FOLDER
+set -euo pipefail
+source=$1 build=$2 work=$3
+rm -rf "$work"
+mkdir -p "$work"
+(cd "$build" && cpack -B "$work" >"$work/cpack.log") || { cat "$work/cpack.log"; exit 1; }
+cd "$work"
+version=$(sed -n 's/^project(.*VERSION \([0-9.]*\).*/\1/p' "$source/CMakeLists.txt")
+multiarch=$(dpkg-architecture -qDEB_HOST_MULTIARCH)
+
+package=
+status=0
+wrong() { printf '%s: %s\n' "$package" "$*"; status=1; }
+field() { dpkg-deb -f "$package"_*.deb "$1"; }
+
+# The files in /usr, without documentation; LIB is the architecture's folder.
+expect() {  # package, dependency pattern, file...
+  package=$1
+  [[ "$(field Depends)" =~ ^$2$ ]] || wrong "depends on $(field Depends)"
+  [ "$(field Version)" = "$version-1" ] || wrong "has version $(field Version)"
+  shift 2
+  local held wanted
+  dpkg-deb -x "$package"_*.deb "$package.tree"
+  cp -r "$package.tree/." all
+  held=$(cd "$package.tree/usr" && find . ! -type d | sed "s,^\./,,; s,^lib/$multiarch/,LIB/," |
+    grep -vE '^share/orba_util/(lab|examples)/' | sort)
+  wanted=$(printf '%s\n' "$@" share/doc/"$package"/{copyright,changelog.gz,changelog.Debian.gz} | sort)
+  [ "$held" = "$wanted" ] || wrong "wanted (<) and held (>) files differ:
+$(diff <(echo "$wanted") <(echo "$held"))"
+}
+mkdir all
+libc='libc6 \(>= [0-9.]+\)'
+cxx="$libc, libgcc-s1 \(>= [0-9.]+\), libstdc\+\+6 \(>= [0-9.]+\)"
+store="libnvram0 \(>= $version-1\)"
+expect libnvram0 "$cxx" LIB/libnvram.so.{0,"$version"}
+expect liborba-util0 "$store, $libc" LIB/liborba_util.so.{0,"$version"}
+expect liborba-util-dev "liborba-util0 \(= $version-1\), libnvram0 \(= $version-1\), libc6-dev" \
+  include/{nvram,orba_util}.h LIB/lib{nvram,orba_util}.so LIB/pkgconfig/orba_util.pc \
+  LIB/cmake/orba_util/orba_util-config{,-release,-version}.cmake share/man/man3/{nvram,orba_util}.3.gz
+expect orba "$store, libbsd0 \(>= [0-9.]+\), $cxx" bin/{orba,nvram_{get,set,show}} \
+  share/man/man1/{orba,nvram_{get,set,show}}.1.gz share/bash-completion/completions/orba
+
+# Nothing tells where it was built, or looks for libraries in a place of its own.
+package=all
+found=$(grep -rlF "$source" all || true)
+[ -z "$found" ] || wrong "these name the folder of the build: $found"
+for program in all/usr/bin/* all/usr/lib/"$multiarch"/*.so.0; do
+  if readelf -d "$program" | grep -E 'RPATH|RUNPATH'; then wrong "${program##*/} has a path"; fi
+done
+
+export LD_LIBRARY_PATH=$PWD/all/usr/lib/$multiarch ORBA_NVRAM_DIR=$work/settings
+examples=all/usr/share/orba_util/examples
+[ "$(all/usr/bin/orba --version)" = "$version" ] || wrong "orba --version"
+all/usr/bin/orba plan firewall_init --config $examples/gateway.conf | grep -q '^firewall_init: .* returns 0' ||
+  wrong "orba plan firewall_init"
+all/usr/bin/orba lab down >said 2>&1 || grep -q 'lab is up' said || wrong "orba lab: $(cat said)"
+all/usr/bin/nvram_set OperationMode 1
+[ "$(all/usr/bin/nvram_get OperationMode)" = 1 ] || wrong "nvram_get"
+flags=$(PKG_CONFIG_LIBDIR=$LD_LIBRARY_PATH/pkgconfig pkg-config --cflags orba_util)
+[ "$(realpath ${flags#-I})" = "$PWD/all/usr/include" ] || wrong "pkg-config says $flags"
+[ $status = 0 ] && ls ./*.deb
+exit $status

@@ -32,7 +32,7 @@ install(FILES man/orba_util.3 man/nvram.3
   DESTINATION ${CMAKE_INSTALL_MANDIR}/man3 COMPONENT development)
 
 # The tool and the store's programs.
-if(ORBA_TOOL)
+if(TARGET orba)
   foreach(program orba nvram_get nvram_set nvram_show)
     set_target_properties(${program} PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
     install(TARGETS ${program} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)

@@ -74,6 +74,7 @@ void PacketFilter::run(const std::string &line) {
     std::optional<std::vector<std::string>> words = wordsOf(command.text);
     if (words && !words->empty()) runCommand(command.text, *words);
   }
+  lines_run_++;
 }
 
 void PacketFilter::runCommand(const std::string &command, const std::vector<std::string> &words) {
@@ -137,6 +138,7 @@ std::string PacketFilter::change(Table &table, const std::vector<std::string> &w
       if (position > chain.rules.size()) return "no such position";
     }
     Rule rule = ruleFrom(words, first);
+    rule.line = lines_run_;
     bool user_chain = !rule.target.empty() && table.count(rule.target) != 0;
     bool built_in_target = !rule.target.empty() && isupper(rule.target[0]) && !user_chain;
     if (!rule.target.empty() && !user_chain && !built_in_target) return "no such target";

@@ -17,6 +17,7 @@ class PacketFilter {
   struct Rule {
     std::string text;    // as it was given, without table, command and chain
     std::string target;  // what stands behind -j, empty for none
+    size_t line = 0;     // which of the lines that were run made it, from 0
   };
   struct Chain {
     std::string policy;  // of a built-in chain, or of any ebtables chain
@@ -57,6 +58,7 @@ class PacketFilter {
 
   Programs programs_;
   std::vector<std::string> refused_;
+  size_t lines_run_ = 0;
 };
 
 }  // namespace sim

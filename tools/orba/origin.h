@@ -1,0 +1,38 @@
+// Which settings each command of a run came from, found by trying.
+#ifndef ORBA_TOOLS_ORIGIN_H
+#define ORBA_TOOLS_ORIGIN_H
+
+#include <string>
+#include <vector>
+
+#include "tools/orba/run.h"
+
+namespace orba::tool {
+
+struct Origin {
+  // A record that the command is made of; a value that it carries; a setting
+  // because of which it is there, or is as it is.
+  enum Role { kRecord, kValue, kBecause };
+  Role role;
+  int space;
+  std::string key;
+  int record = 0;  // from 1; 0 for the value as a whole
+
+  bool operator==(const Origin &) const = default;
+};
+
+// For each command of a run, in order: what it came from, the closest first.
+// Commands that are always the same have none.
+using Origins = std::vector<std::vector<Origin>>;
+
+// Runs the entry point again with each setting that it asked for changed, and
+// sees which commands that changes.
+Origins originsOf(const Run &run, const Prepare &prepare);
+
+// "PortForwardRules, record 1", and what the run was given for it.
+std::string nameOf(const Origin &origin);
+std::string valueOf(const Origin &origin, const Run &run);
+
+}  // namespace orba::tool
+
+#endif

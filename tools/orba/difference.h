@@ -7,25 +7,10 @@
 #include <string>
 #include <vector>
 
+#include "tools/orba/edits.h"
 #include "tools/orba/run.h"
 
 namespace orba::tool {
-
-// One line of two lists laid side by side.
-struct Edit {
-  enum Kind { kKept, kAdded, kRemoved, kMoved };
-  Kind kind;
-  std::string text;
-  size_t before = 0, after = 0;  // its places in the lists, from 1; 0 where it is not
-};
-using Edits = std::vector<Edit>;
-
-// The least that makes `after` of `before`, kept lines and all.
-Edits editsBetween(const std::vector<std::string> &before, const std::vector<std::string> &after);
-// The same with a line that went from one place to another told once, where it is now.
-Edits editsWithMoves(const std::vector<std::string> &before, const std::vector<std::string> &after);
-// Whether anything is not kept.
-bool changes(const Edits &edits);
 
 // A chain that differs. One that is there on one side only has no policy and
 // no rules on the other.
@@ -34,6 +19,8 @@ struct ChainDifference {
   bool was = true, is = true;  // there before, there after
   std::string policy_before, policy_after;
   Edits rules;  // all of the chain
+
+  bool same() const;
 };
 
 struct FileDifference {

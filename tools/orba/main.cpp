@@ -10,9 +10,11 @@
 #include "tools/orba/bench.h"
 #include "tools/orba/check.h"
 #include "tools/orba/config.h"
+#include "tools/orba/difference.h"
 #include "tools/orba/entry.h"
 #include "tools/orba/lab.h"
 #include "tools/orba/report.h"
+#include "tools/orba/run.h"
 #include "tools/orba/statistics.h"
 #include "tools/orba/surroundings.h"
 #include "tools/orba/week.h"
@@ -28,6 +30,7 @@ struct Options {
   std::string entry;
   std::vector<std::string> words;
   std::string config;
+  std::string changed_config;
   std::string root;
   std::string device;
   long long ticks = 0;
@@ -36,13 +39,12 @@ struct Options {
   bool json = false;
   bool raw = false;
   bool tables = false;
+  bool origins = false;
+  std::string picture;
 };
 
-void addCallOptions(CLI::App &command, Options &options, const char *entry_name) {
-  command.add_option(entry_name, options.entry, "The entry point; 'orba list' shows them")
-      ->required();
-  command.add_option("ARG", options.words, "Its arguments");
-  command.add_option("-c,--config", options.config, "The settings: KEY=VALUE lines, [1] and [2]");
+// What the device has besides settings, and how the answer is printed.
+void addDeviceOptions(CLI::App &command, Options &options) {
   command.add_option("-r,--root", options.root, "A folder with the device's files, read only")
       ->check(CLI::ExistingDirectory);
   command.add_option("-d,--device", options.device, "What the device on the bench has and finds")
@@ -51,6 +53,24 @@ void addCallOptions(CLI::App &command, Options &options, const char *entry_name)
   command.add_flag("--lab", options.in_lab, "With the addresses and files of the lab's router")
       ->excludes("--root");
   command.add_flag("--json", options.json, "Print for programs");
+}
+
+void addCallOptions(CLI::App &command, Options &options, const char *entry_name) {
+  command.add_option(entry_name, options.entry, "The entry point; 'orba list' shows them")
+      ->required();
+  command.add_option("ARG", options.words, "Its arguments");
+  command.add_option("-c,--config", options.config, "The settings: KEY=VALUE lines, [1] and [2]");
+  addDeviceOptions(command, options);
+}
+
+void addDiffOptions(CLI::App &command, Options &options) {
+  options.entry = "firewall_init";
+  command.add_option("BEFORE", options.config, "The settings: KEY=VALUE lines, [1] and [2]")
+      ->required();
+  command.add_option("AFTER", options.changed_config, "The changed settings")->required();
+  command.add_option("ENTRY", options.entry, "The entry point")->capture_default_str();
+  command.add_option("ARG", options.words, "Its arguments");
+  addDeviceOptions(command, options);
 }
 
 void addApplyOptions(CLI::App &command, ApplyOptions &options) {
@@ -84,10 +104,14 @@ void setClock(sim::Device &device, const std::string &at) {
   device.clock().set(device.clock().now() + time_t{60} * minutes);
 }
 
-void prepare(sim::Device &device, const Options &options) {
+std::vector<nvram::Entry> configOf(const Options &options) {
   std::string config = options.config;
   if (config.empty() && options.in_lab) config = labConfig();
-  if (!config.empty()) putSettings(readConfig(config), device);
+  return config.empty() ? std::vector<nvram::Entry>() : readConfig(config);
+}
+
+// All but the settings.
+void prepareDevice(sim::Device &device, const Options &options) {
   if (!options.root.empty()) device.lowerRoot(options.root);
   if (options.in_lab) {
     enterLab();
@@ -97,6 +121,11 @@ void prepare(sim::Device &device, const Options &options) {
   }
   if (!options.device.empty()) readDeviceFile(options.device, device);
   if (!options.at.empty()) setClock(device, options.at);
+}
+
+void prepare(sim::Device &device, const Options &options) {
+  putSettings(configOf(options), device);
+  prepareDevice(device, options);
 }
 
 Call callOn(sim::Device &device, const Options &options) {
@@ -129,20 +158,45 @@ int list(bool json) {
 }
 
 int plan(const Options &options) {
+  std::optional<Origins> origins;
+  if (options.origins) {
+    Prepare prepare = [&](sim::Device &device) { prepareDevice(device, options); };
+    Run run = runOn(configOf(options), options.entry, options.words, prepare);
+    origins = originsOf(run, prepare);
+  }
+  const Origins *shown = origins ? &*origins : nullptr;
   sim::Device device;
   Call call = callOn(device, options);
   if (options.json && options.tables) {
     std::cout << dumped(tablesAsJson(device)) << "\n";
   } else if (options.json) {
-    std::cout << dumped(planAsJson(call, device)) << "\n";
+    std::cout << dumped(planAsJson(call, device, shown)) << "\n";
   } else if (options.raw) {
     printRaw(std::cout, device);
   } else if (options.tables) {
     printTables(std::cout, device);
   } else {
-    printPlan(std::cout, call, device);
+    printPlan(std::cout, call, device, shown);
   }
   return kDone;
+}
+
+int diff(const Options &options) {
+  Prepare prepare = [&](sim::Device &device) { prepareDevice(device, options); };
+  auto run = [&](const std::string &config) {
+    return runOn(readConfig(config), options.entry, options.words, prepare);
+  };
+  Run before = run(options.config), after = run(options.changed_config);
+  Difference difference = differenceOf(before, after);
+  if (options.json) {
+    std::cout << dumped(differenceAsJson(difference)) << "\n";
+  } else if (difference.none()) {
+    std::cout << options.entry << ": no difference\n";
+  } else {
+    std::cout << "--- " << options.config << "\n+++ " << options.changed_config << "\n";
+    printDifference(std::cout, difference, isatty(STDOUT_FILENO) != 0);
+  }
+  return difference.none() ? kDone : kFound;
 }
 
 // Not an entry point, but what one of them makes of the radio's week.
@@ -257,12 +311,20 @@ int main(int argc, char **argv) {
   plan_command->add_option("--ticks", options.ticks,
                            "Let so many tenths of a second pass and run the timer's handler");
   plan_command->add_flag("--tables", options.tables, "The resulting chains, as packets meet them");
+  plan_command
+      ->add_flag("--origins", options.origins, "Below each command the settings it comes from")
+      ->excludes("--ticks");
 
   CLI::App *show_command =
       app.add_subcommand("show", "What a getter answers; 'show schedule': the radio's week");
   addCallOptions(*show_command, options, "GETTER");
 
   show_command->add_flag("--raw", options.raw, "The answer as the getter writes it");
+
+  CLI::App *diff_command = app.add_subcommand(
+      "diff", "What changes in an entry point's commands and chains with the settings");
+  Options diff_options;
+  addDiffOptions(*diff_command, diff_options);
 
   CLI::App *psk_command =
       app.add_subcommand("psk", "The WPA key of a network, from a pass phrase on standard input");
@@ -292,6 +354,7 @@ int main(int argc, char **argv) {
     app.parse(argc, argv);
     if (list_command->parsed()) return list(options.json);
     if (plan_command->parsed()) return plan(options);
+    if (diff_command->parsed()) return diff(diff_options);
     if (check_command->parsed()) return check(options);
     if (psk_command->parsed()) return psk(options.entry);
     if (apply_command->parsed()) return apply(apply_options) ? kDone : kFound;

@@ -25,10 +25,18 @@ struct Origin {
 // Commands that are always the same have none.
 using Origins = std::vector<std::vector<Origin>>;
 
-// Runs the entry point again with each setting that it asked for changed, and
-// sees which commands that changes.
+// Runs the entry point again with each setting that it asked for changed: a
+// record of a list left out, a value in place of another, none at all. The
+// commands that are then gone or others came from it.
+//
+// This sees one change at a time, and some values only: of two switches of which
+// either is enough it finds none, and a choice among names only by those that
+// settings.h knows. Of equal records one answers for all. A setting that must
+// merely be there is named only where nothing closer is.
 Origins originsOf(const Run &run, const Prepare &prepare);
 
+// "record", "value" or "because".
+const char *roleName(Origin::Role role);
 // "PortForwardRules, record 1", and what the run was given for it.
 std::string nameOf(const Origin &origin);
 std::string valueOf(const Origin &origin, const Run &run);

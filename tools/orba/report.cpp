@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iomanip>
+#include <sstream>
 
 #include "sim/packet_filter.h"
 
@@ -64,10 +65,43 @@ std::vector<std::string> filesWritten(const sim::Device &device) {
   return paths;
 }
 
+void printOrigins(std::ostream &out, const std::vector<Origin> &origins) {
+  std::string made_from, because;
+  for (const Origin &origin : origins) {
+    std::string &list = origin.role == Origin::kBecause ? because : made_from;
+    list += (list.empty() ? "" : "; ") + visible(nameOf(origin));
+  }
+  if (!made_from.empty()) out << "        from " << made_from << "\n";
+  if (!because.empty()) out << "        because of " << because << "\n";
+}
+
+nlohmann::ordered_json originsAsJson(const std::vector<Origin> &origins) {
+  nlohmann::ordered_json json = nlohmann::ordered_json::array();
+  for (const Origin &origin : origins) {
+    json.push_back({{"role", roleName(origin.role)},
+                    {"space", origin.space},
+                    {"key", origin.key},
+                    {"record", origin.record}});
+  }
+  return json;
+}
+
 }  // namespace
 
 std::string dumped(const nlohmann::ordered_json &value) {
   return value.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+}
+
+std::string inWords(const Event &event) {
+  std::string what = wordingOf(event.kind).in_text;
+  return what.empty() ? event.text : what + ": " + event.text;
+}
+
+std::vector<std::string> linesIn(const std::string &text) {
+  std::vector<std::string> lines;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  return lines;
 }
 
 std::string visible(const std::string &text) {
@@ -86,7 +120,8 @@ std::string visible(const std::string &text) {
   return shown;
 }
 
-void printPlan(std::ostream &out, const Call &call, const sim::Device &device) {
+void printPlan(std::ostream &out, const Call &call, const sim::Device &device,
+               const Origins *origins) {
   int number = 0;
   bool timed = device.clock().elapsed() > 0;
   for (const Event &event : device.events()) {
@@ -94,8 +129,9 @@ void printPlan(std::ostream &out, const Call &call, const sim::Device &device) {
     if (event.kind == Event::kCommand) {
       out << std::setw(4) << ++number << "  " << visible(sim::withoutRunnerRedirection(event.text))
           << "\n";
+      if (origins != nullptr) printOrigins(out, origins->at(static_cast<size_t>(number) - 1));
     } else {
-      out << "      -- " << wordingOf(event.kind).in_text << ": " << visible(event.text) << "\n";
+      out << "      -- " << visible(inWords(event)) << "\n";
     }
   }
   out << "\n" << call.entry.name << ": " << number << (number == 1 ? " command" : " commands");
@@ -152,16 +188,21 @@ void printRaw(std::ostream &out, const sim::Device &device) {
   for (const std::string &line : device.shellLines()) out << line << "\n";
 }
 
-nlohmann::ordered_json planAsJson(const Call &call, const sim::Device &device) {
+nlohmann::ordered_json planAsJson(const Call &call, const sim::Device &device,
+                                  const Origins *origins) {
   nlohmann::ordered_json plan;
   plan["entry"] = call.entry.name;
   plan["arguments"] = call.words;
   plan["returned"] = call.answer.returned;
   plan["outputs"] = call.answer.outputs;
   plan["events"] = nlohmann::ordered_json::array();
+  size_t number = 0;
   for (const Event &event : device.events()) {
     plan["events"].push_back(
         {{"kind", wordingOf(event.kind).in_json}, {"text", event.text}, {"ms", event.at}});
+    if (event.kind == Event::kCommand && origins != nullptr) {
+      plan["events"].back()["origins"] = originsAsJson(origins->at(number++));
+    }
   }
   plan["files"] = nlohmann::ordered_json::object();
   for (const std::string &path : filesWritten(device)) {

@@ -7,6 +7,7 @@
 
 #include "sim/device.h"
 #include "tools/orba/entry.h"
+#include "tools/orba/origin.h"
 
 namespace orba::tool {
 
@@ -17,10 +18,13 @@ struct Call {
 };
 
 // The commands in order, numbered; between them, marked, what else was done.
-void printPlan(std::ostream &out, const Call &call, const sim::Device &device);
+// With origins, below each command what it came from.
+void printPlan(std::ostream &out, const Call &call, const sim::Device &device,
+               const Origins *origins = nullptr);
 // The exact lines given to the shell, one a line.
 void printRaw(std::ostream &out, const sim::Device &device);
-nlohmann::ordered_json planAsJson(const Call &call, const sim::Device &device);
+nlohmann::ordered_json planAsJson(const Call &call, const sim::Device &device,
+                                  const Origins *origins = nullptr);
 
 // The chains that the commands make of an empty packet filter, and the commands
 // that change routes.
@@ -29,6 +33,12 @@ nlohmann::ordered_json tablesAsJson(const sim::Device &device);
 
 // The text of a JSON value; bytes that are no UTF-8 are replaced.
 std::string dumped(const nlohmann::ordered_json &value);
+
+// "reads: cat /proc/uptime": anything that was done, but for its command alone.
+std::string inWords(const sim::Event &event);
+
+// The lines of a text, the last one with or without its newline.
+std::vector<std::string> linesIn(const std::string &text);
 
 // A text that may hold anything, safe to show on a terminal.
 std::string visible(const std::string &text);

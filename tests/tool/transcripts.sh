@@ -10,6 +10,8 @@ cd "$examples"
 declare -A runs=(
   [gateway.firewall]='plan firewall_init --config gateway.conf'
   [gateway.tables]='plan firewall_init --config gateway.conf --tables'
+  [gateway.origins]='plan firewall_init --config gateway.conf --origins'
+  [gateway.nights]='diff gateway.conf pppoe-gateway.conf wlan_schedule_init --at "Mon 22:45"'
   [gateway.startup]='plan initInternet --config gateway.conf'
   [gateway.schedule]='plan wlan_schedule_init --config gateway.conf --at "Mon 22:45"'
   [gateway.week]='show schedule --config gateway.conf'

@@ -3,7 +3,9 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <cerrno>
 #include <cstring>
+#include <fstream>
 #include <iostream>
 
 #include "tools/orba/apply.h"
@@ -12,6 +14,7 @@
 #include "tools/orba/config.h"
 #include "tools/orba/difference.h"
 #include "tools/orba/entry.h"
+#include "tools/orba/firewall_picture.h"
 #include "tools/orba/lab.h"
 #include "tools/orba/report.h"
 #include "tools/orba/run.h"
@@ -70,6 +73,8 @@ void addDiffOptions(CLI::App &command, Options &options) {
   command.add_option("AFTER", options.changed_config, "The changed settings")->required();
   command.add_option("ENTRY", options.entry, "The entry point")->capture_default_str();
   command.add_option("ARG", options.words, "Its arguments");
+  command.add_option("--picture", options.picture,
+                     "Write the chains with what changes to this file, as SVG");
   addDeviceOptions(command, options);
 }
 
@@ -157,12 +162,21 @@ int list(bool json) {
   return kDone;
 }
 
+int writePicture(const std::string &path, const Run &run, const Origins &origins,
+                 const Difference *difference = nullptr) {
+  std::ofstream file(path, std::ios::binary);
+  file << firewallPicture(run, origins, difference) << std::flush;
+  if (!file) throw BadArgument(path + ": " + strerror(errno));
+  return kDone;
+}
+
 int plan(const Options &options) {
   std::optional<Origins> origins;
-  if (options.origins) {
+  if (options.origins || !options.picture.empty()) {
     Prepare prepare = [&](sim::Device &device) { prepareDevice(device, options); };
     Run run = runOn(configOf(options), options.entry, options.words, prepare);
     origins = originsOf(run, prepare);
+    if (!options.picture.empty()) return writePicture(options.picture, run, *origins);
   }
   const Origins *shown = origins ? &*origins : nullptr;
   sim::Device device;
@@ -188,7 +202,9 @@ int diff(const Options &options) {
   };
   Run before = run(options.config), after = run(options.changed_config);
   Difference difference = differenceOf(before, after);
-  if (options.json) {
+  if (!options.picture.empty()) {
+    writePicture(options.picture, after, originsOf(after, prepare), &difference);
+  } else if (options.json) {
     std::cout << dumped(differenceAsJson(difference)) << "\n";
   } else if (difference.none()) {
     std::cout << options.entry << ": no difference\n";
@@ -313,6 +329,9 @@ int main(int argc, char **argv) {
   plan_command->add_flag("--tables", options.tables, "The resulting chains, as packets meet them");
   plan_command
       ->add_flag("--origins", options.origins, "Below each command the settings it comes from")
+      ->excludes("--ticks");
+  plan_command
+      ->add_option("--picture", options.picture, "Write the resulting chains to this file, as SVG")
       ->excludes("--ticks");
 
   CLI::App *show_command =

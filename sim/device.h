@@ -125,6 +125,7 @@ class Device {
   // ---- the calls themselves (sim/calls.cpp, sim/shell.cpp, parts) ----
   void record(Event::Kind kind, std::string text);
   Root &root() { return root_; }
+  const Root &root() const { return root_; }
   int runLine(const std::string &line);
   // What `command` prints when it is run for its output; nothing when it
   // cannot be started.

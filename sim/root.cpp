@@ -51,6 +51,7 @@ bool Root::inLower(const std::string &path) const {
 }
 
 std::string Root::forReading(const std::string &path) {
+  looked_.insert(path);
   if (refused_.count(path) != 0) {
     errno = EACCES;
     return {};
@@ -75,7 +76,7 @@ std::string Root::forWriting(const std::string &path) {
   fs::path upper = upperOf(path);
   std::error_code ignored;
   fs::create_directories(upper.parent_path(), ignored);
-  if (!fs::exists(upper) && inLower(path)) fs::copy(forReading(path), upper, ignored);
+  if (!fs::exists(upper) && inLower(path)) fs::copy(lowerOf(path), upper, ignored);
   return upper.string();
 }
 

@@ -31,6 +31,8 @@ class Root {
   void write(const std::string &path, const std::string &content, bool append = false);
   bool remove(const std::string &path);
   std::optional<std::string> content(const std::string &path) const;
+  // Every path that was looked up for reading, there or not.
+  const std::set<std::string> &looked() const { return looked_; }
 
  private:
   void makeUpper();
@@ -43,6 +45,7 @@ class Root {
   std::optional<std::string> every_file_;
   std::set<std::string> removed_;
   std::set<std::string> refused_;
+  std::set<std::string> looked_;
 };
 
 }  // namespace sim

@@ -25,6 +25,10 @@ std::vector<SettingForm> formsToCheck() {
 
 }  // namespace
 
+std::string SettingDescription::title() const {
+  return isFamily() ? numbered(key, first) + " to " + numbered(key, last) : key;
+}
+
 std::vector<std::pair<std::string, std::string>> SettingDescription::keysWithExamples() const {
   if (!isFamily()) return {{key, example}};
   std::vector<std::pair<std::string, std::string>> all;
@@ -36,10 +40,14 @@ std::vector<std::pair<std::string, std::string>> SettingDescription::keysWithExa
 
 bool SettingDescription::describes(const std::string &other_key, int other_space) const {
   if (other_space != space) return false;
-  for (const auto &[each, its_example] : keysWithExamples()) {
-    if (each == other_key) return true;
-  }
-  return false;
+  if (!isFamily()) return other_key == key;
+  size_t at = key.find("%d");
+  std::string front = key.substr(0, at), behind = key.substr(at + 2);
+  if (other_key.size() <= front.size() + behind.size()) return false;
+  std::string number =
+      other_key.substr(front.size(), other_key.size() - front.size() - behind.size());
+  return other_key == front + number + behind &&
+         number.find_first_not_of("0123456789") == std::string::npos;
 }
 
 const SettingDescription *descriptionOf(const std::string &key, int space) {

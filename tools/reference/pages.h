@@ -1,0 +1,33 @@
+// The two pages of the reference.
+#ifndef ORBA_REFERENCE_PAGES_H
+#define ORBA_REFERENCE_PAGES_H
+
+#include <string>
+#include <vector>
+
+#include "tools/orba/behaviour.h"
+#include "tools/reference/header.h"
+
+namespace orba::reference {
+
+// An entry point and what it does.
+struct Known {
+  const tool::Entry *entry;
+  tool::Behaviour behaviour;
+};
+
+std::string settingsPage(const std::vector<Known> &all);
+std::string entryPointsPage(const std::vector<Known> &all, const std::vector<Symbol> &symbols,
+                            const std::map<std::string, Declaration> &header);
+
+// What is lacking in the table of settings: one line each for a setting that an
+// entry point or a line of the sources in `folder` uses and the table does not have.
+std::vector<std::string> undescribed(const std::vector<Known> &all, const std::string &folder,
+                                     const std::vector<Symbol> &symbols);
+
+// Things in words: "`a`, `b` and 3 more".
+std::string listed(const std::vector<std::string> &things, size_t most = 1000);
+
+}  // namespace orba::reference
+
+#endif

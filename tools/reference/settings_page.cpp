@@ -1,0 +1,89 @@
+#include <algorithm>
+
+#include "tools/orba/settings.h"
+#include "tools/reference/pages.h"
+
+namespace orba::reference {
+
+namespace {
+
+using tool::SettingDescription;
+using tool::SettingName;
+
+constexpr char kHead[] =
+    R"(# Settings
+
+Every setting that the library reads or writes: what it means, its form, and what happens without
+it. A setting lives in space 1, the main configuration, unless space 2, the 5 GHz module's, is named.
+The same at the shell: `orba explain KEY`; what is wrong with a configuration: `orba check`.
+
+Made by `./dev reference` from `tools/orba/setting_table.cpp` and from what the
+[entry points](entry-points.md) do on the simulated device.
+
+)";
+
+constexpr size_t kMostUsers = 12;
+
+std::string anchor(std::string heading) {
+  std::string result;
+  for (char c : heading) {
+    auto byte = static_cast<unsigned char>(c);
+    if (isalnum(byte) != 0 || c == '_' || c == '-') result += static_cast<char>(tolower(byte));
+    if (c == ' ') result += '-';
+  }
+  return result;
+}
+
+bool contains(const std::set<SettingName> &names, const SettingDescription &description) {
+  return std::any_of(names.begin(), names.end(), [&](const SettingName &name) {
+    return description.describes(name.second, name.first);
+  });
+}
+
+std::string linksTo(const std::vector<Known> &all, const SettingDescription &description,
+                    std::set<SettingName> tool::Behaviour::*names) {
+  std::vector<std::string> links;
+  for (const Known &known : all) {
+    if (!contains(known.behaviour.*names, description)) continue;
+    std::string name = known.entry->name;
+    links.push_back("[`" + name + "`](entry-points.md#" + anchor(name) + ")");
+  }
+  return listed(links, kMostUsers);
+}
+
+std::string section(const std::vector<Known> &all, const SettingDescription &description) {
+  std::string text = "### `" + description.title() + "`";
+  if (description.space != 1) text += " (space " + std::to_string(description.space) + ")";
+  text += "\n\n" + description.meaning + "\n\n- Form: " + description.form + "; for example `" +
+          description.keysWithExamples().front().second +
+          "`\n- Without it: " + description.fallback + "\n";
+  std::string readers = linksTo(all, description, &tool::Behaviour::reads);
+  std::string writers = linksTo(all, description, &tool::Behaviour::writes);
+  if (!readers.empty()) text += "- Read by " + readers + "\n";
+  if (!writers.empty()) text += "- Written by " + writers + "\n";
+  return text + "\n";
+}
+
+}  // namespace
+
+std::string listed(const std::vector<std::string> &things, size_t most) {
+  std::string text;
+  for (size_t i = 0; i < things.size() && i < most; i++) text += (i > 0 ? ", " : "") + things[i];
+  if (things.size() > most) text += " and " + std::to_string(things.size() - most) + " more";
+  return text;
+}
+
+std::string settingsPage(const std::vector<Known> &all) {
+  std::string contents, sections, group;
+  for (const SettingDescription &description : tool::settingDescriptions()) {
+    if (description.group != group) {
+      group = description.group;
+      contents += "- [" + group + "](#" + anchor(group) + ")\n";
+      sections += "## " + group + "\n\n";
+    }
+    sections += section(all, description);
+  }
+  return kHead + contents + "\n" + sections;
+}
+
+}  // namespace orba::reference

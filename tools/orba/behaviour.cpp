@@ -63,24 +63,35 @@ class Explorer {
 
   Behaviour explore() {
     for (const Surroundings &each : surroundings()) {
-      std::vector<std::vector<Change>> waiting(1);
-      for (size_t next = 0; next < waiting.size(); next++) {
-        const std::vector<Change> changes = waiting[next];
-        for (const Words &words : calls_) {
-          for (const SettingName &asked : call(each, changes, words)) {
-            if (!varied_.insert(asked).second) continue;
-            for (const Change &change : changesOf(asked)) {
-              waiting.push_back(changes);
-              waiting.back().push_back(change);
-            }
-          }
-        }
-      }
+      exploreIn(each);
     }
     return behaviour_;
   }
 
  private:
+  void exploreIn(const Surroundings &where) {
+    size_t known_before = known();
+    std::vector<std::vector<Change>> waiting(1);
+    for (size_t next = 0; next < waiting.size(); next++) {
+      const std::vector<Change> changes = waiting[next];
+      std::set<SettingName> asked;
+      for (const Words &words : calls_) asked.merge(call(where, changes, words));
+      // Surroundings that make a difference are worth every setting once more.
+      if (next == 0 && known() != known_before) varied_.clear();
+      for (const SettingName &setting : asked) {
+        if (!varied_.insert(setting).second) continue;
+        for (const Change &change : changesOf(setting)) {
+          waiting.push_back(changes);
+          waiting.back().push_back(change);
+        }
+      }
+    }
+  }
+
+  size_t known() const {
+    return kinds_.size() + behaviour_.reads.size() + behaviour_.files_read.size();
+  }
+
   // Returns the settings that were asked for.
   std::set<SettingName> call(const Surroundings &where, const std::vector<Change> &changes,
                              const Words &words) {
@@ -107,8 +118,10 @@ class Explorer {
         if (callers.count(key) == 0) behaviour_.writes.insert({event.text[0] - '0', key});
       }
     }
-    noteLines(linesOf(device, words), where.words.empty() && changes.empty(),
-              titleOf(where, changes, words));
+    std::string situation = where.words;
+    for (const Change &change : changes)
+      situation += (situation.empty() ? "" : ", ") + change.words();
+    noteLines(linesOf(device, words), {calls_.size() == 1 ? "" : spelled(words), situation, {}});
     return device.asked();
   }
 
@@ -129,9 +142,9 @@ class Explorer {
 
   // On the device as it comes every line is told, in any other situation only
   // what is of a new kind.
-  void noteLines(const std::vector<std::string> &lines, bool usual, const std::string &title) {
+  void noteLines(const std::vector<std::string> &lines, Deeds deeds) {
+    bool usual = deeds.situation.empty();
     if (usual && behaviour_.usual.empty()) behaviour_.usual = lines;
-    Deeds deeds = {title, {}};
     for (const std::string &line : lines) {
       bool new_form = forms_.insert(line).second;
       bool new_kind = kinds_.insert(kindOf(line)).second;
@@ -140,14 +153,10 @@ class Explorer {
     if (!deeds.lines.empty()) behaviour_.deeds.push_back(deeds);
   }
 
-  std::string titleOf(const Surroundings &where, const std::vector<Change> &changes,
-                      const Words &words) const {
-    std::string title = where.words;
-    for (const Change &change : changes) title += (title.empty() ? "" : ", ") + change.words();
-    if (calls_.size() == 1) return title;
-    std::string called = entry_.name;
-    for (const std::string &word : words) called += " " + (word.empty() ? "\"\"" : word);
-    return "`" + called + "`" + (title.empty() ? "" : ", ") + title;
+  std::string spelled(const Words &words) const {
+    std::string call = entry_.name;
+    for (const std::string &word : words) call += " " + (word.empty() ? "\"\"" : word);
+    return call;
   }
 
   const Entry &entry_;

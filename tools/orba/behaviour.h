@@ -17,6 +17,7 @@ namespace orba::tool {
 // with " |" behind them when their output is read, and in parentheses what else
 // was done; values that are a setting's or an argument's are named.
 struct Deeds {
+  std::string call;       // with its arguments, when there are several
   std::string situation;  // empty for the device as it comes
   std::vector<std::string> lines;
 };

@@ -15,6 +15,7 @@
 #include "tools/orba/difference.h"
 #include "tools/orba/entry.h"
 #include "tools/orba/firewall_picture.h"
+#include "tools/orba/explain.h"
 #include "tools/orba/lab.h"
 #include "tools/orba/report.h"
 #include "tools/orba/run.h"
@@ -354,6 +355,11 @@ int main(int argc, char **argv) {
   check_command->add_option("-c,--config", options.config, "The settings")->required();
   check_command->add_flag("--json", options.json, "Print for programs");
 
+  CLI::App *explain_command = app.add_subcommand(
+      "explain", "What a setting or an entry point does; without a name, every setting");
+  explain_command->add_option("NAME", options.entry, "Such as DMZEnable or iptablesDMZRun");
+  explain_command->add_flag("--json", options.json, "Print for programs");
+
   ApplyOptions apply_options;
   CLI::App *apply_command =
       app.add_subcommand("apply", "Call an entry point with real commands, in the lab's router");
@@ -376,6 +382,10 @@ int main(int argc, char **argv) {
     if (diff_command->parsed()) return diff(diff_options);
     if (check_command->parsed()) return check(options);
     if (psk_command->parsed()) return psk(options.entry);
+    if (explain_command->parsed()) {
+      explain(std::cout, options.entry, options.json);
+      return kDone;
+    }
     if (apply_command->parsed()) return apply(apply_options) ? kDone : kFound;
     if (lab_command->parsed()) {
       runLabScript(lab_command->get_subcommands().front()->get_name() + ".sh", lab_words);

@@ -25,10 +25,6 @@ std::vector<SettingForm> formsToCheck() {
 
 }  // namespace
 
-std::string SettingDescription::title() const {
-  return isFamily() ? numbered(key, first) + " to " + numbered(key, last) : key;
-}
-
 std::vector<std::pair<std::string, std::string>> SettingDescription::keysWithExamples() const {
   if (!isFamily()) return {{key, example}};
   std::vector<std::pair<std::string, std::string>> all;
@@ -36,6 +32,13 @@ std::vector<std::pair<std::string, std::string>> SettingDescription::keysWithExa
     all.emplace_back(numbered(key, number), numbered(example, number));
   }
   return all;
+}
+
+std::string SettingDescription::exampleOf(const std::string &its_key) const {
+  for (const auto &[each, its_example] : keysWithExamples()) {
+    if (each == its_key) return its_example;
+  }
+  return "";
 }
 
 bool SettingDescription::describes(const std::string &other_key, int other_space) const {

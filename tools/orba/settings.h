@@ -21,11 +21,10 @@ struct SettingDescription {
   int last = 0;
   std::string group = {};  // the part of the router that it belongs to
 
-  // "wan1Vid to wan4Vid", or the key.
-  std::string title() const;
   bool isFamily() const { return last != 0; }
   // The keys that it stands for, one or one for each number, with their examples.
   std::vector<std::pair<std::string, std::string>> keysWithExamples() const;
+  std::string exampleOf(const std::string &its_key) const;
   // A family also stands for what a number out of its range makes the library ask for.
   bool describes(const std::string &other_key, int other_space) const;
 };

@@ -71,7 +71,8 @@ void noLink(Device &device) {
 }
 
 void noGateway(Device &device) {
-  device.removeFile("/var/wan1.info").answer("cat /var/wan1.info", "").answer("arp -an", "");
+  device.removeFile("/var/wan1.info").file("/proc/net/route", "Iface\n");
+  device.answer("cat /var/wan1.info", "").answer("arp -an", "");
 }
 
 void anotherWan(Device &device) {
@@ -162,10 +163,10 @@ const std::vector<Surroundings> &surroundings() {
       {"no link on the WAN port", true, true, noLink},
       {"no gateway", true, true, noGateway},
       {"another WAN set up", true, true, anotherWan},
-      {"a WPS run has ended well", true, true, wpsDoneByWpa},
-      {"a WPS run has ended well, with WEP", true, true, wpsDoneByWep},
-      {"a WPS run has failed", true, true, [](Device &device) { endWps(device, 2); }},
-      {"two WPS buttons at once", true, true, [](Device &device) { endWps(device, 265); }},
+      {"a WPS run that ended well", true, true, wpsDoneByWpa},
+      {"a WPS run that ended well, by WEP", true, true, wpsDoneByWep},
+      {"a WPS run that failed", true, true, [](Device &device) { endWps(device, 2); }},
+      {"two WPS buttons pushed at once", true, true, [](Device &device) { endWps(device, 265); }},
   };
   return all;
 }

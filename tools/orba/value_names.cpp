@@ -23,7 +23,7 @@ bool isDigit(char c) {
 }
 
 bool isPartOfWord(char c) {
-  return isLetter(c) || isDigit(c) || c == '.' || c == '_';
+  return isLetter(c) || isDigit(c) || c == '.' || c == '_' || c == '-';
 }
 
 using Owners = std::map<std::string, std::set<std::string>>;  // of each value
@@ -97,23 +97,19 @@ ValueNames namesOfWords(const Entry &entry, const std::vector<std::string> &word
 std::string kindOf(const std::string &line) {
   static const std::set<std::string> interfaces = {"br", "ra", "eth", "ppp", "apcli", "wifi"};
   std::string kind, word;
-  auto endWord = [&] {
-    if (interfaces.count(word) == 0) kind += word;
-    word.clear();
-  };
-  bool in_name = false;
-  for (char c : line) {
+  bool in_name = false, in_number = false;
+  for (char c : line + " ") {
     if (c == '<') in_name = true;
-    bool varies = in_name || isDigit(c);
-    if (c == '>') in_name = false;
-    if (isLetter(c) && !varies) {
+    if (!in_name) in_number = isDigit(c) || (in_number && isLetter(c));
+    if (!in_name && !in_number && isLetter(c)) {
       word += c;
       continue;
     }
-    endWord();
-    if (!varies && strchr(" '.:/", c) == nullptr) kind += c;
+    if (interfaces.count(word) == 0) kind += word;
+    word.clear();
+    if (!in_name && !in_number && strchr(" '.:/", c) == nullptr) kind += c;
+    if (c == '>') in_name = false;
   }
-  endWord();
   return kind;
 }
 

@@ -78,18 +78,22 @@ Folded folded(const std::vector<Builder> &candidates, const Lines &lines) {
   return result;
 }
 
-constexpr int kMostOfAKind = 4;
+// Of a kind with more than six lines four are shown.
+constexpr int kFewOfAKind = 6;
+constexpr int kShownOfAKind = 4;
 
 std::string block(const Lines &lines) {
   std::string text = "```\n";
-  std::map<std::string, int> kinds;
+  std::map<std::string, int> all, shown;
+  for (const std::string &line : lines) all[tool::kindOf(line)]++;
   int left_out = 0;
   auto tellLeftOut = [&] {
     if (left_out > 0) text += "# ... " + std::to_string(left_out) + " more like these\n";
     left_out = 0;
   };
   for (const std::string &line : lines) {
-    if (line[0] != '#' && ++kinds[tool::kindOf(line)] > kMostOfAKind) {
+    const std::string kind = tool::kindOf(line);
+    if (all[kind] > kFewOfAKind && ++shown[kind] > kShownOfAKind) {
       left_out++;
       continue;
     }
@@ -101,17 +105,6 @@ std::string block(const Lines &lines) {
 }
 
 // ---- names ----
-
-Lines titlesOf(const std::set<tool::SettingName> &names) {
-  Lines titles;
-  for (const auto &[space, key] : names) {
-    const tool::SettingDescription *description = tool::descriptionOf(key, space);
-    std::string title = "`" + (description != nullptr ? description->title() : key) + "`";
-    if (space != 1) title += " (space " + std::to_string(space) + ")";
-    if (std::find(titles.begin(), titles.end(), title) == titles.end()) titles.push_back(title);
-  }
-  return titles;
-}
 
 Lines quoted(const std::set<std::string> &paths) {
   Lines result;
@@ -131,7 +124,7 @@ std::set<T> without(std::set<T> names, const std::vector<const Known *> &called,
 
 std::string item(const char *what, const Lines &things, const Lines &called) {
   if (things.empty()) return "";
-  std::string rest = called.empty() ? "" : ", and those of the functions that it calls";
+  std::string rest = called.empty() ? "" : ", and what these do";
   return std::string("- ") + what + " " + listed(things) + rest + "\n";
 }
 
@@ -145,7 +138,7 @@ std::string effects(const Known &known, const std::vector<const Known *> &called
     std::string name = std::string("`") + each->entry->name + "`";
     if (std::find(names.begin(), names.end(), name) == names.end()) names.push_back(name);
   }
-  if (!names.empty()) text += "- Calls " + listed(names) + "\n";
+  if (!names.empty()) text += "- Does what " + listed(names) + " do" + "\n";
   text += item("Reads", titlesOf(without(behaviour.reads, called, &tool::Behaviour::reads)), names);
   text +=
       item("Writes", titlesOf(without(behaviour.writes, called, &tool::Behaviour::writes)), names);
@@ -155,6 +148,12 @@ std::string effects(const Known &known, const std::vector<const Known *> &called
                quoted(without(behaviour.files_written, called, &tool::Behaviour::files_written)),
                names);
   return text.empty() ? "" : text + "\n";
+}
+
+std::string titleOf(const tool::Deeds &deeds) {
+  if (deeds.call.empty()) return "With " + deeds.situation + ":\n\n";
+  std::string with = deeds.situation.empty() ? "" : " with " + deeds.situation;
+  return "`" + deeds.call + "`" + with + ":\n\n";
 }
 
 std::string commands(const Known &known, const Folded &usual) {
@@ -174,8 +173,7 @@ std::string commands(const Known &known, const Folded &usual) {
       if (told.count(tool::kindOf(line)) == 0) lines.push_back(line);
     }
     if (lines.empty()) continue;
-    if (!deeds.situation.empty()) text += "With " + deeds.situation + ":\n\n";
-    text += block(lines);
+    text += titleOf(deeds) + block(lines);
   }
   return text;
 }

@@ -45,7 +45,7 @@ std::string readFile(const std::string &path) {
 
 std::map<std::string, Declaration> readHeader(const std::string &path) {
   std::map<std::string, Declaration> declarations;
-  static const std::regex not_code("\n#[^\n]*|extern \"C\" \\{|ORBA_PRINTF\\([^)]*\\)");
+  static const std::regex not_code("\n#[^\n]*|extern \"C\" \\{| ORBA_PRINTF\\([^)]*\\)");
   std::string header = std::regex_replace(readFile(path), not_code, "");
   std::string statement, comment;
   int depth = 0;

@@ -25,8 +25,11 @@ std::string entryPointsPage(const std::vector<Known> &all, const std::vector<Sym
 std::vector<std::string> undescribed(const std::vector<Known> &all, const std::string &folder,
                                      const std::vector<Symbol> &symbols);
 
-// Things in words: "`a`, `b` and 3 more".
+// "`a`, `b` and 3 more".
 std::string listed(const std::vector<std::string> &things, size_t most = 1000);
+
+// "`wan2Vid` to `wan4Vid`", "`AuthMode` (space 2)".
+std::vector<std::string> titlesOf(const std::set<tool::SettingName> &names);
 
 }  // namespace orba::reference
 

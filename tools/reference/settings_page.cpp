@@ -52,19 +52,46 @@ std::string linksTo(const std::vector<Known> &all, const SettingDescription &des
 }
 
 std::string section(const std::vector<Known> &all, const SettingDescription &description) {
-  std::string text = "### `" + description.title() + "`";
-  if (description.space != 1) text += " (space " + std::to_string(description.space) + ")";
-  text += "\n\n" + description.meaning + "\n\n- Form: " + description.form + "; for example `" +
-          description.keysWithExamples().front().second +
-          "`\n- Without it: " + description.fallback + "\n";
+  std::vector<SettingName> names;
+  for (const auto &[key, example] : description.keysWithExamples()) {
+    names.emplace_back(description.space, key);
+  }
+  std::string text = "### " + listed(titlesOf({names.begin(), names.end()})) + "\n\n" +
+                     description.meaning + "\n\n- Form: " + description.form + "; for example `" +
+                     description.keysWithExamples().front().second +
+                     "`\n- Without it: " + description.fallback + "\n";
   std::string readers = linksTo(all, description, &tool::Behaviour::reads);
   std::string writers = linksTo(all, description, &tool::Behaviour::writes);
   if (!readers.empty()) text += "- Read by " + readers + "\n";
   if (!writers.empty()) text += "- Written by " + writers + "\n";
+  if (readers.empty() && writers.empty()) text += "- The library neither reads nor writes it\n";
   return text + "\n";
 }
 
 }  // namespace
+
+std::vector<std::string> titlesOf(const std::set<SettingName> &names) {
+  std::vector<std::pair<const SettingDescription *, std::vector<SettingName>>> families;
+  for (const SettingName &name : names) {
+    const SettingDescription *description = tool::descriptionOf(name.second, name.first);
+    if (families.empty() || families.back().first != description) {
+      families.push_back({description, {}});
+    }
+    families.back().second.push_back(name);
+  }
+  std::vector<std::string> titles;
+  for (const auto &[description, members] : families) {
+    const std::string space =
+        members[0].first == 1 ? "" : " (space " + std::to_string(members[0].first) + ")";
+    if (members.size() > 2) {
+      titles.push_back("`" + members.front().second + "` to `" + members.back().second + "`" +
+                       space);
+      continue;
+    }
+    for (const SettingName &member : members) titles.push_back("`" + member.second + "`" + space);
+  }
+  return titles;
+}
 
 std::string listed(const std::vector<std::string> &things, size_t most) {
   std::string text;

@@ -32,8 +32,7 @@ void checkLine(const std::string &line, const std::string &where,
   static const std::regex of_call(
       "(?:[sS]etting|(?:nvram|Setting)\\w*|STFs?|[a-z]\\w*(?:Setting|CountOf)|store\\w*)\\("
       "(?:[^()\"]*,)?\\s*\"(\\w+(?:%d)?)\"");
-  static const std::regex with_capital(
-      "\"([A-Za-z][A-Za-z0-9_]*[a-z][A-Z][A-Za-z0-9_]*(?:%d)?)\"");
+  static const std::regex with_capital("\"([A-Za-z][A-Za-z0-9_]*[a-z][A-Z][A-Za-z0-9_]*(?:%d)?)\"");
   for (const std::regex &form : {of_call, with_capital}) {
     for (std::sregex_iterator at(line.begin(), line.end(), form), end; at != end; ++at) {
       std::string word = (*at)[1];

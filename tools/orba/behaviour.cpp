@@ -173,4 +173,13 @@ Behaviour behaviourOf(const Entry &entry) {
   return Explorer(entry).explore();
 }
 
+const std::vector<Known> &everyBehaviour() {
+  static const std::vector<Known> all = [] {
+    std::vector<Known> found;
+    for (const Entry &entry : entries()) found.push_back({&entry, behaviourOf(entry)});
+    return found;
+  }();
+  return all;
+}
+
 }  // namespace orba::tool

@@ -33,6 +33,14 @@ struct Behaviour {
 
 Behaviour behaviourOf(const Entry &entry);
 
+struct Known {
+  const Entry *entry;
+  Behaviour behaviour;
+};
+
+// Every entry point, found out once.
+const std::vector<Known> &everyBehaviour();
+
 }  // namespace orba::tool
 
 #endif

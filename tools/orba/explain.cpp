@@ -69,10 +69,9 @@ struct Users {
 
 Users usersOf(const SettingName &setting) {
   Users users;
-  for (const Entry &entry : entries()) {
-    Behaviour behaviour = behaviourOf(entry);
-    if (behaviour.reads.count(setting) != 0) users.readers.emplace_back(entry.name);
-    if (behaviour.writes.count(setting) != 0) users.writers.emplace_back(entry.name);
+  for (const auto &[entry, behaviour] : everyBehaviour()) {
+    if (behaviour.reads.count(setting) != 0) users.readers.emplace_back(entry->name);
+    if (behaviour.writes.count(setting) != 0) users.writers.emplace_back(entry->name);
   }
   return users;
 }

@@ -32,7 +32,7 @@ namespace {
 
 const char kOffWithout[] = "off";
 const char kEmptyWithout[] = "read as the empty text";
-const char kNotRead[] = "is not read";
+const char kNotRead[] = "makes no difference here";
 
 struct Group {
   const char *name;
@@ -78,12 +78,12 @@ const std::vector<Group> kGroups = {
     {"Filter rules", {
       {"IPPortFilterRules", 1, LIST, "192.168.1.64,255.255.255.192,1024,65535,any/0,,27000,27050,2,1,no games,,,,;any/0,,0,0,any/0,,0,0,5,1,tablet,00:0C:43:28:60:2A,,,", "no rules, and a warning is printed", "The user's packet filter. Fields from 0: source address (any, or with / and a prefix), its mask, first and last source port (0: any), the same four of the destination, protocol (1 TCP, 2 UDP, 4 ICMP, 5 any), two of the web page, first and last source MAC, first and last destination MAC. A record that fails a check is passed over."},
       {"firewallAction", 1, "ACCEPT|DROP", "ACCEPT or DROP", "DROP", "rules drop; FORWARD keeps its policy", "What a filter rule does with what it matches. FORWARD's policy is the opposite."},
-      {"DefaultFirewallPolicy", 1, FLAG, "1", "0", "What becomes of traffic that no filter rule matched: 0 lets what comes from the WAN side pass on, 1 only what comes from the router itself, and with SPIFWEnabled answers."},
+      {"DefaultFirewallPolicy", 1, FLAG, "1", "0", "What becomes of traffic that no filter rule matched: 0 lets what comes from the WAN side on, 1 only the router's own loopback and, with SPIFWEnabled, answers."},
       {"IPPortFilterType", 1, "", "WAN_TO_WAN, or any other text", "LAN_TO_WAN", "filters what is forwarded", "WAN_TO_WAN makes the filter rules for what is sent to the router itself, anything else for what it forwards."},
       {"SPIFWEnabled", 1, FLAG, "1", kOffWithout, "Stateful filtering: drop rules look at new and invalid connections only, and answers to the router's own connections are let in."},
       {"SIPALGEnable", 1, FLAG, "1", "the modules stay as they are, and a warning is printed", "1 loads the kernel modules that help SIP telephones through address translation, 0 unloads them."},
-      {"MACFilterRules", 1, "", "a list of MAC addresses, \";\" between them", "00:0C:43:66:66:66;02:1A:11:F0:0D:5E", "the MAC filter stays as it is", "The stations of the MAC filter. An empty record ends the list."},
-      {"MacFilterAction", 1, "ACCEPT|DROP", "ACCEPT or DROP", "DROP", "the MAC filter stays as it is", "DROP blocks the listed stations, ACCEPT all others."},
+      {"MACFilterRules", 1, "", "a list of MAC addresses, \";\" between them", "00:0C:43:66:66:66;02:1A:11:F0:0D:5E", "no rule is added, the chain keeps its policy", "The stations of the MAC filter. An empty record ends the list."},
+      {"MacFilterAction", 1, "ACCEPT|DROP", "ACCEPT or DROP", "DROP", "no rule is added, the chain keeps its policy", "DROP blocks the listed stations, ACCEPT all others."},
     }},
     {"Web filter", {
       {"websFilterProxy", 1, FLAG, "1", "no web filter at all", "1 blocks the use of proxies."},
@@ -148,7 +148,7 @@ const std::vector<Group> kGroups = {
       {"BssidNum", 1, "[1-8]", "a number of networks from 1 to 8", "2", "the authenticator stays as it is; one name for the QoS page", "How many networks the radio announces: so many records of AuthMode and IEEE8021X count."},
       {"SSID%d", 1, TEXT, "Home %d", kEmptyWithout, "The names of the networks, SSID1 first.", 1, 8},
       {"AuthMode", 1, EACH(AUTH), "an authentication mode for each network, such as WPA2PSK", "WPA2;WPA2PSK", "no authenticator; the security LED is lit", "How stations prove themselves, a record a network. WPA, WPA2 and WPA1WPA2 need the 802.1X authenticator; Disable or OPEN alone keeps the security LED dark."},
-      {"EncrypType", 1, EACH(ENCRYPTION), "an encryption for each network, such as AES", "AES;AES", kNotRead, "How the networks are encrypted, a record a network. WPS stores here what it received."},
+      {"EncrypType", 1, EACH(ENCRYPTION), "an encryption for each network, such as AES", "AES;AES", kEmptyWithout, "How the networks are encrypted, a record a network. WPS stores here what it received."},
       {"IEEE8021X", 1, EACH("[01]"), "0 or 1 for each network, separated by semicolons", "0;0", kOffWithout, "1 needs the 802.1X authenticator, whatever AuthMode says."},
       {"WPAPSK%d", 1, TEXT, "pass phrase %d", kNotRead, "The networks' pass phrases. WPS stores the received one as WPAPSK1, a repeater its uplink's as all four.", 1, 4},
       {"DefaultKeyID", 1, "", "a number from 1 to 4 for each network, separated by semicolons", "1", kEmptyWithout, "Which WEP key is used. WPS stores the received key's number for the first network."},

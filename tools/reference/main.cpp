@@ -11,14 +11,6 @@ namespace {
 
 using namespace orba::reference;
 
-std::vector<Known> everyEntry() {
-  std::vector<Known> all;
-  for (const orba::tool::Entry &entry : orba::tool::entries()) {
-    all.push_back({&entry, orba::tool::behaviourOf(entry)});
-  }
-  return all;
-}
-
 // The first line that differs, as it stands and as it should.
 bool isSame(const std::string &path, const std::string &wanted) {
   std::ifstream file(path);
@@ -37,7 +29,7 @@ bool isSame(const std::string &path, const std::string &wanted) {
 
 int run(const std::string &source, bool write) {
   const std::vector<Symbol> symbols = readSymbols(source + "/src/orba_util.symbols");
-  const std::vector<Known> all = everyEntry();
+  const std::vector<Known> &all = orba::tool::everyBehaviour();
   const std::vector<std::string> complaints = undescribed(all, source + "/src", symbols);
   for (const std::string &complaint : complaints) std::cout << complaint << "\n";
   bool good = complaints.empty();

@@ -10,11 +10,7 @@
 
 namespace orba::reference {
 
-// An entry point and what it does.
-struct Known {
-  const tool::Entry *entry;
-  tool::Behaviour behaviour;
-};
+using tool::Known;
 
 std::string settingsPage(const std::vector<Known> &all);
 std::string entryPointsPage(const std::vector<Known> &all, const std::vector<Symbol> &symbols,

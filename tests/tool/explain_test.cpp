@@ -1,0 +1,78 @@
+// The table of settings, and what is told of a name.
+#include <gmock/gmock.h>
+
+#include <regex>
+#include <set>
+#include <sstream>
+
+#include "tools/orba/entry.h"
+#include "tools/orba/explain.h"
+#include "tools/orba/settings.h"
+
+using namespace orba::tool;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+std::string explained(const std::string &name, bool json = false) {
+  std::ostringstream out;
+  try {
+    explain(out, name, json);
+  } catch (const BadArgument &error) {
+    return error.what();
+  }
+  return out.str();
+}
+
+}  // namespace
+
+TEST(Settings, HaveAnExampleOfTheirOwnForm) {
+  std::set<std::pair<int, std::string>> keys;
+  for (const SettingDescription &description : settingDescriptions()) {
+    for (const auto &[key, example] : description.keysWithExamples()) {
+      EXPECT_TRUE(keys.insert({description.space, key}).second) << key << " stands twice";
+      EXPECT_EQ(descriptionOf(key, description.space), &description) << key;
+      EXPECT_TRUE(description.pattern.empty() ||
+                  std::regex_match(example, std::regex(description.pattern, std::regex::extended)))
+          << key << "=" << example;
+    }
+    EXPECT_THAT(description.meaning, testing::EndsWith(".")) << description.key;
+    EXPECT_NE(description.fallback, "") << description.key;
+  }
+  EXPECT_EQ(descriptionOf("wan3Vid", 1)->key, "wan%dVid");
+  for (const char *other : {"wanVid", "wan3Vids", "wanxVid", "DMZ", ""}) {
+    EXPECT_EQ(descriptionOf(other, 1), nullptr) << other;
+  }
+  EXPECT_EQ(descriptionOf("DMZEnable", 2), nullptr);
+}
+
+TEST(Explain, TellsWhoUsesASettingInEachSpace) {
+  // Asked for only behind two other settings.
+  EXPECT_THAT(explained("wan_MTU"), HasSubstr("read by    firewall_init, iptablesPathMTU\n"));
+  std::string mode = explained("WscModeOption");
+  EXPECT_THAT(mode, HasSubstr("WPSRestart"));
+  EXPECT_THAT(mode.substr(mode.find("in space 2")), HasSubstr("read by    WPSAPCliTimerHandler\n"));
+  EXPECT_THAT(explained("velaSetup", true), HasSubstr(R"("read_by": [],
+    "written_by": [
+      "WPSAPCliTimerHandler"
+    ])"));
+}
+
+TEST(Explain, TellsWhatAnEntryPointDoesWhen) {
+  std::string dmz = explained("iptablesDMZRun");
+  EXPECT_THAT(
+      dmz, HasSubstr("\nruns:\n  iptables -t filter -A DMZ -i <WAN> -d <DMZAddress> -j ACCEPT\n"));
+  EXPECT_THAT(dmz, HasSubstr("\nwith `DMZEnable=2`:\n  /bin/super_dmz -t 80 "));
+  // A setting that its caller names is not its own.
+  EXPECT_THAT(explained("STF"), Not(HasSubstr("PortForwardRules")));
+}
+
+TEST(Explain, OffersNearNames) {
+  EXPECT_EQ(
+      explained("DMZenable"),
+      "there is no setting and no entry point 'DMZenable'; did you mean DMZEnable, DSTEnabled?");
+  EXPECT_THAT(explained("firewalAction"), HasSubstr("did you mean firewallAction"));
+  EXPECT_EQ(explained("zzzzzz"),
+            "there is no setting and no entry point 'zzzzzz'; 'orba explain' shows all settings");
+}

@@ -15,32 +15,31 @@ namespace {
 using nlohmann::ordered_json;
 
 constexpr size_t kWidth = 88;
-constexpr char kIndent[] = "             ";
 
-// Words in lines of a terminal's width, each begun with `indent`.
-std::string wrapped(const std::string &text, const std::string &indent, size_t first = 0) {
+// Words in lines of a terminal's width; every line but the first begins with `indent`.
+std::string wrapped(const std::string &text, const std::string &indent) {
   std::istringstream words(text);
   std::string result;
-  size_t column = first;
+  size_t column = indent.size();
   for (std::string word; words >> word;) {
-    bool fits = column + 1 + word.size() <= kWidth;
-    if (column == 0 || !fits) {
-      result += (result.empty() && first == 0 ? "" : "\n") + indent;
-      column = indent.size();
-    } else if (column != first || first == 0) {
-      result += " ";
+    if (result.empty()) {
+      result = word;
+    } else if (column + 1 + word.size() <= kWidth) {
+      result += " " + word;
       column++;
+    } else {
+      result += "\n" + indent + word;
+      column = indent.size();
     }
-    result += word;
     column += word.size();
   }
   return result;
 }
 
-void printItem(std::ostream &out, const std::string &name, const std::string &text) {
+void printItem(std::ostream &out, const char *name, const std::string &text) {
+  const std::string indent(13, ' ');
   if (text.empty()) return;
-  out << "  " << std::left << std::setw(static_cast<int>(sizeof kIndent - 3)) << name
-      << wrapped(text, kIndent, sizeof kIndent - 1) << "\n";
+  out << "  " << std::left << std::setw(11) << name << wrapped(text, indent) << "\n";
 }
 
 std::string inSpace(int space) {
@@ -128,7 +127,7 @@ bool explainSetting(std::ostream &out, const std::string &key, bool json) {
       continue;
     }
     out << key << inSpace(space) << " (" << description->group << ")\n";
-    out << wrapped(description->meaning, "  ") << "\n\n";
+    out << "  " << wrapped(description->meaning, "  ") << "\n\n";
     printItem(out, "is", description->form + "; for example " + description->exampleOf(key));
     printItem(out, "without it", description->fallback);
     printItem(out, "read by", joined(users.readers));
@@ -163,8 +162,8 @@ void explainEntry(std::ostream &out, const Entry &entry, bool json) {
   out << entry.usage() << " (" << entry.subsystem << ")\n  " << entry.line << "\n\n";
   printItem(out, "reads", joined(settingTexts(behaviour.reads)));
   printItem(out, "writes", joined(settingTexts(behaviour.writes)));
-  printItem(out, "reads files", joined(behaviour.files_read));
-  printItem(out, "writes files", joined(behaviour.files_written));
+  printItem(out, "files read", joined(behaviour.files_read));
+  printItem(out, "written", joined(behaviour.files_written));
   for (const Deeds &deeds : behaviour.deeds) {
     out << "\n" << deeds.call << (deeds.call.empty() || deeds.situation.empty() ? "" : ", ");
     out << (deeds.situation.empty() ? "" : "with " + deeds.situation + ":")

@@ -20,7 +20,8 @@ The commands are those of an example device, found by calling every function wit
 it asks for changed or missing. `<DMZAddress>` is the value of a setting, `<aclRules[1]>` field 1 of a
 list's record, `<netmask>` an argument, `<WAN>` the WAN's interface; a command that ends in `|` is run
 for its output. What runs on the device as it comes is followed by what only runs in another
-situation. The same for settings of your own: `orba plan ENTRY --config FILE`.
+situation. Two settings changed at once are tried only where the second is asked for because of the
+first. What settings of your own would run: `orba plan ENTRY --config FILE`.
 
 Made by `./dev reference`. What a setting means: [settings](settings.md).
 

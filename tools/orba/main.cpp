@@ -19,6 +19,7 @@
 #include "tools/orba/lab.h"
 #include "tools/orba/report.h"
 #include "tools/orba/run.h"
+#include "tools/orba/serve/serve.h"
 #include "tools/orba/statistics.h"
 #include "tools/orba/surroundings.h"
 #include "tools/orba/week.h"
@@ -87,6 +88,22 @@ void addApplyOptions(CLI::App &command, ApplyOptions &options) {
                    "Change this machine, not the lab; without --config by its own settings");
   command.add_flag("--json", options.json, "Print for programs");
 }
+
+#ifdef ORBA_HAS_SERVE
+void addServeOptions(CLI::App &command, ServeOptions &options) {
+  command.add_option("-c,--config", options.config, "The settings, which are never written to")
+      ->required();
+  command.add_option("-r,--root", options.root, "A folder with the device's files, read only")
+      ->check(CLI::ExistingDirectory);
+  command.add_option("-d,--device", options.device, "What the device on the bench has and finds")
+      ->check(CLI::ExistingFile);
+  command.add_option("-p,--port", options.port, "The port; 0: any that is free")
+      ->check(CLI::Range(0, 65535))
+      ->capture_default_str();
+  command.add_option("--address", options.address, "The address to listen on")
+      ->capture_default_str();
+}
+#endif
 
 // The words of the lab's scripts, each named as its subcommand.
 void addLabCommands(CLI::App &lab, std::vector<std::string> &words) {
@@ -365,6 +382,13 @@ int main(int argc, char **argv) {
       app.add_subcommand("apply", "Call an entry point with real commands, in the lab's router");
   addApplyOptions(*apply_command, apply_options);
 
+#ifdef ORBA_HAS_SERVE
+  ServeOptions serve_options;
+  CLI::App *serve_command = app.add_subcommand(
+      "serve", "The device on the bench in a browser: what it shows, and what a change would do");
+  addServeOptions(*serve_command, serve_options);
+#endif
+
   CLI::App *lab_command =
       app.add_subcommand("lab", "A router and two hosts on one machine, in network namespaces");
   std::vector<std::string> lab_words;
@@ -387,6 +411,9 @@ int main(int argc, char **argv) {
       return kDone;
     }
     if (apply_command->parsed()) return apply(apply_options) ? kDone : kFound;
+#ifdef ORBA_HAS_SERVE
+    if (serve_command->parsed()) return serve(serve_options), kDone;
+#endif
     if (lab_command->parsed()) {
       runLabScript(lab_command->get_subcommands().front()->get_name() + ".sh", lab_words);
     }
@@ -400,6 +427,9 @@ int main(int argc, char **argv) {
   } catch (const BadConfig &error) {
     std::cerr << "orba: " << error.what() << "\n";
     return kConfig;
+  } catch (const CannotServe &error) {
+    std::cerr << "orba: " << error.what() << "\n";
+    return kUsage;
   } catch (const NoLab &error) {
     std::cerr << "orba: " << error.what() << "\n";
     return kUsage;

@@ -1,0 +1,238 @@
+#include "tools/orba/serve/serve.h"
+
+#include <httplib.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <fstream>
+#include <iostream>
+#include <mutex>
+#include <sstream>
+#include <thread>
+
+#include "tools/orba/config.h"
+#include "tools/orba/report.h"
+#include "tools/orba/serve/answers.h"
+#include "tools/orba/serve/guard.h"
+#include "tools/orba/serve/page_file.h"
+
+namespace orba::tool {
+
+namespace {
+
+using httplib::Request;
+using httplib::Response;
+
+// Nothing but this server's own files: no script or style within the page, no
+// frame around it, nothing from elsewhere.
+constexpr char kContentPolicy[] =
+    "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self'; "
+    "connect-src 'self'; base-uri 'none'; form-action 'none'; frame-ancestors 'none'";
+
+const httplib::Headers kHeaders = {
+    {"Content-Security-Policy", kContentPolicy},
+    {"X-Content-Type-Options", "nosniff"},
+    {"Cache-Control", "no-store"},
+    {"Referrer-Policy", "no-referrer"},
+    {"Cross-Origin-Opener-Policy", "same-origin"},
+    {"Cross-Origin-Resource-Policy", "same-origin"},
+};
+
+// Readable without a fault, or readConfig throws.
+std::string readText(const std::string &path) {
+  readConfig(path);
+  std::ostringstream text;
+  text << std::ifstream(path, std::ios::binary).rdbuf();
+  return text.str();
+}
+
+Session::Value valueIn(const Json &wanted) {
+  const Json &value = wanted.at("value");
+  return value.is_null() ? std::nullopt : Session::Value(value.get<std::string>());
+}
+
+// The page's questions and wishes, answered one at a time: a simulated device
+// is the whole process's, and the session belongs to every page that is open.
+class Desk {
+ public:
+  explicit Desk(const ServeOptions &options)
+      : bench_{options.root, options.device, time(nullptr)}, session_(readText(options.config)) {
+    networkAnswer(bench_, session_);  // complains of a device file now
+  }
+
+  void open(httplib::Server &server) {
+    answer(server, "/api/status", [this] { return statusAnswer(bench_, session_, elapsed()); });
+    answer(server, "/api/network", [this] { return networkAnswer(bench_, session_); });
+    answer(server, "/api/radio", [this] { return radioAnswer(bench_, session_); });
+    answer(server, "/api/settings", [this] { return settingsAnswer(session_); });
+    answer(server, "/api/changes", [this] { return changesAnswer(session_); });
+    answer(server, "/api/effects", [this] { return effectsAnswer(bench_, session_); });
+    server.Get("/api/firewall.svg", [this](const Request &request, Response &response) {
+      std::scoped_lock lock(one_at_a_time_);
+      response.set_content(firewall(request.has_param("changes")), "image/svg+xml");
+    });
+    server.Get("/api/settings.conf", [this](const Request &, Response &response) {
+      std::scoped_lock lock(one_at_a_time_);
+      response.set_header("Content-Disposition", "attachment; filename=\"router.conf\"");
+      response.set_content(session_.text(), "text/plain");
+    });
+    wish(server, "/api/change", [this](const Json &wanted) {
+      session_.change({wanted.at("space").get<int>(), wanted.at("key").get<std::string>()},
+                      valueIn(wanted));
+    });
+    wish(server, "/api/keep", [this](const Json &) { session_.keep(); });
+    wish(server, "/api/discard", [this](const Json &) { session_.discard(); });
+  }
+
+ private:
+  template <typename Make>
+  void answer(httplib::Server &server, const char *path, Make make) {
+    server.Get(path, [this, make](const Request &, Response &response) {
+      std::scoped_lock lock(one_at_a_time_);
+      response.set_content(dumped(make()), "application/json");
+    });
+  }
+
+  // Each wish is answered with the changes as they are now.
+  template <typename Do>
+  void wish(httplib::Server &server, const char *path, Do act) {
+    server.Post(path, [this, act](const Request &request, Response &response) {
+      std::scoped_lock lock(one_at_a_time_);
+      try {
+        act(Json::parse(request.body));
+        response.set_content(dumped(changesAnswer(session_)), "application/json");
+      } catch (const Json::exception &) {
+        response.status = 400;
+        response.set_content("{\"error\": \"this is not what was expected\"}", "application/json");
+      } catch (const BadChange &error) {
+        response.status = 422;
+        response.set_content(dumped({{"error", error.what()}}), "application/json");
+      }
+    });
+  }
+
+  // Drawn once for each state of the settings: to find where the rules come from
+  // takes hundreds of runs.
+  const std::string &firewall(bool with_changes) {
+    Drawing &drawing = drawings_[with_changes ? 1 : 0];
+    if (drawing.version != session_.version()) {
+      drawing = {session_.version(), firewallAnswer(bench_, session_, with_changes)};
+    }
+    return drawing.svg;
+  }
+
+  long long elapsed() const {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() -
+                                                                 started_)
+        .count();
+  }
+
+  Bench bench_;
+  Session session_;
+  std::chrono::steady_clock::time_point started_ = std::chrono::steady_clock::now();
+  struct Drawing {
+    long long version = 0;
+    std::string svg;
+  };
+  Drawing drawings_[2];
+  std::mutex one_at_a_time_;
+};
+
+void tellFailures(httplib::Server &server) {
+  server.set_exception_handler([](const Request &, Response &response, std::exception_ptr failure) {
+    response.status = 500;
+    try {
+      std::rethrow_exception(failure);
+    } catch (const std::exception &error) {
+      response.set_content(dumped({{"error", error.what()}}), "application/json");
+    }
+  });
+}
+
+void openPage(httplib::Server &server) {
+  for (const PageFile &file : pageFiles()) {
+    server.Get(file.path, [&file](const Request &, Response &response) {
+      response.set_content(file.content.data(), file.content.size(), file.type);
+    });
+  }
+}
+
+void closeToOthers(httplib::Server &server, const Guard &guard) {
+  server.set_default_headers(kHeaders);
+  server.set_pre_routing_handler([&guard](const Request &request, Response &response) {
+    const char *refusal = guard.refusal(
+        request.method, [&](const char *name) { return request.get_header_value(name); });
+    if (refusal == nullptr) return httplib::Server::HandlerResponse::Unhandled;
+    response.status = 403;
+    response.set_content(std::string("Refused: ") + refusal + ".\n", "text/plain");
+    return httplib::Server::HandlerResponse::Handled;
+  });
+  // A connection for each request: the body of a refused one is left unread,
+  // and must not be taken for the next request.
+  server.set_keep_alive_max_count(1);
+  // Browsers open more than they use, and each holds a thread until it times out.
+  server.new_task_queue = [] { return new httplib::ThreadPool(32); };
+}
+
+int bindTo(httplib::Server &server, const ServeOptions &options) {
+  // Without the library's SO_REUSEPORT, with which two servers share a port.
+  server.set_socket_options([](socket_t socket) {
+    int on = 1;
+    setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+  });
+  int port = options.port;
+  errno = 0;
+  bool bound = true;
+  if (port == 0) {
+    port = server.bind_to_any_port(options.address);
+    bound = port > 0;
+  } else {
+    bound = server.bind_to_port(options.address, port);
+  }
+  if (bound) return port;
+  std::string reason = errno != 0 ? strerror(errno) : "this is no address of this machine";
+  throw CannotServe("cannot listen on " + inUrl(options.address) + ":" +
+                    std::to_string(options.port) + ": " + reason);
+}
+
+}  // namespace
+
+void serve(const ServeOptions &options) {
+  Desk desk(options);
+  httplib::Server server;
+  int port = bindTo(server, options);
+  Guard guard(options.address, port);
+  closeToOthers(server, guard);
+  tellFailures(server);
+  openPage(server);
+  desk.open(server);
+
+  // The listener's threads inherit the mask; the signals wait for sigwait.
+  sigset_t stops;
+  sigemptyset(&stops);
+  sigaddset(&stops, SIGINT);
+  sigaddset(&stops, SIGTERM);
+  pthread_sigmask(SIG_BLOCK, &stops, nullptr);
+  std::atomic<bool> ended = false;
+  std::thread listener([&] {
+    server.listen_after_bind();
+    ended = true;
+    kill(getpid(), SIGTERM);
+  });
+  while (!server.is_running() && !ended) std::this_thread::yield();
+  std::cout << "http://" << inUrl(options.address) << ":" << port << "/  (Ctrl-C stops)"
+            << std::endl;
+  if (!isLoopback(options.address)) {
+    std::cout << "Whoever reaches this address can see and change these settings." << std::endl;
+  }
+  int stop = 0;
+  sigwait(&stops, &stop);
+  bool failed = ended;
+  server.stop();
+  listener.join();
+  if (failed) throw CannotServe("the connection to " + inUrl(options.address) + " was lost");
+}
+
+}  // namespace orba::tool

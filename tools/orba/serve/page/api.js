@@ -1,0 +1,43 @@
+// What the server is asked.
+
+async function answerOf(response) {
+  const answer = await response.json();
+  if (!response.ok) throw new Error(answer.error ?? `answered ${response.status}`);
+  return answer;
+}
+
+export async function ask(name) {
+  return answerOf(await fetch(`/api/${name}`));
+}
+
+export async function askText(name) {
+  const response = await fetch(`/api/${name}`);
+  if (!response.ok) throw new Error(`answered ${response.status}`);
+  return response.text();
+}
+
+let last = Promise.resolve();
+
+// One behind the other, as they came: a field that is left by pressing "Keep" is
+// collected before it is kept.
+export function wish(name, body = {}) {
+  const send = () => fetch(`/api/${name}`, {
+    method: "POST",
+    headers: {"Content-Type": "application/json"},
+    body: JSON.stringify(body),
+  });
+  const answer = last.then(send).then(answerOf);
+  last = answer.catch(() => {});
+  return answer;
+}
+
+// Collects a change; `null` takes the setting away.
+export function change(space, key, value) {
+  return wish("change", {space, key, value}).then(announce);
+}
+
+// Tells the page what is collected now.
+export function announce(changes) {
+  document.dispatchEvent(new CustomEvent("changes", {detail: changes}));
+  return changes;
+}

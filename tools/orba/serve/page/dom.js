@@ -1,0 +1,45 @@
+// Building the page. Every text goes in as text: nothing that a setting or the
+// air holds is ever read as markup.
+
+const kSvg = "http://www.w3.org/2000/svg";
+
+function fill(element, attributes, children) {
+  for (const [name, value] of Object.entries(attributes ?? {})) {
+    if (value === undefined || value === null || value === false) continue;
+    if (name.startsWith("on")) element.addEventListener(name.slice(2), value);
+    else if (name === "value") element.value = value;
+    else element.setAttribute(name, value === true ? "" : value);
+  }
+  element.append(...children.flat(9).filter((child) => child !== null && child !== undefined));
+  return element;
+}
+
+export function h(tag, attributes, ...children) {
+  return fill(document.createElement(tag), attributes, children);
+}
+
+export function svg(tag, attributes, ...children) {
+  return fill(document.createElementNS(kSvg, tag), attributes, children);
+}
+
+export function card(title, ...children) {
+  return h("section", {class: "card"}, h("h2", {}, title), children);
+}
+
+// Rows of cells under headings; a cell is a text, an element or a list of both.
+// Headings that begin with "#" stand over numbers.
+export function table(headings, rows, caption) {
+  const numeric = headings.map((heading) => heading.startsWith("#"));
+  const cell = (content, column) => h("td", {class: numeric[column] ? "number" : null}, content);
+  return h("div", {class: "scroll", tabindex: 0, role: "region", "aria-label": caption},
+    h("table", {},
+      h("thead", {}, h("tr", {}, headings.map((heading, column) =>
+        h("th", {scope: "col", class: numeric[column] ? "number" : null}, heading.replace("#", ""))))),
+      h("tbody", {}, rows.map((row) => h("tr", {}, row.map(cell))))));
+}
+
+// Names and values beside each other, those without a value left out.
+export function facts(pairs) {
+  return h("dl", {class: "facts"}, pairs.filter(([, value]) => value !== "" && value !== undefined)
+    .map(([name, value]) => h("div", {}, h("dt", {}, name), h("dd", {}, value))));
+}

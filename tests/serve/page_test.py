@@ -1,0 +1,273 @@
+#!/usr/bin/env python3
+"""`orba serve` in a real browser.
+
+page_test.py ORBA EXAMPLES SCREENSHOTS; exit code 77 when there is no Chromium,
+which CI=true does not allow.
+"""
+import http.client
+import json
+import os
+import pathlib
+import signal
+import subprocess
+import sys
+import tempfile
+import unittest
+
+import chromium
+
+ORBA, EXAMPLES, SHOTS = sys.argv[1], pathlib.Path(sys.argv[2]), pathlib.Path(sys.argv[3])
+
+MARKUP = '<img src=x onerror=hacked=1>'
+SCRIPT = '</script><script>hacked=1</script>'
+# In place of the example's.
+SETTINGS = {
+    "ModelName": MARKUP,
+    "HostName": SCRIPT,
+    "CountryRegion": "2",
+    "Channel": "11",
+    "AutoChannelSelect": "0",
+    "RoutingRules": f"192.168.5.0,255.255.255.0,192.168.1.254,LAN,br0,,{MARKUP}",
+    "websHostFilters": f"casino.example.com;{MARKUP}",
+}
+NETWORKS = f'''"{MARKUP}" 00:11:22:33:44:55 6 -55 WPA2-PSK AES
+"</script><script>hacked=1//" 00:1A:2B:00:00:01 11 -72 open
+"'}}];hacked=1;//" 00:1A:2B:00:00:02 1 -85 WEP
+'''
+VIEWS = ("overview", "network", "radio", "firewall", "settings", "changes")
+
+
+def configuration():
+    lines = (EXAMPLES / "gateway.conf").read_text().splitlines()
+    return "\n".join(f"{key}={SETTINGS[key]}" if (key := line.partition("=")[0]) in SETTINGS else line
+                     for line in lines) + "\n"
+
+
+class Served(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = tempfile.TemporaryDirectory()
+        cls.config = pathlib.Path(cls.folder.name, "router.conf")
+        cls.config.write_text(configuration())
+        networks = pathlib.Path(cls.folder.name, "networks.txt")
+        networks.write_text(NETWORKS)
+        cls.orba = subprocess.Popen(
+            [ORBA, "serve", "--config", cls.config, "--root", EXAMPLES / "device",
+             "--device", networks, "--port", "0"], stdout=subprocess.PIPE, text=True)
+        cls.url = cls.orba.stdout.readline().split()[0]
+        cls.port = int(cls.url.rstrip("/").rpartition(":")[2])
+        cls.browser = chromium.Chromium()
+        cls.browser.resize(1280, 900)
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.browser.close()
+        cls.orba.send_signal(signal.SIGTERM)
+        code = cls.orba.wait(10)
+        cls.orba.stdout.close()
+        cls.folder.cleanup()
+        assert code == 0, f"SIGTERM ends it with {code}"
+
+    def setUp(self):
+        self.wish("discard")
+
+    def tearDown(self):
+        self.assertEqual(self.browser.complaints(), [])
+
+    def ask(self, path, method="GET", body=None, headers={}):
+        connection = http.client.HTTPConnection("127.0.0.1", self.port, timeout=60)
+        connection.request(method, path, body, headers)
+        response = connection.getresponse()
+        text = response.read().decode()
+        connection.close()
+        return response, text
+
+    def wish(self, name, **wanted):
+        response, text = self.ask(f"/api/{name}", "POST", json.dumps(wanted),
+                                  {"Content-Type": "application/json"})
+        return response.status, json.loads(text)
+
+    def view(self, name):
+        self.browser.go("about:blank")
+        self.browser.go(f"{self.url}#{name}")
+        self.browser.wait_for("document.body.dataset.ready === arguments[0]", name)
+        # Nothing that a setting or the air holds became an element, or ran.
+        self.assertEqual(self.browser.run("""return [typeof hacked, document.scripts.length,
+            document.querySelectorAll('img:not([src="/icon.svg"])').length]"""), ["undefined", 1, 0])
+
+    def texts(self, selector):
+        return self.browser.run(
+            "return [...document.querySelectorAll(arguments[0])].map((at) => at.textContent)", selector)
+
+    def rows(self, caption):
+        return self.browser.run("""return [...document.querySelectorAll(
+            `[aria-label="${arguments[0]}"] tbody tr`)].map((row) =>
+            [...row.cells].map((cell) => cell.textContent.trim()))""", caption)
+
+    def test_overview_moves(self):
+        self.view("overview")
+        self.assertEqual(self.texts("#model"), [MARKUP])
+        self.assertEqual(self.texts("#host"), [SCRIPT + ", on the bench"])
+        self.assertEqual(self.texts(".ports b"), ["4", "3", "2", "1", "0"])
+        before = {row[0]: int(row[4]) for row in self.rows("Counters")}
+        self.assertLessEqual({"Internet 1", "Port 3", "Port 0", "ra0"}, before.keys())
+        # A line is drawn from the second look on.
+        self.browser.wait_for("[...document.querySelectorAll('.chart .line0')].every("
+                              "(line) => /L/.test(line.getAttribute('d')))")
+        after = {row[0]: int(row[4]) for row in self.rows("Counters")}
+        for name in ("Internet 1", "Port 3", "Port 0", "ra0"):
+            self.assertGreater(after[name], before[name], name)
+
+    def test_network_shows_the_routes(self):
+        self.view("network")
+        rows = self.rows("Routing table")
+        self.assertEqual([row[0] for row in rows], ["192.168.1.0", "203.0.113.0", "0.0.0.0", "192.168.5.0"])
+        self.assertEqual(rows[3], ["192.168.5.0", "255.255.255.0", "192.168.1.254", "br0", "LAN", "0",
+                                   "RoutingRules, record 1", "not installed", MARKUP])
+
+    def test_getters_are_read_as_a_page_that_runs_them_would(self):
+        """The device's own pages put options into a selector and run the survey's array."""
+        self.wish("change", space=1, key="CountryRegionABand", value="7")
+        self.wish("change", space=1, key="Channel", value="14")
+        self.wish("change", space=1, key="CountryRegion", value="4")
+        self.wish("keep")
+        alone = json.loads(self.ask("/api/radio")[1])  # channel 14, written another way
+        for key in ("Channel", "CountryRegion"):
+            self.wish("change", space=1, key=key, value=SETTINGS[key])
+        self.wish("keep")
+        self.view("radio")
+        radio = json.loads(self.ask("/api/radio")[1])
+        options = [alone["answers"]["getWlan11gChannels"], *(
+            radio["answers"][f"getWlan11{band}Channels"] for band in "agb")]
+        survey = radio["survey"].removeprefix("Content-Type: text/html\n\n")
+        read = self.browser.run("""return import("/getters.js").then((getters) => [
+            arguments[0].map(getters.parseOptions), getters.parseSurvey(arguments[1])])""", options, survey)
+        self.assertEqual([(one["value"], one["selected"]) for one in read[0][0]], [("14", True)])
+        self.assertEqual([(one["value"], one["selected"]) for one in read[0][2]],
+                         [("10", False), ("11", True)])
+        self.assertEqual(len(read[0][1]), 24)
+        self.assertEqual([one["ssid"] for one in read[1]],
+                         [MARKUP, "</script><script>hacked=1//", "'}];hacked=1;//"])
+        self.assertEqual(self.texts(".ssid"), [one["ssid"] for one in read[1]])
+        self.assertEqual(self.texts("[data-getter=getWlan11gChannels] option"), ["Channel 10", "Channel 11"])
+
+        self.browser.go("about:blank")
+        run = self.browser.run("""const shown = (html) => {
+              const page = document.createElement("div");
+              page.innerHTML = html;
+              return page;
+            };
+            return [arguments[0].map((text) => [...shown(`<select>${text}</select>`).firstChild].map(
+                      ({value, text, defaultSelected}) => ({value, text, selected: defaultSelected}))),
+                    eval(arguments[1]).map((network) => Object.fromEntries(Object.entries(network).map(
+                      ([name, value]) => [name, shown(value).textContent])))]""", options, survey)
+        self.assertEqual(read, run)
+
+    def test_a_change_shows_its_commands_and_is_kept_in_memory_only(self):
+        expected = self.ask("/api/settings.conf")[1]
+        self.view("settings")
+        field = "setting-1-DMZAddress"
+        self.browser.run("""const field = document.getElementById(arguments[0]);
+            field.value = "192.168.1.77"; field.dispatchEvent(new Event("change"))""", field)
+        self.browser.wait_for("document.getElementById('pending-text').textContent === '1 change not kept yet: 0 commands would differ.'")
+        self.wish("change", space=1, key="DMZEnable", value="1")
+        self.view("changes")
+        self.assertEqual([line for line in self.texts(".effect[data-entry=firewall_init] > .edits li")
+                          if "192.168.1." in line and "DMZ" in line], [
+            "+iptables -t filter -A DMZ -i eth2.2 -d 192.168.1.77 -j ACCEPT",
+            "+iptables -t nat -A DMZ -i eth2.2 -p tcp --dport 7547 -j RETURN;"
+            "iptables -t nat -A DMZ -i eth2.2 -p tcp --dport 161 -j RETURN;"
+            "iptables -t nat -A DMZ -j DNAT -i eth2.2 --to 192.168.1.77;"
+            "iptables -t nat -A DMZ -j DNAT -i eth2.2 -p tcp --dport ! 8080 --to 192.168.1.77"])
+        self.screenshots("changes")
+        self.browser.run("document.getElementById('keep').click()")
+        self.browser.wait_for("document.getElementById('pending').hidden")
+
+        status, answer = self.wish("change", space=2, key="a=b", value="")
+        self.assertEqual((status, answer["error"]), (422, "this is no name for a setting"))
+        for change in ({"space": 1, "key": "HostName", "value": None},
+                       {"space": 1, "key": "New", "value": " one\ntwo "},
+                       {"space": 2, "key": "SSID1", "value": "five"},
+                       {"space": 3, "key": "Third", "value": "3"}):
+            self.assertEqual(self.wish("change", **change)[0], 200)
+        for key, value in {"DMZAddress": "192.168.1.77", "DMZEnable": "1"}.items():
+            expected = expected.replace(f"\n{key}={self.value(expected, key)}\n", f"\n{key}={value}\n")
+        space1, space2 = expected.replace(f"HostName={SCRIPT}\n", "").split("\n[2]\n")
+        before = self.value(space2, "SSID1")
+        space1 = space1.rstrip("\n") + "\nNew= one\\ntwo\\x20\n"
+        expected = f"{space1}\n[2]\n{space2}".replace(f"SSID1={before}\n", "SSID1=five\n") + "\n[3]\nThird=3\n"
+        self.assertEqual(self.ask("/api/settings.conf")[1], expected)
+        self.assertEqual(self.config.read_text(), configuration())
+
+    def value(self, text, key):
+        return next(line.partition("=")[2] for line in text.splitlines() if line.startswith(key + "="))
+
+    def test_a_rule_of_the_picture_tells_where_it_comes_from(self):
+        self.wish("change", space=1, key="PortForwardRules", value="192.168.1.99,80,80,TCP,x")
+        self.view("firewall")
+        self.browser.run("""[...document.querySelectorAll(".picture .rule.added")].find((rule) =>
+            rule.textContent.includes("DNAT 192.168.1.99")).focus()""")
+        told = self.texts(".told p")
+        self.assertRegex(told[0], "-d 198.51.100.2|-d 203.0.113.2")
+        self.assertIn("from PortForwardRules, record 1: 192.168.1.99,80,80,TCP,x", told)
+        self.browser.run("document.querySelector('.told a').click()")
+        self.browser.wait_for("document.body.dataset.ready === 'settings'")
+        self.assertEqual(self.texts(".setting:not([hidden]) label"),
+                         ["PortForwardRules", "SinglePortForwardRules"])
+
+    def test_views_fit(self):
+        self.wish("change", space=1, key="PortForwardRules", value="192.168.1.99,80,80,TCP,x")
+        for name in VIEWS:
+            self.view(name)
+            self.screenshots(name)
+
+    def screenshots(self, name):
+        for width, height, dark in ((1280, 900, False), (1280, 900, True), (400, 800, False)):
+            self.browser.resize(width, height)
+            self.browser.dark(dark)
+            self.browser.screenshot(SHOTS / f"{name}-{width}{'-dark' if dark else ''}.png")
+            self.assertLessEqual(self.browser.run("return document.documentElement.scrollWidth"), width, name)
+        self.browser.resize(1280, 900)
+
+    def test_others_are_refused(self):
+        own = f"127.0.0.1:{self.port}"
+        body = {"Content-Type": "application/json", "Content-Length": "2"}
+        for method, path, headers, status in (
+                ("GET", "/", {}, 200),
+                ("GET", "/", {"Host": f"localhost:{self.port}", "Sec-Fetch-Site": "none"}, 200),
+                ("GET", "/", {"Host": "localhost"}, 403),
+                ("GET", "/", {"Host": f"127.0.0.1.example.org:{self.port}"}, 403),
+                ("GET", "/api/status", {"Host": f"192.0.2.1:{self.port}"}, 403),
+                ("GET", "/app.js", {"Host": f"rebound.example:{self.port}"}, 403),
+                ("GET", "/api/status", {"Origin": "http://elsewhere.example"}, 403),
+                ("GET", "/api/status", {"Sec-Fetch-Site": "cross-site"}, 403),
+                ("GET", "/api/status", {"Sec-Fetch-Site": "same-site"}, 403),
+                ("POST", "/api/discard", body, 200),
+                ("POST", "/api/discard", body | {"Origin": f"http://{own}", "Sec-Fetch-Site": "same-origin"}, 200),
+                ("POST", "/api/discard", body | {"Origin": "null"}, 403),
+                ("POST", "/api/discard", body | {"Origin": "http://127.0.0.1:1"}, 403),
+                ("POST", "/api/discard", body | {"Content-Type": "text/plain"}, 403),
+                ("POST", "/api/discard", {"Content-Type": "application/json", "Transfer-Encoding": "chunked"}, 403),
+                ("POST", "/api/discard", body | {"Content-Length": "65537"}, 403),
+                ("PUT", "/api/discard", body, 403)):
+            with self.subTest(method=method, path=path, headers=headers):
+                sent = b"{}" if method != "GET" and "Content-Length" in headers else None
+                response, _ = self.ask(path, method, sent, {"Host": own} | headers)
+                self.assertEqual(response.status, status)
+                self.assertEqual(response.getheader("Connection"), "close")
+                self.assertIn("script-src 'self';", response.getheader("Content-Security-Policy"))
+        self.assertEqual(self.wish("change", space="1", key=[], value="")[0], 400)
+
+    def test_a_port_in_use_is_an_error(self):
+        second = subprocess.run([ORBA, "serve", "--config", self.config, "--port", str(self.port)],
+                                capture_output=True, text=True, timeout=60)
+        self.assertEqual((second.returncode, second.stderr), (
+            2, f"orba: cannot listen on 127.0.0.1:{self.port}: Address already in use\n"))
+
+
+if __name__ == "__main__":
+    if program := chromium.missing():
+        print(f"orba serve: not tested in a browser, because there is no {program} on this machine")
+        sys.exit(1 if os.environ.get("CI") == "true" else 77)
+    SHOTS.mkdir(parents=True, exist_ok=True)
+    unittest.main(argv=sys.argv[:1] + sys.argv[4:])

@@ -13,8 +13,9 @@ namespace {
 
 using Config = std::vector<nvram::Entry>;
 
-// Longer lists are told as a whole: each record costs a run.
-constexpr size_t kMostRecords = 500;
+// Longer lists are told as a whole, and of longer values the first words changed:
+// each costs a run.
+constexpr size_t kMostRecords = 200, kMostWords = 8;
 
 // ---- other values to try ----
 
@@ -49,6 +50,7 @@ std::vector<std::string> neighboursOf(const std::string &value) {
   std::vector<std::string> neighbours, words = splitAt(value, ' ');
   auto stands = [](char c) { return isalnum(static_cast<unsigned char>(c)) != 0; };
   for (std::string &word : words) {
+    if (neighbours.size() == kMostWords) break;
     auto last = std::find_if(word.rbegin(), word.rend(), stands);
     if (last == word.rend()) continue;
     char was = *last;
@@ -129,7 +131,7 @@ Edits Trials::editsWith(size_t setting, const std::string *value) const {
   } else {
     config.erase(config.begin() + static_cast<long>(setting));
   }
-  return editsBetween(run_.commands, runOn(config, run_.entry, run_.words, prepare_).commands);
+  return editsBetween(run_.commands, commandsOn(config, run_.entry, run_.words, prepare_));
 }
 
 Affected Trials::affectedIn(const Edits &edits) const {

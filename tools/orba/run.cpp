@@ -119,8 +119,11 @@ const std::string *Run::value(int space, const std::string &key) const {
   return nullptr;
 }
 
-Run runOn(const std::vector<nvram::Entry> &config, const std::string &entry,
-          const std::vector<std::string> &words, const Prepare &prepare) {
+namespace {
+
+// All of a run but what its commands make of the packet filter.
+Run recordedOn(const std::vector<nvram::Entry> &config, const std::string &entry,
+               const std::vector<std::string> &words, const Prepare &prepare) {
   entryNamed(entry).checkWords(words);
   Run run;
   run.entry = entry;
@@ -141,8 +144,22 @@ Run runOn(const std::vector<nvram::Entry> &config, const std::string &entry,
     if (event[0] == Event::kSet) run.writes.push_back("set " + text);
     if (event[0] == Event::kCommit) run.writes.push_back("commit " + text);
   }
+  return run;
+}
+
+}  // namespace
+
+Run runOn(const std::vector<nvram::Entry> &config, const std::string &entry,
+          const std::vector<std::string> &words, const Prepare &prepare) {
+  Run run = recordedOn(config, entry, words, prepare);
   run.filter.run(run.commands);
   return run;
+}
+
+std::vector<std::string> commandsOn(const std::vector<nvram::Entry> &config,
+                                    const std::string &entry, const std::vector<std::string> &words,
+                                    const Prepare &prepare) {
+  return recordedOn(config, entry, words, prepare).commands;
 }
 
 }  // namespace orba::tool

@@ -46,6 +46,11 @@ using Prepare = std::function<void(sim::Device &)>;
 Run runOn(const std::vector<nvram::Entry> &config, const std::string &entry,
           const std::vector<std::string> &words, const Prepare &prepare);
 
+// Its commands alone, for whoever makes hundreds of runs.
+std::vector<std::string> commandsOn(const std::vector<nvram::Entry> &config,
+                                    const std::string &entry, const std::vector<std::string> &words,
+                                    const Prepare &prepare);
+
 }  // namespace orba::tool
 
 #endif

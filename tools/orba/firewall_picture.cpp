@@ -1,33 +1,18 @@
 #include "tools/orba/firewall_picture.h"
 
-#include <algorithm>
-#include <array>
-#include <set>
+#include <map>
 #include <sstream>
 
-#include "tools/orba/firewall_chains.h"
+#include "tools/orba/firewall_layout.h"
 #include "tools/orba/svg.h"
 
 namespace orba::tool {
 
 namespace {
 
-// ---- measures, in pixels ----
-
 constexpr int kFont = 12;
-constexpr double kLetter = 7.22;  // width of a monospaced letter of that size
-constexpr int kLine = 16;         // from one line of a rule to the next
-constexpr int kRowPadding = 6;
-constexpr int kHeader = 26;
-constexpr int kNumber = 40;  // the column of the rules' numbers
-constexpr int kSpine = 40;   // where packets go down
-constexpr int kFirstColumn = 100;
-constexpr int kOutlet = 124;        // where they leave a box
-constexpr int kLane = 8;            // between two edges that run beside each other
-constexpr size_t kWidestRule = 62;  // letters of a rule and its target together
-constexpr size_t kMostLines = 6;
-
-// ---- colours ----
+constexpr int kSpine = 40;    // where packets go down
+constexpr int kOutlet = 124;  // where they leave a box
 
 struct Paint {
   const char *strong;
@@ -62,245 +47,40 @@ constexpr Mark kMarks[] = {
     {"~", " moved", "#bf8700", "#fff8d6"},
 };
 
-// ---- the ways of a packet ----
-
-struct Stage {
-  enum Way { kThrough, kAside, kFromRouter };
-  const char *program, *table, *chain;
-  Way way;
-  const char *meaning;
-  const char *end;  // of what goes aside: where it goes; of what comes from the router: where from
-};
-
-constexpr const char *kPrograms = "the router's own programs";
-
-// Where an IP packet's route is looked up, for all stages below.
-constexpr size_t kRouted = 5;
-
-constexpr Stage kStages[] = {
-    {"ebtables", "broute", "BROUTING", Stage::kThrough, "a frame that came in by the LAN bridge",
-     ""},
-    {"ebtables", "nat", "PREROUTING", Stage::kThrough, "a frame that came in by the LAN bridge",
-     ""},
-    {"ebtables", "filter", "FORWARD", Stage::kAside, "a frame for another port of the bridge",
-     "out by another port of the bridge"},
-    {"ebtables", "filter", "INPUT", Stage::kThrough,
-     "a frame that leaves the bridge for the router", ""},
-    {"iptables", "nat", "PREROUTING", Stage::kThrough,
-     "the first packet of a connection, before its route is looked up", ""},
-    {"iptables", "filter", "INPUT", Stage::kAside, "a packet for the router itself", kPrograms},
-    {"iptables", "filter", "FORWARD", Stage::kThrough, "a packet for another host", ""},
-    {"iptables", "nat", "OUTPUT", Stage::kFromRouter,
-     "the first packet of a connection of the router's own", kPrograms},
-    {"iptables", "filter", "OUTPUT", Stage::kFromRouter, "a packet of the router's own", kPrograms},
-    {"iptables", "nat", "POSTROUTING", Stage::kThrough,
-     "the first packet of a connection, before it leaves", ""},
-    {"ebtables", "nat", "OUTPUT", Stage::kFromRouter, "a frame of the router's own for the bridge",
-     kPrograms},
-    {"ebtables", "filter", "OUTPUT", Stage::kFromRouter,
-     "a frame of the router's own for the bridge", kPrograms},
-    {"ebtables", "nat", "POSTROUTING", Stage::kThrough, "a frame that leaves by the LAN bridge",
-     ""},
-};
-
-// ---- boxes ----
-
-struct Row {
-  const DrawnRule *rule = nullptr;
-  std::vector<std::string> lines;
-  std::string pill;
-  Paint paint = kNote;
-  const DrawnChain *leads_to = nullptr;
-  int y = 0, height = 0;  // y from the top of the picture
-};
-
-struct Box {
-  const DrawnChain *chain = nullptr;
-  size_t depth = 0;
-  int y = 0, height = 0;
-  std::vector<Row> rows;
-  std::string policy;
-
-  int headerMiddle() const { return y + kHeader / 2; }
-};
-
-// A jump, from the right side of a row to the header of a box one column on.
-struct Edge {
-  size_t depth;
-  int from, to;
-};
-
-struct StageBoxes {
-  const Stage *stage;
-  int heading = 0;  // of the baseline
-  std::vector<Box> boxes;
-  std::vector<Edge> edges;
-  int bottom = 0;
-};
-
-int lettersWidth(size_t letters) {
-  return static_cast<int>(static_cast<double>(letters) * kLetter + 0.5);
-}
-
-size_t lettersOf(const std::string &text) {
-  return charactersOf(text).size();
-}
-
-int pillWidth(const std::string &pill) {
-  return lettersWidth(lettersOf(pill)) + 14;
-}
-
 class Picture {
  public:
   Picture(const Run &run, const Origins &origins, const Difference *difference)
-      : run_(run), origins_(origins), chains_(run, difference), compared_(difference != nullptr) {}
+      : run_(run),
+        origins_(origins),
+        chains_(run, difference),
+        layout_(chains_),
+        compared_(difference != nullptr) {}
 
   std::string draw();
 
  private:
-  // Placing.
-  void placeStages();
-  void placeChain(StageBoxes &stage, const DrawnChain &chain, size_t depth, int y);
-  Row rowOf(const DrawnChain &chain, const DrawnRule &rule) const;
-  void measureColumns();
-  int rightOf(size_t depth) const { return columns_.at(depth) + widths_.at(depth); }
-
-  // Drawing.
   void heading();
-  void pill(int right, int y, const std::string &text, const Paint &paint);
-  void text(int x, int y, const std::string &content, const char *style);
-  void code(int x, int y, const std::string &content, const char *style);
   void box(const Box &box);
   void row(const Box &box, const Row &row);
+  std::string titleOf(const Row &row) const;
   void edges(const StageBoxes &stage);
   void path();
+
+  void text(int x, int y, const std::string &content, const char *style);
+  void code(int x, int y, const std::string &content, const char *style);
+  void pill(int right, int y, const std::string &content, const Paint &paint);
   void spine(int from, int to);
   void station(int x, int y, const std::string &label);
   void decision(int y);
   void arrow(int from_x, int from_y, int to_x, int to_y);
-  std::string titleOf(const Row &row) const;
 
   const Run &run_;
   const Origins &origins_;
   FirewallChains chains_;
+  FirewallLayout layout_;
   bool compared_;
-  std::vector<StageBoxes> stages_;
-  std::set<const DrawnChain *> placed_;
-  std::map<size_t, int> next_y_;       // by column, where the next box may begin
-  std::vector<int> widths_, columns_;  // by column: of its boxes, and where they begin
-  int bottom_ = 0;
   std::ostringstream out_;
 };
-
-// ---- placing ----
-
-Row Picture::rowOf(const DrawnChain &chain, const DrawnRule &rule) const {
-  Row row;
-  row.rule = &rule;
-  const DrawnChain *target = chains_.target(chain, rule);
-  if (target != nullptr) {
-    row.paint = kJump;
-    bool empty = target->rules.empty();
-    row.pill = "→ " + target->name + (empty ? " (empty)" : placed_.count(target) != 0 ? " ↑" : "");
-    if (!empty) row.leads_to = target;
-  } else {
-    row.paint = paintOf(rule.parts.target);
-    row.pill = rule.parts.target.empty() ? "count" : rule.parts.target;
-    if (!rule.parts.detail.empty()) row.pill += " " + rule.parts.detail;
-  }
-  std::string shown = rule.parts.match.empty() ? "everything" : rule.parts.match;
-  if (rule.kind == Edit::kMoved) shown += " (was " + std::to_string(rule.was) + ")";
-  row.pill = wrapped(row.pill, kWidestRule / 2, 1).front();
-  size_t room = kWidestRule - lettersOf(row.pill);
-  row.lines = wrapped(shown, room, kMostLines);
-  row.height = static_cast<int>(row.lines.size()) * kLine + kRowPadding;
-  return row;
-}
-
-// A chain's box, and to its right those of the chains that it jumps to, each not
-// above the jump.
-void Picture::placeChain(StageBoxes &stage, const DrawnChain &chain, size_t depth, int y) {
-  placed_.insert(&chain);
-  Box box;
-  box.chain = &chain;
-  box.depth = depth;
-  box.y = std::max(y, next_y_[depth]);
-  int at = box.y + kHeader;
-  std::vector<std::pair<const DrawnChain *, int>> jumps;
-  for (const DrawnRule &rule : chain.rules) {
-    Row row = rowOf(chain, rule);
-    row.y = at;
-    at += row.height;
-    if (row.leads_to != nullptr && placed_.insert(row.leads_to).second) {
-      jumps.emplace_back(row.leads_to, row.y + row.height / 2);
-    }
-    box.rows.push_back(std::move(row));
-  }
-  if (!chain.policy.empty() || !chain.policy_before.empty()) {
-    box.policy = chain.policy.empty() ? "none" : chain.policy;
-    at += kLine + kRowPadding;
-  } else {
-    at += 4;
-  }
-  box.height = at - box.y;
-  next_y_[depth] = at + 18;
-  stage.bottom = std::max(stage.bottom, at);
-  stage.boxes.push_back(std::move(box));
-  for (const auto &[target, row_middle] : jumps) {
-    size_t index = stage.boxes.size();
-    placeChain(stage, *target, depth + 1, row_middle - kHeader / 2);
-    stage.edges.push_back({depth, row_middle, stage.boxes.at(index).headerMiddle()});
-  }
-}
-
-void Picture::placeStages() {
-  int y = 110;
-  bool routed = false;
-  for (size_t i = 0; i < std::size(kStages); i++) {
-    const Stage &stage = kStages[i];
-    const DrawnChain *chain = chains_.find(stage.program, stage.table, stage.chain);
-    bool plain = chain != nullptr && chain->rules.empty() && chain->policy == "ACCEPT" &&
-                 chain->policy_before == "ACCEPT";
-    if (chain == nullptr || plain) continue;
-    if (i >= kRouted && !routed) y += 64;  // room for the decision
-    routed = i >= kRouted;
-    StageBoxes placed;
-    placed.stage = &stage;
-    placed.heading = y + (stage.way == Stage::kFromRouter ? 46 : 0);
-    next_y_.clear();
-    placeChain(placed, *chain, 0, placed.heading + 10);
-    y = placed.bottom + (stage.way == Stage::kAside ? 86 : 60);
-    bottom_ = placed.bottom;
-    stages_.push_back(std::move(placed));
-  }
-  bottom_ += 70;
-}
-
-void Picture::measureColumns() {
-  std::map<size_t, size_t> lanes;  // by the column that the edges leave
-  for (const StageBoxes &stage : stages_) {
-    for (const Box &box : stage.boxes) {
-      if (widths_.size() <= box.depth) widths_.resize(box.depth + 1, 220);
-      int &width = widths_[box.depth];
-      width = std::max(width, lettersWidth(lettersOf(box.chain->name)) + 140);
-      for (const Row &row : box.rows) {
-        size_t longest = 0;
-        for (const std::string &line : row.lines) longest = std::max(longest, lettersOf(line));
-        width = std::max(width, kNumber + lettersWidth(longest) + 16 + pillWidth(row.pill) + 8);
-      }
-    }
-    std::map<size_t, size_t> here;
-    for (const Edge &edge : stage.edges)
-      lanes[edge.depth] = std::max(lanes[edge.depth], ++here[edge.depth]);
-  }
-  int x = kFirstColumn;
-  for (size_t depth = 0; depth < widths_.size(); depth++) {
-    columns_.push_back(x);
-    x = rightOf(depth) + 34 + kLane * static_cast<int>(lanes[depth]);
-  }
-}
-
-// ---- drawing ----
 
 void Picture::text(int x, int y, const std::string &content, const char *style) {
   out_ << "<text x=\"" << x << "\" y=\"" << y << "\" " << style << ">" << xmlText(content)
@@ -353,7 +133,7 @@ std::string Picture::titleOf(const Row &row) const {
 void Picture::row(const Box &box, const Row &row) {
   const DrawnRule &rule = *row.rule;
   const Mark &mark = kMarks[rule.kind];
-  int x = columns_[box.depth], width = widths_[box.depth];
+  int x = layout_.left(box.depth), width = layout_.width(box.depth);
   out_ << "<g class=\"rule" << mark.name << "\"";
   if (rule.command) out_ << " data-command=\"" << *rule.command + 1 << "\"";
   out_ << ">\n<title>" << titleOf(row) << "</title>\n";
@@ -373,13 +153,14 @@ void Picture::row(const Box &box, const Row &row) {
     code(x + kNumber, baseline, line, faint ? "fill=\"#57606a\"" : "fill=\"#1f2328\"");
     baseline += kLine;
   }
-  pill(x + width - 8, row.y + (kLine + kRowPadding - 17) / 2, row.pill, row.paint);
+  pill(x + width - 8, row.y + (kLine + kRowPadding - 17) / 2, row.pill,
+       row.jump ? kJump : paintOf(rule.parts.target));
   out_ << "</g>\n";
 }
 
 void Picture::box(const Box &box) {
   const DrawnChain &chain = *box.chain;
-  int x = columns_[box.depth], width = widths_[box.depth];
+  int x = layout_.left(box.depth), width = layout_.width(box.depth);
   out_ << "<g class=\"chain\">\n<rect x=\"" << x << "\" y=\"" << box.y << "\" width=\"" << width
        << "\" height=\"" << box.height << "\" rx=\"5\" fill=\"#ffffff\" stroke=\"" << kFrame
        << "\"/>\n";
@@ -408,7 +189,7 @@ void Picture::box(const Box &box) {
 void Picture::edges(const StageBoxes &stage) {
   std::map<size_t, int> lane;
   for (const Edge &edge : stage.edges) {
-    int from = rightOf(edge.depth), to = columns_[edge.depth + 1];
+    int from = layout_.right(edge.depth), to = layout_.left(edge.depth + 1);
     int x = to - 20 - kLane * lane[edge.depth]++;
     out_ << "<path d=\"M" << from << " " << edge.from << "H" << x - 5 << "Q" << x << " "
          << edge.from << " " << x << " " << edge.from + std::min(5, edge.to - edge.from) << "V"
@@ -453,10 +234,10 @@ void Picture::path() {
   bool routed = false;
   station(kSpine, y, "a packet comes in");
   y += 7;
-  for (const StageBoxes &stage : stages_) {
+  for (const StageBoxes &stage : layout_.stages()) {
     const Box &first = stage.boxes.front();
     int in = first.headerMiddle(), bottom = first.y + first.height, out = bottom + 14;
-    if (!routed && stage.stage >= kStages + kRouted) {
+    if (!routed && stage.stage->routed) {
       int middle = stage.heading - 52;
       spine(y, middle - 12);
       decision(middle);
@@ -483,8 +264,8 @@ void Picture::path() {
     text(kOutlet + 10, out + 4, "accepted", "fill=\"#57606a\"");
     y = out;
   }
-  arrow(kSpine, y, kSpine, bottom_ - 34);
-  station(kSpine, bottom_ - 26, "it goes out");
+  arrow(kSpine, y, kSpine, layout_.height() - 34);
+  station(kSpine, layout_.height() - 26, "it goes out");
 }
 
 void Picture::heading() {
@@ -519,17 +300,14 @@ void Picture::heading() {
 }
 
 std::string Picture::draw() {
-  placeStages();
-  measureColumns();
-  int width = kFirstColumn + 1240;
-  if (!widths_.empty()) width = std::max(width, rightOf(widths_.size() - 1) + 30);
+  int width = layout_.width(), height = layout_.height();
   out_ << "<svg xmlns=\"http://www.w3.org/2000/svg\" class=\"firewall\" width=\"" << width
-       << "\" height=\"" << bottom_ << "\" viewBox=\"0 0 " << width << " " << bottom_
+       << "\" height=\"" << height << "\" viewBox=\"0 0 " << width << " " << height
        << "\" font-family=\"'DejaVu Sans',system-ui,sans-serif\" font-size=\"" << kFont << "\">\n"
        << "<rect width=\"100%\" height=\"100%\" fill=\"#fbfcfd\"/>\n";
   heading();
   path();
-  for (const StageBoxes &stage : stages_) {
+  for (const StageBoxes &stage : layout_.stages()) {
     std::string name = std::string(stage.stage->program) + " " + stage.stage->table;
     out_ << "<text x=\"" << kFirstColumn << "\" y=\"" << stage.heading
          << "\" fill=\"#1f2328\"><tspan font-weight=\"700\" font-size=\"14\">" << name

@@ -19,7 +19,7 @@ files it reads and writes. Arguments, results and buffer sizes stand in `include
 The commands are those of an example device, found by calling every function with every setting that
 it asks for changed or missing. `<DMZAddress>` is the value of a setting, `<aclRules[1]>` field 1 of a
 list's record, `<netmask>` an argument, `<WAN>` the WAN's interface; a command that ends in `|` is run
-for its output. What runs on the device as it comes is followed by what only runs in another
+for its output, and `# iptablesMclRun` stands for all that this function runs. What runs on the device as it comes is followed by what only runs in another
 situation. Two settings changed at once are tried only where the second is asked for because of the
 first. What settings of your own would run: `orba plan ENTRY --config FILE`.
 
@@ -123,10 +123,15 @@ std::set<T> without(std::set<T> names, const std::vector<const Known *> &called,
   return names;
 }
 
-std::string item(const char *what, const Lines &things, const Lines &called) {
+// "- Reads the files `a`, `b`, and what they read"
+std::string item(const std::string &verb, const char *object, const Lines &things,
+                 const Lines &called) {
   if (things.empty()) return "";
-  std::string rest = called.empty() ? "" : ", and what these do";
-  return std::string("- ") + what + " " + listed(things) + rest + "\n";
+  std::string rest;
+  if (called.size() == 1) rest = ", and what it " + verb + "s";
+  if (called.size() > 1) rest = ", and what they " + verb;
+  std::string first = std::string(1, static_cast<char>(toupper(verb[0]))) + verb.substr(1) + "s ";
+  return "- " + first + object + listed(things) + rest + "\n";
 }
 
 // ---- sections ----
@@ -139,15 +144,22 @@ std::string effects(const Known &known, const std::vector<const Known *> &called
     std::string name = std::string("`") + each->entry->name + "`";
     if (std::find(names.begin(), names.end(), name) == names.end()) names.push_back(name);
   }
-  if (!names.empty()) text += "- Does what " + listed(names) + " do" + "\n";
-  text += item("Reads", titlesOf(without(behaviour.reads, called, &tool::Behaviour::reads)), names);
-  text +=
-      item("Writes", titlesOf(without(behaviour.writes, called, &tool::Behaviour::writes)), names);
-  text += item("Reads the files",
-               quoted(without(behaviour.files_read, called, &tool::Behaviour::files_read)), names);
-  text += item("Writes the files",
-               quoted(without(behaviour.files_written, called, &tool::Behaviour::files_written)),
-               names);
+  using tool::Behaviour;
+  auto own = [&](auto things) { return without(behaviour.*things, called, things); };
+  auto having = [&](auto things) {
+    Lines some;
+    for (const Known *each : called) {
+      if (!(each->behaviour.*things).empty()) some.emplace_back(each->entry->name);
+    }
+    return some;
+  };
+  if (!names.empty()) text += "- Runs " + listed(names) + "\n";
+  text += item("read", "", titlesOf(own(&Behaviour::reads)), having(&Behaviour::reads));
+  text += item("write", "", titlesOf(own(&Behaviour::writes)), having(&Behaviour::writes));
+  text += item("read", "the files ", quoted(own(&Behaviour::files_read)),
+               having(&Behaviour::files_read));
+  text += item("write", "the files ", quoted(own(&Behaviour::files_written)),
+               having(&Behaviour::files_written));
   return text.empty() ? "" : text + "\n";
 }
 
@@ -165,9 +177,10 @@ std::string commands(const Known &known, const Folded &usual) {
     }
   }
   std::string text;
-  bool one_call = known.entry->parameters.empty() || known.behaviour.deeds.size() == 1;
+  const std::vector<tool::Deeds> &all = known.behaviour.deeds;
+  bool one_call = all.empty() || all.front().call.empty();
   if (one_call && !usual.lines.empty()) text += block(usual.lines);
-  for (const tool::Deeds &deeds : known.behaviour.deeds) {
+  for (const tool::Deeds &deeds : all) {
     if (one_call && deeds.situation.empty()) continue;
     Lines lines;
     for (const std::string &line : deeds.lines) {

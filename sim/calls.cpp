@@ -2,6 +2,7 @@
 // current device, or by the real system when there is none.
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
@@ -19,11 +20,14 @@
 #include <set>
 
 #include "nvram.h"
-#include "sim/device.h"
+#include "sim/answer.h"
 #include "sim/runner.h"
 
+using sim::answer;
 using sim::Device;
+using sim::Endless;
 using sim::Event;
+using sim::Held;
 
 namespace {
 
@@ -47,8 +51,8 @@ std::string formatted(const char *format, va_list arguments) {
   return result;
 }
 
-int openConsole() {
-  if (!device()->hasConsole()) {
+int openConsole(const Device &device) {
+  if (!device.hasConsole()) {
     errno = ENODEV;
     return -1;
   }
@@ -78,6 +82,59 @@ FILE *streamOf(const std::string &content) {
   return stream;
 }
 
+// Where a path of the device really is; empty, with errno set, when it is refused.
+std::string realPath(Device &device, const char *path, bool writing) {
+  return writing ? device.root().forWriting(path) : device.root().forReading(path);
+}
+
+int openOn(Device &device, const char *path, int flags, mode_t mode) {
+  if (std::optional<int> node = device.openDevice(path)) {
+    if (*node == 0) return open("/dev/null", O_RDWR | O_CLOEXEC);
+    errno = ENODEV;
+    return -1;
+  }
+  if (strcmp(path, "/dev/console") == 0) return openConsole(device);
+  std::string real = realPath(device, path, writes(flags));
+  if (real.empty()) return -1;
+  int fd = open(real.c_str(), flags | O_CLOEXEC, mode);
+  if (fd >= 0 && writes(flags)) device.record(Event::kFile, path);
+  return fd;
+}
+
+enum : bool { kReads = false, kWrites = true };
+
+// A call that asks, or changes, something of the file at a path.
+template <typename Call>
+int answerOfPath(const char *name, const char *path, bool writing, Call call) {
+  return answer(
+      name, [=] { return call(path); },
+      [=](Device &device) {
+        std::string real = realPath(device, path, writing);
+        return real.empty() ? -1 : call(real.c_str());
+      });
+}
+
+template <typename Call>
+auto memory(const char *name, Call call) {
+  return answer(name, call, [=](Device &device) {
+    return device.memoryIsOut() ? nullptr : device.held().take(Held::kMemory, call());
+  });
+}
+
+void armTimer(Device &device, const itimerval &timer) {
+  long long first = timer.it_value.tv_sec * 1000LL + timer.it_value.tv_usec / 1000;
+  long long period = timer.it_interval.tv_sec * 1000LL + timer.it_interval.tv_usec / 1000;
+  device.clock().arm(first, period);
+  device.record(Event::kTimer, first == 0    ? "stopped"
+                               : period != 0 ? "every " + std::to_string(period) + " ms"
+                                             : "once in " + std::to_string(first) + " ms");
+}
+
+void pass(Device &device, long long milliseconds) {
+  device.record(Event::kSleep, std::to_string(milliseconds) + " ms");
+  device.advance(milliseconds);
+}
+
 }  // namespace
 
 extern "C" {
@@ -85,38 +142,55 @@ extern "C" {
 // ---- commands ----
 
 int sim_system(const char *line) {
-  if (device() != nullptr) return device()->runLine(line);
-  return runner() != nullptr ? runner()->run(line) : system(line);
+  return answer(
+      "system", [=] { return runner() != nullptr ? runner()->run(line) : system(line); },
+      [=](Device &device) { return device.runLine(line); });
 }
 
 FILE *sim_popen(const char *command, const char *mode) {
-  if (device() == nullptr && runner() != nullptr && *mode == 'r') return runner()->read(command);
-  if (device() == nullptr) return popen(command, mode);
-  device()->record(Event::kPipe, command);
-  std::optional<std::string> output = device()->outputOf(command);
-  if (!output) {
-    errno = EAGAIN;
-    return nullptr;
-  }
-  FILE *stream = streamOf(*output);
-  pipes.insert(stream);
-  device()->pipeOpened();
-  return stream;
+  return answer(
+      "popen",
+      [=] {
+        return runner() != nullptr && *mode == 'r' ? runner()->read(command) : popen(command, mode);
+      },
+      [=](Device &device) -> FILE * {
+        device.record(Event::kPipe, command);
+        std::optional<std::string> output = device.outputOf(command);
+        if (!output) {
+          errno = EAGAIN;
+          return nullptr;
+        }
+        FILE *stream = streamOf(*output);
+        pipes.insert(stream);
+        device.pipeOpened();
+        return device.held().take(Held::kStream, stream);
+      });
 }
 
 int sim_pclose(FILE *stream) {
-  if (device() == nullptr && runner() != nullptr) {
-    if (std::optional<int> status = runner()->closed(stream)) return *status;
-  }
-  if (pipes.erase(stream) == 0) return pclose(stream);
-  if (device() != nullptr) device()->pipeClosed();
-  return fclose(stream);
+  return answer(
+      "pclose",
+      [=] {
+        if (runner() != nullptr) {
+          if (std::optional<int> status = runner()->closed(stream)) return *status;
+        }
+        return pipes.erase(stream) != 0 ? fclose(stream) : pclose(stream);
+      },
+      [=](Device &device) {
+        device.held().give(Held::kStream, stream);
+        if (pipes.erase(stream) == 0) return pclose(stream);
+        device.pipeClosed();
+        return fclose(stream);
+      });
 }
 
 int sim_kill(pid_t process, int number) {
-  if (device() == nullptr) return kill(process, number);
-  device()->record(Event::kSignal, std::to_string(number) + " to " + std::to_string(process));
-  return 0;
+  return answer(
+      "kill", [=] { return kill(process, number); },
+      [=](Device &device) {
+        device.record(Event::kSignal, std::to_string(number) + " to " + std::to_string(process));
+        return 0;
+      });
 }
 
 void sim_exit(int status) {
@@ -134,114 +208,208 @@ int sim_open(const char *path, int flags, ...) {
     mode = static_cast<mode_t>(va_arg(arguments, int));
     va_end(arguments);
   }
-  if (device() == nullptr) return open(path, flags, mode);
-  if (std::optional<int> node = device()->openDevice(path)) {
-    if (*node == 0) return open("/dev/null", O_RDWR | O_CLOEXEC);
-    errno = ENODEV;
-    return -1;
-  }
-  if (strcmp(path, "/dev/console") == 0) return openConsole();
-  std::string real =
-      writes(flags) ? device()->root().forWriting(path) : device()->root().forReading(path);
-  if (real.empty()) return -1;
-  int fd = open(real.c_str(), flags | O_CLOEXEC, mode);
-  if (fd >= 0 && writes(flags)) device()->record(Event::kFile, path);
-  return fd;
+  return answer(
+      "open", [=] { return open(path, flags, mode); },
+      [=](Device &device) { return device.held().take(openOn(device, path, flags, mode)); });
 }
 
 int sim_close(int fd) {
   consoles.erase(fd);
-  return close(fd);
+  return answer(
+      "close", [=] { return close(fd); },
+      [=](Device &device) {
+        device.held().give(fd);
+        return close(fd);
+      });
 }
 
 ssize_t sim_read(int fd, void *buffer, size_t size) {
-  return read(fd, buffer, size);
+  return answer(
+      "read", [=] { return read(fd, buffer, size); },
+      [=](Device &device) { return read(fd, buffer, device.faults().share(size)); });
 }
 
 ssize_t sim_write(int fd, const void *buffer, size_t size) {
-  if (device() != nullptr && consoles.count(fd) != 0) {
-    device()->record(Event::kConsole, std::string(static_cast<const char *>(buffer), size));
-  }
-  return write(fd, buffer, size);
+  return answer(
+      "write", [=] { return write(fd, buffer, size); },
+      [=](Device &device) {
+        size_t length = device.faults().share(size);
+        if (consoles.count(fd) != 0) {
+          device.record(Event::kConsole, std::string(static_cast<const char *>(buffer), length));
+        }
+        return write(fd, buffer, length);
+      });
 }
 
 FILE *sim_fopen(const char *path, const char *mode) {
-  if (device() == nullptr) return fopen(path, mode);
-  bool writing = strpbrk(mode, "wa+") != nullptr;
-  std::string real =
-      writing ? device()->root().forWriting(path) : device()->root().forReading(path);
-  if (real.empty()) return nullptr;
-  FILE *stream = fopen(real.c_str(), mode);
-  if (stream != nullptr && writing) device()->record(Event::kFile, path);
-  return stream;
+  return answer(
+      "fopen", [=] { return fopen(path, mode); },
+      [=](Device &device) -> FILE * {
+        bool writing = strpbrk(mode, "wa+") != nullptr;
+        std::string real = realPath(device, path, writing);
+        if (real.empty()) return nullptr;
+        FILE *stream = fopen(real.c_str(), mode);
+        if (stream != nullptr && writing) device.record(Event::kFile, path);
+        return device.held().take(Held::kStream, stream);
+      });
 }
 
+int sim_fclose(FILE *stream) {
+  return answer(
+      "fclose", [=] { return fclose(stream); },
+      [=](Device &device) {
+        device.held().give(Held::kStream, stream);
+        return fclose(stream);
+      });
+}
+
+int sim_fflush(FILE *stream) {
+  return answer("fflush", [=] { return fflush(stream); });
+}
+
+char *sim_fgets(char *line, int size, FILE *stream) {
+  return answer("fgets", [=] { return fgets(line, size, stream); });
+}
+
+size_t sim_fread(void *data, size_t size, size_t count, FILE *stream) {
+  return answer(
+      "fread", [=] { return fread(data, size, count, stream); },
+      [=](Device &device) { return fread(data, size, device.faults().share(count), stream); });
+}
+
+int sim_fscanf(FILE *stream, const char *format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  int count = answer("fscanf", [&] { return vfscanf(stream, format, arguments); });
+  va_end(arguments);
+  return count;
+}
+
+// What glibc's headers call it.
+int sim_isoc99_fscanf(FILE *, const char *, ...) __attribute__((alias("sim_fscanf")));
+
 int sim_unlink(const char *path) {
-  if (device() == nullptr) return unlink(path);
-  if (device()->root().remove(path)) {
-    device()->record(Event::kRemoved, path);
-    return 0;
-  }
-  errno = ENOENT;
-  return -1;
+  return answer(
+      "unlink", [=] { return unlink(path); },
+      [=](Device &device) {
+        if (device.root().remove(path)) {
+          device.record(Event::kRemoved, path);
+          return 0;
+        }
+        errno = ENOENT;
+        return -1;
+      });
 }
 
 int sim_rename(const char *from, const char *to) {
-  if (device() == nullptr) return rename(from, to);
-  std::string real_from = device()->root().forWriting(from);
-  std::string real_to = device()->root().forWriting(to);
-  if (real_from.empty() || real_to.empty()) return -1;
-  device()->record(Event::kFile, to);
-  return rename(real_from.c_str(), real_to.c_str());
+  return answer(
+      "rename", [=] { return rename(from, to); },
+      [=](Device &device) {
+        std::string real_from = device.root().forWriting(from);
+        std::string real_to = device.root().forWriting(to);
+        if (real_from.empty() || real_to.empty()) return -1;
+        device.record(Event::kFile, to);
+        return rename(real_from.c_str(), real_to.c_str());
+      });
 }
 
 DIR *sim_opendir(const char *path) {
-  if (device() == nullptr) return opendir(path);
-  std::string real = device()->root().forReading(path);
-  return real.empty() ? nullptr : opendir(real.c_str());
+  return answer(
+      "opendir", [=] { return opendir(path); },
+      [=](Device &device) -> DIR * {
+        std::string real = device.root().forReading(path);
+        if (real.empty()) return nullptr;
+        return device.held().take(Held::kFolder, opendir(real.c_str()));
+      });
+}
+
+dirent *sim_readdir(DIR *folder) {
+  return answer("readdir", [=] { return readdir(folder); });
+}
+
+int sim_closedir(DIR *folder) {
+  return answer(
+      "closedir", [=] { return closedir(folder); },
+      [=](Device &device) {
+        device.held().give(Held::kFolder, folder);
+        return closedir(folder);
+      });
 }
 
 int sim_access(const char *path, int mode) {
-  if (device() == nullptr) return access(path, mode);
-  std::string real = device()->root().forReading(path);
-  return real.empty() ? -1 : access(real.c_str(), mode);
+  return answerOfPath("access", path, kReads, [=](const char *real) { return access(real, mode); });
 }
 
 int sim_stat(const char *path, struct stat *status) {
-  if (device() == nullptr) return stat(path, status);
-  std::string real = device()->root().forReading(path);
-  return real.empty() ? -1 : stat(real.c_str(), status);
+  return answerOfPath("stat", path, kReads, [=](const char *real) { return stat(real, status); });
 }
 
 int sim_mkdir(const char *path, mode_t mode) {
-  if (device() == nullptr) return mkdir(path, mode);
-  std::string real = device()->root().forWriting(path);
-  return real.empty() ? -1 : mkdir(real.c_str(), mode);
+  return answerOfPath("mkdir", path, kWrites, [=](const char *real) { return mkdir(real, mode); });
 }
 
 int sim_chmod(const char *path, mode_t mode) {
-  if (device() == nullptr) return chmod(path, mode);
-  std::string real = device()->root().forWriting(path);
-  return real.empty() ? -1 : chmod(real.c_str(), mode);
+  return answerOfPath("chmod", path, kWrites, [=](const char *real) { return chmod(real, mode); });
 }
 
 int sim_truncate(const char *path, off_t length) {
-  if (device() == nullptr) return truncate(path, length);
-  std::string real = device()->root().forWriting(path);
-  return real.empty() ? -1 : truncate(real.c_str(), length);
+  return answerOfPath("truncate", path, kWrites,
+                      [=](const char *real) { return truncate(real, length); });
+}
+
+int sim_fstat(int fd, struct stat *status) {
+  return answer("fstat", [=] { return fstat(fd, status); });
+}
+
+int sim_fchmod(int fd, mode_t mode) {
+  return answer("fchmod", [=] { return fchmod(fd, mode); });
+}
+
+int sim_ftruncate(int fd, off_t length) {
+  return answer("ftruncate", [=] { return ftruncate(fd, length); });
 }
 
 int sim_fsync(int fd) {
-  return fsync(fd);
+  return answer("fsync", [=] { return fsync(fd); });
+}
+
+int sim_flock(int fd, int operation) {
+  return answer(
+      "flock", [=] { return flock(fd, operation); },
+      [=](Device &device) {
+        if (!device.faults().limited()) return flock(fd, operation);
+        int result = flock(fd, operation | LOCK_NB);
+        if (result != 0 && errno == EWOULDBLOCK) throw Endless("waits for a lock");
+        return result;
+      });
+}
+
+void *sim_mmap(void *address, size_t size, int protection, int flags, int fd, off_t offset) {
+  auto map = [=] { return mmap(address, size, protection, flags, fd, offset); };
+  return answer("mmap", map,
+                [=](Device &device) { return device.held().take(Held::kMapping, map(), size); });
+}
+
+int sim_munmap(void *address, size_t size) {
+  return answer(
+      "munmap", [=] { return munmap(address, size); },
+      [=](Device &device) {
+        device.held().give(Held::kMapping, address);
+        return munmap(address, size);
+      });
 }
 
 // ---- what is printed ----
 
 int sim_vfprintf(FILE *stream, const char *format, va_list arguments) {
-  if (device() == nullptr || !isStandard(stream)) return vfprintf(stream, format, arguments);
-  std::string text = formatted(format, arguments);
-  recordPrinted(stream, text);
-  return static_cast<int>(text.size());
+  return answer(
+      "fprintf", [&] { return vfprintf(stream, format, arguments); },
+      [&](Device &) {
+        if (!isStandard(stream)) return vfprintf(stream, format, arguments);
+        std::string text = formatted(format, arguments);
+        recordPrinted(stream, text);
+        return static_cast<int>(text.size());
+      });
 }
 
 int sim_fprintf(FILE *stream, const char *format, ...) {
@@ -277,9 +445,14 @@ int sim_fputc(int c, FILE *stream) {
 }
 
 size_t sim_fwrite(const void *data, size_t size, size_t count, FILE *stream) {
-  if (device() == nullptr || !isStandard(stream)) return fwrite(data, size, count, stream);
-  recordPrinted(stream, std::string(static_cast<const char *>(data), size * count));
-  return count;
+  return answer(
+      "fwrite", [=] { return fwrite(data, size, count, stream); },
+      [=](Device &device) {
+        size_t done = device.faults().share(count);
+        if (!isStandard(stream)) return fwrite(data, size, done, stream);
+        recordPrinted(stream, std::string(static_cast<const char *>(data), size * done));
+        return done;
+      });
 }
 
 void sim_perror(const char *prefix) {
@@ -290,10 +463,13 @@ void sim_perror(const char *prefix) {
 // ---- kernel ----
 
 int sim_socket(int family, int type, int protocol) {
-  if (device() == nullptr) return socket(family, type, protocol);
-  if (device()->hasSockets()) return open("/dev/null", O_RDWR | O_CLOEXEC);
-  errno = EAFNOSUPPORT;
-  return -1;
+  return answer(
+      "socket", [=] { return socket(family, type, protocol); },
+      [](Device &device) {
+        if (device.hasSockets()) return device.held().take(open("/dev/null", O_RDWR | O_CLOEXEC));
+        errno = EAFNOSUPPORT;
+        return -1;
+      });
 }
 
 int sim_ioctl(int fd, unsigned long number, ...) {
@@ -301,121 +477,155 @@ int sim_ioctl(int fd, unsigned long number, ...) {
   va_start(arguments, number);
   void *argument = va_arg(arguments, void *);
   va_end(arguments);
-  return device() != nullptr ? device()->request(fd, number, argument)
-                             : ioctl(fd, number, argument);
+  return answer(
+      "ioctl", [=] { return ioctl(fd, number, argument); },
+      [=](Device &device) { return device.request(fd, number, argument); });
 }
 
 int sim_sysinfo(struct sysinfo *info) {
-  if (device() == nullptr) return sysinfo(info);
-  memset(info, 0, sizeof *info);
-  info->uptime = static_cast<decltype(info->uptime)>(device()->uptime());
-  return 0;
+  return answer(
+      "sysinfo", [=] { return sysinfo(info); },
+      [=](Device &device) {
+        memset(info, 0, sizeof *info);
+        info->uptime = static_cast<decltype(info->uptime)>(device.uptime());
+        return 0;
+      });
 }
 
 // ---- time ----
 
 int sim_setitimer(int which, const itimerval *timer, itimerval *previous) {
-  if (device() == nullptr)
-    return setitimer(static_cast<decltype(ITIMER_REAL)>(which), timer, previous);
-  if (previous != nullptr) memset(previous, 0, sizeof *previous);
-  long long first = timer->it_value.tv_sec * 1000LL + timer->it_value.tv_usec / 1000;
-  long long period = timer->it_interval.tv_sec * 1000LL + timer->it_interval.tv_usec / 1000;
-  device()->clock().arm(first, period);
-  device()->record(Event::kTimer, first == 0    ? "stopped"
-                                  : period != 0 ? "every " + std::to_string(period) + " ms"
-                                                : "once in " + std::to_string(first) + " ms");
-  return 0;
+  return answer(
+      "setitimer",
+      [=] { return setitimer(static_cast<decltype(ITIMER_REAL)>(which), timer, previous); },
+      [=](Device &device) {
+        if (previous != nullptr) memset(previous, 0, sizeof *previous);
+        armTimer(device, *timer);
+        return 0;
+      });
 }
 
 sighandler_t sim_signal(int number, sighandler_t handler) {
-  if (device() == nullptr || number != SIGALRM) return signal(number, handler);
-  return device()->clock().install(handler);
+  return answer(
+      "signal", [=] { return signal(number, handler); },
+      [=](Device &device) {
+        return number == SIGALRM ? device.clock().install(handler) : signal(number, handler);
+      });
+}
+
+int sim_sigprocmask(int how, const sigset_t *set, sigset_t *previous) {
+  return answer("sigprocmask", [=] { return sigprocmask(how, set, previous); });
 }
 
 unsigned int sim_sleep(unsigned int seconds) {
-  if (device() == nullptr) return sleep(seconds);
-  device()->record(Event::kSleep, std::to_string(seconds * 1000LL) + " ms");
-  device()->advance(seconds * 1000LL);
-  return 0;
+  return answer(
+      "sleep", [=] { return sleep(seconds); },
+      [=](Device &device) { return pass(device, seconds * 1000LL), 0u; });
 }
 
 int sim_usleep(useconds_t microseconds) {
-  if (device() == nullptr) return usleep(microseconds);
-  device()->record(Event::kSleep, std::to_string(microseconds / 1000) + " ms");
-  device()->advance(microseconds / 1000);
-  return 0;
+  return answer(
+      "usleep", [=] { return usleep(microseconds); },
+      [=](Device &device) { return pass(device, microseconds / 1000), 0; });
 }
 
 int sim_nanosleep(const timespec *wanted, timespec *left) {
-  if (device() == nullptr) return nanosleep(wanted, left);
-  long long milliseconds = wanted->tv_sec * 1000LL + wanted->tv_nsec / 1000000;
-  device()->record(Event::kSleep, std::to_string(milliseconds) + " ms");
-  device()->advance(milliseconds);
-  return 0;
+  return answer(
+      "nanosleep", [=] { return nanosleep(wanted, left); },
+      [=](Device &device) {
+        return pass(device, wanted->tv_sec * 1000LL + wanted->tv_nsec / 1000000), 0;
+      });
 }
 
 time_t sim_time(time_t *out) {
-  if (device() == nullptr) return time(out);
-  time_t now = device()->clock().now();
-  if (out != nullptr) *out = now;
-  return now;
+  return answer(
+      "time", [=] { return time(out); },
+      [=](Device &device) {
+        time_t now = device.clock().now();
+        if (out != nullptr) *out = now;
+        return now;
+      });
 }
 
 int sim_clock_gettime(clockid_t id, timespec *out) {
-  if (device() == nullptr) return clock_gettime(id, out);
-  out->tv_sec = device()->clock().now();
-  out->tv_nsec = static_cast<decltype(out->tv_nsec)>(device()->clock().nanoseconds());
-  return 0;
+  return answer(
+      "clock_gettime", [=] { return clock_gettime(id, out); },
+      [=](Device &device) {
+        out->tv_sec = device.clock().now();
+        out->tv_nsec = static_cast<decltype(out->tv_nsec)>(device.clock().nanoseconds());
+        return 0;
+      });
 }
 
 tm *sim_localtime(const time_t *when) {
-  return device() == nullptr ? localtime(when) : gmtime(when);
+  return answer(
+      "localtime", [=] { return localtime(when); }, [=](Device &) { return gmtime(when); });
 }
 
 tm *sim_localtime_r(const time_t *when, tm *out) {
-  return device() == nullptr ? localtime_r(when, out) : gmtime_r(when, out);
+  return answer(
+      "localtime_r", [=] { return localtime_r(when, out); },
+      [=](Device &) { return gmtime_r(when, out); });
 }
 
 char *sim_ctime_r(const time_t *when, char *out) {
-  if (device() == nullptr) return ctime_r(when, out);
-  tm broken;
-  return asctime_r(gmtime_r(when, &broken), out);
+  return answer(
+      "ctime_r", [=] { return ctime_r(when, out); },
+      [=](Device &) {
+        tm broken;
+        return asctime_r(gmtime_r(when, &broken), out);
+      });
 }
 
 // ---- memory ----
 
 void *sim_malloc(size_t size) {
-  return device() != nullptr && device()->memoryIsOut() ? nullptr : malloc(size);
+  return memory("malloc", [=] { return malloc(size); });
 }
 
 void *sim_calloc(size_t count, size_t size) {
-  return device() != nullptr && device()->memoryIsOut() ? nullptr : calloc(count, size);
+  return memory("calloc", [=] { return calloc(count, size); });
 }
 
 char *sim_strdup(const char *text) {
-  return device() != nullptr && device()->memoryIsOut() ? nullptr : strdup(text);
+  return memory("strdup", [=] { return strdup(text); });
+}
+
+void sim_free(void *memory) {
+  if (device() != nullptr) device()->held().give(Held::kMemory, memory);
+  free(memory);
 }
 
 // ---- settings ----
 
 char *sim_nvram_get(int space, const char *key) {
-  return device() != nullptr ? device()->get(space, key) : nvram_get(space, key);
+  return answer(
+      "nvram_get", [=] { return nvram_get(space, key); },
+      [=](Device &device) { return device.get(space, key); });
 }
 
 char *sim_nvram_bufget(int space, const char *key) {
-  return device() != nullptr ? device()->get(space, key) : nvram_bufget(space, key);
+  return answer(
+      "nvram_bufget", [=] { return nvram_bufget(space, key); },
+      [=](Device &device) { return device.get(space, key); });
 }
 
 int sim_nvram_set(int space, const char *key, const char *value) {
-  return device() != nullptr ? device()->set(space, key, value) : nvram_set(space, key, value);
+  return answer(
+      "nvram_set", [=] { return nvram_set(space, key, value); },
+      [=](Device &device) { return device.set(space, key, value); });
 }
 
 int sim_nvram_bufset(int space, const char *key, const char *value) {
-  return device() != nullptr ? device()->set(space, key, value) : nvram_bufset(space, key, value);
+  return answer(
+      "nvram_bufset", [=] { return nvram_bufset(space, key, value); },
+      [=](Device &device) { return device.set(space, key, value); });
 }
 
 int sim_nvram_commit(int space) {
-  return device() != nullptr ? device()->commit(space) : nvram_commit(space);
+  return answer(
+      "nvram_commit", [=] { return nvram_commit(space); },
+      [=](Device &device) { return device.commit(space); });
 }
 
 }  // extern "C"

@@ -18,12 +18,16 @@ void Clock::advance(long long milliseconds) {
   while (due_ >= 0 && due_ <= until && !in_handler_) {
     elapsed_ = due_ > elapsed_ ? due_ : elapsed_;
     due_ = period_ > 0 ? elapsed_ + period_ : -1;
-    if (handler_ == nullptr || handler_ == SIG_IGN) continue;
-    in_handler_ = true;
-    handler_(SIGALRM);
-    in_handler_ = false;
+    expire();
   }
   if (elapsed_ < until) elapsed_ = until;
+}
+
+void Clock::expire() {
+  if (handler_ == nullptr || handler_ == SIG_IGN || in_handler_) return;
+  in_handler_ = true;
+  handler_(SIGALRM);
+  in_handler_ = false;
 }
 
 Clock::Handler Clock::install(Handler handler) {

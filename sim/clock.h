@@ -23,6 +23,9 @@ class Clock {
   // Lets time pass; the handler runs at each expiry on the way, unless it is
   // running already, as a signal that is blocked would wait.
   void advance(long long milliseconds);
+  // The timer expires here and now.
+  void expire();
+  bool inHandler() const { return in_handler_; }
 
   Handler install(Handler handler);
   void arm(long long first_milliseconds, long long period_milliseconds);

@@ -46,7 +46,9 @@ Device &Device::settings(const Settings &values, int space) {
   for (const auto &[key, value] : values) {
     auto copy = std::make_unique<char[]>(value.size() + 1);
     memcpy(copy.get(), value.c_str(), value.size() + 1);
-    settings_[{space, key}] = std::move(copy);
+    std::unique_ptr<char[]> &slot = settings_[{space, key}];
+    slot.swap(copy);
+    if (clock_.inHandler()) replaced_by_handler_.push_back(std::move(copy));
   }
   return *this;
 }
@@ -146,7 +148,7 @@ std::string Device::joined(Event::Kind kind) const {
 }
 
 void Device::record(Event::Kind kind, std::string text) {
-  events_.push_back({kind, std::move(text), clock_.elapsed()});
+  events_.push_back({kind, std::move(text), clock_.elapsed(), clock_.inHandler()});
 }
 
 int Device::runLine(const std::string &line) {

@@ -23,6 +23,8 @@
 #include <vector>
 
 #include "sim/clock.h"
+#include "sim/faults.h"
+#include "sim/held.h"
 #include "sim/interfaces.h"
 #include "sim/part.h"
 #include "sim/root.h"
@@ -48,7 +50,8 @@ struct Event {
   };
   Kind kind;
   std::string text;
-  long long at;  // milliseconds of simulated time since the device was made
+  long long at;     // milliseconds of simulated time since the device was made
+  bool by_handler;  // done in a signal handler
 };
 
 using Settings = std::vector<std::pair<std::string, std::string>>;
@@ -126,6 +129,8 @@ class Device {
   void record(Event::Kind kind, std::string text);
   Root &root() { return root_; }
   const Root &root() const { return root_; }
+  Faults &faults() { return faults_; }
+  Held &held() { return held_; }
   int runLine(const std::string &line);
   // What `command` prints when it is run for its output; nothing when it
   // cannot be started.
@@ -150,11 +155,15 @@ class Device {
   Device *previous_;
   Root root_;
   Clock clock_;
+  Faults faults_;
+  Held held_;
   Interfaces interfaces_;
   std::map<std::type_index, std::unique_ptr<Part>> parts_;
   // Each value in memory of its own that is given back when the value changes,
   // so that a sanitizer sees whoever still reads the old one.
   std::map<std::pair<int, std::string>, std::unique_ptr<char[]>> settings_;
+  // But for what a signal handler replaces, which the store keeps readable.
+  std::vector<std::unique_ptr<char[]>> replaced_by_handler_;
   std::vector<std::pair<std::string, std::optional<std::string>>> answers_;
   std::vector<Event> events_;
   std::vector<std::pair<int, std::string>> missing_;

@@ -1,15 +1,15 @@
 #include "sim/system_v.h"
 
 #include <sys/ipc.h>
-#include <sys/mman.h>
 #include <sys/sem.h>
 #include <sys/shm.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdarg>
+#include <vector>
 
-#include "sim/device.h"
+#include "sim/answer.h"
 
 namespace sim {
 
@@ -22,25 +22,35 @@ key_t newKey() {
   return static_cast<key_t>(0x40000000u | static_cast<unsigned>(getpid()) << 8 | (count++ & 0xFF));
 }
 
-SystemV *current() {
-  return Device::current() != nullptr ? &Device::current()->part<SystemV>() : nullptr;
-}
-
 key_t keyFor(key_t wanted) {
-  return current() != nullptr ? current()->key() : wanted;
+  Device *device = Device::current();
+  return device != nullptr ? device->part<SystemV>().key() : wanted;
 }
 
 // Runs the real call unless the device refuses it.
-template <typename Call, typename Result = int>
-Result answer(const char *name, Call call, Result failure = -1) {
-  SystemV *part = current();
-  if (part == nullptr) return call();
-  if (part->refuses(name)) {
-    errno = ENOSPC;
-    return failure;
+template <typename Call>
+auto answerOrRefuse(const char *name, Call call) {
+  return answer(name, call, [=](Device &device) {
+    SystemV &part = device.part<SystemV>();
+    if (part.refuses(name)) return Faults::failure(name).as<decltype(call())>();
+    auto result = call();
+    part.done(name);
+    return result;
+  });
+}
+
+// In a process that counts its calls, and so is the only one, who waits does so for ever.
+template <typename Call>
+int operate(sembuf *operations, size_t count, bool forever, Call call) {
+  Device *device = Device::current();
+  if (device == nullptr || !device->faults().limited()) return call(operations);
+  std::vector<sembuf> at_once(operations, operations + count);
+  for (sembuf &operation : at_once) {
+    if ((operation.sem_flg & IPC_NOWAIT) != 0) forever = false;
+    operation.sem_flg |= IPC_NOWAIT;
   }
-  Result result = call();
-  part->done(name);
+  int result = call(at_once.data());
+  if (result != 0 && errno == EAGAIN && forever) throw Endless("waits for a semaphore");
   return result;
 }
 
@@ -73,35 +83,39 @@ SystemV &SystemV::after(std::function<void(const std::string &)> watcher) {
 
 }  // namespace sim
 
-using sim::answer;
+using sim::answerOrRefuse;
 using sim::keyFor;
+using sim::operate;
 
 extern "C" {
 
 int sim_shmget(key_t key, size_t size, int flags) {
-  return answer("shmget", [=] { return shmget(keyFor(key), size, flags); });
+  return answerOrRefuse("shmget", [=] { return shmget(keyFor(key), size, flags); });
 }
 
 void *sim_shmat(int id, const void *address, int flags) {
-  // Fails with the same pointer as mmap.
-  return answer(
-      "shmat", [=] { return shmat(id, address, flags); }, MAP_FAILED);
+  return answerOrRefuse("shmat", [=] { return shmat(id, address, flags); });
 }
 
 int sim_shmdt(const void *address) {
-  return answer("shmdt", [=] { return shmdt(address); });
+  return answerOrRefuse("shmdt", [=] { return shmdt(address); });
 }
 
 int sim_semget(key_t key, int count, int flags) {
-  return answer("semget", [=] { return semget(keyFor(key), count, flags); });
+  return answerOrRefuse("semget", [=] { return semget(keyFor(key), count, flags); });
 }
 
 int sim_semop(int id, sembuf *operations, size_t count) {
-  return answer("semop", [=] { return semop(id, operations, count); });
+  return answerOrRefuse("semop", [=] {
+    return operate(operations, count, true, [=](sembuf *all) { return semop(id, all, count); });
+  });
 }
 
 int sim_semtimedop(int id, sembuf *operations, size_t count, const timespec *timeout) {
-  return answer("semtimedop", [=] { return semtimedop(id, operations, count, timeout); });
+  return answerOrRefuse("semtimedop", [=] {
+    return operate(operations, count, false,
+                   [=](sembuf *all) { return semtimedop(id, all, count, timeout); });
+  });
 }
 
 int sim_semctl(int id, int number, int command, ...) {
@@ -109,7 +123,7 @@ int sim_semctl(int id, int number, int command, ...) {
   va_start(arguments, command);
   void *argument = va_arg(arguments, void *);  // as wide as the union it stands for
   va_end(arguments);
-  return answer("semctl", [=] { return semctl(id, number, command, argument); });
+  return answerOrRefuse("semctl", [=] { return semctl(id, number, command, argument); });
 }
 
 }  // extern "C"

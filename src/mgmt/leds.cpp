@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "core/errno_keeper.h"
 #include "core/file.h"
 #include "orba_util.h"
 
@@ -103,8 +104,10 @@ int ledWps(unsigned int gpio, int state) {
   return 0;
 }
 
-// State 7 lights a line, and GPIO 9 and 10 of this board go dark on it.
+// State 7 lights a line, and GPIO 9 and 10 of this board go dark on it. Runs as
+// the timer's handler too.
 int setLedOff(void) {
+  orba::ErrnoKeeper errno_keeper;
   ledWps(9, 7);
   return ledWps(10, 7);
 }

@@ -1,5 +1,6 @@
 // Following a WPS run of the AP client to its end.
 #include "core/command.h"
+#include "core/errno_keeper.h"
 #include "core/setting.h"
 #include "orba_util.h"
 #include "wireless/wps_client_network.h"
@@ -39,6 +40,7 @@ void succeed(bool repeater) {
 }  // namespace orba
 
 void WPSAPCliTimerHandler(int) {
+  orba::ErrnoKeeper errno_keeper;
   orba::Setting module_wps_mode = orba::setting("WscModeOption", orba::kModuleSpace);
   int status = getWscStatus("apcli0");
   bool repeater = orba::setting("WirelessOPMode").is("3");

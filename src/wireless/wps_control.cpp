@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "core/command.h"
+#include "core/errno_keeper.h"
 #include "core/setting.h"
 #include "core/shell_word.h"
 #include "orba_util.h"
@@ -112,6 +113,7 @@ void WPSAPStart(void) {
 }
 
 void WPSSingleTriggerHandler(int) {
+  orba::ErrnoKeeper errno_keeper;
   orba::readWscConfigured();
   setVarIsEnrollee(1);
   stopTimer();

@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "core/command.h"
+#include "core/errno_keeper.h"
 #include "core/setting.h"
 #include "orba_util.h"
 #include "wireless/wps_credentials.h"
@@ -124,6 +125,7 @@ void startWatching() {
 }  // namespace orba
 
 void WPSAPTimerHandler(int) {
+  orba::ErrnoKeeper errno_keeper;
   int status = getWscStatus("ra0");
   orba::writeStatus24(status);
   if (status == orba::kWscStarted && orba::wps_state.started == 0) orba::startWatching();

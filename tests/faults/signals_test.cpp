@@ -1,0 +1,115 @@
+// The signal that drives the WPS monitors arrives in the midst of other work.
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <set>
+
+#include "tests/faults/rehearsal.h"
+
+namespace {
+
+using Names = std::set<std::string>;
+
+// An ordinary run interrupts some of the calls of each situation, a soak all of them.
+const bool kLongRun = getenv("ORBA_SOAK") != nullptr;
+constexpr size_t kCallsOfOrdinaryRun = 3;
+
+struct Handler {
+  const char *name;
+  void (*run)(int);
+};
+
+constexpr Handler kHandlers[] = {{"the access point's monitor", WPSAPTimerHandler},
+                                 {"the client's monitor", WPSAPCliTimerHandler},
+                                 {"the single trigger", WPSSingleTriggerHandler}};
+
+// These deal with what a monitor changes at the end of a run: results and states
+// of WPS, and the settings that it receives.
+const Names kShareWithMonitors = {"WPSAPTimerHandler",   "WPSAPCliTimerHandler", "setWscResult",
+                                  "getWscResult",        "getWscResultOrba",     "orbaQoSSSID",
+                                  "updateWpsStatusFlag", "backupRecoverSettings"};
+
+bool alarmIsBlocked() {
+  sigset_t blocked;
+  sigprocmask(SIG_BLOCK, nullptr, &blocked);
+  return sigismember(&blocked, SIGALRM) != 0;
+}
+
+// What the entry point answered and did, without what the handler did.
+std::vector<std::string> ownStory(const Rehearsal &run) {
+  std::vector<std::string> story = {"answers " + run.answer.returned};
+  for (const std::string &output : run.answer.outputs) story.push_back("writes " + output);
+  for (const sim::Event &event : run.device.events()) {
+    if (!event.by_handler) story.push_back(std::to_string(event.kind) + " " + event.text);
+  }
+  return story;
+}
+
+// The call with the handler armed and not due: it runs only at call `number`, or
+// as soon as the signal is not blocked.
+class Interrupted : public Rehearsal {
+ public:
+  Interrupted(const Situation &situation, const Handler &handler) : Rehearsal(situation) {
+    setFullTimer(3600, 0, handler.run);
+    device.forget();
+  }
+
+  void at(size_t number) {
+    first_ = device.faults().calls().size() + number;
+    device.faults().before([this](size_t call) {
+      if (delivered || call < first_ || alarmIsBlocked()) return;
+      delivered = true;
+      constexpr int kUnlikely = 4711;
+      int before = errno;
+      errno = kUnlikely;
+      device.clock().expire();
+      if (errno != kUnlikely) trouble = "errno is changed";
+      errno = before;
+    });
+    run();
+  }
+
+  bool delivered = false;
+
+ private:
+  size_t first_ = 0;
+};
+
+}  // namespace
+
+TEST(Signals, DisturbNobody) {
+  std::map<std::string, std::string> faults;
+  size_t delivered = 0;
+  for (const Situation &situation : allSituations()) {
+    for (const Handler &handler : kHandlers) {
+      Interrupted(situation, handler).run();  // what a process remembers is the same from here on
+      Interrupted whole(situation, handler);
+      whole.run();
+      size_t calls = whole.calls().size();
+      size_t step = kLongRun ? 1 : std::max<size_t>(1, calls / kCallsOfOrdinaryRun);
+      for (size_t number = 1 + delivered % step; number <= calls; number += step) {
+        Interrupted run(situation, handler);
+        run.at(number);
+        delivered += run.delivered ? 1 : 0;
+        std::string fault = run.trouble;
+        if (run.exit_status) fault += " ends the process";
+        if (std::string held = run.device.held().describe(); !held.empty())
+          fault += " holds " + held;
+        bool shares = kShareWithMonitors.count(situation.entry.name) != 0;
+        if (!shares && ownStory(run) != ownStory(whole)) {
+          fault += testing::PrintToString(ownStory(run)) + " in place of " +
+                   testing::PrintToString(ownStory(whole));
+        }
+        if (fault.empty()) continue;
+        faults[std::string(situation.entry.name) + " and " + handler.name] =
+            situation.describe() + ", at call " + std::to_string(number) + ", " +
+            whole.calls()[number - 1] + ": " + fault;
+      }
+    }
+  }
+  EXPECT_THAT(faults, testing::IsEmpty());
+  EXPECT_GT(delivered, 10000u);
+  printf("%zu signals delivered\n", delivered);
+}

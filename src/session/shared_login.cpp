@@ -42,23 +42,27 @@ class MakersLock {
 };
 
 // A new semaphore is 0, which means taken, until its maker has freed it. One
-// that no operation has ever touched was taken by nobody.
-bool isFresh(int semaphore) {
+// that no operation has ever touched was taken by nobody. 1 for such a fresh one, 0
+// for any other, -1 when the kernel does not tell.
+int freshness(int semaphore) {
   semid_ds status;
   SemaphoreArgument argument;
   argument.status = &status;
-  return semctl(semaphore, 0, GETVAL) == 0 && semctl(semaphore, 0, IPC_STAT, argument) == 0 &&
-         status.sem_otime == 0;
+  int value = semctl(semaphore, 0, GETVAL);
+  if (value != 0) return value < 0 ? -1 : 0;
+  return semctl(semaphore, 0, IPC_STAT, argument) != 0 ? -1 : status.sem_otime == 0;
 }
 
 // Whoever meets a fresh semaphore frees it: its maker may have been killed
 // before it could. Without the lock two of them might do so one after the other
-// while a third has just taken it. Not undone at the end of the process.
-void freeFresh(int semaphore) {
+// while a third has just taken it. Not undone at the end of the process. False when
+// it may still be fresh: who waited for it then would wait for ever.
+bool freeFresh(int semaphore) {
   MakersLock lock;
-  if (!isFresh(semaphore)) return;
+  int fresh = freshness(semaphore);
+  if (fresh <= 0) return fresh == 0;
   sembuf from_zero_to_one[] = {{0, 0, IPC_NOWAIT}, {0, 1, 0}};
-  semop(semaphore, from_zero_to_one, 2);
+  return semop(semaphore, from_zero_to_one, 2) == 0 || errno == EAGAIN;
 }
 
 // SEM_UNDO makes the kernel release what a killed process holds.
@@ -102,7 +106,8 @@ SharedLogin *attachSharedLogin() {
 
 int loginSemaphore() {
   int found = semget(kKey, 1, kCreateForAll);
-  if (found != -1 && found != semaphore_id && isFresh(found)) freeFresh(found);
+  if (found != -1 && found != semaphore_id && freshness(found) != 0 && !freeFresh(found))
+    found = -1;
   return semaphore_id = found;
 }
 
@@ -110,7 +115,7 @@ bool resetLoginSemaphore() {
   MakersLock lock;
   semaphore_id = semget(kKey, 1, kCreateForAll);
   if (semaphore_id == -1) return false;
-  bool taken = !isFresh(semaphore_id) && takeBriefly(semaphore_id);
+  bool taken = freshness(semaphore_id) != 1 && takeBriefly(semaphore_id);
   SemaphoreArgument argument;
   argument.value = 1;
   if (semctl(semaphore_id, 0, SETVAL, argument) == 0) return true;

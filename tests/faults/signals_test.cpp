@@ -12,9 +12,10 @@ namespace {
 
 using Names = std::set<std::string>;
 
-// An ordinary run interrupts some of the calls of each situation, a soak all of them.
+// An ordinary run interrupts some of the calls of each situation with one handler,
+// a soak all of them with every handler.
 const bool kLongRun = getenv("ORBA_SOAK") != nullptr;
-constexpr size_t kCallsOfOrdinaryRun = 3;
+constexpr size_t kCallsOfOrdinaryRun = 4;
 
 struct Handler {
   const char *name;
@@ -23,7 +24,8 @@ struct Handler {
 
 constexpr Handler kHandlers[] = {{"the access point's monitor", WPSAPTimerHandler},
                                  {"the client's monitor", WPSAPCliTimerHandler},
-                                 {"the single trigger", WPSSingleTriggerHandler}};
+                                 {"the single trigger", WPSSingleTriggerHandler},
+                                 {"the LEDs' switch-off", [](int) { setLedOff(); }}};
 
 // These deal with what a monitor changes at the end of a run: results and states
 // of WPS, and the settings that it receives.
@@ -81,9 +83,11 @@ class Interrupted : public Rehearsal {
 
 TEST(Signals, DisturbNobody) {
   std::map<std::string, std::string> faults;
-  size_t delivered = 0;
+  size_t delivered = 0, turn = 0;
   for (const Situation &situation : allSituations()) {
+    turn = (turn + 1) % std::size(kHandlers);
     for (const Handler &handler : kHandlers) {
+      if (!kLongRun && &handler != &kHandlers[turn]) continue;
       Interrupted(situation, handler).run();  // what a process remembers is the same from here on
       Interrupted whole(situation, handler);
       whole.run();
@@ -110,6 +114,6 @@ TEST(Signals, DisturbNobody) {
     }
   }
   EXPECT_THAT(faults, testing::IsEmpty());
-  EXPECT_GT(delivered, 10000u);
+  EXPECT_GT(delivered, 3000u);
   printf("%zu signals delivered\n", delivered);
 }

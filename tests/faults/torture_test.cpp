@@ -18,7 +18,7 @@ constexpr char kFetch[] = "fetching the login record";
 
 // An ordinary run takes some of the calls of each situation, a soak all of them.
 const bool kLongRun = getenv("ORBA_SOAK") != nullptr;
-constexpr size_t kCallsOfOrdinaryRun = 6;
+constexpr size_t kCallsOfOrdinaryRun = 4;
 
 // What an entry point answers when something failed, apart from what it answers
 // anyway.
@@ -226,10 +226,6 @@ TEST_F(Torture, EveryFailureIsSurvived) {
   }
   for (const Situation &situation : situations) torture(situation);
   EXPECT_THAT(faults_, testing::IsEmpty());
-  // Something was tried at all.
   EXPECT_GT(injections_, 10000u);
-  RecordProperty("situations", static_cast<int>(situations.size()));
-  RecordProperty("calls", static_cast<int>(calls_));
-  RecordProperty("injections", static_cast<int>(injections_));
   printf("%zu situations, %zu calls, %zu injections\n", situations.size(), calls_, injections_);
 }

@@ -11,6 +11,7 @@
 
 #include "orba_util.h"
 #include "sim/device.h"
+#include "sim/leds.h"
 #include "sim/wps_session.h"
 #include "tools/orba/bench.h"
 #include "tools/orba/config.h"
@@ -18,7 +19,8 @@
 #include "tools/orba/sample_calls.h"
 
 // Where the call is made: an example configuration, what the driver says of WPS,
-// and whether the files are there that other programs leave.
+// and whether the files are there that other programs leave. Without them the
+// LEDs do not work either.
 struct Place {
   const char *config;
   int wps_status;
@@ -108,6 +110,7 @@ class Rehearsal {
         .credential(credential)
         .stations({"\x00\x0C\x43\x00\x00\x01"})
         .clientStatistics("      SSID = home\n  AuthType = WPA2PSK\nEncrypType = AES\n  Key = k\n");
+    if (!place.files) device.part<sim::Leds>().refusing();
     device.onExit([](int status) { throw Exit{status}; });
     setVarWscConfigured(1);
     setVarIsEnrollee(1);

@@ -12,6 +12,7 @@
 #include "orba_util.h"
 #include "sim/device.h"
 #include "sim/leds.h"
+#include "sim/radio.h"
 #include "sim/wps_session.h"
 #include "tools/orba/bench.h"
 #include "tools/orba/config.h"
@@ -56,6 +57,7 @@ class Files {
              {"/var/run/udhcpc1.pid", "123\n"},
              {"/tmp/wan_index", "2\n"},
              {"/tmp/do_vela", "0\n"},
+             {"/tmp/wifi_statistic", "1 2 3 4 5 6 7 8\n"},
              {"/tmp/wpsStatus", "1\n"},
              {"/tmp/wpsStatus5G", "1\n"},
              {"/var/wscResult", "-1"},
@@ -108,9 +110,15 @@ class Rehearsal {
         .status("apcli0", {{place.wps_status, 1}})
         .current({.state = 2})
         .credential(credential)
-        .stations({"\x00\x0C\x43\x00\x00\x01"})
+        .stations({"\x02\x0C\x43\x01\x02\x03"})
         .clientStatistics("      SSID = home\n  AuthType = WPA2PSK\nEncrypType = AES\n  Key = k\n");
     if (!place.files) device.part<sim::Leds>().refusing();
+    device.part<sim::Radio>().networks(
+        sim::readNeighbourhood("\"Home's\" 00:11:22:33:44:55 6 -55 WPA2-PSK AES\n"));
+    device.answer("get_count_assoc", "1\n")
+        .answer("top -n 1",
+                "CPU:   3% usr   1% sys   0% nice  94% idle   2% io   0% irq   0% softirq\n");
+    device.settings({{"WlanEnabled", "1;1;0;0"}}, 2);
     device.onExit([](int status) { throw Exit{status}; });
     setVarWscConfigured(1);
     setVarIsEnrollee(1);

@@ -141,6 +141,8 @@ void Store::merge(Space &space, Settings changes) {
   makeFolder(folder_);
   const FileLock lock(folder_ + "/space" + std::to_string(numberOf(space)) + ".lock");
   const std::string present = load(space);
+  // The folder of a first file may be new too, and its maker may have died.
+  if (!space.identity) syncName(folder_);
   if (!space.damages.empty()) replaceFile(space.path + ".damaged", present);
   changes.merge(Settings(space.settings));  // what is there already stays
   space.identity = replaceFile(space.path, printSettings(changes));

@@ -67,13 +67,6 @@ void takeAfter(const Descriptor &file, const std::string &old, const std::string
   makeYounger(file, status, path);
 }
 
-void syncFolderOf(const std::string &path) {
-  const auto slash = path.rfind('/');
-  const std::string folder = slash == path.npos ? "." : path.substr(0, slash + 1);
-  const Descriptor file(folder, O_RDONLY | O_DIRECTORY);
-  if (fsync(file.number()) != 0) fail(folder);
-}
-
 }  // namespace
 
 Descriptor::Descriptor(const std::string &path, int flags, mode_t mode)
@@ -123,16 +116,19 @@ Identity replaceFile(const std::string &path, std::string_view text) {
     unlink(fresh.c_str());
     throw;
   }
-  syncFolderOf(path);
+  syncName(path);
   return identityOf(file, path);
 }
 
 void makeFolder(const std::string &folder) {
-  if (mkdir(folder.c_str(), 0755) == 0) {
-    syncFolderOf(folder);
-  } else if (errno != EEXIST) {
-    fail(folder);
-  }
+  if (mkdir(folder.c_str(), 0755) != 0 && errno != EEXIST) fail(folder);
+}
+
+void syncName(const std::string &path) {
+  const auto slash = path.rfind('/');
+  const std::string folder = slash == path.npos ? "." : path.substr(0, slash + 1);
+  const Descriptor file(folder, O_RDONLY | O_DIRECTORY);
+  if (fsync(file.number()) != 0) fail(folder);
 }
 
 FileLock::FileLock(const std::string &path) : file_(path, O_RDWR | O_CREAT, 0600) {

@@ -53,6 +53,9 @@ Identity replaceFile(const std::string &path, std::string_view text);
 /* Makes `folder` unless it is there. */
 void makeFolder(const std::string &folder);
 
+/* Makes the name of `path` durable. */
+void syncName(const std::string &path);
+
 /* Keeps every other process's lock of `path` waiting. */
 class FileLock {
  public:

@@ -1,8 +1,10 @@
 /* Processes that use one store at once, and those that die while they do. */
 #include <signal.h>
+#include <sys/mman.h>
 #include <sys/ptrace.h>
 #include <sys/time.h>
 
+#include <atomic>
 #include <thread>
 
 #include "platform/nvram/nvram.h"
@@ -76,25 +78,85 @@ TEST(KilledWriter, LeavesTheOldOrTheNewContentsAtEverySystemCall) {
   });
 }
 
-TEST(SeveralWriters, LoseNothing) {
-  StoreFolder folder;
-  constexpr int commits = 150;
-  std::vector<pid_t> writers;
-  for (const std::string name : {"a", "b"}) {
-    writers.push_back(startProcess([&] {
-      for (int i = 0; i < commits; ++i) {
-        EXPECT_EQ(nvram_bufset(1, numbered(name, i).c_str(), ""), 0);
-        EXPECT_EQ(nvram_commit(1), 0);
-      }
-    }));
+// What two writers and their readers know of each other.
+struct Crowd {
+  std::atomic<int> acknowledged[2];  // the writer's last commit that has returned
+  std::atomic<long long> reads;
+  std::atomic<int> killed;
+  std::atomic<bool> over;
+};
+
+// The generation that a writer's keys are at. Read one after the other they may
+// only rise, and be no older than the last commit that had returned before.
+int writersGeneration(const Crowd &crowd, int writer, int seen) {
+  seen = std::max(seen, crowd.acknowledged[writer].load());
+  std::string whole = textOf(seen);
+  for (int i = 0; i < keys; ++i) {
+    const char *value = nvram_get(1, numbered(writer == 0 ? "a" : "b", i).c_str());
+    const int now = value == nullptr ? 0 : atoi(value);
+    if (now != seen) whole = textOf(now);
+    EXPECT_TRUE(value == nullptr || value == whole) << "mixed";
+    EXPECT_GE(now, seen) << "lost";
+    EXPECT_LE(now, crowd.acknowledged[writer] + 1) << "not written yet";
+    seen = now;
   }
-  for (pid_t writer : writers) expectGoodEnd(writer);
-  inProcess([] {
-    for (int i = 0; i < commits; ++i) {
-      EXPECT_NE(nvram_get(1, numbered("a", i).c_str()), nullptr);
-      EXPECT_NE(nvram_get(1, numbered("b", i).c_str()), nullptr);
+  return seen;
+}
+
+TEST(TwoWriters, LoseAndMixNothingUnderFourReaders) {
+  // A soak (ORBA_SOAK set) lasts about a minute.
+  const int commits = getenv("ORBA_SOAK") != nullptr ? 5000 : 100;
+  StoreFolder folder(kMemory);
+  auto &crowd = *static_cast<Crowd *>(
+      mmap(nullptr, sizeof(Crowd), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+  const auto write = [&](int writer) {
+    // Whoever follows a writer that was killed goes on from what it left.
+    crowd.acknowledged[writer] = writersGeneration(crowd, writer, 0);
+    for (int next = crowd.acknowledged[writer] + 1; next <= commits; ++next) {
+      for (int i = 0; i < keys; ++i) {
+        const std::string key = numbered(writer == 0 ? "a" : "b", i);
+        EXPECT_EQ(nvram_bufset(1, key.c_str(), textOf(next).c_str()), 0);
+      }
+      EXPECT_EQ(nvram_commit(1), 0);
+      crowd.acknowledged[writer] = next;
     }
+  };
+  const auto read = [&] {
+    int seen[2] = {};
+    while (!crowd.over && !testing::Test::HasFailure()) {
+      for (const int writer : {0, 1}) seen[writer] = writersGeneration(crowd, writer, seen[writer]);
+      crowd.reads += 2 * keys;
+    }
+  };
+  // A writer is killed every twenty commits, wherever it then is.
+  const auto writeAndDie = [&](int writer) {
+    while (crowd.acknowledged[writer] < commits && !testing::Test::HasFailure()) {
+      const int enough = crowd.acknowledged[writer] + 20;
+      const pid_t child = startProcess([&] { write(writer); });
+      int status = -1;
+      while (crowd.acknowledged[writer] < enough && waitpid(child, &status, WNOHANG) == 0) {
+        usleep(50);
+      }
+      if (status == -1) {
+        kill(child, SIGKILL);
+        waitpid(child, &status, 0);
+        ++crowd.killed;
+      }
+      EXPECT_TRUE(status == 0 || WIFSIGNALED(status)) << status;
+    }
+  };
+  std::vector<pid_t> writers, readers;
+  for (const int writer : {0, 1}) writers.push_back(startProcess([&] { writeAndDie(writer); }));
+  for (int i = 0; i < 4; ++i) readers.push_back(startProcess(read));
+  for (const pid_t writer : writers) expectGoodEnd(writer);
+  crowd.over = true;
+  for (const pid_t reader : readers) expectGoodEnd(reader);
+  inProcess([&] {
+    for (const int writer : {0, 1}) EXPECT_EQ(writersGeneration(crowd, writer, 0), commits);
   });
+  printf("%d commits, %d writers killed, %lld reads\n", 2 * commits, crowd.killed.load(),
+         crowd.reads.load());
+  munmap(&crowd, sizeof crowd);
 }
 
 TEST(Reader, SeesEveryCommitOfAnotherProcessAndEveryEdit) {

@@ -1,0 +1,154 @@
+/* A store whose power goes, or whose disk fails, at any moment of a commit. */
+#include <cerrno>
+#include <cstring>
+#include <system_error>
+
+#include "platform/nvram/store.h"
+#include "tests/nvram/disk.h"
+#include "tests/nvram/processes.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using nvram::Settings;
+using nvram::Store;
+
+const Settings kChanges = {{"key", ""}, {"mode", "3"}, {"ssid", "a new and longer\nname"}};
+
+const struct {
+  const char *name;
+  Disk::Files before;  // without any there is no folder either
+} kSituations[] = {
+    {"first start", {}},
+    {"change", {{"space1.conf", "key=secret, and longer\nmode=1\nother=1\n"}, {"space1.lock", ""}}},
+    {"after a killed writer", {{"space1.conf", "mode=1\n"}, {"space1.conf.new", "mode=2\nss"}}},
+    {"damaged file", {{"space1.conf", "mode=1\nssid\n"}, {"space1.conf.damaged", "older\n"}}},
+};
+
+void put(const Disk::Files &files, const StoreFolder &folder) {
+  fs::remove_all(folder.path());
+  if (files.empty()) return;
+  fs::create_directory(folder.path());
+  for (const auto &[name, text] : files) folder.write(name, text);
+}
+
+Disk::Files filesOf(const StoreFolder &folder) {
+  Disk::Files files;
+  if (!fs::exists(folder.path())) return files;
+  for (const auto &file : fs::directory_iterator(folder.path())) {
+    files[file.path().filename()] = StoreFolder::contents(file.path());
+  }
+  return files;
+}
+
+// What a program that starts now finds.
+Settings settingsOf(const StoreFolder &folder) {
+  return Store(folder.path()).settings(1);
+}
+
+Settings with(Settings changes, const Settings &before) {
+  changes.insert(before.begin(), before.end());
+  return changes;
+}
+
+void buffer(Store &store) {
+  for (const auto &[key, value] : kChanges) store.setBuffered(1, key, value);
+}
+
+std::ptrdiff_t openDescriptors() {
+  return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
+}
+
+TEST(PowerCut, LeavesTheOldOrTheNewContentsAtEveryByte) {
+  for (const auto &[name, before] : kSituations) {
+    SCOPED_TRACE(name);
+    StoreFolder folder(kMemory);
+    const bool damaged = before.count("space1.conf.damaged") != 0;
+    const std::string errors = errorsOf(folder, [&] {
+      put(before, folder);
+      const Settings old = settingsOf(folder), fresh = with(kChanges, old);
+      std::map<Disk::Files, bool> left_behind;
+      {
+        Disk disk(folder.path());
+        Store store(folder.path());
+        buffer(store);
+        store.commit(1);
+        disk.acknowledge();
+        ASSERT_EQ(disk.files(), filesOf(folder)) << "something was done behind the disk's back";
+        left_behind = disk.leftBehind();
+      }
+      int starts[2] = {};
+      for (const auto &[files, acknowledged] : left_behind) {
+        put(files, folder);
+        const Settings found = settingsOf(folder);
+        const bool is_fresh = found == fresh;
+        ASSERT_TRUE(is_fresh || (found == old && !acknowledged)) << testing::PrintToString(files);
+        if (damaged && is_fresh) {
+          ASSERT_EQ(folder.read("space1.conf.damaged"), before.at("space1.conf"));
+        }
+        starts[is_fresh]++;
+        // And whoever writes next finds nothing in the way.
+        Disk disk(folder.path());
+        disk.fail(-1, 0);
+        Store(folder.path()).set(1, "next", "1");
+        ASSERT_EQ(settingsOf(folder), with({{"next", "1"}}, found));
+      }
+      printf("%s: %d starts with the old contents, %d with the new\n", name, starts[0], starts[1]);
+      EXPECT_GT(starts[0], 150) << "one a byte at least";
+      EXPECT_GT(starts[1], 0);
+    });
+    if (!damaged) {
+      EXPECT_EQ(errors, "");
+    }
+  }
+}
+
+// Each call of a commit fails once, in every way.
+TEST(FailingDisk, LeavesTheOldOrTheNewContentsAndIsReported) {
+  int failures = 0, reported = 0;
+  for (const auto &[name, before] : kSituations) {
+    for (const int error : {EIO, ENOSPC, EINTR, 0}) {
+      StoreFolder folder(kMemory);
+      testing::internal::CaptureStderr();
+      for (int call = 0, calls = 1; call < calls; ++call) {
+        SCOPED_TRACE(std::string(name) + ", call " + std::to_string(call) + ", " + strerror(error));
+        put(before, folder);
+        const Settings old = settingsOf(folder), fresh = with(kChanges, old);
+        const std::ptrdiff_t open = openDescriptors();
+        Store store(folder.path());
+        buffer(store);
+        Disk disk(folder.path());
+        disk.fail(call, error);
+        int reason = 0;
+        try {
+          store.commit(1);
+        } catch (const std::system_error &failure) {
+          reason = failure.code().value();
+          ++reported;
+        }
+        if (disk.calls() > call) ++failures, calls = call + 2;
+        disk.fail(-1, 0);
+        EXPECT_EQ(openDescriptors(), open);
+        // A leftover that cannot be removed is told by what it leads to.
+        EXPECT_TRUE(reason == 0 || reason == error || reason == EEXIST) << reason;
+        const Settings found = settingsOf(folder);
+        EXPECT_TRUE(found == fresh || (found == old && reason != 0));
+        EXPECT_TRUE(disk.durable() || reason != 0);
+        EXPECT_LE(filesOf(folder).count("space1.conf.new"), before.count("space1.conf.new"));
+        // What could not be committed is still there for another commit.
+        EXPECT_STREQ(store.getBuffered(1, "mode"), "3");
+        store.commit(1);
+        EXPECT_EQ(settingsOf(folder), fresh);
+        if (found == old) {
+          EXPECT_TRUE(disk.durable());
+        }
+      }
+      testing::internal::GetCapturedStderr();
+    }
+  }
+  printf("%d failing calls, %d of them reported\n", failures, reported);
+  EXPECT_GT(failures, 200);
+  EXPECT_GT(reported, failures / 2);
+}
+
+}  // namespace

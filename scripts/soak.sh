@@ -1,0 +1,76 @@
+#!/usr/bin/env bash
+# The long forms of the checks, one after the other, in at most 30 minutes: what
+# ./dev soak runs once everything is built. docs/reliability.md tells of each.
+#   soak.sh [STEP...]   only these
+set -uo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+most_minutes=30
+logs=build/soak
+export ORBA_SOAK=1 ORBA_DAMAGED_LISTS=100000 GTEST_BRIEF=1
+
+# The steps, each with the most minutes that it may take.
+steps=(checkers:2 sanitized:10 valgrind:10 threads:3 two_writers:5 fuzz:12 bench:10)
+
+# Deliberate faults are seen, so the rest means something.
+checkers() {
+  ctest --preset release -R '^checkers/' && ctest --preset sanitize -R '^checkers/' &&
+    ctest --test-dir build/thread -R '^checkers/'
+}
+
+# Every unit test in its long form under AddressSanitizer and UBSan.
+sanitized() {
+  local program
+  for program in build/sanitize/tests/*_tests; do
+    echo "== $program"
+    "$program" --gtest_filter=-TwoWriters.* || return 1
+  done
+}
+
+valgrind() { ctest --preset release -C Valgrind -L valgrind -j "$(nproc)"; }
+
+threads() { build/thread/tests/nvram_tests --gtest_filter=Threads.*; }
+
+two_writers() { build/release/tests/nvram_tests --gtest_filter=TwoWriters.*; }
+
+fuzz() { ./dev fuzz all 60; }
+
+bench() { ./dev bench; }
+
+limited() {  # step, seconds: ends with 124 when the time was not enough
+  export -f "${1?}"
+  timeout --kill-after=10 "$2" bash -uo pipefail -c "$1"
+}
+
+main() {
+  local wanted=" ${*:-} " failed=0 step name left start status word
+  mkdir -p "$logs"
+  for step in "${steps[@]}"; do
+    name=${step%:*}
+    [ $# -eq 0 ] || [[ $wanted == *" $name "* ]] || continue
+    left=$((most_minutes * 60 - SECONDS))
+    [ $((${step#*:} * 60)) -gt "$left" ] || left=$((${step#*:} * 60))
+    printf '%-12s ' "$name"
+    start=$SECONDS
+    if [ "$left" -lt 1 ]; then
+      status=124
+    else
+      limited "$name" "$left" >"$logs/$name.log" 2>&1
+      status=$?
+    fi
+    case $status in
+      0) word=ok ;;
+      124) word="not done in time" ;;
+      *) word="FAILED ($status)" ;;
+    esac
+    printf '%4d s  %s\n' $((SECONDS - start)) "$word"
+    [ $status -eq 0 ] && continue
+    failed=1
+    tail -n 20 "$logs/$name.log" 2>/dev/null | sed 's/^/    /'
+  done
+  printf '\n%s after %d min %d s; what each step said is in %s/\n' \
+    "$([ $failed -eq 0 ] && echo "All well" || echo "NOT WELL")" $((SECONDS / 60)) $((SECONDS % 60)) "$logs"
+  return $failed
+}
+
+main "$@"

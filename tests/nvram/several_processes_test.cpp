@@ -74,6 +74,7 @@ TEST(KilledWriter, LeavesTheOldOrTheNewContentsAtEverySystemCall) {
       ASSERT_TRUE(seen == old + 1 || (seen == old && !ended)) << seen << " at stop " << stops;
       old = seen;
     }
+    printf("killed at %d places\n", stops - 1);
     EXPECT_GT(stops, 20);
   });
 }

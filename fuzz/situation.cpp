@@ -1,0 +1,275 @@
+#include "fuzz/situation.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <sstream>
+#include <stdexcept>
+
+#include "fuzz/command_list.h"
+#include "sim/leds.h"
+#include "sim/radio.h"
+#include "sim/switch.h"
+#include "sim/wps_session.h"
+#include "tools/orba/bench.h"
+#include "tools/orba/entry.h"
+
+namespace orba::fuzz {
+
+namespace {
+
+constexpr std::string_view kHex = "0123456789abcdef";
+constexpr std::string_view kNoWord = "\"\"";
+constexpr std::string_view kEscapes = "\\\nn\rr\tt";
+
+struct Exit {};
+
+std::vector<std::string> wordsOf(std::string_view text) {
+  std::vector<std::string> words;
+  std::istringstream stream{std::string(text)};
+  for (std::string word; stream >> word;) words.push_back(word == kNoWord ? "" : decoded(word));
+  return words;
+}
+
+unsigned long hexadecimal(const std::string &text) {
+  return strtoul(text.c_str(), nullptr, 16);
+}
+
+void setInterface(sim::Interface &interface, const std::string &value) {
+  std::istringstream words(value);
+  std::string address, mask, mac;
+  words >> address >> mask >> mac;
+  interface.address(address).netmask(mask).mac(mac);
+}
+
+void setRadio(sim::Radio &radio, const std::string &key, const std::string &value) {
+  std::string ifname = key.substr(0, key.find(' '));
+  std::string request = key.substr(std::min(key.size(), ifname.size() + 1));
+  sim::Bytes bytes(value.begin(), value.end());
+  if (request == "channel") {
+    radio.channel(atoi(value.c_str()), ifname);
+  } else if (request == "profile") {
+    radio.profile(bytes, ifname);
+  } else if (request == "counters") {
+    std::array<uint32_t, 4> counters{};
+    memcpy(counters.data(), bytes.data(), std::min(bytes.size(), sizeof counters));
+    radio.counters(counters, ifname);
+  } else {
+    radio.value(static_cast<int>(hexadecimal(request)), bytes, ifname);
+  }
+}
+
+void breakSomething(sim::Device &device, const std::string &what, const std::string &value) {
+  if (what == "bench") tool::setUpBench(device);
+  if (what == "console") device.withoutConsole();
+  if (what == "sockets") device.withoutSockets();
+  if (what == "memory") device.memoryRunsOut();
+  if (what == "refuse") device.refuse(value);
+  if (what == "unstartable") device.unstartable(value);
+}
+
+class Player {
+ public:
+  Player() {
+    device_.onExit([](int) { throw Exit(); });
+    device_.part<sim::Leds>();
+    device_.part<sim::Radio>();
+    device_.part<sim::Switch>();
+    device_.part<sim::WpsSession>();
+  }
+
+  void play(const Line &line) {
+    const std::string rest = line.key.substr(1);
+    switch (line.key[0]) {
+      case '[':
+        space_ = line.key == "[2]" ? 2 : 1;
+        break;
+      case '*':
+        device_.everySetting(line.value);
+        break;
+      case '/':
+        rest == "*" ? device_.root().everyFile(line.value)
+                    : void(device_.file(line.key, line.value));
+        break;
+      case '|':
+        device_.answer(rest, line.value);
+        break;
+      case '&':
+        setInterface(device_.interface(rest), line.value);
+        break;
+      case '%':
+        setRadio(device_.part<sim::Radio>(), rest, line.value);
+        break;
+      case '$':
+        setSwitch(rest, line.value);
+        break;
+      case '!':
+        breakSomething(device_, rest, line.value);
+        break;
+      case '@':
+        call(rest, line.words);
+        break;
+      default:
+        device_.settings({{line.key, line.value}}, space_);
+    }
+  }
+
+  Outcome finish() {
+    device_.advance(1000);
+    judge("what follows later");
+    outcome_.asked = device_.asked();
+    return std::move(outcome_);
+  }
+
+ private:
+  void setSwitch(const std::string &key, const std::string &value) {
+    sim::Switch &part = device_.part<sim::Switch>();
+    if (key != "learn") {
+      part.set(static_cast<uint32_t>(hexadecimal(key)), static_cast<uint32_t>(hexadecimal(value)));
+    } else {
+      std::string mac = value.substr(0, value.find(' '));
+      part.learn(mac, {atoi(value.c_str() + std::min(value.size(), mac.size() + 1)) & 7});
+    }
+  }
+
+  void call(const std::string &name, std::vector<std::string> words) {
+    if (name == "wait") {
+      device_.advance(words.empty() ? 0 : std::clamp(atoll(words[0].c_str()), 0LL, 20000LL));
+      return judge(name);
+    }
+    const auto &entries = tool::entries();
+    auto entry = std::find_if(entries.begin(), entries.end(),
+                              [&](const tool::Entry &e) { return name == e.name; });
+    if (entry == entries.end()) return;
+    size_t word = 0;
+    for (const tool::Parameter &parameter : entry->parameters) {
+      if (!parameter.isWord()) continue;
+      // Takes as long as it is told to.
+      bool lasts = parameter.name == "iterations" && word < words.size();
+      if (lasts) words[word] = std::to_string(atoi(words[word].c_str()) & 15);
+      word++;
+    }
+    try {
+      entry->checkWords(words);
+      judged_ = device_.events().size();
+      entry->call(words);
+    } catch (const tool::BadArgument &) {
+    } catch (const Exit &) {
+    }
+    // These run what their caller gives them: that is their purpose.
+    if (name.rfind("doSystem", 0) == 0) judged_ = device_.events().size();
+    judge(name);
+  }
+
+  void judge(const std::string &caller) {
+    for (; judged_ < device_.events().size(); judged_++) {
+      const sim::Event &event = device_.events()[judged_];
+      bool piped = event.kind == sim::Event::kPipe;
+      if (!piped && event.kind != sim::Event::kCommand) continue;
+      if (!libraryCommands().passes(event.text, piped)) {
+        outcome_.findings.push_back(caller + ": not one of the commands: " + event.text);
+      }
+      outcome_.lines.insert({event.text, piped});
+    }
+    if (device_.openPipes() != 0) outcome_.findings.push_back(caller + ": a pipe is left open");
+  }
+
+  sim::Device device_;
+  Outcome outcome_;
+  int space_ = 1;
+  size_t judged_ = 0;
+};
+
+}  // namespace
+
+std::string decoded(std::string_view text) {
+  std::string result;
+  for (size_t i = 0; i < text.size(); i++) {
+    char next = text[i] == '\\' && i + 1 < text.size() ? text[i + 1] : '\0';
+    if (next == 'x' && i + 3 < text.size() && isxdigit(text[i + 2] & 0xFF) != 0 &&
+        isxdigit(text[i + 3] & 0xFF) != 0) {
+      result += static_cast<char>(hexadecimal(std::string(text.substr(i + 2, 2))));
+      i += 3;
+    } else if (next == 'z' && i + 4 < text.size()) {
+      result.append(hexadecimal(std::string(text.substr(i + 2, 3))), '\0');
+      i += 4;
+    } else if (size_t at = kEscapes.find(next); next != '\0' && (next == '\\' || at % 2 == 0)) {
+      result += kEscapes[next == '\\' ? 0 : at - 1];
+      i++;
+    } else {
+      result += text[i];
+    }
+  }
+  return result;
+}
+
+std::string encoded(std::string_view text) {
+  std::string result;
+  for (size_t i = 0; i < text.size(); i++) {
+    char c = text[i];
+    size_t at = kEscapes.find(c);
+    size_t zeros = std::min({text.find_first_not_of('\0', i), text.size(), i + 0xfff}) - i;
+    if (zeros > 1) {
+      result += {'\\', 'z', kHex[zeros >> 8], kHex[zeros >> 4 & 15], kHex[zeros & 15]};
+      i += zeros - 1;
+    } else if (c == '\\') {
+      result += "\\\\";
+    } else if (at != std::string_view::npos && at % 2 == 1) {
+      result += {'\\', kEscapes[at + 1]};
+    } else if (c < ' ' || c > '~') {
+      result += {'\\', 'x', kHex[c >> 4 & 15], kHex[c & 15]};
+    } else {
+      result += c;
+    }
+  }
+  return result;
+}
+
+Situation readSituation(std::string_view text) {
+  Situation situation;
+  while (!text.empty()) {
+    size_t end = std::min(text.find('\n'), text.size());
+    std::string_view line = text.substr(0, end);
+    text.remove_prefix(std::min(end + 1, text.size()));
+    size_t equals = line.find('=');
+    if (line.empty() || line[0] == '#') continue;
+    if (line[0] == '@') {
+      std::vector<std::string> words = wordsOf(line);
+      std::string name = words[0];
+      words.erase(words.begin());
+      situation.push_back({name, "", words});
+    } else if (equals != std::string_view::npos && equals > 0) {
+      situation.push_back(
+          {std::string(line.substr(0, equals)), decoded(line.substr(equals + 1)), {}});
+    } else if (line[0] == '[' || line[0] == '!') {
+      situation.push_back({std::string(line), "", {}});
+    }
+  }
+  return situation;
+}
+
+std::string print(const Situation &situation) {
+  std::string text;
+  for (const Line &line : situation) {
+    if (line.isCall()) {
+      text += line.key;
+      for (const std::string &word : line.words) {
+        text += word.empty() ? " " + std::string(kNoWord) : " ";
+        for (char c : word) text += c == ' ' ? "\\x20" : encoded({&c, 1});
+      }
+    } else {
+      bool bare = line.key[0] == '[' || (line.key[0] == '!' && line.value.empty());
+      text += line.key + (bare ? "" : "=" + encoded(line.value));
+    }
+    text += "\n";
+  }
+  return text;
+}
+
+Outcome play(const Situation &situation) {
+  Player player;
+  for (const Line &line : situation) player.play(line);
+  return player.finish();
+}
+
+}  // namespace orba::fuzz

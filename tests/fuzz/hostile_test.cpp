@@ -1,0 +1,150 @@
+// Settings that mean harm: every entry point runs with them, and what it would
+// give to the shell is really given to one, in a cage.
+#include <gmock/gmock.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+
+#include "fuzz/command_list.h"
+#include "fuzz/shell_line.h"
+#include "fuzz/situation.h"
+#include "tools/orba/config.h"
+#include "tools/orba/sample_calls.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace orba::fuzz;
+using orba::tool::entries;
+using orba::tool::Entry;
+using testing::IsEmpty;
+
+using Lines = std::set<std::string>;
+
+Line callOf(const Entry &entry, const std::vector<std::string> &words) {
+  return {std::string("@") + entry.name, "", words};
+}
+
+std::set<std::pair<int, std::string>> playHarm(const Situation &situation, Lines &lines) {
+  Outcome outcome = play(situation);
+  EXPECT_THAT(outcome.findings, IsEmpty()) << print(situation);
+  for (const auto &[line, piped] : outcome.lines) lines.insert(line);
+  return outcome.asked;
+}
+
+// Calls every entry point on a device where everything is `word`, with `word` in
+// place of each of its own words, as far as they may be anything.
+void callEverything(const std::string &word, Lines &lines) {
+  const Situation device = {{"*", word, {}}, {"/*", word, {}}, {"|", word, {}}};
+  for (const Entry &entry : entries()) {
+    if (std::string(entry.name).rfind("doSystem", 0) == 0) continue;
+    Situation situation = device;
+    for (const auto &words : orba::tool::sampleCalls(entry)) {
+      situation.push_back(callOf(entry, words));
+      for (size_t i = 0; i < words.size(); i++) {
+        situation.push_back(callOf(entry, words));
+        situation.back().words[i] = word;
+      }
+    }
+    playHarm(situation, lines);
+  }
+}
+
+// What came of the lines in a cage, or why there is none.
+std::string runInACage(const std::vector<std::string> &lines) {
+  fs::path folder = fs::temp_directory_path() / ("orba-cage-" + std::to_string(getpid()));
+  fs::create_directories(folder);
+  {
+    std::ofstream file(folder / "lines", std::ios::binary);
+    for (const std::string &line : lines) file << line << '\0';
+  }
+  std::string command = std::string(CAGE) + " " + folder.string();
+  for (const std::string &program : libraryCommands().programs()) command += " " + program;
+  FILE *pipe = popen(command.c_str(), "r");
+  std::string output;
+  char block[4096];
+  while (fgets(block, sizeof block, pipe) != nullptr) output += block;
+  int status = pclose(pipe);
+  fs::remove_all(folder);
+  if (WEXITSTATUS(status) == 77) return "skipped: " + output;
+  EXPECT_EQ(status, 0) << output;
+  return output;
+}
+
+const char kHarm[] = ";$(touch X)`touch X`'\"|touch X\n&touch X;>X #";
+
+}  // namespace
+
+TEST(Hostile, NothingAtAll) {
+  Lines lines;
+  callEverything("", lines);
+}
+
+TEST(Hostile, FiveThousandCharacters) {
+  for (char filling : {'A', ';', ',', '9', '\'', '.'}) {
+    Lines lines;
+    callEverything(std::string(5000, filling), lines);
+    for (const std::string &line : lines) EXPECT_LT(line.size(), 1024u);
+  }
+}
+
+// Whatever leads into a builder: the words that switch it on stand, and harm
+// stands behind or in place of all else.
+TEST(Hostile, NoValueBecomesACommand) {
+  Lines lines;
+  for (const std::string front : {"", "1", "2", "80", "br0", "1,1,1,1,1,1,1,1"}) {
+    callEverything(front + kHarm, lines);
+  }
+
+  // The examples, with harm in one field of one setting at a time.
+  for (const auto &file : fs::directory_iterator(EXAMPLES)) {
+    if (file.path().extension() != ".conf") continue;
+    const auto config = orba::tool::readConfig(file.path());
+    for (const char *name : {"firewall_init", "RoutingInit", "executeStaticRoute",
+                             "executePolicyRoute", "orba_pppoeRelay", "initInternet",
+                             "wlan_schedule_init", "serviceCtl_restart", "startlog_init"}) {
+      const Entry &entry = orba::tool::entryNamed(name);
+      auto situation = [&](const nvram::Entry *harmed, const std::string &value) {
+        Situation lines_of_it;
+        for (const nvram::Entry &setting : config) {
+          lines_of_it.push_back({setting.space == 1 ? "[1]" : "[2]", "", {}});
+          lines_of_it.push_back({setting.key, &setting == harmed ? value : setting.value, {}});
+        }
+        lines_of_it.push_back(callOf(entry, orba::tool::sampleCalls(entry)[0]));
+        return lines_of_it;
+      };
+      const auto asked = playHarm(situation(nullptr, ""), lines);
+      for (const nvram::Entry &setting : config) {
+        if (asked.count({setting.space, setting.key}) == 0) continue;
+        std::vector<std::string> values = {setting.value + kHarm, kHarm};
+        size_t at = 0;
+        while ((at = setting.value.find_first_of(",;", at)) != std::string::npos) {
+          values.push_back(std::string(setting.value).insert(at++, "$(touch X)'`touch X`"));
+        }
+        for (const std::string &value : values) playHarm(situation(&setting, value), lines);
+      }
+    }
+  }
+  ASSERT_GT(lines.size(), 800u);
+
+  // A real shell makes the same of each line as of one that has the letter x
+  // for every byte that the values need quotes for.
+  std::vector<std::string> harmful_lines(lines.begin(), lines.end()), harmless_lines;
+  for (const std::string &line : lines) harmless_lines.push_back(harmless(line));
+  std::string came = runInACage(harmful_lines);
+  if (came.rfind("skipped", 0) == 0) GTEST_SKIP() << came;
+  EXPECT_EQ(came, runInACage(harmless_lines));
+}
+
+TEST(Hostile, TheCageShowsWhatALineDoes) {
+  std::string quiet = runInACage({"telnetd -p 'x;touch X'"});
+  if (quiet.rfind("skipped", 0) == 0) GTEST_SKIP() << quiet;
+  EXPECT_EQ(quiet.substr(quiet.rfind("\n", quiet.size() - 2) + 1), "telnetd 2 9\n");
+  EXPECT_THAT(quiet, testing::Not(testing::HasSubstr("X")));
+  std::string loud = runInACage({"telnetd -p x;touch X"});
+  EXPECT_THAT(loud, testing::HasSubstr("./work/X\n"));
+  EXPECT_THAT(loud, testing::HasSubstr("\ntouch 1\n"));
+  EXPECT_THAT(runInACage({"telnetd `telnetd &`"}), testing::HasSubstr("telnetd\ntelnetd\n"));
+}

@@ -3,7 +3,7 @@
 #include <fstream>
 #include <stdexcept>
 
-#include "fuzz/shell_line.h"
+#include "sim/shell_line.h"
 
 namespace orba::fuzz {
 
@@ -94,7 +94,7 @@ CommandList::~CommandList() {
 
 void CommandList::add(const std::string &text) {
   if (text.empty() || text[0] == '#') return;
-  std::optional<std::string> form = shellForm(withMarks(text), kPlaceholders);
+  std::optional<std::string> form = sim::shellForm(withMarks(text), kPlaceholders);
   if (!form) throw std::runtime_error("no command: " + text);
   Command &command = commands_.emplace_back();
   command.text = text;
@@ -115,7 +115,7 @@ void CommandList::add(const std::string &text) {
 bool CommandList::passes(const std::string &line, bool piped) {
   std::string name = (piped ? '|' : ' ') + line;
   if (passed_.count(name) != 0) return true;
-  std::optional<std::string> form = shellForm(line);
+  std::optional<std::string> form = sim::shellForm(line);
   if (!form) return false;
   auto found = by_program_.find(form->substr(0, form->find(' ')));
   if (found == by_program_.end()) return false;
@@ -140,7 +140,7 @@ std::vector<std::string> CommandList::unseen() const {
 std::set<std::string> CommandList::programs() const {
   std::set<std::string> names;
   for (const Command &command : commands_) {
-    const std::string form = *shellForm(withMarks(command.text), kPlaceholders);
+    const std::string form = *sim::shellForm(withMarks(command.text), kPlaceholders);
     for (size_t at = 0; at != std::string::npos; at = form.find_first_of("|;`", at)) {
       at = form.find_first_not_of("|;` ", at);
       if (at == std::string::npos) break;

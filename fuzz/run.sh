@@ -4,6 +4,7 @@
 #   run.sh keep                     put what was found into the corpora, as little of it as covers all
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
+export LLVM_PROFILE_FILE=/dev/null
 programs=build/fuzz/fuzz
 work=build/fuzz/work
 corpora=fuzz/corpus
@@ -16,7 +17,7 @@ fuzz_one() {  # TARGET SECONDS
   mkdir -p "$work/$target" "$work/findings/$target"
   "$programs/fuzz_corpus" unpack "$corpora/$target.txt" "$work/$target"
   # Leaks are looked for where the corpora are replayed.
-  LLVM_PROFILE_FILE=/dev/null "$programs/fuzz_$target" "$work/$target" -max_total_time="$2" \
+  "$programs/fuzz_$target" "$work/$target" -max_total_time="$2" \
     -max_len=16384 -timeout=20 -rss_limit_mb=3000 -detect_leaks=0 -print_final_stats=1 \
     -artifact_prefix="$work/findings/$target/" >"$log" 2>&1 &
   local fuzzer=$!
@@ -48,7 +49,7 @@ keep() {
   for target in "${all[@]}"; do
     [ -d "$work/$target" ] || continue
     rm -rf "$work/kept" && mkdir -p "$work/kept"
-    LLVM_PROFILE_FILE=/dev/null "$programs/fuzz_$target" -set_cover_merge=1 -max_len=8192 \
+    "$programs/fuzz_$target" -set_cover_merge=1 -max_len=8192 \
       -detect_leaks=0 "$work/kept" "$work/$target" >"$work/keep.log" 2>&1
     "$programs/fuzz_corpus" pack "$work/kept" "$corpora/$target.txt"
     echo "$target: $(find "$work/kept" -type f | wc -l) inputs, $(stat -c %s "$corpora/$target.txt") bytes"

@@ -8,8 +8,8 @@
 #include <fstream>
 
 #include "fuzz/command_list.h"
-#include "fuzz/shell_line.h"
 #include "fuzz/situation.h"
+#include "sim/shell_line.h"
 #include "tools/orba/config.h"
 #include "tools/orba/sample_calls.h"
 
@@ -73,7 +73,7 @@ std::string runInACage(const std::vector<std::string> &lines) {
   return output;
 }
 
-const char kHarm[] = ";$(touch X)`touch X`'\"|touch X\n&touch X;>X #";
+const char kHarm[] = ";$(touch X)`touch X`'\"|touch X\n&touch X;>X <~*?[!{}\\\t #";
 
 }  // namespace
 
@@ -132,7 +132,7 @@ TEST(Hostile, NoValueBecomesACommand) {
   // A real shell makes the same of each line as of one that has the letter x
   // for every byte that the values need quotes for.
   std::vector<std::string> harmful_lines(lines.begin(), lines.end()), harmless_lines;
-  for (const std::string &line : lines) harmless_lines.push_back(harmless(line));
+  for (const std::string &line : lines) harmless_lines.push_back(sim::harmless(line));
   std::string came = runInACage(harmful_lines);
   if (came.rfind("skipped", 0) == 0) GTEST_SKIP() << came;
   EXPECT_EQ(came, runInACage(harmless_lines));

@@ -3,8 +3,8 @@
 
 #include "core/shell_word.h"
 #include "fuzz/command_list.h"
-#include "fuzz/shell_line.h"
 #include "fuzz/situation.h"
+#include "sim/shell_line.h"
 
 namespace {
 
@@ -41,78 +41,67 @@ bool ShellWord::isPlain(const char *value) {
 
 TEST(Oracle, LinesThatPass) {
   for (
-      const char *line : {
-          "telnetd -p 23 1>/dev/null 2>&1",
-          "telnetd -p  1>/dev/null 2>&1",
-          "telnetd -p 'a b;c|d&e$(f)`g`*?~#<>\n\\' 1>/dev/null 2>&1",
-          "telnetd -p 'it'\\''s' 1>/dev/null 2>&1",
-          "telnetd -p '' 1>/dev/null 2>&1",
-          "route add -net 'a b'  netmask c gw 'd' dev e 2>&1  1>/dev/null 2>&1",
-          "arping -c 1 -I br0 10.0.0.1 1>/dev/null 2>&1 &",
-          "/bin/super_dmz -t 80  -t 1:2 -u '3 4'   1>/dev/null 2>&1",
-          "kill -9 `ps -aef | grep \"mini_httpd -p 80 -SP 443\" | grep -v grep | awk '{print $1}'`",
-      }) {
+      const char *line :
+      {"telnetd -p 23 1>/dev/null 2>&1", "telnetd -p  1>/dev/null 2>&1",
+       "telnetd -p 'a b;c|d&e$(f)`g`*?~#<>\n\\' 1>/dev/null 2>&1",
+       "telnetd -p 'it'\\''s' 1>/dev/null 2>&1", "telnetd -p '' 1>/dev/null 2>&1",
+       "route add -net 'a b'  netmask c gw 'd' dev e 2>&1  1>/dev/null 2>&1",
+       "arping -c 1 -I br0 10.0.0.1 1>/dev/null 2>&1 &",
+       "/bin/super_dmz -t 80  -t 1:2 -u '3 4'   1>/dev/null 2>&1",
+       "kill -9 `ps -aef | grep \"mini_httpd -p 80 -SP 443\" | grep -v grep | awk '{print $1}'`"}) {
     EXPECT_TRUE(passes(line)) << line;
   }
 }
 
 TEST(Oracle, LinesThatDoNot) {
-  for (const char *value : {
-           "1;reboot",
-           "1$(reboot)",
-           "1`reboot`",
-           "1\nreboot",
-           "1'",
-           "1\"",
-           "1\\",
-           "1\\\n2",
-           "1 2",
-           " 1",
-           "1\t2",
-           "1*",
-           "1?",
-           "1[a]",
-           "~",
-           "1 #",
-           "#",
-           "1>x",
-           "1 >x",
-           "1<x",
-           "1|x",
-           "1&",
-           "1&&x",
-           "$IFS",
-           "${x}",
-           "{a,b}",
-           "(x)",
-           "!",
-           "1\x80",
-           "1\x01",
-           "'a' 'b'",
-           "'a",
-           "\"$(reboot)\"",
-           "\"`reboot`\"",
-           "\"$x\"",
-           "'a'b c'd'",
-       }) {
+  for (const char *value : {"1;reboot",
+                            "1$(reboot)",
+                            "1`reboot`",
+                            "1\nreboot",
+                            "1'",
+                            "1\"",
+                            "1\\",
+                            "1\\\n2",
+                            "1 2",
+                            " 1",
+                            "1\t2",
+                            "1*",
+                            "1?",
+                            "1[a]",
+                            "~",
+                            "1 #",
+                            "#",
+                            "1>x",
+                            "1 >x",
+                            "1<x",
+                            "1|x",
+                            "1&",
+                            "1&&x",
+                            "$IFS",
+                            "${x}",
+                            "{a,b}",
+                            "(x)",
+                            "!",
+                            "1\x80",
+                            "1\x01",
+                            "'a' 'b'",
+                            "'a",
+                            "\"$(reboot)\"",
+                            "\"`reboot`\"",
+                            "\"$x\"",
+                            "'a'b c'd'",
+                            "1\\2",
+                            "\"1\\\\2\""}) {
     EXPECT_FALSE(passes(std::string("telnetd -p ") + value + " 1>/dev/null 2>&1")) << value;
     EXPECT_FALSE(passes(std::string("telnetd -p ") + value)) << value;
   }
-  for (const char *line : {
-           "telnetd -q 23",
-           "telnetd",
-           "reboot",
-           "",
-           "telnetd -p 23 1>/dev/null",
-           "'telnetd' -p 23",
-           "switch pppoe-passthrogh x",
-           "switch pppoe-passthrogh ",
-           "echo \"1 2 * * * nvram_set RadioOff 0; reboot\" >> /etc/admin",
-           "arp -an | grep \"($(reboot))\"",
-           "arp -an | grep \"(1)\" | sh",
-           "kill -9 `ps -aef | grep \"mini_httpd -p \\` -SP 1\" | grep -v grep | awk '{print $1}'`",
-           "/bin/super_dmz  -t 1 2  1>/dev/null 2>&1",
-       }) {
+  for (const char *line :
+       {"telnetd -q 23", "telnetd", "reboot", "", "telnetd -p 23 1>/dev/null", "'telnetd' -p 23",
+        "switch pppoe-passthrogh x", "switch pppoe-passthrogh ",
+        "echo \"1 2 * * * nvram_set RadioOff 0; reboot\" >> /etc/admin",
+        "arp -an | grep \"($(reboot))\"", "arp -an | grep \"(1)\" | sh",
+        "kill -9 `ps -aef | grep \"mini_httpd -p \\` -SP 1\" | grep -v grep | awk '{print $1}'`",
+        "/bin/super_dmz  -t 1 2  1>/dev/null 2>&1"}) {
     EXPECT_FALSE(passes(line)) << line;
   }
   // Reading a producer's output is not running it for its effect.
@@ -121,7 +110,7 @@ TEST(Oracle, LinesThatDoNot) {
 }
 
 TEST(Oracle, HarmlessLines) {
-  EXPECT_EQ(orba::fuzz::harmless("a -b 'c d'\\''e' \"f $g\" >h"), "a -b xxxxx xx$x >h");
+  EXPECT_EQ(sim::harmless("a -b 'c d'\\''e' \"f $g\" >h"), "a -b xxxxx xx$x >h");
 }
 
 // Whatever byte the library would forget to quote, playing a situation shows it.

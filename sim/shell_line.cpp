@@ -1,8 +1,8 @@
-#include "fuzz/shell_line.h"
+#include "sim/shell_line.h"
 
 #include <stdexcept>
 
-namespace orba::fuzz {
+namespace sim {
 
 namespace {
 
@@ -88,4 +88,4 @@ std::string harmless(std::string_view line) {
   return line_without;
 }
 
-}  // namespace orba::fuzz
+}  // namespace sim

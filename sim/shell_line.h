@@ -1,12 +1,12 @@
 // What a POSIX shell makes of a command line, byte by byte.
-#ifndef ORBA_FUZZ_SHELL_LINE_H
-#define ORBA_FUZZ_SHELL_LINE_H
+#ifndef ORBA_SIM_SHELL_LINE_H
+#define ORBA_SIM_SHELL_LINE_H
 
 #include <optional>
 #include <string>
 #include <string_view>
 
-namespace orba::fuzz {
+namespace sim {
 
 // The line with its quotes taken off, in a form that still tells what they held:
 // a byte that a shell takes as data only because it is quoted has its
@@ -23,6 +23,6 @@ std::optional<std::string> shellForm(std::string_view line, std::string_view pla
 // the same but for the texts that programs are given.
 std::string harmless(std::string_view line);
 
-}  // namespace orba::fuzz
+}  // namespace sim
 
 #endif

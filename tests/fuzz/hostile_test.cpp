@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 
 #include "fuzz/command_list.h"
 #include "fuzz/situation.h"
@@ -131,8 +132,14 @@ TEST(Hostile, NoValueBecomesACommand) {
 
   // A real shell makes the same of each line as of one that has the letter x
   // for every byte that the values need quotes for.
-  std::vector<std::string> harmful_lines(lines.begin(), lines.end()), harmless_lines;
-  for (const std::string &line : lines) harmless_lines.push_back(sim::harmless(line));
+  std::vector<std::string> harmful_lines, harmless_lines;
+  Lines shapes;
+  for (const std::string &line : lines) {
+    const std::string without = sim::harmless(line);
+    if (!shapes.insert(std::regex_replace(without, std::regex("x+"), "x")).second) continue;
+    harmful_lines.push_back(line);
+    harmless_lines.push_back(without);
+  }
   std::string came = runInACage(harmful_lines);
   if (came.rfind("skipped", 0) == 0) GTEST_SKIP() << came;
   EXPECT_EQ(came, runInACage(harmless_lines));

@@ -6,6 +6,7 @@
 
 #include "orba_util.h"
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 // Room for one command line and for what a runner appends to it. A line that
@@ -32,5 +33,6 @@ void runIntoFile(const char *format, ...) __attribute__((format(printf, 1, 2)));
 void runDirectlyIntoFile(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
 }  // namespace orba
+#pragma GCC visibility pop
 
 #endif

@@ -7,6 +7,7 @@
 
 #include <cstdio>
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 // A stream to read lines from; File and Pipe say how it is opened and closed.
@@ -72,5 +73,6 @@ class Descriptor {
 bool fileExists(const char *path);
 
 }  // namespace orba
+#pragma GCC visibility pop
 
 #endif

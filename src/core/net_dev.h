@@ -2,6 +2,7 @@
 #ifndef ORBA_CORE_NET_DEV_H
 #define ORBA_CORE_NET_DEV_H
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 enum NetDevCounter { kSentBytes = 0, kSentPackets = 1, kReceivedBytes = 2, kReceivedPackets = 3 };
@@ -12,5 +13,6 @@ enum NetDevCounter { kSentBytes = 0, kSentPackets = 1, kReceivedBytes = 2, kRece
 long long readNetDevCounter(const char *ifname, int which);
 
 }  // namespace orba
+#pragma GCC visibility pop
 
 #endif

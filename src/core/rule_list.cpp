@@ -18,6 +18,13 @@ bool Record::field(int position, Slice &out) const {
   }
 }
 
+bool Record::appendField(int position, TextBuffer &out) const {
+  Slice slice;
+  if (!field(position, slice)) return false;
+  out.append(slice.begin, slice.length);
+  return true;
+}
+
 RuleList::Iterator::Iterator(const RuleList &list, const char *at) : list_(list), at_(at) {
   measure();
 }

@@ -13,6 +13,7 @@
 
 #include "core/text.h"
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 // A stretch of somebody else's text.
@@ -37,6 +38,8 @@ class Record {
   bool cut() const { return cut_; }
   // The `position`-th (from 0) field; false past the last one.
   bool field(int position, Slice &out) const;
+  // The same, behind what `out` holds.
+  bool appendField(int position, TextBuffer &out) const;
 
  private:
   Slice slice_;
@@ -48,11 +51,7 @@ class Record {
 template <size_t N>
 class Field : public Text<N> {
  public:
-  Field(const Record &record, int position) {
-    Slice slice;
-    missing_ = !record.field(position, slice);
-    if (!missing_) this->append(slice.begin, slice.length);
-  }
+  Field(const Record &record, int position) : missing_(!record.appendField(position, *this)) {}
 
   bool missing() const { return missing_; }
   int number() const { return toNumber(this->text()); }
@@ -94,5 +93,6 @@ class RuleList {
 };
 
 }  // namespace orba
+#pragma GCC visibility pop
 
 #endif

@@ -5,6 +5,7 @@
 #include "core/text.h"
 #include "nvram.h"
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 // The main configuration, and the 5 GHz module's.
@@ -56,5 +57,6 @@ inline Setting storedSetting(const char *key, int space = kMainSpace) {
 Setting wanSetting(const char *key, int wan);
 
 }  // namespace orba
+#pragma GCC visibility pop
 
 #endif

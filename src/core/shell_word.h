@@ -5,6 +5,7 @@
 #include "core/rule_list.h"
 #include "core/text.h"
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 // Text made only of letters, digits and _@%+=:,./- stands in the command as it
@@ -31,5 +32,6 @@ class ShellWord {
 };
 
 }  // namespace orba
+#pragma GCC visibility pop
 
 #endif

@@ -6,6 +6,10 @@
 #include <cstddef>
 #include <cstring>
 
+// Said where they are declared too, so that callers know these calls stay within
+// the library: each is six bytes shorter on MIPS than one to another library.
+// So do all headers whose functions are called from many places.
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 // Copies `from` into the `size` bytes at `to`, cut to fit and always terminated.
@@ -77,5 +81,6 @@ class Text : public TextBuffer {
 };
 
 }  // namespace orba
+#pragma GCC visibility pop
 
 #endif

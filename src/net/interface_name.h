@@ -5,6 +5,7 @@
 #include "core/setting.h"
 #include "core/text.h"
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 // What the callers of the exported getters provide, so names from settings are
@@ -28,5 +29,6 @@ inline bool connectsByPpp(const Setting &connection_mode) {
 }
 
 }  // namespace orba
+#pragma GCC visibility pop
 
 #endif

@@ -1,4 +1,5 @@
 // The channel lists of the web pages, and what the pages ask about this build.
+#include <cstdint>
 #include <cstdio>
 
 #include "core/setting.h"
@@ -12,13 +13,13 @@ constexpr size_t kOptionListSize = 2048;
 constexpr size_t kChannelSize = 32;
 
 struct Range {
-  int first;
-  int last;
+  uint8_t first;
+  uint8_t last;
 };
 
 // What a regulatory region allows; unused ranges are zero.
 struct Region {
-  const char *code;
+  char code[4];
   Range ranges[4];
 };
 

@@ -21,13 +21,9 @@ void traceNotRun(const TextBuffer &line) {
 // Formats one line, appends a redirection and gives it to the shell. Returns
 // the length of the formatted text as vsprintf would count it.
 int runFormatted(const char *format, va_list arguments, const char *redirection) {
-  va_list again;
-  va_copy(again, arguments);
-  int count = vsnprintf(nullptr, 0, format, again);
-  va_end(again);
-
   Text<kCommandSize> line;
-  line.formatList(format, arguments).append(redirection);
+  int count = line.formatList(format, arguments);
+  line.append(redirection);
   if (line.fits()) {
     (void)!system(line.text());
   } else {

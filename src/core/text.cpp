@@ -46,7 +46,7 @@ TextBuffer &TextBuffer::format(const char *format, ...) {
   return *this;
 }
 
-TextBuffer &TextBuffer::formatList(const char *format, va_list arguments) {
+int TextBuffer::formatList(const char *format, va_list arguments) {
   size_t room = size_ - length_;
   int wanted = vsnprintf(space_ + length_, room, format, arguments);
   if (wanted < 0) {
@@ -58,7 +58,7 @@ TextBuffer &TextBuffer::formatList(const char *format, va_list arguments) {
   } else {
     length_ += static_cast<size_t>(wanted);
   }
-  return *this;
+  return wanted;
 }
 
 void TextBuffer::cutTo(size_t length) {

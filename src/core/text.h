@@ -35,8 +35,8 @@ class TextBuffer {
   TextBuffer &append(const char *text) { return append(text, strlen(text)); }
   TextBuffer &append(const char *text, size_t length);
   TextBuffer &format(const char *format, ...) __attribute__((format(printf, 2, 3)));
-  TextBuffer &formatList(const char *format, va_list arguments)
-      __attribute__((format(printf, 2, 0)));
+  // Returns the length that the whole formatted text has, -1 when it has none.
+  int formatList(const char *format, va_list arguments) __attribute__((format(printf, 2, 0)));
   TextBuffer &assign(const char *text) { return clear().append(text); }
   // Takes back what stands behind the first `length` characters.
   void cutTo(size_t length);

@@ -60,8 +60,12 @@ const Region *regionOf(const Region (&regions)[N], const char *setting_name, con
   return nullptr;
 }
 
-const char *markOf(int channel) {
-  return channel == setting("Channel").number() ? "selected" : "";
+const char *markOf(int channel, int present) {
+  return channel == present ? "selected" : "";
+}
+
+int presentChannel() {
+  return setting("Channel").number();
 }
 
 void appendOption(char *list, const TextBuffer &option) {
@@ -69,31 +73,33 @@ void appendOption(char *list, const TextBuffer &option) {
   if (length + option.length() < kOptionListSize) strcpy(list + length, option.text());
 }
 
-void offerChannel5(char *list, int channel) {
+void offerChannel5(char *list, int channel, int present) {
   Text<96> option;
-  option.format("<option value=%d %s>%dMHz (Channel %d)</option>", channel, markOf(channel),
-                5000 + 5 * channel, channel);
+  option.format("<option value=%d %s>%dMHz (Channel %d)</option>", channel,
+                markOf(channel, present), 5000 + 5 * channel, channel);
   appendOption(list, option);
 }
 
-void offerChannel2_4(char *list, int channel) {
+void offerChannel2_4(char *list, int channel, int present) {
   Text<96> option;
-  option.format("<option value=%d %s>Channel %d</option>", channel, markOf(channel), channel);
+  option.format("<option value=%d %s>Channel %d</option>", channel, markOf(channel, present),
+                channel);
   appendOption(list, option);
 }
 
 // Unlike the others this line takes the place of what the list held and ends in
 // a newline, on purpose: in this region there is nothing to choose.
 void offerChannel14(char *list) {
-  sprintf(list, "<option value=14 %s>Channel 14</option>\n", markOf(14));
+  sprintf(list, "<option value=14 %s>Channel 14</option>\n", markOf(14, presentChannel()));
 }
 
 int offerChannels5(char *list) {
   const Region *region = regionOf(kRegions5, "CountryRegionABand", kDefaultRegion5);
   if (region == nullptr) return 1;
+  int present = presentChannel();
   for (const Range &range : region->ranges) {
     for (int channel = range.first; channel != 0 && channel <= range.last; channel += 4) {
-      offerChannel5(list, channel);
+      offerChannel5(list, channel, present);
     }
   }
   return 1;
@@ -106,9 +112,10 @@ int offerChannels2_4(char *list, int highest) {
   }
   const Region *region = regionOf(kRegions2_4, "CountryRegion", kDefaultRegion2_4);
   if (region == nullptr) return 1;
+  int present = presentChannel();
   const Range &range = region->ranges[0];
   for (int channel = range.first; channel <= range.last && channel <= highest; channel++) {
-    offerChannel2_4(list, channel);
+    offerChannel2_4(list, channel, present);
   }
   return 1;
 }

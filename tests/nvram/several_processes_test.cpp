@@ -82,7 +82,7 @@ TEST(KilledWriter, LeavesTheOldOrTheNewContentsAtEverySystemCall) {
 // What two writers and their readers know of each other.
 struct Crowd {
   std::atomic<int> acknowledged[2];  // the writer's last commit that has returned
-  std::atomic<long long> reads;
+  std::atomic<int> reads;
   std::atomic<int> killed;
   std::atomic<bool> over;
 };
@@ -155,7 +155,7 @@ TEST(TwoWriters, LoseAndMixNothingUnderFourReaders) {
   inProcess([&] {
     for (const int writer : {0, 1}) EXPECT_EQ(writersGeneration(crowd, writer, 0), commits);
   });
-  printf("%d commits, %d writers killed, %lld reads\n", 2 * commits, crowd.killed.load(),
+  printf("%d commits, %d writers killed, %d reads\n", 2 * commits, crowd.killed.load(),
          crowd.reads.load());
   munmap(&crowd, sizeof crowd);
 }

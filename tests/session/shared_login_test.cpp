@@ -139,6 +139,7 @@ bool publishAndDie(sim::SystemV &kernel, int count) {
 }
 
 TEST_F(SharedLogin, ShowsAllOrNothingOfAPublishThatIsKilled) {
+  alarm(600);
   // A soak (ORBA_SOAK set) kills behind every instruction, an ordinary run at some,
   // since stepping there takes longer the farther it is.
   std::set<int> seen;

@@ -1,5 +1,6 @@
 #include "tools/orba/command_runner.h"
 
+#include <spawn.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -52,19 +53,24 @@ int exitCode(int status) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
-// The wait status of a shell that ran the command.
+// The wait status of a shell that ran the command. Spawned as system() does it:
+// a fork would copy what this program knows for every command anew.
 int inShell(const std::string &command, int output, int errors) {
   fflush(nullptr);
-  pid_t child = fork();
-  if (child == 0) {
-    dup2(output, kKept);
-    dup2(output, STDOUT_FILENO);
-    dup2(errors, STDERR_FILENO);
-    execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
-    _exit(127);
-  }
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_adddup2(&actions, errors, STDERR_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, output, kKept);
+  posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
+  std::string text = command;
+  char shell[] = "sh", option[] = "-c";
+  char *words[] = {shell, option, text.data(), nullptr};
+  pid_t child = 0;
   int status = 127 << 8;
-  if (child > 0) waitpid(child, &status, 0);
+  if (posix_spawn(&child, "/bin/sh", &actions, nullptr, words, environ) == 0) {
+    waitpid(child, &status, 0);
+  }
+  posix_spawn_file_actions_destroy(&actions);
   return status;
 }
 

@@ -1,7 +1,6 @@
 // The tool's table, its errors and its checks.
 #include <gmock/gmock.h>
 
-#include <ctime>
 #include <fstream>
 #include <set>
 
@@ -39,13 +38,6 @@ std::string written(const std::string &content) {
 
 std::vector<nvram::Entry> example(const std::string &name) {
   return readConfig(std::string(EXAMPLES) + "/" + name);
-}
-
-// Seconds of this thread's own; other programs on the machine do not count.
-double processorTime() {
-  timespec now;
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
 }
 
 }  // namespace
@@ -153,41 +145,6 @@ TEST(Check, FindsNoFormBroken) {
     sim::Device device;
     putSettings(example(name), device);
     EXPECT_THAT(checkSettings(device), IsEmpty()) << name;
-  }
-}
-
-// Each builder's cost grows with its list: ten times the records, about ten
-// times the time, and far from the hundred of a list walked again and again.
-TEST(RuleLists, CostInProportionToTheirLength) {
-  struct {
-    const char *entry, *key, *record;
-  } lists[] = {
-      {"iptablesIPPortFilterRun", "IPPortFilterRules", "any/0,,0,0,10.0.0.1,,80,0,1,,,,,,"},
-      {"iptablesPortForwardRun", "PortForwardRules", "192.168.1.9,80,0,TCP"},
-      {"iptablesAclRun", "aclRules", "10.0.0.1"},
-      {"MACFilterRun", "MACFilterRules", "00:11:22:33:44:55"},
-      {"iptablesWebsFilterRun", "websURLFilters", "example.org"},
-      {"RoutingInit", "RoutingRules", "10.1.0.0,255.255.0.0,,LAN,br0,,"},
-      {"executeStaticRoute", "StaticRoutingRules", "1,n,10.1.0.0,255.255.0.0,10.0.0.1,br0"},
-  };
-  for (const auto &list : lists) {
-    auto cost = [&](int records) {
-      std::string value;
-      for (int i = 0; i < records; i++) value += (i > 0 ? ";" : "") + std::string(list.record);
-      double best = 1e9;
-      for (int run = 0; run < 5; run++) {
-        sim::Device device;
-        putSettings(example("gateway.conf"), device);
-        device.settings({{"aclMode", "1"}, {"MacFilterAction", "DROP"}, {list.key, value}});
-        setUpBench(device);
-        double start = processorTime();
-        entryNamed(list.entry).call({});
-        best = std::min(best, processorTime() - start);
-        EXPECT_GE(device.commands().size(), static_cast<size_t>(records)) << list.entry;
-      }
-      return best;
-    };
-    EXPECT_LT(cost(2000), 20 * cost(200)) << list.entry;
   }
 }
 

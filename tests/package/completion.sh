@@ -30,6 +30,10 @@ offers '' plan schedu
 offers '' plan firewall_init fire
 offers 'getDefaultWanIp' apply getDefaultWanIp
 offers 'examples/gateway.conf' plan firewall_init --config examples/ga
+offers 'examples/gateway.conf' diff examples/bridge.conf examples/ga
+offers 'firewall_fini' diff examples/bridge.conf examples/gateway.conf firewall_f
+offers 'DMZAddress' explain DMZAd
+offers 'iptablesDMZRun' explain iptablesDMZR
 offers 'examples/gateway.conf' check -c examples/ga
 offers 'examples/device' show getRoutingTable -r examples/d
 offers '' plan firewall_init --ticks ''

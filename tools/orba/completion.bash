@@ -24,6 +24,9 @@ _orba_words() {
   done
 }
 
+# What a list of the tool's names: entry points, or settings.
+_orba_names() { "$orba" "$1" | sed -n 's/^  \([^ ]*\).*/\1/p'; }
+
 _orba_files() {  # -f files or -d folders, the word
   mapfile -t COMPREPLY < <(compgen "$1" -- "$2")
   compopt -o filenames 2>/dev/null || true
@@ -43,9 +46,9 @@ _orba() {
 
   local offered=
   case $before in
-    -c | --config | -d | --device) _orba_files -f "$word"; return ;;
+    -c | --config | -d | --device | --picture) _orba_files -f "$word"; return ;;
     -r | --root) _orba_files -d "$word"; return ;;
-    --at | --ticks) return ;;
+    -p | --port | --address | --at | --ticks) return ;;
   esac
   if [[ $word == -* ]]; then
     offered=$(_orba_help Options "${commands[@]}" | _orba_words)
@@ -53,15 +56,20 @@ _orba() {
     case "${commands[*]}" in
       '' | lab) offered=$(_orba_help Subcommands "${commands[@]}" | _orba_words) ;;
       'lab shell') [ "$before" = shell ] && offered='router lan internet' ;;
+      diff)
+        # Two files, then an entry point.
+        if ((COMP_CWORD < 4)); then
+          _orba_files -f "$word"
+          return
+        fi
+        ((COMP_CWORD > 4)) || offered=$(_orba_names list) ;;
+      explain) offered=$(_orba_names explain; _orba_names list) ;;
       *)
         # A subcommand's first positional may be an entry point.
         if [ "$before" = "${commands[0]}" ] &&
           _orba_help Positionals "${commands[@]}" | grep -qE '^(ENTRY|GETTER) '; then
-          offered=$("$orba" list | sed -n 's/^  \([^ ]*\).*/\1/p')
+          offered=$(_orba_names list)
           [ "${commands[0]}" = show ] && offered+=' schedule'
-        elif _orba_help Positionals "${commands[@]}" | grep -q ':FILE'; then
-          _orba_files -f "$word"
-          return
         fi ;;
     esac
   fi

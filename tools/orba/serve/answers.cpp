@@ -175,8 +175,11 @@ Json settingsAnswer(const Session &session) {
   Json answer = answerOf(session);
   answer["settings"] = Json::array();
   for (const nvram::Entry &entry : session.changed()) {
-    answer["settings"].push_back(
-        {{"space", entry.space}, {"key", entry.key}, {"value", entry.value}});
+    const SettingDescription *description = descriptionOf(entry.key, entry.space);
+    answer["settings"].push_back({{"space", entry.space},
+                                  {"key", entry.key},
+                                  {"value", entry.value},
+                                  {"meaning", description != nullptr ? description->meaning : ""}});
   }
   answer["forms"] = Json::array();
   for (const SettingForm &form : settingForms()) {

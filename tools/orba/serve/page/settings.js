@@ -42,8 +42,9 @@ function row(setting, form, kept, findings, collect) {
     setting.space === 1 ? null : h("small", {}, ` space ${setting.space}`));
   return h("div", {class: changed ? "setting changed" : "setting", "data-key": setting.key}, label,
     h("div", {}, editor(setting, form, collect),
+      form && form.words !== "0 or 1" ? h("small", {}, form.words) : null,
       findings.map((finding) => h("p", {class: "finding"}, finding.line))),
-    h("small", {}, isList(setting) ? "a record a line" : form?.words ?? ""),
+    h("small", {}, setting.meaning, isList(setting) ? " A record a line." : ""),
     h("div", {class: "tools"},
       changed ? h("button", {type: "button", onclick: () => collect(kept)}, kept === null ? "Do not add" : "Undo") : null,
       changed && kept === null ? null

@@ -50,8 +50,8 @@ struct Event {
   };
   Kind kind;
   std::string text;
-  long long at;     // milliseconds of simulated time since the device was made
-  bool by_handler;  // done in a signal handler
+  long long at;             // milliseconds of simulated time since the device was made
+  bool by_handler = false;  // done in a signal handler
 };
 
 using Settings = std::vector<std::pair<std::string, std::string>>;

@@ -63,7 +63,7 @@ seconds=${2:-600}
 mkdir -p "$work/findings"
 export -f fuzz_one
 export programs work corpora
-printf '%s\n' "${targets[@]}" | xargs -P 2 -I TARGET bash -c "fuzz_one TARGET $seconds"
+printf '%s\n' "${targets[@]}" | xargs -P "${ORBA_FUZZ_AT_ONCE:-2}" -I TARGET bash -c "fuzz_one TARGET $seconds"
 {
   printf '%-14s %10s %7s %6s %6s %9s\n' target executions each/s edges feats findings
   for target in "${targets[@]}"; do summary_of "$target"; done

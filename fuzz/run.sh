@@ -49,7 +49,7 @@ keep() {
   for target in "${all[@]}"; do
     [ -d "$work/$target" ] || continue
     rm -rf "$work/kept" && mkdir -p "$work/kept"
-    "$programs/fuzz_$target" -set_cover_merge=1 -max_len=8192 \
+    "$programs/fuzz_$target" -set_cover_merge=1 -max_len=2048 \
       -detect_leaks=0 "$work/kept" "$work/$target" >"$work/keep.log" 2>&1
     "$programs/fuzz_corpus" pack "$work/kept" "$corpora/$target.txt"
     echo "$target: $(find "$work/kept" -type f | wc -l) inputs, $(stat -c %s "$corpora/$target.txt") bytes"

@@ -182,6 +182,8 @@ int watched(Real real) {
 
 }  // namespace
 
+// Visible, since the libraries that the program links ask for the same calls.
+#pragma GCC visibility push(default)
 extern "C" {
 
 WITH_REAL(int, open, const char *path, int flags, ...) {
@@ -260,4 +262,5 @@ WITH_REAL(ssize_t, write, int file, const void *bytes, size_t size) {
 }
 
 }  // extern "C"
+#pragma GCC visibility pop
 // NOLINTEND(bugprone-reserved-identifier)

@@ -128,6 +128,23 @@ ssize_t sim_write(int, const void *, size_t size) {
 int sim_stat(const char *, struct stat *) {
   return fail(ENOENT);
 }
+// What was opened above is read and closed as it is.
+int sim_fclose(FILE *stream) {
+  return fclose(stream);
+}
+char *sim_fgets(char *line, int size, FILE *stream) {
+  return fgets(line, size, stream);
+}
+size_t sim_fread(void *block, size_t size, size_t count, FILE *stream) {
+  return fread(block, size, count, stream);
+}
+int sim_isoc99_fscanf(FILE *stream, const char *format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  int count = vfscanf(stream, format, arguments);
+  va_end(arguments);
+  return count;
+}
 size_t sim_fwrite(const void *, size_t, size_t count, FILE *) {
   return count;
 }
@@ -177,6 +194,9 @@ void *sim_malloc(size_t size) {
 void *sim_calloc(size_t count, size_t size) {
   counts.allocations++;
   return calloc(count, size);
+}
+void sim_free(void *memory) {
+  free(memory);
 }
 char *sim_strdup(const char *text) {
   counts.allocations++;

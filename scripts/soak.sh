@@ -10,7 +10,7 @@ logs=build/soak
 export ORBA_SOAK=1 ORBA_DAMAGED_LISTS=100000 GTEST_BRIEF=1
 
 # The steps, each with the most minutes that it may take.
-steps=(checkers:2 sanitized:10 valgrind:10 threads:3 store:5 login:6 fuzz:12 bench:10)
+steps=(checkers:2 sanitized:10 valgrind:10 threads:5 store:5 login:6 fuzz:12 bench:10)
 
 # Deliberate faults are seen, so the rest means something.
 checkers() {

@@ -42,9 +42,10 @@ timeout 240 unshare "${namespaces[@]}" chroot "$cage" /shell -c '
   export PATH=/bin log
   for line in /lines/*; do
     log=/log/${line##*/}
-    /shell "$line" 9>&1 >/dev/null 2>&1 </dev/null | read -r end
+    (. "$line") 9>&1 >/dev/null 2>&1 </dev/null | read -r end
   done
   true' || exit 1
 cd "$cage"
 find . -type f ! -path './lib*' ! -path './lines/*' ! -path './log/*' | sort
-for log in log/*; do [ ! -f "$log" ] || (echo "$log:"; sort "$log"); done
+cd log
+grep -r '' . | sort

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <regex>
 
 #include "fuzz/command_list.h"
 #include "fuzz/situation.h"
@@ -130,28 +129,33 @@ TEST(Hostile, NoValueBecomesACommand) {
   }
   ASSERT_GT(lines.size(), 800u);
 
-  // A real shell makes the same of each line as of one that has the letter x
-  // for every byte that the values need quotes for.
+  // A real shell makes the same of a line as of one that has the letter x for
+  // every byte that the values need quotes for. One line of each shape will do.
   std::vector<std::string> harmful_lines, harmless_lines;
   Lines shapes;
   for (const std::string &line : lines) {
     const std::string without = sim::harmless(line);
-    if (!shapes.insert(std::regex_replace(without, std::regex("x+"), "x")).second) continue;
+    std::string shape = without;
+    auto both_x = [](char a, char b) { return a == 'x' && b == 'x'; };
+    shape.erase(std::unique(shape.begin(), shape.end(), both_x), shape.end());
+    if (without == line || !shapes.insert(shape).second) continue;
     harmful_lines.push_back(line);
     harmless_lines.push_back(without);
   }
   std::string came = runInACage(harmful_lines);
   if (came.rfind("skipped", 0) == 0) GTEST_SKIP() << came;
+  ASSERT_GT(harmful_lines.size(), 150u);
   EXPECT_EQ(came, runInACage(harmless_lines));
 }
 
 TEST(Hostile, TheCageShowsWhatALineDoes) {
   std::string quiet = runInACage({"telnetd -p 'x;touch X'"});
   if (quiet.rfind("skipped", 0) == 0) GTEST_SKIP() << quiet;
-  EXPECT_EQ(quiet.substr(quiet.rfind("\n", quiet.size() - 2) + 1), "telnetd 2 9\n");
+  EXPECT_THAT(quiet, testing::EndsWith(":telnetd 2 9\n"));
   EXPECT_THAT(quiet, testing::Not(testing::HasSubstr("X")));
   std::string loud = runInACage({"telnetd -p x;touch X"});
   EXPECT_THAT(loud, testing::HasSubstr("./work/X\n"));
-  EXPECT_THAT(loud, testing::HasSubstr("\ntouch 1\n"));
-  EXPECT_THAT(runInACage({"telnetd `telnetd &`"}), testing::HasSubstr("telnetd\ntelnetd\n"));
+  EXPECT_THAT(loud, testing::HasSubstr(":touch 1\n"));
+  EXPECT_THAT(runInACage({"telnetd `telnetd &`"}),
+              testing::HasSubstr("/100001:telnetd\n./100001:telnetd\n"));
 }

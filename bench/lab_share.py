@@ -27,13 +27,18 @@ def run(*words):
     return subprocess.run([orba, *words], capture_output=True, text=True)
 
 
-def seconds(*words):
+def spent(*words):
+    """Seconds of wall clock and of processors, those of all its commands too."""
     start = time.monotonic()
-    done = run(*words)
-    taken = time.monotonic() - start
-    if words[0] == "apply" and done.returncode != 0:
-        sys.exit(f"orba {' '.join(words)}: {done.stdout}{done.stderr}")
-    return taken
+    with tempfile.TemporaryFile() as output:
+        process = subprocess.Popen([orba, *words], stdout=output, stderr=output)
+        _, status, usage = os.wait4(process.pid, 0)
+        process.returncode = os.waitstatus_to_exitcode(status)
+        taken = time.monotonic() - start
+        if words[0] == "apply" and process.returncode != 0:
+            output.seek(0)
+            sys.exit(f"orba {' '.join(words)}: {output.read().decode()}")
+    return taken, usage.ru_utime + usage.ru_stime
 
 
 up = run("lab", "up", "--config", config)
@@ -55,19 +60,24 @@ try:
     taken = {way: [] for way in ways}
     for turn in range(rounds + 1):
         for way, words in ways.items():
-            spent = seconds(*words)
+            both = spent(*words)
             if turn > 0:  # the first one warms up
-                taken[way].append(spent)
+                taken[way].append(both)
 finally:
     run("lab", "down")
     os.rmdir(state)
 
-median = {way: statistics.median(spent) for way, spent in taken.items()}
+wall, processor = ({way: statistics.median(both[i] for both in all) for way, all in taken.items()}
+                   for i in (0, 1))
 print(f"{len(lines)} lines, {rounds} rounds in turns, medians")
-for way, spent in median.items():
-    print(f"  {way:24} {spent * 1000:9.1f} ms   {spent / median['script']:.3f} of the script")
-same = median["script, a shell a line"]
-print(f"apply / script with a shell a line: {median['apply'] / same:.3f}")
+print(f"{'':26}{'wall':>10} {'/ script':>9} {'processor':>12} {'/ script':>9}")
+for way in ways:
+    print(f"  {way:24}{wall[way] * 1000:7.0f} ms {wall[way] / wall['script']:9.3f} "
+          f"{processor[way] * 1000:9.0f} ms {processor[way] / processor['script']:9.3f}")
+same = "script, a shell a line"
+print(f"apply / {same}: wall {wall['apply'] / wall[same]:.3f}, "
+      f"processor {processor['apply'] / processor[same]:.3f}")
 if "ORBA_BENCH_NS" in os.environ:
     library = float(os.environ["ORBA_BENCH_NS"]) * len(lines) / 1e9
-    print(f"the library's own {library * 1000:.3f} ms are {100 * library / median['apply']:.3f} % of apply")
+    print(f"the library's own {library * 1000:.3f} ms are "
+          f"{100 * library / wall['apply']:.4f} % of apply's")

@@ -116,6 +116,22 @@ FILE *sim_fopen(const char *path, const char *) {
   errno = ENOENT;
   return nullptr;
 }
+int sim_fclose(FILE *stream) {
+  return fclose(stream);
+}
+char *sim_fgets(char *line, int size, FILE *stream) {
+  return fgets(line, size, stream);
+}
+size_t sim_fread(void *data, size_t size, size_t count, FILE *stream) {
+  return fread(data, size, count, stream);
+}
+int sim_isoc99_fscanf(FILE *stream, const char *format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  int read = vfscanf(stream, format, arguments);
+  va_end(arguments);
+  return read;
+}
 int sim_open(const char *, int, ...) {
   return fail(ENOENT);
 }
@@ -127,23 +143,6 @@ ssize_t sim_write(int, const void *, size_t size) {
 }
 int sim_stat(const char *, struct stat *) {
   return fail(ENOENT);
-}
-// What was opened above is read and closed as it is.
-int sim_fclose(FILE *stream) {
-  return fclose(stream);
-}
-char *sim_fgets(char *line, int size, FILE *stream) {
-  return fgets(line, size, stream);
-}
-size_t sim_fread(void *block, size_t size, size_t count, FILE *stream) {
-  return fread(block, size, count, stream);
-}
-int sim_isoc99_fscanf(FILE *stream, const char *format, ...) {
-  va_list arguments;
-  va_start(arguments, format);
-  int count = vfscanf(stream, format, arguments);
-  va_end(arguments);
-  return count;
 }
 size_t sim_fwrite(const void *, size_t, size_t count, FILE *) {
   return count;

@@ -1,28 +1,81 @@
 #!/bin/sh
-# The router's first process, in namespaces of its own: makes its files private,
+# The router's first process, in namespaces of its own: makes itself a tree of files,
 # gives birth to the two hosts, wires everything up, and then only stays.
-# From up.sh: $lab, and the names $LAN $WAN $ETHERNET $OTHERS.
+# From up.sh: the names $LAN $WAN $ETHERNET $OTHERS, and lab/tools as an archive on
+# standard input.
 set -eu
 
 # ---- files ----
-mount -t tmpfs run /run
-mkdir -p /run/lab/tools /run/lab/upper /run/lab/work /run/lab/etc /run/lab/dev
+# A tree of the router's own. Of this machine's files only the programs are in it,
+# to be read; what can be written ends with the lab.
+root=/run/root
+mount -t tmpfs -o mode=755 run /run
+mkdir $root
+mount -t tmpfs -o mode=755 tree $root
+read_only() {  # mount point: it and what is mounted below it
+  sed -n "s|^[^ ]* [^ ]* [^ ]* [^ ]* \($1[^ ]*\) .*|\1|p" /proc/self/mountinfo | sort -u |
+    grep -E "^$1(/|\$)" | while read -r mounted; do mount -o remount,bind,ro "$mounted"; done
+}
+for folder in usr bin sbin lib lib32 lib64 libx32; do
+  if [ -L "/$folder" ]; then
+    cp --no-dereference "/$folder" "$root/$folder"
+  elif [ -d "/$folder" ]; then
+    mkdir "$root/$folder"
+    mount --rbind "/$folder" "$root/$folder"
+    read_only "$root/$folder"
+  fi
+done
+cd $root
+mkdir dev proc sys
+for folder in etc root run tmp var; do
+  mkdir $folder
+  mount -t tmpfs -o mode=755 private $folder
+done
+chmod 1777 tmp
+
 # The device's /etc: what the tools need, and no name service.
 for item in passwd group protocols services ethertypes networks alternatives iproute2 \
   ld.so.cache ld.so.conf ld.so.conf.d xtables.conf; do
-  [ ! -e "/etc/$item" ] || cp -r --no-dereference "/etc/$item" "/run/lab/etc/$item"
+  [ ! -e "/etc/$item" ] || cp -r --no-dereference "/etc/$item" "etc/$item"
 done
-echo "hosts: files" >/run/lab/etc/nsswitch.conf
-echo "127.0.0.1 localhost" >/run/lab/etc/hosts
-echo "GMT0" >/run/lab/etc/TZ
-: >/run/lab/etc/resolv.conf
-mkdir -p /run/lab/etc/iproute2
-mount --bind /run/lab/etc /etc
+echo "hosts: files" >etc/nsswitch.conf
+echo "127.0.0.1 localhost" >etc/hosts
+echo "GMT0" >etc/TZ
+: >etc/resolv.conf
+mkdir -p etc/iproute2
+
+# No device nodes but the harmless ones; what the library writes to the console
+# is kept in a file.
+for node in null zero full random urandom tty; do
+  : >"dev/$node"
+  mount --bind "/dev/$node" "dev/$node"
+done
+mkdir dev/pts
+mount -t devpts -o newinstance,ptmxmode=0666 pts dev/pts
+ln -s pts/ptmx dev/ptmx
+ln -s /proc/self/fd dev/fd
+mkfifo dev/console
+
+# Of the kernel's settings only those of the router's own network can be written.
+mount --rbind /proc proc
+mkdir /run/net
+mount --bind proc/sys/net /run/net
+mount --bind proc/sys proc/sys
+mount -o remount,bind,ro proc/sys
+mount --bind /run/net proc/sys/net
+mount -t sysfs -o ro sys sys
+
+mkdir -p run/lab/tools run/lab/upper run/lab/work var/run var/lock run/machine
+pivot_root . run/machine
+cd /root
+umount -l /run/machine
+rmdir /run/machine
+mount -o remount,bind,ro /
 
 # The lab's tools come first in the search path; the device's programs that are
 # called by their whole path are laid over /bin and /sbin.
-cp "$lab"/tools/* /run/lab/tools/
-chmod 755 /run/lab/tools/*
+tar -C /run/lab/tools --no-same-owner -x
+chmod 755 /run/lab/tools /run/lab/tools/*
 for program in iwpriv mii_mgr insmod rmmod call_qcsapi_sockrpc wscd rt2860apd reboot reboot.sh \
   wan.sh wlan.sh wlan_5G.sh internet.sh internetSetWAN.sh mcl.sh ntp.sh dropbear.sh mini_httpd \
   orba_qos; do
@@ -43,28 +96,14 @@ over() {  # folder program...
   mount -t overlay -o "lowerdir=$folder,upperdir=/run/lab/upper$folder,workdir=/run/lab/work$folder" \
     program "$folder"
   for program in "$@"; do ln -sf /run/lab/tools/"$program" "$folder/$program"; done
+  mount -o remount,bind,ro "$folder"
 }
 over /bin super_dmz orba_qos
 over /sbin wlan.sh
 
-# No device nodes but the harmless ones; what the library writes to the console
-# is kept in a file.
-dev=/run/lab/dev
-for node in null zero full random urandom tty; do
-  : >"$dev/$node"
-  mount --bind "/dev/$node" "$dev/$node"
-done
-mkdir "$dev/pts"
-mount --rbind /dev/pts "$dev/pts" 2>/dev/null || true
-ln -s /proc/self/fd "$dev/fd"
-mkfifo "$dev/console"
-mount --rbind "$dev" /dev
 cat <>/dev/console >/run/lab/console &
-
-mount -t sysfs sys /sys 2>/dev/null || true
 export PATH=/run/lab/tools:/usr/sbin:/usr/bin:/sbin:/bin
-for folder in /tmp /var; do mount -t tmpfs private "$folder"; done
-mkdir -p /var/run /var/lock
+hostname router
 
 # ---- hosts ----
 for host in lan internet; do

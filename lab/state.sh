@@ -15,6 +15,12 @@ fail() {
   exit 1
 }
 
+# Whether a lab has somebody else than its maker for its root: root has enough
+# numbers for that, the one user of a user namespace has not.
+gives_up_root() {
+  [ "$(id -u)" = 0 ] && [ "$(awk 'NR == 1 { print $3 }' /proc/self/uid_map)" -gt 65533 ]
+}
+
 # Runs a command on a host of the lab: in its network, and on the router in its
 # files as well.
 on() {  # router|lan|internet command...
@@ -24,8 +30,9 @@ on() {  # router|lan|internet command...
   # After a lab's end the number may be another process's.
   [ -e "/proc/$process/root/run/lab/tools" ] ||
     fail "no lab is up; 'orba lab up --config FILE' makes one"
-  user=-U
+  user="--user --preserve-credentials"
+  ! gives_up_root || user="--user --setuid 0 --setgid 0"
   [ "$(readlink /proc/self/ns/user)" != "$(readlink "/proc/$process/ns/user")" ] || user=
   PATH=/run/lab/tools:/usr/sbin:/usr/bin:/sbin:/bin \
-    nsenter --preserve-credentials $user -m -n -p -t "$process" -- "$@"
+    nsenter $user -m -n -p -i -u -t "$process" --wd="/proc/$process/root/root" -- "$@"
 }

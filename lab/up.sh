@@ -11,9 +11,19 @@ for tool in ip iptables ebtables brctl arp arping busybox python3; do
   command -v "$tool" >/dev/null || PATH=$PATH:/usr/sbin:/sbin command -v "$tool" >/dev/null ||
     fail "$tool is not installed"
 done
-spaces="--user --map-root-user --mount --net --pid --fork --kill-child --mount-proc"
-why=$(unshare $spaces sh -c 'mount -t tmpfs private /run && ip link add lab0 type bridge &&
-  ip link add lab1 type veth peer name lab2' 2>&1) || {
+# The root of a user's lab is that user, and of root's nobody: a number of those
+# that Debian reserves which belongs to no user and no group.
+as_nobody=
+if gives_up_root; then
+  number=65533
+  while getent passwd $number >/dev/null || getent group $number >/dev/null; do
+    number=$((number - 1))
+  done
+  as_nobody="setpriv --reuid $number --regid $number --clear-groups"
+fi
+spaces="--user --map-root-user --mount --net --pid --ipc --uts --fork --kill-child --mount-proc"
+why=$(cd / && $as_nobody unshare $spaces sh -c 'mount -t tmpfs private /run &&
+  ip link add lab0 type bridge && ip link add lab1 type veth peer name lab2' 2>&1) || {
   echo "orba lab: this machine cannot make the lab's namespaces: $(echo "$why" | tr '\n' ' ')" >&2
   exit 77
 }
@@ -34,11 +44,12 @@ done
 export LAN WAN ETHERNET OTHERS
 
 # Everything hangs on one process, the router's first: when it ends, however it
-# ends, the kernel ends all others and takes the namespaces with them. The user
-# namespace keeps the lab's root away from this machine's modules, clock and
-# settings, also where root starts it.
-export lab
-unshare $spaces sh "$lab/router.sh" >"$state/log" 2>&1 </dev/null &
+# ends, the kernel ends all others and takes the namespaces with them. Nobody may
+# not look into every folder, so it is given the script and the tools.
+tar -C "$lab/tools" -cf "$state/tools.tar" .
+script=$(cat "$lab/router.sh")
+(cd / && exec $as_nobody unshare $spaces sh -c "$script" router.sh <"$state/tools.tar") \
+  >"$state/log" 2>&1 &
 holder=$!
 echo "$holder" >"$state/holder.pid"
 

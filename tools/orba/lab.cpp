@@ -1,6 +1,7 @@
 #include "tools/orba/lab.h"
 
 #include <fcntl.h>
+#include <grp.h>
 #include <sched.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -80,9 +81,17 @@ std::string labConfig() {
 
 void enterLab() {
   std::string process = router();
+  // A user namespace lets nobody give up groups.
+  if (geteuid() == 0) (void)!setgroups(0, nullptr);
   // The user namespace owns the others, so it comes first; the files come last,
   // because the way to the others leads through this machine's /proc.
-  for (const char *kind : {"user", "pid", "net", "mnt"}) enterNamespace(process, kind);
+  for (const char *kind : {"user", "pid", "net", "ipc", "uts", "mnt"})
+    enterNamespace(process, kind);
+  // This machine's root, who has no number there, becomes the lab's.
+  if (geteuid() != 0 && (setresgid(0, 0, 0) != 0 || setresuid(0, 0, 0) != 0)) {
+    throw NoLab(std::string("cannot become the lab's root: ") + strerror(errno));
+  }
+  if (chdir("/root") != 0) throw NoLab(std::string("/root: ") + strerror(errno));
   // Only a child has its number there, without which "/proc/self" leads nowhere.
   pid_t child = fork();
   if (child > 0) {

@@ -4,15 +4,22 @@
 page_test.py ORBA EXAMPLES SCREENSHOTS; exit code 77 when there is no Chromium,
 which CI=true does not allow.
 """
+import contextlib
 import http.client
+import itertools
 import json
 import os
 import pathlib
+import resource
 import signal
+import socket
 import subprocess
 import sys
 import tempfile
+import threading
+import time
 import unittest
+import urllib.parse
 
 import chromium
 
@@ -55,7 +62,9 @@ class Served(unittest.TestCase):
             [ORBA, "serve", "--config", cls.config, "--root", EXAMPLES / "device",
              "--device", networks, "--port", "0"], stdout=subprocess.PIPE, text=True)
         cls.url = cls.orba.stdout.readline().split()[0]
-        cls.port = int(cls.url.rstrip("/").rpartition(":")[2])
+        address = urllib.parse.urlsplit(cls.url)
+        cls.port, cls.folder_path = address.port, address.path
+        cls.cookie = f"orba={address.query.removeprefix('token=')}"
         cls.browser = chromium.Chromium()
         cls.browser.resize(1280, 900)
 
@@ -76,7 +85,8 @@ class Served(unittest.TestCase):
 
     def ask(self, path, method="GET", body=None, headers={}):
         connection = http.client.HTTPConnection("127.0.0.1", self.port, timeout=60)
-        connection.request(method, path, body, headers)
+        connection.request(method, self.folder_path + path.removeprefix("/"), body,
+                           {"Cookie": self.cookie} | headers)
         response = connection.getresponse()
         text = response.read().decode()
         connection.close()
@@ -93,7 +103,7 @@ class Served(unittest.TestCase):
         self.browser.wait_for("document.body.dataset.ready === arguments[0]", name)
         # Nothing that a setting or the air holds became an element, or ran.
         self.assertEqual(self.browser.run("""return [typeof hacked, document.scripts.length,
-            document.querySelectorAll('img:not([src="/icon.svg"])').length]"""), ["undefined", 1, 0])
+            document.querySelectorAll('img:not([src="icon.svg"])').length]"""), ["undefined", 1, 0])
 
     def texts(self, selector):
         return self.browser.run(
@@ -140,7 +150,7 @@ class Served(unittest.TestCase):
         options = [alone["answers"]["getWlan11gChannels"], *(
             radio["answers"][f"getWlan11{band}Channels"] for band in "agb")]
         survey = radio["survey"].removeprefix("Content-Type: text/html\n\n")
-        read = self.browser.run("""return import("/getters.js").then((getters) => [
+        read = self.browser.run("""return import("./getters.js").then((getters) => [
             arguments[0].map(getters.parseOptions), getters.parseSurvey(arguments[1])])""", options, survey)
         self.assertEqual([(one["value"], one["selected"]) for one in read[0][0]], [("14", True)])
         self.assertEqual([(one["value"], one["selected"]) for one in read[0][2]],
@@ -256,7 +266,72 @@ class Served(unittest.TestCase):
                 self.assertEqual(response.status, status)
                 self.assertEqual(response.getheader("Connection"), "close")
                 self.assertIn("script-src 'self';", response.getheader("Content-Security-Policy"))
-        self.assertEqual(self.wish("change", space="1", key=[], value="")[0], 400)
+        self.assertEqual(self.wish("change", space=1, key=[], value="")[0], 400)
+        for space in ("1", True, 0, 10, 4294967297, 1e300, 1.5, None):
+            self.assertEqual(self.wish("change", space=space, key="New", value="")[0], 422, space)
+        self.assertNotIn("New", self.ask("/api/settings.conf")[1])
+
+    def test_who_was_not_given_the_address_is_refused(self):
+        for cookie in ("", "orba=", "orba=0", f"orba={'0' * 32}", self.cookie[:-1]):
+            for path in ("/", "/app.js", "/api/settings.conf", f"/?token={cookie[5:]}"):
+                self.assertEqual(self.ask(path, headers={"Cookie": cookie})[0].status, 403, (path, cookie))
+            status, _ = self.ask("/api/discard", "POST", b"{}", {"Content-Type": "application/json", "Cookie": cookie})
+            self.assertEqual(status.status, 403, cookie)
+        response, _ = self.ask(f"/?token={self.cookie[5:]}", headers={"Cookie": ""})
+        self.assertEqual((response.status, response.getheader("Location"), response.getheader("Set-Cookie")),
+                         (303, self.folder_path,
+                          f"{self.cookie}; Path={self.folder_path}; HttpOnly; SameSite=Strict"))
+        self.assertEqual(self.ask("/", headers={"Cookie": f"other=1; {self.cookie}; orba=2"})[0].status, 200)
+        # Another server of the same address is not sent the token.
+        with socket.create_server(("127.0.0.1", 0)) as other:
+            self.view("overview")
+            self.browser.run("window.open(arguments[0])", f"http://127.0.0.1:{other.getsockname()[1]}/")
+            other.settimeout(60)
+            connection = other.accept()[0]
+            with connection:
+                asked = connection.recv(9999).decode()
+        self.assertTrue(asked.startswith("GET / "))
+        self.assertNotIn("Cookie", asked)
+
+    def test_it_answers_whatever_others_do(self):
+        """Clients that are slow, many, or ask for much."""
+        response, text = self.ask("/app.js", headers={"Range": "bytes=" + ",".join(["0-"] * 1500)})
+        self.assertEqual((response.status, text), (200, self.ask("/app.js")[1]))
+        many = ["X: " + "x" * 4000] * 60
+        with socket.create_connection(("127.0.0.1", self.port)) as large:
+            with contextlib.suppress(ConnectionError):
+                large.sendall("\r\n".join(["GET / HTTP/1.1", *many]).encode())
+                self.assertNotIn(b"200", large.recv(99))
+        for count, request in ((40, b"GET / HTTP/1.1\r\nX: " + b"x" * 10000), (1500, b"")):
+            with contextlib.ExitStack() as stack:
+                ends = threading.Event()
+                slow = [stack.enter_context(socket.socket()) for _ in range(count)]
+
+                def drip():
+                    for byte in request:
+                        for client in slow:
+                            with contextlib.suppress(OSError):
+                                client.send(bytes([byte]))
+                        if ends.wait(0.05):
+                            return
+
+                for client in slow:
+                    client.setblocking(False)
+                    client.connect_ex(("127.0.0.1", self.port))
+                dripping = threading.Thread(target=drip)
+                dripping.start()
+                start = time.monotonic()
+                try:
+                    self.assertEqual(self.ask("/app.js")[0].status, 200)
+                finally:
+                    ends.set()
+                    dripping.join()
+                self.assertLess(time.monotonic() - start, 10)
+
+    def test_a_long_value_makes_no_long_picture(self):
+        records = ";".join(f"192.168.1.9,{port},{port},TCP,{'x' * 20}" for port in range(1, 400))
+        self.wish("change", space=1, key="PortForwardRules", value=records)
+        self.assertLess(len(self.ask("/api/firewall.svg?changes")[1]), 2_000_000)
 
     def test_a_port_in_use_is_an_error(self):
         second = subprocess.run([ORBA, "serve", "--config", self.config, "--port", str(self.port)],
@@ -270,4 +345,6 @@ if __name__ == "__main__":
         print(f"orba serve: not tested in a browser, because there is no {program} on this machine")
         sys.exit(1 if os.environ.get("CI") == "true" else 77)
     SHOTS.mkdir(parents=True, exist_ok=True)
+    most = resource.getrlimit(resource.RLIMIT_NOFILE)[1]
+    resource.setrlimit(resource.RLIMIT_NOFILE, (most, most))
     unittest.main(argv=sys.argv[:1] + sys.argv[4:])

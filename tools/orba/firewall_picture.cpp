@@ -47,6 +47,9 @@ constexpr Mark kMarks[] = {
     {"~", " moved", "#bf8700", "#fff8d6"},
 };
 
+// Of a value in a title, in bytes.
+constexpr size_t kLongestValue = 200;
+
 class Picture {
  public:
   Picture(const Run &run, const Origins &origins, const Difference *difference)
@@ -124,7 +127,10 @@ std::string Picture::titleOf(const Row &row) const {
   title += "\n";
   for (const Origin &origin : origins_[*rule.command]) {
     title += origin.role == Origin::kBecause ? "\nbecause of " : "\nfrom ";
-    title += xmlText(nameOf(origin) + ": " + valueOf(origin, run_));
+    // A list of thousands of records may stand in the title of each of its rules.
+    std::string value = valueOf(origin, run_);
+    if (value.size() > kLongestValue) value.replace(kLongestValue, std::string::npos, "…");
+    title += xmlText(nameOf(origin) + ": " + value);
   }
   if (origins_[*rule.command].empty()) title += "\nwhatever the settings";
   return title + "\n(command " + std::to_string(*rule.command + 1) + ")";

@@ -1,6 +1,11 @@
 #include "tools/orba/serve/guard.h"
 
 #include <arpa/inet.h>
+#include <sys/random.h>
+
+#include <cerrno>
+#include <sstream>
+#include <system_error>
 
 namespace orba::tool {
 
@@ -17,7 +22,39 @@ bool isAddress(const std::string &text) {
   return isAddress(AF_INET, text) || isAddress(AF_INET6, text);
 }
 
+// 128 random bits in hexadecimal.
+std::string randomName() {
+  unsigned char bytes[16];
+  if (getrandom(bytes, sizeof bytes, 0) != sizeof bytes) {
+    throw std::system_error(errno, std::generic_category(), "random numbers");
+  }
+  std::string name;
+  for (unsigned char byte : bytes) {
+    name += "0123456789abcdef"[byte >> 4];
+    name += "0123456789abcdef"[byte & 15];
+  }
+  return name;
+}
+
+constexpr char kCookie[] = "orba=";
+
 }  // namespace
+
+Guard::Guard(const std::string &address, int port)
+    : address_(address), port_(port), folder_("/" + randomName() + "/"), token_(randomName()) {}
+
+std::string Guard::cookie() const {
+  return kCookie + token_ + "; Path=" + folder_ + "; HttpOnly; SameSite=Strict";
+}
+
+bool Guard::knows(const Header &header) const {
+  // Other servers of this address may have set cookies of their own.
+  std::istringstream cookies(header("Cookie"));
+  for (std::string cookie; std::getline(cookies >> std::ws, cookie, ';');) {
+    if (cookie == kCookie + token_) return true;
+  }
+  return false;
+}
 
 std::string inUrl(const std::string &address) {
   return isAddress(AF_INET6, address) ? "[" + address + "]" : address;

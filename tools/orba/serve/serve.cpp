@@ -15,6 +15,7 @@
 #include "tools/orba/config.h"
 #include "tools/orba/report.h"
 #include "tools/orba/serve/answers.h"
+#include "tools/orba/serve/connections.h"
 #include "tools/orba/serve/guard.h"
 #include "tools/orba/serve/page_file.h"
 
@@ -35,6 +36,7 @@ const httplib::Headers kHeaders = {
     {"Content-Security-Policy", kContentPolicy},
     {"X-Content-Type-Options", "nosniff"},
     {"Cache-Control", "no-store"},
+    {"Accept-Ranges", "none"},
     {"Referrer-Policy", "no-referrer"},
     {"Cross-Origin-Opener-Policy", "same-origin"},
     {"Cross-Origin-Resource-Policy", "same-origin"},
@@ -53,6 +55,15 @@ Session::Value valueIn(const Json &wanted) {
   return value.is_null() ? std::nullopt : Session::Value(value.get<std::string>());
 }
 
+// Of all that JSON calls a number, and would be cut or rounded to one.
+int spaceIn(const Json &wanted) {
+  const Json &space = wanted.at("space");
+  if (!space.is_number_integer() || space < nvram::kFirstSpace || space > nvram::kLastSpace) {
+    throw BadChange("there is no space " + space.dump());
+  }
+  return space.get<int>();
+}
+
 // The page's questions and wishes, answered one at a time: a simulated device
 // is the whole process's, and the session belongs to every page that is open.
 class Desk {
@@ -62,34 +73,35 @@ class Desk {
     networkAnswer(bench_, session_);  // complains of a device file now
   }
 
-  void open(httplib::Server &server) {
-    answer(server, "/api/status", [this] { return statusAnswer(bench_, session_, elapsed()); });
-    answer(server, "/api/network", [this] { return networkAnswer(bench_, session_); });
-    answer(server, "/api/radio", [this] { return radioAnswer(bench_, session_); });
-    answer(server, "/api/settings", [this] { return settingsAnswer(session_); });
-    answer(server, "/api/changes", [this] { return changesAnswer(session_); });
-    answer(server, "/api/effects", [this] { return effectsAnswer(bench_, session_); });
-    server.Get("/api/firewall.svg", [this](const Request &request, Response &response) {
+  // Below the folder that ends in '/'.
+  void open(httplib::Server &server, const std::string &folder) {
+    api_ = folder + "api/";
+    answer(server, "status", [this] { return statusAnswer(bench_, session_, elapsed()); });
+    answer(server, "network", [this] { return networkAnswer(bench_, session_); });
+    answer(server, "radio", [this] { return radioAnswer(bench_, session_); });
+    answer(server, "settings", [this] { return settingsAnswer(session_); });
+    answer(server, "changes", [this] { return changesAnswer(session_); });
+    answer(server, "effects", [this] { return effectsAnswer(bench_, session_); });
+    server.Get(api_ + "firewall.svg", [this](const Request &request, Response &response) {
       std::scoped_lock lock(one_at_a_time_);
       response.set_content(firewall(request.has_param("changes")), "image/svg+xml");
     });
-    server.Get("/api/settings.conf", [this](const Request &, Response &response) {
+    server.Get(api_ + "settings.conf", [this](const Request &, Response &response) {
       std::scoped_lock lock(one_at_a_time_);
       response.set_header("Content-Disposition", "attachment; filename=\"router.conf\"");
       response.set_content(session_.text(), "text/plain");
     });
-    wish(server, "/api/change", [this](const Json &wanted) {
-      session_.change({wanted.at("space").get<int>(), wanted.at("key").get<std::string>()},
-                      valueIn(wanted));
+    wish(server, "change", [this](const Json &wanted) {
+      session_.change({spaceIn(wanted), wanted.at("key").get<std::string>()}, valueIn(wanted));
     });
-    wish(server, "/api/keep", [this](const Json &) { session_.keep(); });
-    wish(server, "/api/discard", [this](const Json &) { session_.discard(); });
+    wish(server, "keep", [this](const Json &) { session_.keep(); });
+    wish(server, "discard", [this](const Json &) { session_.discard(); });
   }
 
  private:
   template <typename Make>
-  void answer(httplib::Server &server, const char *path, Make make) {
-    server.Get(path, [this, make](const Request &, Response &response) {
+  void answer(httplib::Server &server, const char *name, Make make) {
+    server.Get(api_ + name, [this, make](const Request &, Response &response) {
       std::scoped_lock lock(one_at_a_time_);
       response.set_content(dumped(make()), "application/json");
     });
@@ -97,8 +109,8 @@ class Desk {
 
   // Each wish is answered with the changes as they are now.
   template <typename Do>
-  void wish(httplib::Server &server, const char *path, Do act) {
-    server.Post(path, [this, act](const Request &request, Response &response) {
+  void wish(httplib::Server &server, const char *name, Do act) {
+    server.Post(api_ + name, [this, act](const Request &request, Response &response) {
       std::scoped_lock lock(one_at_a_time_);
       try {
         act(Json::parse(request.body));
@@ -129,6 +141,7 @@ class Desk {
         .count();
   }
 
+  std::string api_;
   Bench bench_;
   Session session_;
   std::chrono::steady_clock::time_point started_ = std::chrono::steady_clock::now();
@@ -151,9 +164,9 @@ void tellFailures(httplib::Server &server) {
   });
 }
 
-void openPage(httplib::Server &server) {
+void openPage(httplib::Server &server, const std::string &folder) {
   for (const PageFile &file : pageFiles()) {
-    server.Get(file.path, [&file](const Request &, Response &response) {
+    server.Get(folder + (file.path + 1), [&file](const Request &, Response &response) {
       response.set_content(file.content.data(), file.content.size(), file.type);
     });
   }
@@ -162,18 +175,21 @@ void openPage(httplib::Server &server) {
 void closeToOthers(httplib::Server &server, const Guard &guard) {
   server.set_default_headers(kHeaders);
   server.set_pre_routing_handler([&guard](const Request &request, Response &response) {
-    const char *refusal = guard.refusal(
-        request.method, [&](const char *name) { return request.get_header_value(name); });
+    auto header = [&](const char *name) { return request.get_header_value(name); };
+    const char *refusal = guard.refusal(request.method, header);
+    if (refusal == nullptr && guard.invites(request.path, request.get_param_value("token"))) {
+      response.set_header("Set-Cookie", guard.cookie());
+      response.set_redirect(guard.folder(), 303);
+      return httplib::Server::HandlerResponse::Handled;
+    }
+    if (refusal == nullptr && !guard.knows(header)) {
+      refusal = "open the address that orba serve has printed";
+    }
     if (refusal == nullptr) return httplib::Server::HandlerResponse::Unhandled;
     response.status = 403;
     response.set_content(std::string("Refused: ") + refusal + ".\n", "text/plain");
     return httplib::Server::HandlerResponse::Handled;
   });
-  // A connection for each request: the body of a refused one is left unread,
-  // and must not be taken for the next request.
-  server.set_keep_alive_max_count(1);
-  // Browsers open more than they use, and each holds a thread until it times out.
-  server.new_task_queue = [] { return new httplib::ThreadPool(32); };
 }
 
 int bindTo(httplib::Server &server, const ServeOptions &options) {
@@ -201,13 +217,13 @@ int bindTo(httplib::Server &server, const ServeOptions &options) {
 
 void serve(const ServeOptions &options) {
   Desk desk(options);
-  httplib::Server server;
+  FairServer server;
   int port = bindTo(server, options);
   Guard guard(options.address, port);
   closeToOthers(server, guard);
   tellFailures(server);
-  openPage(server);
-  desk.open(server);
+  openPage(server, guard.folder());
+  desk.open(server, guard.folder());
 
   // The listener's threads inherit the mask; the signals wait for sigwait.
   sigset_t stops;
@@ -222,10 +238,10 @@ void serve(const ServeOptions &options) {
     kill(getpid(), SIGTERM);
   });
   while (!server.is_running() && !ended) std::this_thread::yield();
-  std::cout << "http://" << inUrl(options.address) << ":" << port << "/  (Ctrl-C stops)"
-            << std::endl;
+  std::cout << "http://" << inUrl(options.address) << ":" << port << guard.invitation()
+            << "  (Ctrl-C stops)" << std::endl;
   if (!isLoopback(options.address)) {
-    std::cout << "Whoever reaches this address can see and change these settings." << std::endl;
+    std::cout << "Whoever reads along on the way can see and change these settings." << std::endl;
   }
   int stop = 0;
   sigwait(&stops, &stop);

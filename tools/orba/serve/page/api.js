@@ -7,11 +7,11 @@ async function answerOf(response) {
 }
 
 export async function ask(name) {
-  return answerOf(await fetch(`/api/${name}`));
+  return answerOf(await fetch(`api/${name}`));
 }
 
 export async function askText(name) {
-  const response = await fetch(`/api/${name}`);
+  const response = await fetch(`api/${name}`);
   if (!response.ok) throw new Error(`answered ${response.status}`);
   return response.text();
 }
@@ -21,7 +21,7 @@ let last = Promise.resolve();
 // One behind the other, as they came: a field that is left by pressing "Keep" is
 // collected before it is kept.
 export function wish(name, body = {}) {
-  const send = () => fetch(`/api/${name}`, {
+  const send = () => fetch(`api/${name}`, {
     method: "POST",
     headers: {"Content-Type": "application/json"},
     body: JSON.stringify(body),

@@ -1,11 +1,11 @@
 // The page: its views, and the changes that wait to be kept.
-import {announce, ask, wish} from "/api.js";
-import {changes} from "/changes.js";
-import {firewall} from "/firewall.js";
-import {network} from "/network.js";
-import {overview} from "/overview.js";
-import {radio} from "/radio.js";
-import {settings} from "/settings.js";
+import {announce, ask, wish} from "./api.js";
+import {changes} from "./changes.js";
+import {firewall} from "./firewall.js";
+import {network} from "./network.js";
+import {overview} from "./overview.js";
+import {radio} from "./radio.js";
+import {settings} from "./settings.js";
 
 const kViews = {overview, network, radio, firewall, settings, changes};
 

@@ -1,6 +1,6 @@
 // What the collected changes would do.
-import {announce, ask, change} from "/api.js";
-import {card, h} from "/dom.js";
+import {announce, ask, change} from "./api.js";
+import {card, h} from "./dom.js";
 
 const kSign = {added: "+", removed: "\u2212", moved: "\u2195"};
 
@@ -34,7 +34,7 @@ export function changes(main) {
   async function look() {
     const answer = await ask("effects");
     announce(answer);
-    const download = h("a", {class: "button", href: "/api/settings.conf", download: "router.conf"}, "Save as\u2026");
+    const download = h("a", {class: "button", href: "api/settings.conf", download: "router.conf"}, "Save as\u2026");
     if (answer.list.length === 0) {
       main.replaceChildren(card("Changes", h("p", {}, "There are none. Change a setting, and this page says what would come of it."), download));
       return;

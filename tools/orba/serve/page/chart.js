@@ -1,5 +1,5 @@
 // A small line chart that moves as time passes.
-import {h, svg} from "/dom.js";
+import {h, svg} from "./dom.js";
 
 const kWidth = 300, kHeight = 64, kSeconds = 120;
 

@@ -1,6 +1,6 @@
 // The firewall as a picture; what the pointer or the keyboard is at is told beside it.
-import {ask, askText} from "/api.js";
-import {card, h} from "/dom.js";
+import {ask, askText} from "./api.js";
+import {card, h} from "./dom.js";
 
 const kDrawn = new Set(["svg", "g", "title", "desc", "defs", "marker", "rect", "line", "path",
   "polygon", "polyline", "circle", "ellipse", "text", "tspan"]);

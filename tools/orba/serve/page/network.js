@@ -1,7 +1,7 @@
 // Addresses and routes.
-import {ask} from "/api.js";
-import {card, facts, h, table} from "/dom.js";
-import {parseRoutes} from "/getters.js";
+import {ask} from "./api.js";
+import {card, facts, h, table} from "./dom.js";
+import {parseRoutes} from "./getters.js";
 
 function wansOf(answers) {
   const services = answers.wanSrvName.split("|");

@@ -1,8 +1,8 @@
 // The device as it goes: load, links, traffic.
-import {ask} from "/api.js";
-import {bytes, Chart, perSecond} from "/chart.js";
-import {card, facts, h, table} from "/dom.js";
-import {parsePorts, parseTraffic} from "/getters.js";
+import {ask} from "./api.js";
+import {bytes, Chart, perSecond} from "./chart.js";
+import {card, facts, h, table} from "./dom.js";
+import {parsePorts, parseTraffic} from "./getters.js";
 
 const kPeriod = 1000;
 

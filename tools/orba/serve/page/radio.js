@@ -1,7 +1,7 @@
 // Channels, the week, and who else is on the air.
-import {ask, change} from "/api.js";
-import {card, facts, h, svg, table} from "/dom.js";
-import {parseOptions, parseSurvey} from "/getters.js";
+import {ask, change} from "./api.js";
+import {card, facts, h, svg, table} from "./dom.js";
+import {parseOptions, parseSurvey} from "./getters.js";
 
 const kDay = 24 * 60;
 

@@ -1,6 +1,6 @@
 // Every setting, to be changed in a copy.
-import {ask, change} from "/api.js";
-import {card, h} from "/dom.js";
+import {ask, change} from "./api.js";
+import {card, h} from "./dom.js";
 
 const idOf = ({space, key}) => `${space} ${key}`;
 

@@ -2,8 +2,11 @@
 
 #include <pthread.h>
 #include <signal.h>
+#include <sys/timerfd.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <mutex>
 #include <new>
@@ -71,6 +74,30 @@ Result inTurn(Result failed, Work work) noexcept {
   return failed;
 }
 
+// Another process's commit is waited for between two turns, while signals do
+// what the caller wants of them. Reading a timer, unlike a sleep, goes on after
+// a handler that was installed with SA_RESTART.
+bool waitAWhile() {
+  const int timer = timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC);
+  if (timer < 0) return false;
+  const itimerspec once{{}, {0, 2'000'000}};
+  std::uint64_t expired;
+  const bool over = timerfd_settime(timer, 0, &once, nullptr) == 0 &&
+                    read(timer, &expired, sizeof expired) == sizeof expired;
+  const int error = errno;
+  close(timer);
+  errno = error;
+  return over;
+}
+
+template <typename Work>
+int whenUnlocked(Work work) {
+  for (;;) {
+    const int result = inTurn(-1, work);
+    if (result == 0 || errno != EWOULDBLOCK || !waitAWhile()) return result;
+  }
+}
+
 template <typename Result>
 Result invalid(Result failed) {
   errno = EINVAL;
@@ -92,7 +119,7 @@ char *getWith(Getter getter, int space, const char *key) {
 
 int setWith(Setter setter, int space, const char *key, const char *value) {
   if (key == nullptr || value == nullptr) return invalid(-1);
-  return inTurn(-1, [&](nvram::Store &store) {
+  return whenUnlocked([&](nvram::Store &store) {
     (store.*setter)(space, key, value);
     return 0;
   });
@@ -117,7 +144,7 @@ int nvram_bufset(int space, const char *key, const char *value) {
 }
 
 int nvram_commit(int space) {
-  return inTurn(-1, [&](nvram::Store &store) {
+  return whenUnlocked([&](nvram::Store &store) {
     store.commit(space);
     return 0;
   });

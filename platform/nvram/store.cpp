@@ -1,8 +1,12 @@
 #include "store.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <system_error>
 #include <utility>
 
@@ -48,7 +52,14 @@ Settings parseSpace(std::string_view text, int number, std::vector<Damage> *dama
 
 std::string storeFolder() {
   const char *named = secure_getenv("ORBA_NVRAM_DIR");
-  return named != nullptr && *named != '\0' ? named : usualFolder;
+  std::string folder = named != nullptr && *named != '\0' ? named : usualFolder;
+  if (folder.front() != '/') {
+    const std::unique_ptr<char, decltype(&free)> here(getcwd(nullptr, 0), free);
+    if (here == nullptr) throw std::system_error(errno, std::generic_category());
+    folder = std::string(here.get()) + '/' + folder;
+  }
+  while (folder.ends_with('/')) folder.pop_back();
+  return folder;
 }
 
 Store::Store(std::string folder) : folder_(std::move(folder)) {
@@ -111,43 +122,84 @@ const Settings &Store::settings(int space) {
   return place.settings;
 }
 
-void Store::refresh(Space &space) try {
-  if (!space.known || identify(space.path) != space.identity) load(space);
-  space.failure = 0;
+// What `read` returns. Why it cannot is reported once.
+template <typename Read>
+auto Store::told(Space &space, Read read) try {
+  return read();
 } catch (const std::system_error &error) {
   if (error.code().value() != space.failure) {
     space.failure = error.code().value();
-    fprintf(stderr, "%s: cannot be read: %s\n", space.path.c_str(), error.code().message().c_str());
+    fprintf(stderr, "%s: cannot be read: %s\n", space.path.c_str(), error.what());
   }
   throw;
 }
 
-// Reads the file, and gives its text back for whoever means to replace it.
-std::string Store::load(Space &space) {
-  auto file = readFile(space.path);
-  std::vector<Damage> damages;
-  Settings settings;
-  if (file) settings = parseSpace(file->text, numberOf(space), &damages);
-  report(space.path, damages, space.damages);
+// What was known is answered for as long as the file cannot be read.
+void Store::refresh(Space &space) try {
+  told(space, [&] {
+    if (space.known && space.settled && identify(space.path) == space.identity) return;
+    load(space, readFile(space.path));
+  });
+  space.failure = 0;
+} catch (const std::system_error &) {
+  if (!space.known) throw;
+}
+
+void Store::load(Space &space, std::optional<File> file) {
+  // A commit always writes a line, so this is an editor's that is at work.
+  if (file && file->text.empty()) {
+    refuse(ENODATA, "empty (to begin anew, remove it or write a comment into it)");
+  }
+  std::string text = file ? std::move(file->text) : std::string();
+  if (!space.known || text != space.text) {
+    std::vector<Damage> damages;
+    Settings settings = parseSpace(text, numberOf(space), &damages);
+    report(space.path, damages, space.damages);
+    space.text = std::move(text);
+    space.settings = std::move(settings);
+    space.damages = std::move(damages);
+  }
   space.known = true;
+  space.settled = !file || file->settled;
   space.identity = file ? std::optional(file->identity) : std::nullopt;
-  space.settings = std::move(settings);
-  space.damages = std::move(damages);
-  return file ? std::move(file->text) : std::string();
 }
 
 // Writes the file's settings of this moment with `changes` over them.
 void Store::merge(Space &space, Settings changes) {
   makeFolder(folder_);
-  const FileLock lock(folder_ + "/space" + std::to_string(numberOf(space)) + ".lock");
-  const std::string present = load(space);
+  const Place place = told(space, [&] { return Place(space.path); });
+  const FileLock lock(place);
+  told(space, [&] { load(space, place.read()); });
   // The folder of a first file may be new too, and its maker may have died.
-  if (!space.identity) syncName(folder_);
-  if (!space.damages.empty()) replaceFile(space.path + ".damaged", present);
+  if (space.text.empty()) place.syncNames(lock.file(), "..");
+  if (!space.damages.empty()) {
+    place.put(place.name() + ".damaged", space.text);
+    place.syncNames(lock.file());
+  }
   changes.merge(Settings(space.settings));  // what is there already stays
-  space.identity = replaceFile(space.path, printSettings(changes));
+  std::string text = printSettings(changes);
+  place.put(place.name(), text);
+  space.settled = false;
+  try {
+    place.syncNames(lock.file());
+  } catch (const std::system_error &error) {
+    if (takeBack(space, place)) throw;
+    fprintf(stderr, "%s: changed, but a power cut may undo it: %s\n", space.path.c_str(),
+            error.what());
+  }
+  space.text = std::move(text);
   space.settings = std::move(changes);
   space.damages.clear();
+}
+
+// Gives the file the contents of before, so that a commit that fails changes
+// nothing. False when the disk does not take even that.
+bool Store::takeBack(const Space &space, const Place &place) try {
+  if (space.text.empty()) return place.remove(place.name());
+  place.put(place.name(), space.text);
+  return true;
+} catch (const std::system_error &) {
+  return false;
 }
 
 }  // namespace nvram

@@ -1,7 +1,8 @@
 /* The settings of all spaces, as this process sees them. What the functions do
  * is told in nvram.h. Not for two threads at a time. Everything throws
  * std::system_error; std::errc::invalid_argument for an unknown space or a key
- * that no setting can have. */
+ * that no setting can have, std::errc::operation_would_block
+ * while another process commits. */
 #ifndef NVRAM_STORE_H
 #define NVRAM_STORE_H
 
@@ -17,7 +18,7 @@
 
 namespace nvram {
 
-/* The folder that ORBA_NVRAM_DIR names, or the usual one. */
+/* The folder that ORBA_NVRAM_DIR names, or the usual one, as an absolute path. */
 std::string storeFolder();
 
 class Store {
@@ -39,7 +40,9 @@ class Store {
   struct Space {
     std::string path;
     bool known = false;                // the file was looked at
-    std::optional<Identity> identity;  // of the file that `settings` are from
+    bool settled = false;              // `identity` tells of every change
+    std::optional<Identity> identity;  // of the file that `text` is from
+    std::string text;                  // empty: there was no file
     Settings settings;
     Settings changes;  // buffered
     std::vector<Damage> damages;
@@ -49,8 +52,11 @@ class Store {
   Space &at(int space);
   int numberOf(const Space &space) const;
   void refresh(Space &space);
-  std::string load(Space &space);
+  void load(Space &space, std::optional<File> file);
   void merge(Space &space, Settings changes);
+  bool takeBack(const Space &space, const Place &place);
+  template <typename Read>
+  auto told(Space &space, Read read);
   const char *keep(const std::string &text);
 
   std::string folder_;

@@ -1,77 +1,153 @@
 #include "store_file.h"
 
 #include <fcntl.h>
+#include <limits.h>
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <cstdio>
+#include <ctime>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 namespace nvram {
 namespace {
 
-[[noreturn]] void fail(const std::string &path) {
-  throw std::system_error(errno, std::generic_category(), path);
+constexpr std::int64_t kSecond = 1'000'000'000;  // in nanoseconds
+
+[[noreturn]] void fail() {
+  throw std::system_error(errno, std::generic_category());
+}
+
+struct stat statusOf(const Descriptor &file) {
+  struct stat status;
+  if (fstat(file.number(), &status) != 0) fail();
+  return status;
 }
 
 Identity identityOf(const struct stat &status) {
-  return {status.st_dev, status.st_ino, status.st_mtim.tv_sec, status.st_mtim.tv_nsec,
-          status.st_size};
+  return {status.st_dev,         status.st_ino,          status.st_size,
+          status.st_mtim.tv_sec, status.st_mtim.tv_nsec, status.st_ctim.tv_sec,
+          status.st_ctim.tv_nsec};
 }
 
-Identity identityOf(const Descriptor &file, const std::string &path) {
-  struct stat status;
-  if (fstat(file.number(), &status) != 0) fail(path);
-  return identityOf(status);
+// Times move by the ticks of the kernel's clock, a hundredth of a second at
+// most, and on some file systems by one or two whole seconds.
+bool settledAt(const timespec &now, const Identity &file) {
+  const std::int64_t since = (now.tv_sec - file.changed) * kSecond + now.tv_nsec - file.changed_ns;
+  const std::int64_t tick = file.changed_ns == 0 ? 3 * kSecond : kSecond / 50;
+  return since > tick || since < -tick;
 }
 
-void writeAll(const Descriptor &file, std::string_view text, const std::string &path) {
+bool ours(uid_t owner) {
+  return owner == geteuid() || owner == 0;
+}
+
+bool inGroup(gid_t group) {
+  std::vector<gid_t> groups(static_cast<std::size_t>(std::max(getgroups(0, nullptr), 0)));
+  groups.resize(static_cast<std::size_t>(
+      std::max(getgroups(static_cast<int>(groups.size()), groups.data()), 0)));
+  return group == getegid() || std::find(groups.begin(), groups.end(), group) != groups.end();
+}
+
+void requireTrusted(const struct stat &folder) {
+  if ((folder.st_mode & S_IWOTH) != 0) refuse(EPERM, "everyone may write to its folder");
+  const bool shared = geteuid() != 0 && (folder.st_mode & S_IWGRP) != 0 && inGroup(folder.st_gid);
+  if (!ours(folder.st_uid) && !shared) refuse(EPERM, "its folder belongs to somebody else");
+}
+
+// Of an absolute path.
+std::string folderOf(const std::string &path) {
+  return path.substr(0, std::max<std::size_t>(path.rfind('/'), 1));
+}
+
+// Where `path` leads, so that nothing there is a link any more.
+std::string followed(std::string path) {
+  constexpr int most = 40;  // links, as the kernel has it
+  for (int links = 0; links < most; ++links) {
+    const int number = open(path.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC);
+    if (number < 0 && errno == ENOENT) return path;
+    const Descriptor link(number);
+    const struct stat status = statusOf(link);
+    if (!S_ISLNK(status.st_mode)) return path;
+    if (!ours(status.st_uid)) refuse(EPERM, "a link to it is somebody else's");
+    char target[PATH_MAX];
+    const ssize_t length = readlinkat(link.number(), "", target, sizeof target);
+    if (length < 0) fail();
+    if (length == sizeof target) refuse(ENAMETOOLONG, "a link to it");
+    const std::string to(target, static_cast<std::size_t>(length));
+    path = to.front() == '/' ? to : folderOf(path) + '/' + to;
+  }
+  refuse(ELOOP, "links to it");
+}
+
+void writeAll(const Descriptor &file, std::string_view text) {
   while (!text.empty()) {
     const ssize_t written = write(file.number(), text.data(), text.size());
     if (written >= 0) {
       text.remove_prefix(static_cast<std::size_t>(written));
     } else if (errno != EINTR) {
-      fail(path);
+      fail();
     }
   }
 }
 
-// Two replacements within one tick of the file system's clock could leave a
-// file with the inode, the size and the time of the one before the last. So
-// the time always moves on.
-void makeYounger(const Descriptor &file, const struct stat &old, const std::string &path) {
-  const Identity now = identityOf(file, path);
-  const Identity before = identityOf(old);
-  if (std::pair(now.seconds, now.nanoseconds) > std::pair(before.seconds, before.nanoseconds)) {
-    return;
+// Only root may give a file away: for anyone else it becomes their own, and
+// stays with its group if they are in it. Otherwise their own group gets
+// nothing, since it was not the one that was let in.
+void keepOwnerAndMode(const Descriptor &file, const struct stat &old) {
+  const auto give = [&](uid_t owner) {
+    if (fchown(file.number(), owner, old.st_gid) == 0) return true;
+    if (errno != EPERM) fail();
+    return false;
+  };
+  struct stat status = statusOf(file);
+  if (status.st_uid != old.st_uid || status.st_gid != old.st_gid) {
+    if (!give(old.st_uid)) give(static_cast<uid_t>(-1));
+    status = statusOf(file);
   }
-  timespec next = old.st_mtim;
-  if (++next.tv_nsec == 1'000'000'000) {
-    ++next.tv_sec;
-    next.tv_nsec = 0;
-  }
-  const timespec times[] = {next, next};
-  if (futimens(file.number(), times) != 0) fail(path);
+  mode_t mode = old.st_mode & 0777;
+  if (status.st_gid != old.st_gid) mode &= ~static_cast<mode_t>(S_IRWXG);
+  if (mode != (status.st_mode & 0777) && fchmod(file.number(), mode) != 0) fail();
 }
 
-void takeAfter(const Descriptor &file, const std::string &old, const std::string &path) {
-  struct stat status;
-  if (stat(old.c_str(), &status) != 0) {
-    if (errno == ENOENT) return;
-    fail(old);
+// Two replacements within one tick of the file system's clock, or a clock that
+// was set back, could leave a file with the inode, the size and the time of one
+// that somebody has read. So the time always moves on, by the least that the
+// file system can keep.
+void makeYounger(const Descriptor &file, const timespec &old) {
+  const timespec later[] = {
+      {old.tv_sec + (old.tv_nsec + 1) / kSecond, static_cast<long>((old.tv_nsec + 1) % kSecond)},
+      {old.tv_sec + 1, 0},
+      {old.tv_sec + 2, 0}};
+  for (const timespec &next : later) {
+    const timespec now = statusOf(file).st_mtim;
+    if (std::pair(now.tv_sec, now.tv_nsec) > std::pair(old.tv_sec, old.tv_nsec)) return;
+    const timespec times[] = {next, next};
+    // Where every file is the mount's and not its maker's, times are too.
+    if (futimens(file.number(), times) != 0 && errno != EPERM) fail();
   }
-  // Only root may give a file away; for anyone else it becomes their own.
-  if (fchown(file.number(), status.st_uid, status.st_gid) != 0 && errno != EPERM) fail(path);
-  if (fchmod(file.number(), status.st_mode & 0777) != 0) fail(path);
-  makeYounger(file, status, path);
+}
+
+bool isShared(const std::optional<struct stat> &file) {
+  return file && S_ISREG(file->st_mode) && (file->st_mode & S_IWGRP) != 0;
+}
+
+std::string lockOf(const std::string &name) {
+  constexpr std::string_view ending = ".conf";
+  return (name.ends_with(ending) ? name.substr(0, name.size() - ending.size()) : name) + ".lock";
 }
 
 }  // namespace
 
-Descriptor::Descriptor(const std::string &path, int flags, mode_t mode)
-    : number_(open(path.c_str(), flags | O_CLOEXEC, mode)) {
-  if (number_ < 0) fail(path);
+void refuse(int error, const char *why) {
+  throw std::system_error(error, std::generic_category(), why);
+}
+
+Descriptor::Descriptor(int number) : number_(number) {
+  if (number_ < 0) fail();
 }
 
 Descriptor::~Descriptor() {
@@ -82,58 +158,115 @@ std::optional<Identity> identify(const std::string &path) {
   struct stat status;
   if (stat(path.c_str(), &status) == 0) return identityOf(status);
   if (errno == ENOENT) return std::nullopt;
-  fail(path);
+  fail();
 }
 
 std::optional<File> readFile(const std::string &path) try {
-  const Descriptor file(path, O_RDONLY);
-  File result{{}, identityOf(file, path)};
-  char block[16384];
-  for (;;) {
-    const ssize_t got = read(file.number(), block, sizeof block);
-    if (got == 0) return result;
-    if (got > 0) {
-      result.text.append(block, static_cast<std::size_t>(got));
-    } else if (errno != EINTR) {
-      fail(path);
-    }
-  }
+  return Place(path).read();
 } catch (const std::system_error &error) {
   if (error.code() == std::errc::no_such_file_or_directory) return std::nullopt;
   throw;
 }
 
-Identity replaceFile(const std::string &path, std::string_view text) {
-  const std::string fresh = path + ".new";
-  unlink(fresh.c_str());  // what a writer that was killed left behind
-  const Descriptor file(fresh, O_WRONLY | O_CREAT | O_EXCL, 0600);
+void makeFolder(const std::string &folder) {
+  if (mkdir(folder.c_str(), 0755) != 0 && errno != EEXIST) fail();
+}
+
+Place::Place(const std::string &path)
+    : name_(followed(path)),
+      folder_(::open(followed(folderOf(name_)).c_str(),
+                     O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC)) {
+  name_.erase(0, name_.rfind('/') + 1);
+  requireTrusted(statusOf(folder_));
+}
+
+int Place::open(const std::string &name, int flags, mode_t mode) const {
+  // A FIFO would keep its opener waiting.
+  const int number =
+      openat(folder(), name.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, mode);
+  if (number < 0) fail();
+  struct stat status;
+  const bool known = fstat(number, &status) == 0;
+  if (known && S_ISREG(status.st_mode)) return number;
+  if (known) errno = S_ISDIR(status.st_mode) ? EISDIR : EPERM;
+  const Descriptor other(number);
+  fail();
+}
+
+std::optional<struct stat> Place::look(const std::string &name) const {
+  struct stat status;
+  if (fstatat(folder(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) return status;
+  if (errno == ENOENT) return std::nullopt;
+  fail();
+}
+
+std::optional<File> Place::read() const {
+  if (!look(name_)) return std::nullopt;
+  const Descriptor file(open(name_, O_RDONLY));
+  timespec now;
+  clock_gettime(CLOCK_REALTIME, &now);
+  const Identity identity = identityOf(statusOf(file));
+  File result{{}, identity, settledAt(now, identity)};
+  char block[16384];
+  for (;;) {
+    const ssize_t got = ::read(file.number(), block, sizeof block);
+    if (got == 0) return result;
+    if (got > 0) {
+      result.text.append(block, static_cast<std::size_t>(got));
+    } else if (errno != EINTR) {
+      fail();
+    }
+  }
+}
+
+void Place::put(const std::string &name, std::string_view text) const {
+  const std::string fresh = name + ".new";
+  remove(fresh);  // what a writer that was killed left behind
+  const Descriptor file(
+      openat(folder(), fresh.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
   try {
-    writeAll(file, text, fresh);
-    takeAfter(file, path, fresh);
-    if (fsync(file.number()) != 0) fail(fresh);
-    if (rename(fresh.c_str(), path.c_str()) != 0) fail(path);
+    writeAll(file, text);
+    if (const auto old = look(name)) {
+      keepOwnerAndMode(file, *old);
+      makeYounger(file, old->st_mtim);
+    }
+    if (fsync(file.number()) != 0) fail();
+    if (renameat(folder(), fresh.c_str(), folder(), name.c_str()) != 0) fail();
   } catch (...) {
-    unlink(fresh.c_str());
+    remove(fresh);
     throw;
   }
-  syncName(path);
-  return identityOf(file, path);
 }
 
-void makeFolder(const std::string &folder) {
-  if (mkdir(folder.c_str(), 0755) != 0 && errno != EEXIST) fail(folder);
+bool Place::remove(const std::string &name) const {
+  return unlinkat(folder(), name.c_str(), 0) == 0;
 }
 
-void syncName(const std::string &path) {
-  const auto slash = path.rfind('/');
-  const std::string folder = slash == path.npos ? "." : path.substr(0, slash + 1);
-  const Descriptor file(folder, O_RDONLY | O_DIRECTORY);
-  if (fsync(file.number()) != 0) fail(folder);
+void Place::syncNames(const Descriptor &within, const char *folder) const {
+  const int number = openat(folder_.number(), folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (number < 0 && errno == EACCES) {
+    // A folder that may be entered and not be listed.
+    if (syncfs(within.number()) != 0) fail();
+    return;
+  }
+  const Descriptor file(number);
+  // EINVAL: a file system that has nothing to do for it.
+  if (fsync(file.number()) != 0 && errno != EINVAL) fail();
 }
 
-FileLock::FileLock(const std::string &path) : file_(path, O_RDWR | O_CREAT, 0600) {
-  while (flock(file_.number(), LOCK_EX) != 0) {
-    if (errno != EINTR) fail(path);
+// A file that a group may write to is locked itself, which the whole group may
+// do. For any other a file beside it is, which is its maker's alone, so that
+// whoever may read the settings cannot keep writers waiting.
+FileLock::FileLock(const Place &place)
+    : shared_(isShared(place.look(place.name()))),
+      name_(shared_ ? place.name() : lockOf(place.name())),
+      file_(place.open(name_, O_RDWR | (shared_ ? 0 : O_CREAT), 0600)) {
+  if (flock(file_.number(), LOCK_EX | LOCK_NB) != 0) fail();
+  const auto locked = place.look(name_);
+  const bool is_there = locked && locked->st_ino == statusOf(file_).st_ino;
+  // Somebody replaced it, or changed its mode, before the lock was ours.
+  if (!is_there || isShared(place.look(place.name())) != shared_) {
+    refuse(EWOULDBLOCK, "the lock moved");
   }
 }
 

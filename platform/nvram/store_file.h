@@ -1,5 +1,6 @@
 /* A file that other processes replace at any time, and that is only ever
- * replaced whole. Everything here throws std::system_error. */
+ * replaced whole, in a folder that strangers cannot change. Everything here
+ * throws std::system_error. */
 #ifndef NVRAM_STORE_FILE_H
 #define NVRAM_STORE_FILE_H
 
@@ -12,9 +13,13 @@
 
 namespace nvram {
 
+/* Throws `error`; `why` goes before its text. */
+[[noreturn]] void refuse(int error, const char *why);
+
 class Descriptor {
  public:
-  Descriptor(const std::string &path, int flags, mode_t mode = 0);
+  /* Takes what open() returned. */
+  explicit Descriptor(int number);
   ~Descriptor();
   Descriptor(const Descriptor &) = delete;
   Descriptor &operator=(const Descriptor &) = delete;
@@ -27,11 +32,10 @@ class Descriptor {
 
 /* What changes with every replacement of a file, and with an edit in place. */
 struct Identity {
-  dev_t device;
-  ino_t inode;
-  std::int64_t seconds;  // of the last modification, with
-  std::int64_t nanoseconds;
-  off_t size;
+  std::uint64_t device, inode;
+  std::int64_t size;
+  std::int64_t modified, modified_ns;
+  std::int64_t changed, changed_ns;  // by the kernel's clock alone
 
   bool operator==(const Identity &) const = default;
 };
@@ -39,29 +43,61 @@ struct Identity {
 struct File {
   std::string text;
   Identity identity;
+  /* Whatever happens to the file from now on changes its identity. Until then
+   * the file system's clock may be too coarse to tell. */
+  bool settled;
 };
 
 /* Nothing when there is no such file. */
 std::optional<Identity> identify(const std::string &path);
 std::optional<File> readFile(const std::string &path);
 
-/* Gives `path` the contents `text`, on the disk when this returns. Whatever
- * happens meanwhile, `path` holds its old contents or `text`. The file keeps
- * its mode and owner; a new one is its owner's alone. One writer at a time. */
-Identity replaceFile(const std::string &path, std::string_view text);
-
 /* Makes `folder` unless it is there. */
 void makeFolder(const std::string &folder);
 
-/* Makes the name of `path` durable. */
-void syncName(const std::string &path);
-
-/* Keeps every other process's lock of `path` waiting. */
-class FileLock {
+/* Where the file of a path is, or will be, once links are followed. EPERM when
+ * somebody else made one of them, or could change the folder: it has to belong
+ * to this process's user or to root, and not everyone may write to it. A folder
+ * that its owner opened to a group will do for the members, but not for root. */
+class Place {
  public:
-  explicit FileLock(const std::string &path);
+  explicit Place(const std::string &path);
+
+  const std::string &name() const { return name_; }
+  int folder() const { return folder_.number(); }
+
+  /* A regular file of the folder, as openat() opens it. */
+  int open(const std::string &name, int flags, mode_t mode = 0) const;
+  std::optional<struct stat> look(const std::string &name) const;
+  std::optional<File> read() const;
+
+  /* Gives the folder's file `name` the contents `text`; whatever happens
+   * meanwhile, it holds its old contents or `text`. It keeps its mode, its
+   * owner if we may give it away, and its group if we are in it. A new one is
+   * its owner's alone. One writer at a time. */
+  void put(const std::string &name, std::string_view text) const;
+  bool remove(const std::string &name) const;
+
+  /* Makes the folder's names durable, or with ".." its own. `within` is any
+   * open file of the folder. */
+  void syncNames(const Descriptor &within, const char *folder = ".") const;
 
  private:
+  std::string name_;
+  Descriptor folder_;
+};
+
+/* Keeps other processes from replacing a file. EWOULDBLOCK while one of them
+ * does. Only who may write to the file, or to its folder, can hold the lock. */
+class FileLock {
+ public:
+  explicit FileLock(const Place &place);
+
+  const Descriptor &file() const { return file_; }
+
+ private:
+  bool shared_;
+  std::string name_;
   Descriptor file_;  // closing it, or dying, lets the lock go
 };
 

@@ -10,6 +10,8 @@ constexpr std::string_view fileComment =
     "# Router settings, one KEY=VALUE a line; \\n, \\r, \\t, \\\\ and \\xHH stand for single "
     "bytes.\n";
 
+constexpr std::string_view byteOrderMark = "\xef\xbb\xbf";  // some editors begin with it
+
 // The escapes with a letter of their own: the byte and the letter.
 constexpr std::pair<char, char> kNamedEscapes[] = {
     {'\\', '\\'}, {'\n', 'n'}, {'\r', 'r'}, {'\t', 't'}};
@@ -163,6 +165,7 @@ bool validKey(std::string_view key) {
 
 std::vector<Entry> parseSettings(std::string_view text, std::vector<Damage> *damages, int space) {
   Parser parser(damages, space);
+  if (text.starts_with(byteOrderMark)) text.remove_prefix(byteOrderMark.size());
   while (!text.empty()) {
     const auto end = text.find('\n');
     parser.take(text.substr(0, end));

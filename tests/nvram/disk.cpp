@@ -9,6 +9,7 @@
 #include <cstdarg>
 #include <filesystem>
 #include <stdexcept>
+#include <utility>
 
 #include "tests/nvram/processes.h"
 
@@ -24,6 +25,10 @@ std::string folderOf(const std::string &path) {
 
 std::string pathOf(int descriptor) {
   return fs::read_symlink("/proc/self/fd/" + std::to_string(descriptor));
+}
+
+std::string pathOf(int folder, const char *name) {
+  return pathOf(folder) + '/' + name;
 }
 
 }  // namespace
@@ -143,15 +148,23 @@ void Disk::synced(int descriptor) {
   cutThePower();
 }
 
-void Disk::fail(int call, int error) {
+void Disk::syncedAll() {
+  for (const Change &change : std::exchange(changes_, {})) apply(change, names_);
+  for (File &file : all_) file.durable = file.data.size();
+  cutThePower();
+}
+
+void Disk::fail(int call, int error, bool for_good) {
   calls_ = 0;
   failing_ = call;
   error_ = error;
   stays_on_ = true;
+  for_good_ = for_good;
 }
 
 bool Disk::fails(bool can_be_halved) {
-  if (calls_++ != failing_) return false;
+  const int call = calls_++;
+  if (call != failing_ && !(for_good_ && call > failing_)) return false;
   errno = error_;
   return error_ != 0 || can_be_halved;
 }
@@ -191,10 +204,18 @@ WITH_REAL(int, open, const char *path, int flags, ...) {
   va_start(rest, flags);
   const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
   va_end(rest);
-  const bool fresh = (flags & O_CREAT) != 0 && access(path, F_OK) != 0;
-  return watched([&] { return __real_open(path, flags, mode); },
+  return watched([&] { return __real_open(path, flags, mode); });
+}
+
+WITH_REAL(int, openat, int folder, const char *name, int flags, ...) {
+  va_list rest;
+  va_start(rest, flags);
+  const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
+  va_end(rest);
+  const bool fresh = (flags & O_CREAT) != 0 && faccessat(folder, name, F_OK, 0) != 0;
+  return watched([&] { return __real_openat(folder, name, flags, mode); },
                  [&](Disk &disk) {
-                   if (fresh) disk.made(path);
+                   if (fresh) disk.made(pathOf(folder, name));
                  });
 }
 
@@ -202,13 +223,14 @@ WITH_REAL(int, mkdir, const char *path, mode_t mode) {
   return watched([&] { return __real_mkdir(path, mode); }, [&](Disk &disk) { disk.made(path); });
 }
 
-WITH_REAL(int, unlink, const char *path) {
-  return watched([&] { return __real_unlink(path); }, [&](Disk &disk) { disk.removed(path); });
+WITH_REAL(int, unlinkat, int folder, const char *name, int flags) {
+  return watched([&] { return __real_unlinkat(folder, name, flags); },
+                 [&](Disk &disk) { disk.removed(pathOf(folder, name)); });
 }
 
-WITH_REAL(int, rename, const char *from, const char *to) {
-  return watched([&] { return __real_rename(from, to); },
-                 [&](Disk &disk) { disk.renamed(from, to); });
+WITH_REAL(int, renameat, int folder, const char *from, int to_folder, const char *to) {
+  return watched([&] { return __real_renameat(folder, from, to_folder, to); },
+                 [&](Disk &disk) { disk.renamed(pathOf(folder, from), pathOf(to_folder, to)); });
 }
 
 // Nothing here is to outlive the machine, so a watched sync is only noted.
@@ -217,12 +239,25 @@ WITH_REAL(int, fsync, int file) {
   return watched([] { return 0; }, [&](Disk &disk) { disk.synced(file); });
 }
 
+WITH_REAL(int, syncfs, int file) {
+  if (watching == nullptr) return __real_syncfs(file);
+  return watched([] { return 0; }, [](Disk &disk) { disk.syncedAll(); });
+}
+
 WITH_REAL(int, stat, const char *path, struct stat *status) {
   return watched([&] { return __real_stat(path, status); });
 }
 
 WITH_REAL(int, fstat, int file, struct stat *status) {
   return watched([&] { return __real_fstat(file, status); });
+}
+
+WITH_REAL(int, fstatat, int folder, const char *name, struct stat *status, int flags) {
+  return watched([&] { return __real_fstatat(folder, name, status, flags); });
+}
+
+WITH_REAL(ssize_t, readlinkat, int folder, const char *name, char *text, size_t size) {
+  return watched([&] { return static_cast<int>(__real_readlinkat(folder, name, text, size)); });
 }
 
 WITH_REAL(int, fchown, int file, uid_t user, gid_t group) {

@@ -36,8 +36,9 @@ class Disk {
   bool durable() const;
 
   /* From here on the power stays on, and the `call`-th call (from 0) fails with
-   * `error`. With 0 it succeeds, but a read or a write does half of its work. */
-  void fail(int call, int error);
+   * `error`, with `for_good` all behind it as well. With 0 it succeeds, but a
+   * read or a write does half of its work. */
+  void fail(int call, int error, bool for_good = false);
   int calls() const { return calls_; }
 
   /* For the calls, before and after they do something. */
@@ -45,6 +46,7 @@ class Disk {
   void made(const std::string &path);
   void wrote(int descriptor, std::string_view bytes);
   void synced(int descriptor);
+  void syncedAll();
   void renamed(const std::string &from, const std::string &to);
   void removed(const std::string &path);
 
@@ -67,7 +69,7 @@ class Disk {
   Names names_;                  // the durable ones
   std::vector<Change> changes_;  // those that are not, in order
   std::map<Files, bool> left_behind_;
-  bool acknowledged_ = false, stays_on_ = false;
+  bool acknowledged_ = false, stays_on_ = false, for_good_ = false;
   int calls_ = 0, failing_ = -1, error_ = 0;
 };
 

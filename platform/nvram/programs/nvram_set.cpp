@@ -2,6 +2,7 @@
 
 #include "command_line.h"
 #include "nvram.h"
+#include "store_format.h"
 
 // Running out of memory may end the program. NOLINTNEXTLINE(bugprone-exception-escape)
 int main(int argc, char **argv) {
@@ -12,8 +13,10 @@ int main(int argc, char **argv) {
   line.required("VALUE", value, "Its new value, which may be empty");
   if (const int status = line.parse(argc, argv); status >= 0) return status;
 
+  if (!nvram::validKey(key)) {
+    fprintf(stderr, "nvram_set: \"%s\" cannot be the name of a setting\n", key.c_str());
+    return exitUsage;
+  }
   if (nvram_set(line.space, key.c_str(), value.c_str()) == 0) return exitFine;
-  if (errno != EINVAL) return line.storeError(errno);
-  fprintf(stderr, "nvram_set: \"%s\" cannot be the name of a setting\n", key.c_str());
-  return exitUsage;
+  return line.storeError(errno);
 }

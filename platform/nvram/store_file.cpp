@@ -95,8 +95,8 @@ void writeAll(const Descriptor &file, std::string_view text) {
 }
 
 // Only root may give a file away: for anyone else it becomes their own, and
-// stays with its group if they are in it. Otherwise their own group gets
-// nothing, since it was not the one that was let in.
+// stays with its group if they are in it. Otherwise their own group may do what
+// everyone may, since it was not the one that was let in.
 void keepOwnerAndMode(const Descriptor &file, const struct stat &old) {
   const auto give = [&](uid_t owner) {
     if (fchown(file.number(), owner, old.st_gid) == 0) return true;
@@ -109,7 +109,7 @@ void keepOwnerAndMode(const Descriptor &file, const struct stat &old) {
     status = statusOf(file);
   }
   mode_t mode = old.st_mode & 0777;
-  if (status.st_gid != old.st_gid) mode &= ~static_cast<mode_t>(S_IRWXG);
+  if (status.st_gid != old.st_gid) mode &= ~static_cast<mode_t>(S_IRWXG) | (mode & S_IRWXO) << 3;
   if (mode != (status.st_mode & 0777) && fchmod(file.number(), mode) != 0) fail();
 }
 

@@ -148,6 +148,14 @@ void Disk::synced(int descriptor) {
   cutThePower();
 }
 
+void Disk::looked(struct stat &status) const {
+  if (tick_ == 0) return;
+  status.st_ino = 1;
+  for (timespec *time : {&status.st_mtim, &status.st_ctim}) {
+    *time = {time->tv_sec / tick_ * tick_, 0};
+  }
+}
+
 void Disk::syncedAll() {
   for (const Change &change : std::exchange(changes_, {})) apply(change, names_);
   for (File &file : all_) file.durable = file.data.size();
@@ -245,15 +253,18 @@ WITH_REAL(int, syncfs, int file) {
 }
 
 WITH_REAL(int, stat, const char *path, struct stat *status) {
-  return watched([&] { return __real_stat(path, status); });
+  return watched([&] { return __real_stat(path, status); },
+                 [&](Disk &disk) { disk.looked(*status); });
 }
 
 WITH_REAL(int, fstat, int file, struct stat *status) {
-  return watched([&] { return __real_fstat(file, status); });
+  return watched([&] { return __real_fstat(file, status); },
+                 [&](Disk &disk) { disk.looked(*status); });
 }
 
 WITH_REAL(int, fstatat, int folder, const char *name, struct stat *status, int flags) {
-  return watched([&] { return __real_fstatat(folder, name, status, flags); });
+  return watched([&] { return __real_fstatat(folder, name, status, flags); },
+                 [&](Disk &disk) { disk.looked(*status); });
 }
 
 WITH_REAL(ssize_t, readlinkat, int folder, const char *name, char *text, size_t size) {
@@ -270,6 +281,12 @@ WITH_REAL(int, fchmod, int file, mode_t mode) {
 
 WITH_REAL(int, futimens, int file, const timespec *times) {
   return watched([&] { return __real_futimens(file, times); });
+}
+
+WITH_REAL(int, clock_gettime, clockid_t clock, timespec *now) {
+  const int result = __real_clock_gettime(clock, now);
+  if (watching != nullptr) watching->told(*now);
+  return result;
 }
 
 WITH_REAL(int, flock, int file, int operation) {

@@ -4,6 +4,8 @@
 #ifndef TESTS_NVRAM_DISK_H
 #define TESTS_NVRAM_DISK_H
 
+#include <sys/stat.h>
+
 #include <map>
 #include <optional>
 #include <string>
@@ -41,10 +43,17 @@ class Disk {
   void fail(int call, int error, bool for_good = false);
   int calls() const { return calls_; }
 
+  /* From here on times are kept in whole `tick` seconds, and every file gets
+   * the inode of the one before. The clock is `ahead` of the real one. */
+  void tick(int seconds) { tick_ = seconds; }
+  void ahead(int seconds) { ahead_ = seconds; }
+
   /* For the calls, before and after they do something. */
   bool fails(bool can_be_halved);
   void made(const std::string &path);
   void wrote(int descriptor, std::string_view bytes);
+  void looked(struct stat &status) const;
+  void told(timespec &now) const { now.tv_sec += ahead_; }
   void synced(int descriptor);
   void syncedAll();
   void renamed(const std::string &from, const std::string &to);
@@ -70,7 +79,7 @@ class Disk {
   std::vector<Change> changes_;  // those that are not, in order
   std::map<Files, bool> left_behind_;
   bool acknowledged_ = false, stays_on_ = false, for_good_ = false;
-  int calls_ = 0, failing_ = -1, error_ = 0;
+  int calls_ = 0, failing_ = -1, error_ = 0, tick_ = 0, ahead_ = 0;
 };
 
 #endif

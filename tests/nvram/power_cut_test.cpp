@@ -162,4 +162,35 @@ TEST(FailingDisk, LeavesTheNewContentsOrSaysWhyNotAndLeavesTheOld) {
   EXPECT_GT(not_taken_back, 0);
 }
 
+// Every file has the size of the one before, and the clock stands still.
+TEST(CoarseClock, HidesNoCommitAndNoEditAndCostsNothingAfterwards) {
+  for (const int tick : {1, 2}) {
+    SCOPED_TRACE(tick);
+    StoreFolder folder;
+    folder.write("space1.conf", "a=0\n");
+    Disk disk(folder.path());
+    disk.fail(-1, 0);
+    disk.tick(tick);
+    Store reader(folder.path()), writer(folder.path());
+    timespec last{};
+    for (const char *value : {"1", "2", "3", "4", "5"}) {
+      writer.set(1, "a", value);
+      EXPECT_STREQ(reader.get(1, "a"), value);
+      struct stat status;
+      ASSERT_EQ(stat(folder.file("space1.conf").c_str(), &status), 0);
+      EXPECT_GT(status.st_mtim.tv_sec, last.tv_sec) << "a clock that is set back";
+      last = status.st_mtim;
+    }
+    for (const char *value : {"6", "7", "8"}) {
+      folder.write("space1.conf", std::string("a=") + value + "\n");
+      EXPECT_STREQ(reader.get(1, "a"), value);
+    }
+    disk.ahead(2 * tick + 1);
+    EXPECT_STREQ(reader.get(1, "a"), "8");
+    const int before = disk.calls();
+    EXPECT_STREQ(reader.get(1, "a"), "8");
+    EXPECT_EQ(disk.calls(), before + 1);
+  }
+}
+
 }  // namespace

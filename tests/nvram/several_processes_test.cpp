@@ -2,6 +2,7 @@
 #include <signal.h>
 #include <sys/mman.h>
 #include <sys/ptrace.h>
+#include <sys/stat.h>
 #include <sys/time.h>
 
 #include <atomic>
@@ -104,10 +105,16 @@ int writersGeneration(const Crowd &crowd, int writer, int seen) {
   return seen;
 }
 
-TEST(TwoWriters, LoseAndMixNothingUnderFourReaders) {
+// Of a file of one's own, or of one that a group may write to.
+class TwoWriters : public testing::TestWithParam<mode_t> {};
+INSTANTIATE_TEST_SUITE_P(, TwoWriters, testing::Values(0600, 0660));
+
+TEST_P(TwoWriters, LoseAndMixNothingUnderFourReaders) {
   // A soak (ORBA_SOAK set) lasts about a minute.
   const int commits = getenv("ORBA_SOAK") != nullptr ? 5000 : 100;
   StoreFolder folder(kMemory);
+  folder.write("space1.conf", "# still empty\n");
+  ASSERT_EQ(chmod(folder.file("space1.conf").c_str(), GetParam()), 0);
   auto &crowd = *static_cast<Crowd *>(
       mmap(nullptr, sizeof(Crowd), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
   const auto write = [&](int writer) {
@@ -214,7 +221,7 @@ TEST(Threads, ShareTheStoreAndMayFork) {
 volatile sig_atomic_t ticks = 0;
 
 TEST(SignalHandler, MayUseTheStoreThatItInterrupts) {
-  StoreFolder folder;
+  StoreFolder folder(kMemory);
   inProcess([] {
     EXPECT_EQ(nvram_set(1, "a", "1"), 0);
     EXPECT_STREQ(nvram_get(1, "a"), "1");

@@ -212,6 +212,82 @@ TEST(StoreFailure, WithoutPermissionToWriteStillReads) {
   permissions(path, std::filesystem::perms(0755));
 }
 
+TEST(StoreFailure, OfAMomentKeepsWhatWasKnown) {
+  StoreFolder folder;
+  const std::string empty =
+      folder.file("space1.conf") +
+      ": cannot be read: empty (to begin anew, remove it or write a comment into it): "
+      "No data available\n";
+  const std::string errors = errorsOf(folder, [&] {
+    EXPECT_EQ(nvram_set(1, "a", "old"), 0);
+    EXPECT_STREQ(nvram_get(1, "a"), "old");
+    // An editor has it open.
+    folder.write("space1.conf", "");
+    EXPECT_STREQ(nvram_get(1, "a"), "old");
+    EXPECT_EQ(failureOf(nvram_get(1, "b")), ENOENT);
+    EXPECT_EQ(failureOf(nvram_set(1, "b", "1")), ENODATA);
+    EXPECT_EQ(folder.read("space1.conf"), "");
+    folder.write("space1.conf",
+                 "\xef\xbb\xbf"
+                 "a=edited\n");
+    EXPECT_STREQ(nvram_get(1, "a"), "edited");
+    // No descriptor is left to read what another process has committed.
+    inProcess([] { EXPECT_EQ(nvram_set(1, "a", "new"), 0); });
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    const rlimit none{0, limit.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+    EXPECT_STREQ(nvram_get(1, "a"), "edited");
+    EXPECT_EQ(failureOf(nvram_set(1, "a", "newer")), EMFILE);
+    setrlimit(RLIMIT_NOFILE, &limit);
+    EXPECT_STREQ(nvram_get(1, "a"), "new");
+  });
+  EXPECT_EQ(errors, empty + folder.file("space1.conf") + ": cannot be read: Too many open files\n");
+  folder.write("space1.conf", "");
+  EXPECT_EQ(errorsOf(folder, [] { EXPECT_EQ(failureOf(nvram_get(1, "a")), ENODATA); }), empty);
+}
+
+TEST(Store, IsWhereItWasAtFirstAndWhereItsLinksLead) {
+  StoreFolder folder;
+  const std::filesystem::path path = folder.path(), other = path.parent_path() / "other";
+  inProcess([&] {
+    ASSERT_EQ(chdir(path.parent_path().c_str()), 0);
+    setenv("ORBA_NVRAM_DIR", "store", 1);
+    EXPECT_EQ(nvram_set(1, "a", "1"), 0);
+    ASSERT_EQ(chdir("/"), 0);
+    EXPECT_STREQ(nvram_get(1, "a"), "1");
+    EXPECT_EQ(nvram_set(1, "a", "2"), 0);
+    EXPECT_EQ(failureOf(nvram_get(2, "a")), ENOENT);
+  });
+  // One link to a file that is there, one to a file that is not there yet, and
+  // a folder that is one.
+  create_directory(other);
+  create_symlink("../store/space1.conf", other / "space1.conf");
+  create_symlink(path / "second.conf", other / "space2.conf");
+  create_directory_symlink(other, path.parent_path() / "linked");
+  setenv("ORBA_NVRAM_DIR", (path.parent_path() / "linked/").c_str(), 1);
+  inProcess([&] {
+    EXPECT_STREQ(nvram_get(1, "a"), "2");
+    EXPECT_EQ(nvram_set(1, "a", "3"), 0);
+    EXPECT_EQ(nvram_set(2, "a", "4"), 0);
+    EXPECT_STREQ(nvram_get(2, "a"), "4");
+  });
+  for (const char *name : {"space1.conf", "space2.conf"}) EXPECT_TRUE(is_symlink(other / name));
+  EXPECT_THAT(folder.read("space1.conf"), EndsWith("\na=3\n"));
+  EXPECT_THAT(folder.read("second.conf"), EndsWith("\na=4\n"));
+}
+
+TEST(Store, KnowsTimesThatTakeMoreThan32Bits) {
+  StoreFolder folder(kMemory);
+  folder.write("space1.conf", "a=1\n");
+  ASSERT_EQ(system(("touch -d @5000000000 " + folder.file("space1.conf")).c_str()), 0);
+  inProcess([] {
+    EXPECT_STREQ(nvram_get(1, "a"), "1");
+    EXPECT_EQ(nvram_set(1, "a", "2"), 0);
+    EXPECT_STREQ(nvram_get(1, "a"), "2");
+  });
+}
+
 TEST(StoreFailure, OfWritingHalfWayKeepsTheOldContents) {
   StoreFolder folder;
   inProcess([&] {

@@ -1,0 +1,243 @@
+/* The store on a file system with whole seconds, shared by the users of a
+ * group, and attacked by users that should have no say in it. */
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <grp.h>
+#include <sched.h>
+#include <sys/file.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+
+#include <cerrno>
+
+#include "platform/nvram/nvram.h"
+#include "tests/nvram/processes.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+
+constexpr uid_t kOwner = 1501, kMember = 1502, kStranger = 1503;
+constexpr gid_t kGroup = 1600;
+
+int failureOf(bool done) {
+  return done ? 0 : errno;
+}
+
+int failureOfSet(const char *value) {
+  return failureOf(nvram_set(1, "a", value) == 0);
+}
+
+void become(uid_t user) {
+  const gid_t groups[] = {kGroup};
+  ASSERT_EQ(setgroups(user == kStranger ? 0 : 1, groups), 0);
+  ASSERT_EQ(setgid(user), 0);
+  ASSERT_EQ(setuid(user), 0);
+}
+
+template <typename Body>
+void asUser(uid_t user, Body body) {
+  inProcess([&] {
+    become(user);
+    body();
+  });
+}
+
+struct stat statusOf(const std::string &file) {
+  struct stat status {};
+  EXPECT_EQ(lstat(file.c_str(), &status), 0) << file;
+  return status;
+}
+
+// For others to enter.
+class Users : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (geteuid() != 0) GTEST_SKIP() << "only root can play other users";
+    fs::permissions(root, fs::perms(0755));
+  }
+  void share(uid_t owner, gid_t group, mode_t mode) const {
+    ASSERT_EQ(chown(folder.path().c_str(), owner, group), 0);
+    ASSERT_EQ(chmod(folder.path().c_str(), mode), 0);
+  }
+
+  StoreFolder folder;
+  const fs::path root = fs::path(folder.path()).parent_path();
+};
+
+TEST(WholeSeconds, HideNoCommitAndNoEdit) {
+  constexpr int kNoMount = 77;
+  StoreFolder folder(kMemory);
+  const std::string make = "truncate -s 8M " + folder.path() +
+                           ".ext4 2>&1 && mkfs.ext4 -q -I 128 " + folder.path() +
+                           ".ext4 >/dev/null 2>&1 && mount -o loop " + folder.path() + ".ext4 " +
+                           folder.path() + " 2>/dev/null";
+  const pid_t child = startProcess([&] {
+    if (unshare(CLONE_NEWNS) != 0 || mount("", "/", "", MS_REC | MS_PRIVATE, "") != 0 ||
+        system(make.c_str()) != 0) {
+      _exit(kNoMount);
+    }
+    int stale = 0;
+    const auto expect = [&](const std::string &value) { stale += nvram_get(1, "a") != value; };
+    // Of two that follow one another the second gets the inode of the one before.
+    for (int round = 0; round < 100; ++round) {
+      const std::string value = std::to_string(round % 10);
+      inProcess([&] {
+        EXPECT_EQ(failureOfSet("x"), 0);
+        EXPECT_EQ(failureOfSet(value.c_str()), 0);
+      });
+      expect(value);
+    }
+    for (const std::string value : {"x", "y", "z"}) {
+      folder.write("space1.conf", "a=" + value + "\n");
+      expect(value);
+    }
+    EXPECT_EQ(stale, 0) << "of 103 answers";
+  });
+  int status = -1;
+  waitpid(child, &status, 0);
+  if (status == W_EXITCODE(kNoMount, 0)) GTEST_SKIP() << "no ext4 can be mounted here";
+  EXPECT_EQ(status, 0);
+}
+
+TEST_F(Users, OfAGroupShareWhatItsOwnerOpened) {
+  const std::string file = folder.file("space1.conf");
+  share(kOwner, kOwner, 0755);
+  asUser(kOwner, [&] {
+    EXPECT_EQ(failureOfSet("owner's"), 0);
+    EXPECT_EQ(statusOf(file).st_mode & 0777, 0600u);
+    EXPECT_EQ(chown(file.c_str(), -1, kGroup), 0);
+    EXPECT_EQ(chmod(file.c_str(), 0660), 0);
+    EXPECT_EQ(chown(folder.path().c_str(), -1, kGroup), 0);
+    EXPECT_EQ(chmod(folder.path().c_str(), 0775), 0);
+  });
+  for (int round = 0; round < 3; ++round) {
+    for (const uid_t user : {kMember, kOwner}) {
+      asUser(user, [&] {
+        EXPECT_NE(nvram_get(1, "a"), nullptr);
+        EXPECT_EQ(failureOfSet(std::to_string(user).c_str()), 0);
+        EXPECT_EQ(nvram_get(1, "a"), std::to_string(user));
+      });
+      EXPECT_EQ(statusOf(file).st_gid, kGroup);
+      EXPECT_EQ(statusOf(file).st_mode & 0777, 0660u);
+    }
+  }
+  errorsOf(folder, [&] {
+    become(kStranger);
+    EXPECT_EQ(nvram_get(1, "a"), nullptr);
+    EXPECT_NE(failureOfSet("stranger's"), 0);
+  });
+
+  // Whoever is not in the group of the file does not open it to their own.
+  ASSERT_EQ(chown(file.c_str(), kOwner, kStranger), 0);
+  ASSERT_EQ(chmod(file.c_str(), 0654), 0);
+  fs::remove(folder.file("space1.lock"));
+  asUser(kMember, [] { EXPECT_EQ(failureOfSet("member's"), 0); });
+  EXPECT_EQ(statusOf(file).st_gid, kMember);
+  EXPECT_EQ(statusOf(file).st_mode & 0777, 0644u);
+}
+
+TEST_F(Users, HaveAStoreBelowAFolderThatTheyCannotList) {
+  fs::permissions(root, fs::perms(0711));
+  share(kOwner, kOwner, 0755);
+  asUser(kOwner, [] {
+    EXPECT_EQ(failureOfSet("1"), 0);
+    EXPECT_STREQ(nvram_get(1, "a"), "1");
+  });
+}
+
+// What one may do in a folder of one's own, or as a member in a shared one.
+TEST_F(Users, CannotLeadRootAstray) {
+  const std::string secret = root / "secret", fresh = root / "fresh";
+  std::ofstream(secret) << "a=secret\n";
+  const std::string conf = folder.file("space1.conf"), lock = folder.file("space1.lock");
+  const struct {
+    uid_t owner;
+    mode_t mode;
+    std::function<void()> attack;
+    const char *told;
+  } attacks[] = {
+      {kOwner, 0755, [] {}, "its folder belongs to somebody else"},
+      {kOwner, 0755, [&] { symlink(secret.c_str(), conf.c_str()); }, "a link to it is somebody"},
+      {kOwner, 0755, [&] { symlink(fresh.c_str(), lock.c_str()); }, "belongs to somebody else"},
+      {kOwner, 0755, [&] { mkfifo(conf.c_str(), 0666); }, "belongs to somebody else"},
+      {kOwner, 0775, [&] { mkfifo(conf.c_str(), 0666); }, "belongs to somebody else"},
+      {0, 01777, [&] { std::ofstream(conf) << "a=1\n"; }, "everyone may write to its folder"},
+      {0, 0775, [&] { symlink(secret.c_str(), conf.c_str()); }, "a link to it is somebody"},
+      {0, 0775, [&] { symlink(fresh.c_str(), lock.c_str()); }, ""},
+      {0, 0775, [&] { mkfifo(conf.c_str(), 0666); }, "Operation not permitted"},
+  };
+  for (const auto &attack : attacks) {
+    SCOPED_TRACE(&attack - attacks);
+    fs::remove(fresh);
+    fs::remove_all(folder.path());
+    fs::create_directory(folder.path());
+    share(attack.owner, kGroup, attack.mode);
+    asUser(attack.owner == 0 ? kMember : attack.owner, attack.attack);
+    const pid_t root_process = startProcess([&] {
+      ASSERT_NE(freopen(folder.errors().c_str(), "w", stderr), nullptr);
+      EXPECT_EQ(nvram_get(1, "a"), nullptr);
+      EXPECT_NE(failureOfSet("new"), 0);
+    });
+    EXPECT_EQ(endOf(root_process), 0);
+    EXPECT_THAT(StoreFolder::contents(folder.errors()), HasSubstr(attack.told));
+    EXPECT_FALSE(fs::exists(fresh));
+    EXPECT_EQ(StoreFolder::contents(secret), "a=secret\n");
+  }
+}
+
+volatile sig_atomic_t ticks = 0;
+volatile pid_t holder = 0;
+
+// A member holds the lock for good.
+TEST_F(Users, CannotHoldUpAWriterThatIsToEnd) {
+  share(0, kGroup, 0775);
+  folder.write("space1.conf", "a=old\n");
+  const std::string file = folder.file("space1.conf");
+  ASSERT_EQ(chown(file.c_str(), 0, kGroup), 0);
+  ASSERT_EQ(chmod(file.c_str(), 0660), 0);
+  const struct {
+    int flags;  // of the handler; without one, -1
+    int result, error;
+  } cases[] = {{-1, 0, 0}, {0, -1, EINTR}, {SA_RESTART, 0, 0}};
+  for (const auto &[flags, result, error] : cases) {
+    SCOPED_TRACE(flags);
+    int ready[2];
+    ASSERT_EQ(pipe(ready), 0);
+    holder = startProcess([&] {
+      become(kMember);
+      for (const std::string &lock : {file, folder.file("space1.lock")}) {
+        EXPECT_EQ(flock(open(lock.c_str(), O_RDWR | O_CREAT, 0666), LOCK_EX), 0);
+      }
+      EXPECT_EQ(write(ready[1], "", 1), 1);
+      pause();
+    });
+    char byte;
+    ASSERT_EQ(read(ready[0], &byte, 1), 1);
+    const pid_t writer = startProcess([&] {
+      struct sigaction action {};
+      // The third tick lets the lock go.
+      action.sa_handler = flags < 0 ? SIG_DFL : [](int) {
+        ticks = ticks + 1;
+        if (ticks == 3) kill(holder, SIGKILL);
+      };
+      action.sa_flags = flags < 0 ? 0 : flags;
+      sigaction(SIGALRM, &action, nullptr);
+      const itimerval often{{0, 20'000}, {0, 20'000}};
+      setitimer(ITIMER_REAL, &often, nullptr);
+      EXPECT_EQ(nvram_set(1, "a", "new"), result);
+      EXPECT_EQ(failureOf(result == 0), error);
+      EXPECT_GE(ticks, flags == SA_RESTART ? 3 : 1);
+    });
+    EXPECT_EQ(endOf(writer), flags < 0 ? SIGALRM : 0);
+    EXPECT_THAT(folder.read("space1.conf"), HasSubstr(flags == SA_RESTART ? "a=new\n" : "a=old\n"));
+    kill(holder, SIGKILL);
+    waitpid(holder, nullptr, 0);
+    for (const int end : ready) close(end);
+  }
+}
+
+}  // namespace

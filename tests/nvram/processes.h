@@ -70,10 +70,10 @@ void inProcess(Body body) {
   expectGoodEnd(startProcess(body));
 }
 
-/* Ends `child` when it does not end by itself within five seconds. */
+/* Ends `child` when it does not end by itself within twenty seconds. */
 inline int endOf(pid_t child) {
   int status = -1;
-  for (int ms = 0; ms < 5000 && waitpid(child, &status, WNOHANG) == 0; ++ms) usleep(1000);
+  for (int ms = 0; ms < 20'000 && waitpid(child, &status, WNOHANG) == 0; ++ms) usleep(1000);
   if (status == -1) {
     kill(child, SIGKILL);
     waitpid(child, &status, 0);

@@ -290,6 +290,7 @@ WITH_REAL(int, clock_gettime, clockid_t clock, timespec *now) {
 }
 
 WITH_REAL(int, flock, int file, int operation) {
+  if (watching != nullptr && watching->before_lock) std::exchange(watching->before_lock, {})();
   return watched([&] { return __real_flock(file, operation); });
 }
 

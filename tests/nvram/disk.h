@@ -6,6 +6,7 @@
 
 #include <sys/stat.h>
 
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -47,6 +48,9 @@ class Disk {
    * the inode of the one before. The clock is `ahead` of the real one. */
   void tick(int seconds) { tick_ = seconds; }
   void ahead(int seconds) { ahead_ = seconds; }
+
+  /* What another process does just before a lock is taken. */
+  std::function<void()> before_lock;
 
   /* For the calls, before and after they do something. */
   bool fails(bool can_be_halved);

@@ -193,4 +193,31 @@ TEST(CoarseClock, HidesNoCommitAndNoEditAndCostsNothingAfterwards) {
   }
 }
 
+// A group's file is its own lock, and is replaced by whoever holds it.
+TEST(Lock, OfAFileThatIsNoLongerThereIsNone) {
+  StoreFolder folder;
+  folder.write("space1.conf", "a=old\n");
+  Disk disk(folder.path());
+  disk.fail(-1, 0);
+  Store store(folder.path());
+  for (const mode_t mode : {0600, 0660}) {
+    fs::permissions(folder.file("space1.conf"), fs::perms(mode));
+    disk.before_lock = [&] {
+      folder.write("space1.conf.fresh", "a=theirs\n");
+      fs::permissions(folder.file("space1.conf.fresh"), fs::perms(0660));
+      fs::rename(folder.file("space1.conf.fresh"), folder.file("space1.conf"));
+    };
+    int reason = 0;
+    try {
+      store.set(1, "b", "ours");
+    } catch (const std::system_error &failure) {
+      reason = failure.code().value();
+    }
+    EXPECT_EQ(reason, EWOULDBLOCK);
+    EXPECT_EQ(folder.read("space1.conf"), "a=theirs\n");
+    store.set(1, "b", "ours");
+    EXPECT_EQ(settingsOf(folder), (Settings{{"a", "theirs"}, {"b", "ours"}}));
+  }
+}
+
 }  // namespace

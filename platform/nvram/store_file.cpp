@@ -118,10 +118,9 @@ void keepOwnerAndMode(const Descriptor &file, const struct stat &old) {
 // that somebody has read. So the time always moves on, by the least that the
 // file system can keep.
 void makeYounger(const Descriptor &file, const timespec &old) {
-  const timespec later[] = {
-      {old.tv_sec + (old.tv_nsec + 1) / kSecond, static_cast<long>((old.tv_nsec + 1) % kSecond)},
-      {old.tv_sec + 1, 0},
-      {old.tv_sec + 2, 0}};
+  timespec least = old;
+  if (++least.tv_nsec == kSecond) least = {old.tv_sec + 1, 0};
+  const timespec later[] = {least, {old.tv_sec + 1, 0}, {old.tv_sec + 2, 0}};
   for (const timespec &next : later) {
     const timespec now = statusOf(file).st_mtim;
     if (std::pair(now.tv_sec, now.tv_nsec) > std::pair(old.tv_sec, old.tv_nsec)) return;

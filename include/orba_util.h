@@ -756,7 +756,7 @@ int wlan_schedule_cfg(char *record, int dayIndex);
 typedef struct orba_login_record {
   char login_user[32];   /* who is logged in; "" when nobody is */
   int32_t session_id;    /* 0 when nobody is logged in */
-  char session_file[32]; /* path of the current session's file */
+  char session_file[32]; /* path of the current session's file, /var/SESS_ID */
   int32_t login_status;  /* the server's; 0 after a logout */
   char status_text[128]; /* the server's; "Ready" at first */
   uint32_t tail;         /* the server's */
@@ -780,7 +780,9 @@ extern const char *const accessControlPageListRoot[16];
 /* For the server's start, once: makes the shared record (System V shared memory,
  * key 1234, 204 bytes, mode 0666) or takes the one that is there, resets it, and
  * makes the semaphore that guards it (key 1234) free, waiting up to a second for
- * a process that holds it. Returns 0, or 1 on any failure. */
+ * a process that holds it. Either is replaced, and a trace on the console says so,
+ * when it has another size or mode or an owner other than root and this process's
+ * user, and the kernel allows that. Returns 0, or 1 on any failure. */
 int init_SharedMemory(void);
 
 /* Resets one record: status text "Ready", everything else empty or 0. */
@@ -788,24 +790,30 @@ void init_SharedMemoryVar(orba_login_record *record);
 
 /* Direction 1 publishes global_shared_stuff, any other fetches into it; the
  * other processes see all of a publish or nothing, also when this one is killed
- * in its midst. May wait for them, and makes record and semaphore when they do
- * not exist. Returns 0, or 1 with global_shared_stuff unchanged when they cannot
- * be had. Ends the process with status 1 when the record cannot be detached. */
+ * in its midst. May wait for them, a second at most, makes record and semaphore when
+ * they do not exist, and replaces a record that is too short as init_SharedMemory
+ * does. What is fetched has its texts terminated, whoever wrote it. Returns 0, or 1
+ * with global_shared_stuff unchanged when they cannot be had. Ends the process with
+ * status 1 when the record cannot be detached. */
 int sync_globalVar_and_sharedMem(int direction);
 
 /* Begins a session for the login_user and login_status that the caller has put
  * into global_shared_stuff: draws a session id, deletes the previous session's
- * file, writes "USER STATUS TEXT" without a newline to /var/SESS_ID, and
- * publishes. Uses srand() and rand(). Returns the result of the publish; a file
+ * file, writes "USER STATUS TEXT" without a newline to the new file /var/SESS_ID,
+ * and publishes. The id is the first rand() behind srand() with the nanoseconds of
+ * the monotonic clock; then srand() gets a seed from the kernel, so that nothing
+ * drawn later can be told from the id. Returns the result of the publish; a file
  * that cannot be created does not hinder it. */
 int writeSessionFile(const char *text);
 
-/* Ends the session in global_shared_stuff and deletes its file. The name of the
- * file stays in the record, and nothing is published. Returns &global_shared_stuff. */
+/* Ends the session in global_shared_stuff and deletes its file: like
+ * writeSessionFile only one named /var/SESS_ and digits, whatever the record says.
+ * The name of the file stays in the record, and nothing is published. Returns
+ * &global_shared_stuff. */
 orba_login_record *tuLogout(void);
 
 /* Fetches, and writes the login user to `dst` (32 bytes); "" when nobody is
- * logged in. Returns 1. */
+ * logged in, whom this process knew last when the fetch fails. Returns 1. */
 int getLoginUser(char *dst);
 
 /* Whether `url` contains an entry of accessControlPageListRoot (level 1) or of

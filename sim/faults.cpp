@@ -69,6 +69,7 @@ const std::map<std::string, Row> kRows = {
     {"shmget", {-1, {ENOSPC}}},
     {"shmat", {-1, {EMFILE}}},
     {"shmdt", {-1, {EINVAL}}},
+    {"shmctl", {-1, {EPERM}}},
     {"semget", {-1, {ENOSPC}}},
     {"semop", {-1, {EIDRM, EINTR}}},
     {"semtimedop", {-1, {EIDRM, EINTR}}},

@@ -101,6 +101,10 @@ int sim_shmdt(const void *address) {
   return answerOrRefuse("shmdt", [=] { return shmdt(address); });
 }
 
+int sim_shmctl(int id, int command, shmid_ds *status) {
+  return answerOrRefuse("shmctl", [=] { return shmctl(id, command, status); });
+}
+
 int sim_semget(key_t key, int count, int flags) {
   return answerOrRefuse("semget", [=] { return semget(keyFor(key), count, flags); });
 }

@@ -24,13 +24,22 @@ int session_id = 0;
 char sessionFileName[32];
 int exitOnIdleTimeout = 0;
 
+namespace {
+
+template <size_t N>
+void terminate(char (&text)[N]) {
+  text[N - 1] = '\0';
+}
+
+}  // namespace
+
 void init_SharedMemoryVar(orba_login_record *record) {
   *record = {};
   orba::copyText(record->status_text, sizeof record->status_text, "Ready");
 }
 
 int init_SharedMemory(void) {
-  orba::SharedLogin *shared = orba::attachSharedLogin();
+  orba::SharedLogin *shared = orba::attachSharedLogin(orba::kAtStart);
   if (shared == nullptr) return 1;
   // Without the lock: at the server's start there is nobody to wait for, and a
   // lock left in disorder by its predecessor must not hinder it.
@@ -55,6 +64,10 @@ int sync_globalVar_and_sharedMem(int direction) {
     orba::replaceRecord(*shared, global_shared_stuff);
   } else {
     global_shared_stuff = shared->record;
+    // Whoever wrote the record may have left a text without its end.
+    terminate(global_shared_stuff.login_user);
+    terminate(global_shared_stuff.session_file);
+    terminate(global_shared_stuff.status_text);
   }
   orba::unlockLogin(semaphore);
   // A hard stop, unlike at the start: a process that cannot let go of the record

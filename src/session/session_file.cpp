@@ -1,4 +1,5 @@
 // Begin and end of a login session, and the file that stands for it.
+#include <sys/random.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -21,16 +22,40 @@ class RecordText : public Text<N> {
   explicit RecordText(const char (&field)[N]) { this->append(field, strnlen(field, N - 1)); }
 };
 
+constexpr char kSessionFile[] = "/var/SESS_";
+
+// Every program of the device can write the record, and this one may be root's:
+// a path of another form than writeSessionFile's is nobody's session file.
+bool isSessionFile(const char *path) {
+  constexpr size_t kLength = sizeof kSessionFile - 1;
+  if (strncmp(path, kSessionFile, kLength) != 0) return false;
+  const char *id = path + kLength;
+  return *id != '\0' && id[strspn(id, "0123456789")] == '\0';
+}
+
 void deleteSessionFile(const orba_login_record &login) {
   RecordText path(login.session_file);
-  if (!path.empty()) unlink(path.text());
+  if (isSessionFile(path.text())) unlink(path.text());
+}
+
+// The file's name tells the id, and the id its seed: what the process draws later
+// must not follow from it.
+void seedFromKernel() {
+  unsigned seed;
+  if (getrandom(&seed, sizeof seed, GRND_NONBLOCK) != sizeof seed) {
+    Descriptor source(open("/dev/urandom", O_RDONLY | O_CLOEXEC));  // an older kernel
+    if (!source || read(source.get(), &seed, sizeof seed) != sizeof seed) return;
+  }
+  srand(seed);
 }
 
 int drawSessionId() {
   timespec now{};
   clock_gettime(CLOCK_MONOTONIC, &now);
   srand(static_cast<unsigned>(now.tv_nsec));
-  return rand();
+  int id = rand();
+  seedFromKernel();
+  return id;
 }
 
 }  // namespace
@@ -41,9 +66,12 @@ int writeSessionFile(const char *text) {
   orba_login_record &login = global_shared_stuff;
   login.session_id = orba::drawSessionId();
   orba::deleteSessionFile(login);
-  snprintf(login.session_file, sizeof login.session_file, "/var/SESS_%d", login.session_id);
+  snprintf(login.session_file, sizeof login.session_file, "%s%d", orba::kSessionFile,
+           login.session_id);
+  // What is there was left behind, or is somebody's link: the file is always a new one.
+  orba::deleteSessionFile(login);
   // A login must not be lost with its file.
-  orba::File file(login.session_file, "w");
+  orba::File file(login.session_file, "wx");
   if (file) {
     orba::RecordText user(login.login_user);
     fprintf(file.get(), "%s %d %s", user.text(), login.login_status, text);

@@ -1,5 +1,6 @@
 #include "session/shared_login.h"
 
+#include <poll.h>
 #include <sys/file.h>
 #include <sys/ipc.h>
 #include <sys/sem.h>
@@ -28,13 +29,24 @@ union SemaphoreArgument {
   semid_ds *status;
 };
 
+// Whether it was made so that others are kept out, or by a user who may do so
+// later or take it away.
+bool isForeign(const ipc_perm &object) {
+  auto trusted = [](uid_t user) { return user == 0 || user == geteuid(); };
+  return (object.mode & 0666) != 0666 || !trusted(object.uid) || !trusted(object.cuid);
+}
+
 // Serialises those who give the semaphore its first value. It ends with the
-// process that holds it, however that ends.
+// process that holds it, however that ends. Who holds it for a second is none of
+// them: anybody can lock a folder, and must not stop the logins with it.
 class MakersLock {
  public:
   MakersLock() : folder_(open("/var", O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
     if (!folder_) return;
-    while (flock(folder_.get(), LOCK_EX) != 0 && errno == EINTR) continue;
+    for (int tries = 0; tries < 100; tries++) {
+      if (flock(folder_.get(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) return;
+      poll(nullptr, 0, 10);
+    }
   }
 
  private:
@@ -65,27 +77,39 @@ bool freeFresh(int semaphore) {
   return semop(semaphore, from_zero_to_one, 2) == 0 || errno == EAGAIN;
 }
 
-// SEM_UNDO makes the kernel release what a killed process holds.
-bool changeSemaphore(int semaphore, short by) {
-  sembuf operation{0, by, SEM_UNDO};
-  int result;
-  do {
-    result = semop(semaphore, &operation, 1);
-  } while (result != 0 && errno == EINTR);
-  return result == 0;
+int makeSegment() {
+  return shmget(kKey, sizeof(orba_login_record), kCreateForAll);
 }
 
-// Setting the value drops what the kernel would undo for every process. Under
-// one that holds the lock this would make its release count twice, once now and
-// once against all others at its end, who would then wait for ever. So the lock
-// is taken first, by a second at most: it may be stuck, which setting it mends.
-bool takeBriefly(int semaphore) {
-  sembuf operation{0, -1, SEM_UNDO};
-  const timespec tenth{0, 100000000};
-  for (int tries = 0; tries < 10; tries++) {
-    if (semtimedop(semaphore, &operation, 1, &tenth) == 0) return true;
+// A segment that is too short cannot be one of ours, and is replaced at any time.
+// Who has it attached keeps it, so nothing that runs is disturbed; others find the
+// new one under the key.
+int obtainSegment(Moment moment) {
+  int found = makeSegment();
+  bool too_short = found == -1 && errno == EINVAL;
+  if (too_short) {
+    found = shmget(kKey, 0, 0);
+  } else {
+    shmid_ds status;
+    if (moment != kAtStart || shmctl(found, IPC_STAT, &status) != 0) return found;
+    if (status.shm_segsz == sizeof(orba_login_record) && !isForeign(status.shm_perm)) return found;
   }
-  return false;
+  if (shmctl(found, IPC_RMID, nullptr) != 0) return too_short ? -1 : found;
+  debug("foreign shared memory replaced\n");
+  return makeSegment();
+}
+
+int obtainSemaphoreAtStart() {
+  int found = semget(kKey, 1, kCreateForAll);
+  semid_ds status;
+  SemaphoreArgument argument;
+  argument.status = &status;
+  if (found == -1 || semctl(found, 0, IPC_STAT, argument) != 0 || !isForeign(status.sem_perm) ||
+      semctl(found, 0, IPC_RMID) != 0) {
+    return found;
+  }
+  debug("foreign semaphore replaced\n");
+  return semget(kKey, 1, kCreateForAll);
 }
 
 // Keeps the compiler from moving a store across: a killed process leaves behind
@@ -96,8 +120,8 @@ inline void keepOrder() {
 
 }  // namespace
 
-SharedLogin *attachSharedLogin() {
-  segment_id = shmget(kKey, sizeof(orba_login_record), kCreateForAll);
+SharedLogin *attachSharedLogin(Moment moment) {
+  segment_id = obtainSegment(moment);
   if (segment_id == -1) return nullptr;
   void *address = shmat(segment_id, nullptr, 0);
   bool failed = reinterpret_cast<intptr_t>(address) == -1;
@@ -111,11 +135,15 @@ int loginSemaphore() {
   return semaphore_id = found;
 }
 
+// Setting the value drops what the kernel would undo for every process. Under
+// one that holds the lock this would make its release count twice, once now and
+// once against all others at its end, who would then wait for ever. So the lock
+// is taken first, if it can be had: it may be stuck, which setting it mends.
 bool resetLoginSemaphore() {
   MakersLock lock;
-  semaphore_id = semget(kKey, 1, kCreateForAll);
+  semaphore_id = obtainSemaphoreAtStart();
   if (semaphore_id == -1) return false;
-  bool taken = freshness(semaphore_id) != 1 && takeBriefly(semaphore_id);
+  bool taken = freshness(semaphore_id) != 1 && lockLogin(semaphore_id);
   SemaphoreArgument argument;
   argument.value = 1;
   if (semctl(semaphore_id, 0, SETVAL, argument) == 0) return true;
@@ -123,12 +151,21 @@ bool resetLoginSemaphore() {
   return false;
 }
 
+// SEM_UNDO makes the kernel release what a killed process holds. A process that
+// lives and does not let go must not stop the others.
 bool lockLogin(int semaphore) {
-  return changeSemaphore(semaphore, -1);
+  sembuf operation{0, -1, SEM_UNDO};
+  const timespec tenth{0, 100000000};
+  for (int tries = 0; tries < 10; tries++) {
+    if (semtimedop(semaphore, &operation, 1, &tenth) == 0) return true;
+    if (errno != EAGAIN && errno != EINTR) return false;
+  }
+  return false;
 }
 
 void unlockLogin(int semaphore) {
-  changeSemaphore(semaphore, 1);
+  sembuf operation{0, 1, SEM_UNDO};
+  while (semop(semaphore, &operation, 1) != 0 && errno == EINTR) continue;
 }
 
 void replaceRecord(SharedLogin &shared, const orba_login_record &record) {

@@ -17,16 +17,19 @@ struct SharedLogin {
 };
 static_assert(sizeof(SharedLogin) <= 4096, "one page of the smallest size");
 
-// The segment, made when there is none, at an address for shmdt; null when it
-// cannot be had.
-SharedLogin *attachSharedLogin();
+// At its start the server also replaces what somebody else has made under the key.
+enum Moment { kAtStart, kLater };
+
+// The segment, made when there is none or it is too short, at an address for shmdt;
+// null when it cannot be had.
+SharedLogin *attachSharedLogin(Moment moment = kLater);
 
 // The semaphore set, made free when there is none; -1 when it cannot be had.
 int loginSemaphore();
 // The same for the server's start: free whatever it was.
 bool resetLoginSemaphore();
 
-// Waits for the record. False when the semaphore has gone.
+// Waits for the record, a second at most. False when it is not to be had.
 bool lockLogin(int semaphore);
 void unlockLogin(int semaphore);
 

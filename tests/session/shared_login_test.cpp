@@ -82,7 +82,7 @@ TEST_F(SharedLogin, IsFreedOnceByManyWhoComeFirst) {
         int looks = 0;
         kernel_.after([&looks, i](const std::string &call) {
           if (call == "semctl" && ++looks == 4) usleep(static_cast<useconds_t>(i) * 1500);
-          if (call == "semop") usleep(3000);
+          if (call == "semtimedop") usleep(3000);
         });
         return starts ? init_SharedMemory() == 0 : publish(i);
       }));
@@ -103,7 +103,7 @@ TEST_F(SharedLogin, IsMendedByAStart) {
   // Somebody holds the lock at the start, and ends only afterwards.
   pid_t holder = startProcess([&] {
     kernel_.after([](const std::string &call) {
-      if (call == "semop") usleep(50000);
+      if (call == "semtimedop") usleep(50000);
     });
     return publish(2);
   });
@@ -120,7 +120,7 @@ bool publishAndDie(sim::SystemV &kernel, int count) {
   pid_t child = startProcess([&] {
     ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
     kernel.after([](const std::string &call) {
-      if (call == "semop") raise(SIGSTOP);
+      if (call == "semtimedop") raise(SIGSTOP);
     });
     return publish(2);
   });

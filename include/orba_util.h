@@ -10,6 +10,12 @@
  *    another space is named.
  *  - Shell commands run with their output thrown away and their exit status
  *    unread, through doSystem, unless the comment says "directly".
+ *  - Failures. A setting or a file that cannot be read counts as missing, one
+ *    that ends early as ending there, an answer of a program or a driver that
+ *    cannot be had as none. What cannot be written or started is left out and
+ *    the rest done; the result is then as if it had worked. A comment that says
+ *    something else about a failure goes before this. Whatever fails, texts
+ *    are terminated.
  */
 #ifndef ORBA_UTIL_H
 #define ORBA_UTIL_H
@@ -208,12 +214,14 @@ int getGateway(const char *ifname, char *dst);
 
 /* The gateway of the kernel's default route, to `dst` (16 bytes): empty when
  * that route has none, as it was when no default route is up. Returns 0, or -1
- * when /proc/net/route cannot be opened or has a malformed line first. */
+ * with `dst` as it was when /proc/net/route cannot be read or has a malformed
+ * line first. */
 int getWanGateway(char *dst);
 
 /* The same, but without a default route `dst` is left with the gateway of the
  * last route that is up, often the empty text. Malformed lines and a NULL `dst`
- * end the search with a trace on the console. The result has no meaning. */
+ * end the search with a trace on the console; when /proc/net/route cannot be
+ * opened `dst` is as it was. The result has no meaning. */
 int getWanDefaultGateway(char *dst);
 
 /* 1 when the WAN port has link, 0 when it has none or the switch gives no
@@ -515,7 +523,7 @@ int getWlan11gChannels(char *out, int argc, char **argv);
 
 /* The channel a page should show, to `out` (32 bytes): "0" when the setting
  * AutoChannelSelect is "1"; otherwise the setting Channel as stored, cut to 31
- * characters. "9" when either setting is missing. */
+ * characters. "9" when AutoChannelSelect is missing, or Channel where it counts. */
 int getWlanChannel(char *out, int argc, char **argv);
 
 /* What this build of the firmware has, to `out` (2 bytes): the repeater page,
@@ -577,7 +585,7 @@ char *ConverterStringToDisplay(char *text);
  * comma in front of it stays. Takes 4 to 8 seconds, and one more for each time
  * that the driver is not ready. Returns 0, with nothing printed when no network
  * was found; -1 with nothing printed and a trace on the console when the driver
- * fails. */
+ * fails or memory is short. */
 int printStaBssidList(void);
 
 /* ==== wireless: Wi-Fi Protected Setup ================================================= */
@@ -839,19 +847,21 @@ int getCurrentPacketStatistic(char *dst);
  * text; 0 when the reply has no value, -1 when the tool cannot be started. */
 long long reedSwitchReg(const char *reg);
 
-/* The sum of three and of six switch registers. */
+/* The sum of three and of six switch registers, each as reedSwitchReg has it: one
+ * that cannot be read takes 1 away. */
 long long getSwitchPacket(const char *unicast, const char *multicast, const char *broadcast);
 long long getSwitchRxError(const char *alignment, const char *crc, const char *undersize,
                            const char *fragments, const char *oversize, const char *jabbers);
 
 /* An octet counter from its two 32-bit halves. The halves are joined as
- * hexadecimal text without leading zeros: high 1 and low 5 make 0x15. */
+ * hexadecimal text without leading zeros: high 1 and low 5 make 0x15. A half that
+ * cannot be read is ffffffff; with more than 63 bits the answer is the largest. */
 long long getSwitchBytes(const char *low, const char *high);
 
 /* Web getters of one counter in decimal (21 bytes). The LAN ones always answer
  * "-1". The WLAN ones read ra0 in /proc/net/dev. The WAN ones read the interface
  * of the WAN whose number is argv[0]; below 1 or without it they write nothing.
- * Return 1. */
+ * Without /proc/net/dev they answer "-1" and print "no proc?\n". Return 1. */
 int getLANTxPacketASP(char *out, int argc, char **argv);
 int getLANRxPacketASP(char *out, int argc, char **argv);
 int getLANTxByteASP(char *out, int argc, char **argv);
@@ -882,7 +892,8 @@ int getTuStatusFrameRefreshTimeout(char *dst);
 /* Time since boot, such as "2 days:  3 hours: 14 minutes" (64 bytes). */
 int getSysUptime(char *out, int argc, char **argv);
 
-/* Memory in use in percent, from /proc/meminfo (12 bytes). */
+/* Memory in use in percent, from /proc/meminfo as far as it can be read (12
+ * bytes). */
 int getMemUsgInfo(char *out, int argc, char **argv);
 
 /* CPU in use in percent, from one look of top (12 bytes). Uses /var/cpuload. */
@@ -913,7 +924,7 @@ int switch_fini(void);
 
 /* Reads a register of the Ethernet switch into `value`, or writes one. Return 0.
  * A request that fails prints "ioctl: ..." on standard error, closes esw_fd and
- * ends the process with status 0. */
+ * ends the process with status 0, from the functions below and initInternet too. */
 int reg_read(int reg, uint32_t *value);
 int reg_write(int reg, uint32_t value);
 
@@ -990,7 +1001,7 @@ int orbaQoSLANIntf(char *dst);
 int initInternet(void);
 
 /* Starts the management servers: mcl.sh, SSH, TFTP, NTP, WPS and the logger; then
- * takes the wireless interfaces out of the bridge. */
+ * takes the wireless interfaces out of the bridge. The result has no meaning. */
 int management_init(void);
 
 /* Restarts one server: 0 the web management server on RMWWWServerPort and
@@ -999,11 +1010,12 @@ int management_init(void);
 void serviceCtl_restart(int which);
 
 /* Restarts the system logger, with a remote host when RemoteLogActive is "1" and
- * RemoteLogIP names one. clearlog waits a second in between, which empties the log. */
+ * RemoteLogIP names one. clearlog waits a second in between, which empties the log.
+ * The results have no meaning. */
 int startlog_init(void);
 int clearlog(void);
 
-/* Restart the NetBIOS and the mDNS responder. */
+/* Restart the NetBIOS and the mDNS responder. The results have no meaning. */
 int restartnmbd(void);
 int restartAvahid(void);
 

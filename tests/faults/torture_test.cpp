@@ -1,9 +1,10 @@
-// Every call that can fail is made to fail, one after the other.
+// Every call that can fail is made to fail, one after the other; what comes of it
+// is held against what the public header promises.
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <set>
 
+#include "tests/faults/promises.h"
 #include "tests/faults/rehearsal.h"
 
 namespace {
@@ -12,139 +13,36 @@ using orba::tool::Answer;
 using orba::tool::Entry;
 using sim::Faults;
 
-using Names = std::set<std::string>;
-
-constexpr char kFetch[] = "fetching the login record";
-
 // An ordinary run takes some of the calls of each situation, a soak all of them.
 const bool kLongRun = getenv("ORBA_SOAK") != nullptr;
 constexpr size_t kCallsOfOrdinaryRun = 4;
 
-// What an entry point answers when something failed, apart from what it answers
-// anyway.
-const std::map<std::string, Names> kOnFailure = {
-    {"-1",
-     {"ApOidQueryInformation",
-      "OidQueryInformation",
-      "OidSetInformation",
-      "STF",
-      "STFs",
-      "TZsync2nvram",
-      "getCurrentPacketStatistic",
-      "getCurrentWscProfile",
-      "getGateway",
-      "getGatewayByInterface",
-      "getIfIp",
-      "getIfMac",
-      "getIfNetmask",
-      "getIndexOfRoutingRule",
-      "getRaRxByteASP",
-      "getRaRxPacketASP",
-      "getRaTxByteASP",
-      "getRaTxPacketASP",
-      "getRoutingTable",
-      "getSwitchPacket",
-      "getSwitchRxError",
-      "getWanDefaultGateway",
-      "getWanGateway",
-      "getWscProfile",
-      "getWscResultGUIOrba",
-      "getWscResultOrba",
-      "gpioLedSet",
-      "ledAlways",
-      "ledWps",
-      "printStaBssidList",
-      "reedSwitchReg",
-      "setFullTimer",
-      "setTimer",
-      "setTimerOnce",
-      "stopTimer"}},
-    {"0", {"TZsync2nvram",        "executePolicyRoute", "executeStaticRoute",
-           "checkWanPortNumber",  "getAPPIN",           "getAclRuleNums",
-           "getDefaultWanIp",     "getDefaultWanMac",   "getDefaultWanNetmask",
-           "getOperatingChannel", "getSwitchBytes",     "getWANLinkStatus",
-           "getWscResultGUIOrba", "getWscResultOrba",   "getWiFiMac",
-           "getWlanCurrentMac",   "getWlanMac",         "getWscResult",
-           "getWscStatus",        "igmpsnoopingenable", "iptablesDHCPRelayChainRun",
-           "isAnyVLANRuleExist",  "isQueueBeReference", "orbaQoSInit",
-           "orbaQoSRestart",      "readHttpdPid",       "wanarplookup"}},
-    {"", {"getDefaultWanIfName"}},
-    {"eth2.10", {"getDefaultWanIfName"}},  // without its connection mode
-    {"Unknown", {"getLanWanNamebyIf"}},
-    {"33", {"clearlog", "startlog_init"}},  // a shorter command: no remote host
-    // A register that cannot be read counts as -1, in sums and in joined halves.
-    {"-2", {"getSwitchPacket", "getSwitchRxError"}},
-    {"-3", {"getSwitchPacket", "getSwitchRxError"}},
-    {"-4", {"getSwitchRxError"}},
-    {"-5", {"getSwitchRxError"}},
-    {"-6", {"getSwitchRxError"}},
-    {"4294967295", {"getSwitchBytes"}},
-    {"9223372036854775807", {"getSwitchBytes"}},
-    {"1", {"init_SharedMemory", "sync_globalVar_and_sharedMem", "writeSessionFile", "wlan_init"}},
-};
+// What stands in an output buffer before a call, longer than any answer.
+const std::string kBefore(30000, 'x');
 
-bool mayAnswer(const std::string &entry, const std::string &returned) {
-  auto found = kOnFailure.find(returned);
-  return found != kOnFailure.end() && found->second.count(entry) != 0;
+// The row that is about an entry point; null when there is none, or more than one.
+const Promise *promiseOf(const std::string &entry) {
+  const Promise *found = nullptr;
+  for (const Promise &row : promises()) {
+    if (row.entries.count(entry) == 0) continue;
+    if (found != nullptr) return nullptr;
+    found = &row;
+  }
+  return found;
 }
 
-// Who may end the process, with which status, and what must have failed before.
-struct StatedExit {
-  int status;
-  Names causes;
-  Names entries;
-};
-
-const StatedExit kExits[] = {
-    {0,
-     {"socket", "ioctl"},
-     {"switch_init", "reg_read", "reg_write", "checkWanPortNumber", "igmpsnoopingenable",
-      "igmpsnooping_init", "igmpHWSnoopingRule", "initInternet"}},
-    {1, {"open"}, {"getWscResult", "setWscResult", "WPSAPTimerHandler"}},
-    {1, {"shmdt"}, {"sync_globalVar_and_sharedMem", "writeSessionFile", "getLoginUser", kFetch}},
-};
-
-bool mayExit(const std::string &entry, int status, const Names &failed) {
-  return std::any_of(std::begin(kExits), std::end(kExits), [&](const StatedExit &stated) {
-    auto is_cause = [&](const std::string &call) { return stated.causes.count(call) != 0; };
-    return stated.status == status && stated.entries.count(entry) != 0 &&
-           std::any_of(failed.begin(), failed.end(), is_cause);
-  });
+Answer fetchRecord(const std::vector<std::string> &) {
+  std::string before(sizeof global_shared_stuff, 'x');
+  memcpy(&global_shared_stuff, before.data(), before.size());
+  Answer answer{std::to_string(sync_globalVar_and_sharedMem(0)), {}};
+  bool kept = memcmp(&global_shared_stuff, before.data(), before.size()) == 0;
+  answer.outputs = {kept ? kBefore : "fetched"};
+  return answer;
 }
 
-// Who leaves the caller's buffer as it was when it answers -1.
-struct KeptOutput {
-  const char *name;
-  int (*get)(char *out);
-};
-
-int fetchInto(char *out) {
-  memcpy(&global_shared_stuff, out, sizeof global_shared_stuff);
-  int result = sync_globalVar_and_sharedMem(0);
-  memcpy(out, &global_shared_stuff, sizeof global_shared_stuff);
-  return -result;
-}
-
-constexpr KeptOutput kKeptOutputs[] = {
-    {"getIfIp", [](char *out) { return getIfIp("br0", out); }},
-    {"getIfNetmask", [](char *out) { return getIfNetmask("br0", out); }},
-    {"getIfMac", [](char *out) { return getIfMac("br0", out); }},
-    {"getGatewayByInterface", [](char *out) { return getGatewayByInterface("eth2.2", out); }},
-    {"getRoutingTable", getRoutingTable},
-    {"getCurrentPacketStatistic", getCurrentPacketStatistic},
-    {"getRaTxPacketASP", [](char *out) { return getRaTxPacketASP(out, 0, nullptr); }},
-    {"getRaRxByteASP", [](char *out) { return getRaRxByteASP(out, 0, nullptr); }},
-    {kFetch, fetchInto},
-};
-
-Entry asEntry(const KeptOutput &kept) {
-  auto call = [get = kept.get](const std::vector<std::string> &) {
-    const std::string before(4096, 'x');
-    std::string out = before;
-    bool failed = get(out.data()) == -1;
-    return Answer{failed && out != before ? "not as it was" : "", {}};
-  };
-  return {"", kept.name, {}, "", false, call};
+bool leaves(const std::string &output, const std::string &promised, bool begins_empty) {
+  if (promised == kAsItWas) return output == (begins_empty ? "" : kBefore);
+  return promised == kAnyText ? output.size() < kBefore.size() : output == promised;
 }
 
 const char *const kSpans[] = {"once", "from then on", "and all behind it"};
@@ -152,10 +50,19 @@ const char *const kSpans[] = {"once", "from then on", "and all behind it"};
 class Torture : public testing::Test {
  protected:
   void torture(const Situation &situation) {
+    const Promise *promise = promiseOf(situation.entry.name);
+    if (promise == nullptr) {
+      faults_[situation.entry.name + std::string(": not promised, or twice")] = "";
+      return;
+    }
+    orba::tool::left_in_outputs = promise->begins_empty ? "" : kBefore;
     Rehearsal whole(situation);
     whole.run();
-    judge(situation, whole, "without a failure");
     const std::vector<std::string> calls = whole.calls();
+    const std::string well = whole.answer.returned;
+    judge({situation, *promise, {well}, "without a failure"}, whole);
+    whole.run();
+    const Names well_again = {well, whole.answer.returned};
     calls_ += calls.size();
     size_t step = kLongRun ? 1 : std::max<size_t>(1, calls.size() / kCallsOfOrdinaryRun);
     for (size_t number = 1 + calls_ % step; number <= calls.size(); number += step) {
@@ -169,29 +76,75 @@ class Torture : public testing::Test {
           run.run();
           std::string what = "call " + std::to_string(number) + ", " + call + ", fails " +
                              kSpans[span] + ", way " + std::to_string(way);
-          judge(situation, run, what);
+          judge({situation, *promise, {well}, what, span, way == 0}, run);
           injections_++;
           // A semaphore that was not released is not there any more.
           if (run.exit_status || call == "semop") continue;
           run.device.faults().repair();
           run.run();
-          judge(situation, run, "again after " + what);
+          judge({situation, *promise, well_again, "again after " + what}, run);
         }
       }
     }
   }
 
-  void judge(const Situation &situation, Rehearsal &run, const std::string &what) {
-    const std::string entry = situation.entry.name, &returned = run.answer.returned;
-    sim::Device &device = run.device;
-    std::string fault = run.trouble;
+  struct Case {
+    const Situation &situation;
+    const Promise &promise;
+    Names well;  // what is answered when nothing fails
+    std::string what;
+    Faults::Span span = Faults::kOnce;
+    bool fails = false;  // by an error, not by an interruption or half the work
+  };
+
+  // Whether the answer is one of these (none: as when nothing fails) and every
+  // output as promised.
+  static bool kept(const Case &now, const Answer &answer, const Names &answers,
+                   const std::string &text) {
+    const Names &expected = answers.empty() ? now.well : answers;
+    return (now.promise.any_answer || expected.count(answer.returned) != 0) &&
+           std::all_of(answer.outputs.begin(), answer.outputs.end(),
+                       [&](const std::string &output) {
+                         return leaves(output, text, now.promise.begins_empty);
+                       });
+  }
+
+  // What the run has done otherwise than was promised. Of several failures that
+  // have happened any may be the one that is told.
+  static std::string broken(const Case &now, Rehearsal &run) {
+    const Promise &promise = now.promise;
+    const Names &failed = run.device.faults().failed();
+    bool must_tell = false, tells = false;
+    for (const Failure &failure : promise.failures) {
+      auto happened = [&](const std::string &call) { return failed.count(call) != 0; };
+      if (std::none_of(failure.of.begin(), failure.of.end(), happened)) continue;
+      if (now.fails && !(failure.for_good && now.span == Faults::kOnce)) must_tell = true;
+      if (failure.exits == run.exit_status &&
+          (failure.exits || kept(now, run.answer, failure.answers, failure.leaves))) {
+        tells = true;
+      }
+    }
     if (run.exit_status) {
-      if (!mayExit(entry, *run.exit_status, device.faults().failed())) fault = "ends the process";
-    } else {
-      Names &usual = usual_[entry];
-      if (device.faults().failed().empty()) usual.insert(returned);
-      if (usual.count(returned) == 0 && !mayAnswer(entry, returned))
-        fault += " answers " + returned;
+      return tells || promise.may_exit == run.exit_status ? "" : "ends the process";
+    }
+    bool well = kept(now, run.answer, {}, kAnyText) || kept(now, run.answer, {}, promise.may_leave);
+    tells = tells || (!promise.may_answer.empty() &&
+                      kept(now, run.answer, promise.may_answer, promise.then_leaves) && !must_tell);
+    if (tells && !well && !promise.prints_on_failure && !run.device.printed().empty()) {
+      return " prints " + run.device.printed();
+    }
+    if (tells || (well && !must_tell)) return "";
+    std::string fault = " answers " + run.answer.returned;
+    for (const std::string &output : run.answer.outputs) {
+      fault += " and leaves '" + output.substr(0, 40) + "'";
+    }
+    return fault;
+  }
+
+  void judge(const Case &now, Rehearsal &run) {
+    sim::Device &device = run.device;
+    std::string fault = run.trouble.empty() ? broken(now, run) : run.trouble;
+    if (!run.exit_status) {
       std::string held = device.held().describe();
       if (!held.empty()) fault += " still holds " + held;
       if (device.openPipes() != 0) fault += " leaves a pipe open";
@@ -202,14 +155,15 @@ class Torture : public testing::Test {
       }
     }
     // The names of routing tables that others have put there.
-    if (situation.place.files &&
+    if (now.situation.place.files &&
         device.text("/etc/iproute2/rt_tables").value_or("").find("255 local\n") != 0) {
       fault += " loses foreign lines";
     }
-    if (!fault.empty()) faults_[entry + ": " + fault] = situation.describe() + ", " + what;
+    if (fault.empty()) return;
+    faults_[std::string(now.situation.entry.name) + ": " + fault] =
+        now.situation.describe() + ", " + now.what;
   }
 
-  std::map<std::string, Names> usual_;         // what each entry point answers when all is well
   std::map<std::string, std::string> faults_;  // where each was seen last
   size_t calls_ = 0;
   size_t injections_ = 0;
@@ -218,12 +172,9 @@ class Torture : public testing::Test {
 }  // namespace
 
 TEST_F(Torture, EveryFailureIsSurvived) {
-  std::vector<Entry> kept;
-  for (const KeptOutput &output : kKeptOutputs) kept.push_back(asEntry(output));
+  const Entry fetch{"", kFetch, {}, "", false, fetchRecord};
   std::vector<Situation> situations = allSituations();
-  for (const Place &place : kPlaces) {
-    for (const Entry &entry : kept) situations.push_back({place, entry, {}});
-  }
+  for (const Place &place : kPlaces) situations.push_back({place, fetch, {}});
   for (const Situation &situation : situations) torture(situation);
   EXPECT_THAT(faults_, testing::IsEmpty());
   EXPECT_GT(injections_, 10000u);

@@ -57,6 +57,9 @@ tm timeFrom(const Parameter &parameter, const std::string &word);
 // The largest answer of any getter, with room to see one that goes beyond.
 constexpr size_t kOutputSize = size_t{64} * 1024;
 
+// What a caller has left in the buffers that it hands over for an answer.
+inline std::string left_in_outputs;
+
 // One argument of each C type, made from a word and kept while the call lasts.
 template <typename T>
 class Argument;
@@ -90,7 +93,8 @@ class Argument<char *> {
  public:
   Argument(const Parameter &parameter, const std::string *word)
       : reported_(parameter.output || parameter.both), buffer_(kOutputSize, '\0') {
-    if (word != nullptr) word->copy(buffer_.data(), kOutputSize - 1);
+    const std::string &text = word != nullptr ? *word : left_in_outputs;
+    text.copy(buffer_.data(), kOutputSize - 1);
   }
   char *get() { return buffer_.data(); }
   void collect(Answer &answer) {

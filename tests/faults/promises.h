@@ -1,0 +1,320 @@
+// What include/orba_util.h promises of each entry point when something that it
+// asks of the system fails. Nothing here is taken from what the library was seen to do.
+#ifndef ORBA_TESTS_FAULTS_PROMISES_H
+#define ORBA_TESTS_FAULTS_PROMISES_H
+
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+using Names = std::set<std::string>;
+
+// What the caller's buffers are to hold.
+constexpr char kAnyText[] = "any text that ends";
+constexpr char kAsItWas[] = "what the caller had put there";
+
+// The error of one of these calls is the entry point's own failure.
+struct Failure {
+  Names of;
+  Names answers = {};  // empty: what it answers when nothing fails
+  std::string leaves = kAnyText;
+  std::optional<int> exits = {};  // it ends the process, with this status
+  bool for_good = false;          // only when the call fails again and again
+};
+
+// One row holds for a family of entry points. Where nothing else is promised they
+// answer what they answer when nothing fails, and leave a text that ends.
+struct Promise {
+  Names entries;
+  std::vector<Failure> failures = {};
+  Names may_answer = {};  // besides: after a failure that it may also get over
+  std::string then_leaves = kAnyText;
+  std::string may_leave = kAnyText;  // besides a text that ends
+  std::optional<int> may_exit = {};  // the same for the end of the process
+  bool any_answer = false;           // the answer has no meaning
+  bool begins_empty = false;         // the caller hands over an empty text
+  bool prints_on_failure = true;
+};
+
+// A fetch into a record that the caller can compare with what it was.
+constexpr char kFetch[] = "fetching the login record";
+
+inline const std::vector<Promise> &promises() {
+  const Names kKernel = {"socket", "ioctl"};
+  const Names kShared = {"shmget", "shmat", "semget", "semtimedop"};
+  const Failure kRegisterExit = {.of = kKernel, .exits = 0};
+  const Failure kNoDriver = {.of = kKernel, .answers = {"-1"}, .leaves = kAsItWas};
+  static const std::vector<Promise> kPromises = {
+      // ---- nothing can fail, or what fails is not told ----
+      {.entries = {"A_SHAFinal",
+                   "A_SHAInit",
+                   "A_SHAUpdate",
+                   "AtoH",
+                   "BtoH",
+                   "ConvertRssiToSignalQuality",
+                   "ConverterStringToDisplay",
+                   "F",
+                   "PasswordHash",
+                   "checkWlanSchedulingCfg",
+                   "deleteNthValueMulti",
+                   "get16MBSSIDBuilt",
+                   "getField",
+                   "getLANRxByteASP",
+                   "getLANRxPacketASP",
+                   "getLANTxByteASP",
+                   "getLANTxPacketASP",
+                   "getMBSSIDBuilt",
+                   "getMaxBssidNum",
+                   "getMeshBuilt",
+                   "getNums",
+                   "getOnePortOnly",
+                   "getRefreshInfo",
+                   "getRuleNums",
+                   "getTuStatusFrameRefreshTimeout",
+                   "getValueCount2",
+                   "getWPSAuthMode",
+                   "getWPSEncrypType",
+                   "getWlanApcliBuilt",
+                   "hmac_sha1",
+                   "is3t3r",
+                   "isMacValid",
+                   "isProtectedUrl",
+                   "isSameClassName",
+                   "isSameClassRule",
+                   "isSameQueueName",
+                   "racat",
+                   "setNthValue",
+                   "shaHashBlock",
+                   "trim",
+                   "init_SharedMemoryVar",
+                   "isIpNetmaskValid",
+                   "orbaQoSLANIntf",
+                   "setReduceBootTimeFlag",
+                   "setVarIsEnrollee",
+                   "setVarWscConfigured"}},
+      {.entries = {"LoadLayer7FilterName",
+                   "RT_iptablesDMZRun",
+                   "RT_makeDMZRule",
+                   "WPSAPCliPBCStart",
+                   "WPSAPCliTimerHandler",
+                   "WPSAPPBCStartAll",
+                   "WPSAPStart",
+                   "WPSSingleTriggerHandler",
+                   "doPolicyRoutingAction",
+                   "doPolicyRoutingRemove",
+                   "iptablesDMZInit",
+                   "iptablesPortForwardRun",
+                   "makeIPPortFilterRule",
+                   "resetEthernetSwitchPort",
+                   "resetTimerAll",
+                   "resetTimerAllApCli",
+                   "restart8021XDaemon",
+                   "serviceCtl_restart",
+                   "setWlanSchedulingCfg",
+                   "tuLogout",
+                   "updateWpsStatusFlag",
+                   "websHostFilter",
+                   "websHostFilterDelete"}},
+      {.entries = {"doSystem", "doSystemBackGround", "doSystemWithoutConsole", "debug"}},
+      {.entries = {"InitWireless_ra0", "WPSRestart", "WlanRestart", "backupRecoverSettings",
+                   "doAddStaticRoute", "ethernetPortEventHandler", "orbaQoSSSID",
+                   "setWlanSchedulingCurrentState", "wlanModeChange2_4_init", "wlan_schedule_cfg",
+                   "wlan_schedule_init"}},
+      {.entries = {"MACFilterFlush",
+                   "MACFilterRun",
+                   "RoutingInit",
+                   "firewall_fini",
+                   "firewall_init",
+                   "iptablesAclRun",
+                   "iptablesDHCPRelayChainFlush",
+                   "iptablesDHCPRelayChainRun",
+                   "iptablesDMZFlush",
+                   "iptablesDMZRun",
+                   "iptablesIPPortFilterFlush",
+                   "iptablesIPPortFilterRun",
+                   "iptablesMaliciousFilterFlush",
+                   "iptablesMaliciousFilterRun",
+                   "iptablesMclRun",
+                   "iptablesPathMTU",
+                   "iptablesPortForwardFlush",
+                   "iptablesRemoteManagementRun",
+                   "iptablesWebsFilterRun",
+                   "orba_pppoeRelay",
+                   "setServiceControl",
+                   "staticRoutingInit",
+                   "updateFlash8021x",
+                   "clearlog",
+                   "startlog_init",
+                   "restartnmbd",
+                   "restartAvahid"},
+       .any_answer = true},
+      {.entries = {"management_init"}, .any_answer = true},
+
+      // ---- settings: one that cannot be read counts as missing ----
+      {.entries = {"getIPPortRuleNums", "getHostKeywordNums", "getPortForwardRuleNums"},
+       .failures = {{.of = {"nvram_bufget"}, .leaves = "0"}}},
+      {.entries = {"getAclRuleNums", "isAnyVLANRuleExist", "isQueueBeReference"},
+       .failures = {{.of = {"nvram_bufget"}, .answers = {"0"}}}},
+      {.entries = {"STF", "STFs"}, .failures = {{.of = {"nvram_bufset"}, .answers = {"-1"}}}},
+      {.entries = {"getIndexOfRoutingRule"},
+       .failures = {{.of = {"nvram_bufget"}, .answers = {"-1"}}}},
+      {.entries = {"getLanIfName"}, .may_answer = {"br0", "eth2"}},
+      {.entries = {"getLanWanNamebyIf"},
+       .failures = {{.of = {"nvram_bufget"}, .answers = {"Unknown"}}}},
+      {.entries = {"getWanIfName", "getWanIfNamePPP"}, .may_leave = kAsItWas},
+      {.entries = {"getWan2IfName", "getWan2IfNamePPP", "getDefaultWanAddressType",
+                   "getDefaultWanConnectionMode", "wanSrvName",
+                   "showPortForwardRedirectedWarning"}},
+      // Without its connection mode WAN 1 has the name of its Ethernet-side device.
+      {.entries = {"getDefaultWanIfName"}, .may_answer = {"", "eth2.2", "eth2.10"}},
+      {.entries = {"getModelName", "getHostName"},
+       .failures = {{.of = {"nvram_bufget"}, .leaves = ""}}},
+      {.entries = {"getWlan11aChannels", "getWlan11bChannels", "getWlan11gChannels"},
+       .begins_empty = true},
+      {.entries = {"getWlanChannel"}},
+      {.entries = {"executeStaticRoute", "executePolicyRoute"}, .may_answer = {"0"}},
+
+      // ---- the kernel's interfaces and routes ----
+      {.entries = {"getIfIp", "getIfNetmask", "getIfMac"},
+       .failures = {kNoDriver},
+       .may_answer = {"-1"},
+       .then_leaves = kAsItWas},
+      {.entries = {"getLanMac"}, .failures = {{.of = kKernel, .leaves = ""}}},
+      {.entries = {"getDefaultWanMac", "getDefaultWanIp", "getDefaultWanNetmask",
+                   "getWlanCurrentMac", "getWlanMac", "getWiFiMac"},
+       .failures = {{.of = kKernel, .answers = {"0"}, .leaves = ""}},
+       .may_answer = {"0"},
+       .then_leaves = ""},
+      {.entries = {"getGatewayByInterface"},
+       .failures = {{.of = {"fopen", "fgets"}, .leaves = "0.0.0.0"}},
+       .may_answer = {"-1"},
+       .then_leaves = kAsItWas},
+      {.entries = {"getGateway"},
+       .failures = {{.of = kKernel, .answers = {"-1"}, .leaves = kAsItWas}},
+       .may_answer = {"-1"},
+       .then_leaves = kAsItWas,
+       .begins_empty = true},
+      {.entries = {"getWanGateway"},
+       .failures = {{.of = {"fopen"}, .answers = {"-1"}, .leaves = kAsItWas}},
+       .may_answer = {"-1"},
+       .then_leaves = kAsItWas,
+       .may_leave = kAsItWas},
+      {.entries = {"getWanDefaultGateway"},
+       .failures = {{.of = {"fopen"}, .answers = {"-1"}, .leaves = kAsItWas}},
+       .may_leave = kAsItWas,
+       .any_answer = true},
+      {.entries = {"arplookup"},
+       .failures = {{.of = {"fopen", "fgets"}, .leaves = "00:00:00:00:00:00"}},
+       .any_answer = true},
+      {.entries = {"wanarplookup"},
+       .failures = {{.of = {"socket", "ioctl", "fopen"}, .answers = {"0"}}},
+       .may_answer = {"0"}},
+      {.entries = {"getRoutingTable"},
+       .failures = {{.of = {"fopen", "calloc"}, .answers = {"-1"}, .leaves = kAsItWas}}},
+
+      // ---- drivers ----
+      {.entries = {"OidQueryInformation", "OidSetInformation", "ApOidQueryInformation"},
+       .failures = {{.of = {"ioctl"}, .answers = {"-1"}}},
+       .may_answer = {"-1"}},
+      {.entries = {"getOperatingChannel", "getAPPIN", "getWscStatus"},
+       .failures = {{.of = kKernel, .answers = {"0"}}},
+       .may_answer = {"0"}},
+      {.entries = {"getWlanOperatingChannel"}, .failures = {{.of = kKernel, .leaves = "0"}}},
+      {.entries = {"getCurrentWscProfile"},
+       .failures = {{.of = kKernel, .answers = {"-1"}, .leaves = "N/A N/A"}},
+       .may_answer = {"-1"},
+       .then_leaves = "N/A N/A",
+       .begins_empty = true},
+      {.entries = {"getWscProfile"},
+       .failures = {{.of = kKernel, .answers = {"-1"}}},
+       .may_answer = {"-1"}},
+      {.entries = {"getRaTxPacketASP", "getRaRxPacketASP", "getRaTxByteASP", "getRaRxByteASP"},
+       .failures = {{.of = {"ioctl"}, .answers = {"-1"}, .leaves = kAsItWas}},
+       .may_answer = {"-1"},
+       .then_leaves = kAsItWas},
+      {.entries = {"printStaBssidList"},
+       .failures = {{.of = {"socket", "calloc"}, .answers = {"-1"}}},
+       .may_answer = {"-1"},
+       .prints_on_failure = false},
+      {.entries = {"gpioLedSet", "ledAlways"},
+       .failures = {{.of = {"open", "ioctl"}, .answers = {"-1"}}},
+       .may_answer = {"-1"}},
+      {.entries = {"ledWps", "setLedOff"}, .may_answer = {"-1"}},
+      {.entries = {"setTimer", "setTimerOnce", "setFullTimer", "stopTimer"},
+       .failures = {{.of = {"setitimer"}, .answers = {"-1"}}},
+       .may_answer = {"-1"}},
+      {.entries = {"wlan_init"}, .failures = {{.of = {"sleep"}, .answers = {"1"}}}},
+      {.entries = {"switch_init", "reg_read", "reg_write"}, .failures = {kRegisterExit}},
+      {.entries = {"switch_fini"}},
+      {.entries = {"checkWanPortNumber"},
+       .failures = {kRegisterExit},
+       .may_answer = {"0", "16384"}},
+      {.entries = {"igmpsnoopingenable"}, .failures = {kRegisterExit}, .may_answer = {"0"}},
+      {.entries = {"igmpsnooping_init", "igmpHWSnoopingRule", "initInternet"}, .may_exit = 0},
+
+      // ---- programs and files ----
+      {.entries = {"getWANLinkStatus"},
+       .failures = {{.of = {"popen", "fread"}, .answers = {"0"}}},
+       .may_answer = {"0"}},
+      {.entries = {"reedSwitchReg"},
+       .failures = {{.of = {"popen"}, .answers = {"-1"}}, {.of = {"fgets"}, .answers = {"0"}}}},
+      {.entries = {"getSwitchPacket"},
+       .failures = {{.of = {"popen"}, .answers = {"-1", "-2", "-3"}}}},
+      {.entries = {"getSwitchRxError"},
+       .failures = {{.of = {"popen"}, .answers = {"-1", "-2", "-3", "-4", "-5", "-6"}}}},
+      {.entries = {"getSwitchBytes"},
+       .failures = {{.of = {"popen"}, .answers = {"0", "4294967295", "9223372036854775807"}}}},
+      {.entries = {"getWLANTxPacketASP", "getWLANRxPacketASP", "getWLANTxByteASP",
+                   "getWLANRxByteASP", "getWANTxPacketASP", "getWANRxPacketASP", "getWANTxByteASP",
+                   "getWANRxByteASP"},
+       .failures = {{.of = {"fopen"}, .leaves = "-1"}}},
+      {.entries = {"getCurrentPacketStatistic"},
+       .failures = {{.of = {"ioctl"}, .answers = {"-1"}, .leaves = kAsItWas}},
+       .may_answer = {"-1"},
+       .then_leaves = kAsItWas},
+      {.entries = {"getSysUptime"}, .failures = {{.of = {"sysinfo"}, .leaves = ""}}},
+      {.entries = {"getMemUsgInfo"}, .failures = {{.of = {"fopen"}, .leaves = ""}}},
+      {.entries = {"getCpuLoad"}, .failures = {{.of = {"fgets"}, .leaves = ""}}},
+      {.entries = {"getSysCurrentTime"}, .failures = {{.of = {"ctime_r"}, .leaves = ""}}},
+      {.entries = {"getPortStatus"}, .failures = {{.of = {"popen", "fread"}, .leaves = ""}}},
+      {.entries = {"readHttpdPid"},
+       .failures = {{.of = {"fopen", "fscanf"}, .answers = {"0"}}},
+       .may_answer = {"0"}},
+      {.entries = {"getNameIntroFromPat"},
+       .failures = {{.of = {"fopen"}, .answers = {"(null)"}}},
+       .may_answer = {"N/A#N/A"}},
+      {.entries = {"getLayer7Filters"}, .failures = {{.of = {"opendir"}, .leaves = ""}}},
+      {.entries = {"orbaQoSRestart"}, .failures = {{.of = {"fopen"}, .answers = {"0"}}}},
+      {.entries = {"orbaQoSInit"},
+       .failures = {{.of = {"fopen"}, .answers = {"0"}}},
+       .may_answer = {"0"}},
+      {.entries = {"TZsync2nvram"},
+       .failures = {{.of = {"fopen", "fgets"}, .answers = {"0"}}},
+       .may_answer = {"-1", "0"}},
+      {.entries = {"getWscResultOrba", "getWscResultGUIOrba"},
+       .failures = {{.of = {"open"}, .answers = {"-1"}}, {.of = {"read"}, .answers = {"0"}}}},
+      {.entries = {"getWscResult"},
+       .failures = {{.of = {"open"}, .exits = 1, .for_good = true},
+                    {.of = {"read"}, .answers = {"0"}}},
+       .may_answer = {"0"}},
+      {.entries = {"setWscResult"}, .failures = {{.of = {"open"}, .exits = 1, .for_good = true}}},
+      {.entries = {"WPSAPTimerHandler"}, .may_exit = 1},
+
+      // ---- the login record ----
+      {.entries = {"init_SharedMemory"},
+       .failures = {{.of = {"shmget", "shmat", "shmdt", "semget"}, .answers = {"1"}}},
+       .may_answer = {"1"}},
+      {.entries = {"sync_globalVar_and_sharedMem", "writeSessionFile", kFetch},
+       .failures = {{.of = kShared, .answers = {"1"}, .leaves = kAsItWas},
+                    {.of = {"shmdt"}, .exits = 1}},
+       .may_answer = {"1"},
+       .then_leaves = kAsItWas},
+      {.entries = {"getLoginUser"},
+       .failures = {{.of = kShared, .leaves = "admin"}, {.of = {"shmdt"}, .exits = 1}}},
+  };
+  return kPromises;
+}
+
+#endif

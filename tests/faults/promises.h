@@ -3,13 +3,19 @@
 #ifndef ORBA_TESTS_FAULTS_PROMISES_H
 #define ORBA_TESTS_FAULTS_PROMISES_H
 
-#include <map>
+#include <iterator>
 #include <optional>
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
 using Names = std::set<std::string>;
+
+inline Names namesIn(const std::string &words) {
+  std::istringstream stream(words);
+  return {std::istream_iterator<std::string>(stream), {}};
+}
 
 // What the caller's buffers are to hold.
 constexpr char kAnyText[] = "any text that ends";
@@ -39,279 +45,209 @@ struct Promise {
 };
 
 // A fetch into a record that the caller can compare with what it was.
-constexpr char kFetch[] = "fetching the login record";
+const std::string kFetch = "fetching";
 
 inline const std::vector<Promise> &promises() {
   const Names kKernel = {"socket", "ioctl"};
   const Names kShared = {"shmget", "shmat", "semget", "semtimedop"};
   const Failure kRegisterExit = {.of = kKernel, .exits = 0};
-  const Failure kNoDriver = {.of = kKernel, .answers = {"-1"}, .leaves = kAsItWas};
+  const Failure kNotAsked = {.of = kKernel, .answers = {"-1"}, .leaves = kAsItWas};
   static const std::vector<Promise> kPromises = {
-      // ---- nothing can fail, or what fails is not told ----
-      {.entries = {"A_SHAFinal",
-                   "A_SHAInit",
-                   "A_SHAUpdate",
-                   "AtoH",
-                   "BtoH",
-                   "ConvertRssiToSignalQuality",
-                   "ConverterStringToDisplay",
-                   "F",
-                   "PasswordHash",
-                   "checkWlanSchedulingCfg",
-                   "deleteNthValueMulti",
-                   "get16MBSSIDBuilt",
-                   "getField",
-                   "getLANRxByteASP",
-                   "getLANRxPacketASP",
-                   "getLANTxByteASP",
-                   "getLANTxPacketASP",
-                   "getMBSSIDBuilt",
-                   "getMaxBssidNum",
-                   "getMeshBuilt",
-                   "getNums",
-                   "getOnePortOnly",
-                   "getRefreshInfo",
-                   "getRuleNums",
-                   "getTuStatusFrameRefreshTimeout",
-                   "getValueCount2",
-                   "getWPSAuthMode",
-                   "getWPSEncrypType",
-                   "getWlanApcliBuilt",
-                   "hmac_sha1",
-                   "is3t3r",
-                   "isMacValid",
-                   "isProtectedUrl",
-                   "isSameClassName",
-                   "isSameClassRule",
-                   "isSameQueueName",
-                   "racat",
-                   "setNthValue",
-                   "shaHashBlock",
-                   "trim",
-                   "init_SharedMemoryVar",
-                   "isIpNetmaskValid",
-                   "orbaQoSLANIntf",
-                   "setReduceBootTimeFlag",
-                   "setVarIsEnrollee",
-                   "setVarWscConfigured"}},
-      {.entries = {"LoadLayer7FilterName",
-                   "RT_iptablesDMZRun",
-                   "RT_makeDMZRule",
-                   "WPSAPCliPBCStart",
-                   "WPSAPCliTimerHandler",
-                   "WPSAPPBCStartAll",
-                   "WPSAPStart",
-                   "WPSSingleTriggerHandler",
-                   "doPolicyRoutingAction",
-                   "doPolicyRoutingRemove",
-                   "iptablesDMZInit",
-                   "iptablesPortForwardRun",
-                   "makeIPPortFilterRule",
-                   "resetEthernetSwitchPort",
-                   "resetTimerAll",
-                   "resetTimerAllApCli",
-                   "restart8021XDaemon",
-                   "serviceCtl_restart",
-                   "setWlanSchedulingCfg",
-                   "tuLogout",
-                   "updateWpsStatusFlag",
-                   "websHostFilter",
-                   "websHostFilterDelete"}},
-      {.entries = {"doSystem", "doSystemBackGround", "doSystemWithoutConsole", "debug"}},
-      {.entries = {"InitWireless_ra0", "WPSRestart", "WlanRestart", "backupRecoverSettings",
-                   "doAddStaticRoute", "ethernetPortEventHandler", "orbaQoSSSID",
-                   "setWlanSchedulingCurrentState", "wlanModeChange2_4_init", "wlan_schedule_cfg",
-                   "wlan_schedule_init"}},
-      {.entries = {"MACFilterFlush",
-                   "MACFilterRun",
-                   "RoutingInit",
-                   "firewall_fini",
-                   "firewall_init",
-                   "iptablesAclRun",
-                   "iptablesDHCPRelayChainFlush",
-                   "iptablesDHCPRelayChainRun",
-                   "iptablesDMZFlush",
-                   "iptablesDMZRun",
-                   "iptablesIPPortFilterFlush",
-                   "iptablesIPPortFilterRun",
-                   "iptablesMaliciousFilterFlush",
-                   "iptablesMaliciousFilterRun",
-                   "iptablesMclRun",
-                   "iptablesPathMTU",
-                   "iptablesPortForwardFlush",
-                   "iptablesRemoteManagementRun",
-                   "iptablesWebsFilterRun",
-                   "orba_pppoeRelay",
-                   "setServiceControl",
-                   "staticRoutingInit",
-                   "updateFlash8021x",
-                   "clearlog",
-                   "startlog_init",
-                   "restartnmbd",
-                   "restartAvahid"},
+      // ---- nothing can fail, or what fails is not told: the result is the usual one ----
+      {.entries = namesIn("A_SHAFinal A_SHAInit A_SHAUpdate AtoH BtoH ConvertRssiToSignalQuality "
+                          "ConverterStringToDisplay F PasswordHash checkWlanSchedulingCfg "
+                          "deleteNthValueMulti get16MBSSIDBuilt getField getLANRxByteASP "
+                          "getLANRxPacketASP getLANTxByteASP getLANTxPacketASP getMBSSIDBuilt "
+                          "getMaxBssidNum getMeshBuilt getNums getOnePortOnly getRefreshInfo "
+                          "getRuleNums getTuStatusFrameRefreshTimeout getValueCount2 "
+                          "getWPSAuthMode getWPSEncrypType getWlanApcliBuilt hmac_sha1 is3t3r "
+                          "isMacValid isProtectedUrl isSameClassName isSameClassRule "
+                          "isSameQueueName racat setNthValue shaHashBlock trim "
+                          "init_SharedMemoryVar isIpNetmaskValid orbaQoSLANIntf "
+                          "setReduceBootTimeFlag setVarIsEnrollee setVarWscConfigured")},
+      {.entries = namesIn("LoadLayer7FilterName RT_iptablesDMZRun RT_makeDMZRule WPSAPCliPBCStart "
+                          "WPSAPCliTimerHandler WPSAPPBCStartAll WPSAPStart "
+                          "WPSSingleTriggerHandler doPolicyRoutingAction doPolicyRoutingRemove "
+                          "iptablesDMZInit iptablesPortForwardRun makeIPPortFilterRule "
+                          "resetEthernetSwitchPort resetTimerAll resetTimerAllApCli "
+                          "restart8021XDaemon serviceCtl_restart setWlanSchedulingCfg tuLogout "
+                          "updateWpsStatusFlag websHostFilter websHostFilterDelete")},
+      {.entries = namesIn("doSystem doSystemBackGround doSystemWithoutConsole debug")},
+      {.entries = namesIn("InitWireless_ra0 WPSRestart WlanRestart backupRecoverSettings "
+                          "doAddStaticRoute ethernetPortEventHandler orbaQoSSSID "
+                          "setWlanSchedulingCurrentState wlanModeChange2_4_init wlan_schedule_cfg "
+                          "wlan_schedule_init")},
+      {.entries = namesIn("MACFilterFlush MACFilterRun RoutingInit firewall_fini firewall_init "
+                          "iptablesAclRun iptablesDHCPRelayChainFlush iptablesDHCPRelayChainRun "
+                          "iptablesDMZFlush iptablesDMZRun iptablesIPPortFilterFlush "
+                          "iptablesIPPortFilterRun iptablesMaliciousFilterFlush "
+                          "iptablesMaliciousFilterRun iptablesMclRun iptablesPathMTU "
+                          "iptablesPortForwardFlush iptablesRemoteManagementRun "
+                          "iptablesWebsFilterRun orba_pppoeRelay setServiceControl "
+                          "staticRoutingInit updateFlash8021x clearlog startlog_init restartnmbd "
+                          "restartAvahid management_init"),
        .any_answer = true},
-      {.entries = {"management_init"}, .any_answer = true},
 
       // ---- settings: one that cannot be read counts as missing ----
-      {.entries = {"getIPPortRuleNums", "getHostKeywordNums", "getPortForwardRuleNums"},
+      {.entries = namesIn("getIPPortRuleNums getHostKeywordNums getPortForwardRuleNums"),
        .failures = {{.of = {"nvram_bufget"}, .leaves = "0"}}},
-      {.entries = {"getAclRuleNums", "isAnyVLANRuleExist", "isQueueBeReference"},
+      {.entries = namesIn("getAclRuleNums isAnyVLANRuleExist isQueueBeReference"),
        .failures = {{.of = {"nvram_bufget"}, .answers = {"0"}}}},
-      {.entries = {"STF", "STFs"}, .failures = {{.of = {"nvram_bufset"}, .answers = {"-1"}}}},
-      {.entries = {"getIndexOfRoutingRule"},
+      {.entries = namesIn("STF STFs"), .failures = {{.of = {"nvram_bufset"}, .answers = {"-1"}}}},
+      {.entries = namesIn("getIndexOfRoutingRule"),
        .failures = {{.of = {"nvram_bufget"}, .answers = {"-1"}}}},
-      {.entries = {"getLanIfName"}, .may_answer = {"br0", "eth2"}},
-      {.entries = {"getLanWanNamebyIf"},
+      {.entries = namesIn("getLanIfName"), .may_answer = {"br0", "eth2"}},
+      {.entries = namesIn("getLanWanNamebyIf"),
        .failures = {{.of = {"nvram_bufget"}, .answers = {"Unknown"}}}},
-      {.entries = {"getWanIfName", "getWanIfNamePPP"}, .may_leave = kAsItWas},
-      {.entries = {"getWan2IfName", "getWan2IfNamePPP", "getDefaultWanAddressType",
-                   "getDefaultWanConnectionMode", "wanSrvName",
-                   "showPortForwardRedirectedWarning"}},
+      {.entries = namesIn("getWanIfName getWanIfNamePPP"), .may_leave = kAsItWas},
+      {.entries =
+           namesIn("getWan2IfName getWan2IfNamePPP getDefaultWanAddressType "
+                   "getDefaultWanConnectionMode wanSrvName showPortForwardRedirectedWarning")},
       // Without its connection mode WAN 1 has the name of its Ethernet-side device.
-      {.entries = {"getDefaultWanIfName"}, .may_answer = {"", "eth2.2", "eth2.10"}},
-      {.entries = {"getModelName", "getHostName"},
+      {.entries = namesIn("getDefaultWanIfName"), .may_answer = {"", "eth2.2", "eth2.10"}},
+      {.entries = namesIn("getModelName getHostName"),
        .failures = {{.of = {"nvram_bufget"}, .leaves = ""}}},
-      {.entries = {"getWlan11aChannels", "getWlan11bChannels", "getWlan11gChannels"},
+      {.entries = namesIn("getWlan11aChannels getWlan11bChannels getWlan11gChannels"),
        .begins_empty = true},
-      {.entries = {"getWlanChannel"}},
-      {.entries = {"executeStaticRoute", "executePolicyRoute"}, .may_answer = {"0"}},
+      {.entries = namesIn("getWlanChannel")},
+      {.entries = namesIn("executeStaticRoute executePolicyRoute"), .may_answer = {"0"}},
 
       // ---- the kernel's interfaces and routes ----
-      {.entries = {"getIfIp", "getIfNetmask", "getIfMac"},
-       .failures = {kNoDriver},
+      {.entries = namesIn("getIfIp getIfNetmask getIfMac"),
+       .failures = {kNotAsked},
        .may_answer = {"-1"},
        .then_leaves = kAsItWas},
-      {.entries = {"getLanMac"}, .failures = {{.of = kKernel, .leaves = ""}}},
-      {.entries = {"getDefaultWanMac", "getDefaultWanIp", "getDefaultWanNetmask",
-                   "getWlanCurrentMac", "getWlanMac", "getWiFiMac"},
+      {.entries = namesIn("getLanMac"), .failures = {{.of = kKernel, .leaves = ""}}},
+      {.entries = namesIn("getDefaultWanMac getDefaultWanIp getDefaultWanNetmask getWlanCurrentMac "
+                          "getWlanMac getWiFiMac"),
        .failures = {{.of = kKernel, .answers = {"0"}, .leaves = ""}},
        .may_answer = {"0"},
        .then_leaves = ""},
-      {.entries = {"getGatewayByInterface"},
+      {.entries = namesIn("getGatewayByInterface"),
        .failures = {{.of = {"fopen", "fgets"}, .leaves = "0.0.0.0"}},
        .may_answer = {"-1"},
        .then_leaves = kAsItWas},
-      {.entries = {"getGateway"},
+      {.entries = namesIn("getGateway"),
        .failures = {{.of = kKernel, .answers = {"-1"}, .leaves = kAsItWas}},
        .may_answer = {"-1"},
        .then_leaves = kAsItWas,
        .begins_empty = true},
-      {.entries = {"getWanGateway"},
+      {.entries = namesIn("getWanGateway"),
        .failures = {{.of = {"fopen"}, .answers = {"-1"}, .leaves = kAsItWas}},
        .may_answer = {"-1"},
        .then_leaves = kAsItWas,
        .may_leave = kAsItWas},
-      {.entries = {"getWanDefaultGateway"},
+      {.entries = namesIn("getWanDefaultGateway"),
        .failures = {{.of = {"fopen"}, .answers = {"-1"}, .leaves = kAsItWas}},
        .may_leave = kAsItWas,
        .any_answer = true},
-      {.entries = {"arplookup"},
+      {.entries = namesIn("arplookup"),
        .failures = {{.of = {"fopen", "fgets"}, .leaves = "00:00:00:00:00:00"}},
        .any_answer = true},
-      {.entries = {"wanarplookup"},
+      {.entries = namesIn("wanarplookup"),
        .failures = {{.of = {"socket", "ioctl", "fopen"}, .answers = {"0"}}},
        .may_answer = {"0"}},
-      {.entries = {"getRoutingTable"},
+      {.entries = namesIn("getRoutingTable"),
        .failures = {{.of = {"fopen", "calloc"}, .answers = {"-1"}, .leaves = kAsItWas}}},
 
       // ---- drivers ----
-      {.entries = {"OidQueryInformation", "OidSetInformation", "ApOidQueryInformation"},
+      {.entries = namesIn("OidQueryInformation OidSetInformation ApOidQueryInformation"),
        .failures = {{.of = {"ioctl"}, .answers = {"-1"}}},
        .may_answer = {"-1"}},
-      {.entries = {"getOperatingChannel", "getAPPIN", "getWscStatus"},
+      {.entries = namesIn("getOperatingChannel getAPPIN getWscStatus"),
        .failures = {{.of = kKernel, .answers = {"0"}}},
        .may_answer = {"0"}},
-      {.entries = {"getWlanOperatingChannel"}, .failures = {{.of = kKernel, .leaves = "0"}}},
-      {.entries = {"getCurrentWscProfile"},
+      {.entries = namesIn("getWlanOperatingChannel"), .failures = {{.of = kKernel, .leaves = "0"}}},
+      {.entries = namesIn("getCurrentWscProfile"),
        .failures = {{.of = kKernel, .answers = {"-1"}, .leaves = "N/A N/A"}},
        .may_answer = {"-1"},
        .then_leaves = "N/A N/A",
        .begins_empty = true},
-      {.entries = {"getWscProfile"},
+      {.entries = namesIn("getWscProfile"),
        .failures = {{.of = kKernel, .answers = {"-1"}}},
        .may_answer = {"-1"}},
-      {.entries = {"getRaTxPacketASP", "getRaRxPacketASP", "getRaTxByteASP", "getRaRxByteASP"},
+      {.entries = namesIn("getRaTxPacketASP getRaRxPacketASP getRaTxByteASP getRaRxByteASP"),
        .failures = {{.of = {"ioctl"}, .answers = {"-1"}, .leaves = kAsItWas}},
        .may_answer = {"-1"},
        .then_leaves = kAsItWas},
-      {.entries = {"printStaBssidList"},
+      {.entries = namesIn("printStaBssidList"),
        .failures = {{.of = {"socket", "calloc"}, .answers = {"-1"}}},
        .may_answer = {"-1"},
        .prints_on_failure = false},
-      {.entries = {"gpioLedSet", "ledAlways"},
+      {.entries = namesIn("gpioLedSet ledAlways"),
        .failures = {{.of = {"open", "ioctl"}, .answers = {"-1"}}},
        .may_answer = {"-1"}},
-      {.entries = {"ledWps", "setLedOff"}, .may_answer = {"-1"}},
-      {.entries = {"setTimer", "setTimerOnce", "setFullTimer", "stopTimer"},
+      {.entries = namesIn("ledWps setLedOff"), .may_answer = {"-1"}},
+      {.entries = namesIn("setTimer setTimerOnce setFullTimer stopTimer"),
        .failures = {{.of = {"setitimer"}, .answers = {"-1"}}},
        .may_answer = {"-1"}},
-      {.entries = {"wlan_init"}, .failures = {{.of = {"sleep"}, .answers = {"1"}}}},
-      {.entries = {"switch_init", "reg_read", "reg_write"}, .failures = {kRegisterExit}},
-      {.entries = {"switch_fini"}},
-      {.entries = {"checkWanPortNumber"},
+      {.entries = namesIn("wlan_init"), .failures = {{.of = {"sleep"}, .answers = {"1"}}}},
+      {.entries = namesIn("switch_init reg_read reg_write"), .failures = {kRegisterExit}},
+      {.entries = namesIn("switch_fini")},
+      {.entries = namesIn("checkWanPortNumber"),
        .failures = {kRegisterExit},
        .may_answer = {"0", "16384"}},
-      {.entries = {"igmpsnoopingenable"}, .failures = {kRegisterExit}, .may_answer = {"0"}},
-      {.entries = {"igmpsnooping_init", "igmpHWSnoopingRule", "initInternet"}, .may_exit = 0},
+      {.entries = namesIn("igmpsnoopingenable"), .failures = {kRegisterExit}, .may_answer = {"0"}},
+      {.entries = namesIn("igmpsnooping_init igmpHWSnoopingRule initInternet"), .may_exit = 0},
 
       // ---- programs and files ----
-      {.entries = {"getWANLinkStatus"},
+      {.entries = namesIn("getWANLinkStatus"),
        .failures = {{.of = {"popen", "fread"}, .answers = {"0"}}},
        .may_answer = {"0"}},
-      {.entries = {"reedSwitchReg"},
+      {.entries = namesIn("reedSwitchReg"),
        .failures = {{.of = {"popen"}, .answers = {"-1"}}, {.of = {"fgets"}, .answers = {"0"}}}},
-      {.entries = {"getSwitchPacket"},
+      {.entries = namesIn("getSwitchPacket"),
        .failures = {{.of = {"popen"}, .answers = {"-1", "-2", "-3"}}}},
-      {.entries = {"getSwitchRxError"},
+      {.entries = namesIn("getSwitchRxError"),
        .failures = {{.of = {"popen"}, .answers = {"-1", "-2", "-3", "-4", "-5", "-6"}}}},
-      {.entries = {"getSwitchBytes"},
+      {.entries = namesIn("getSwitchBytes"),
        .failures = {{.of = {"popen"}, .answers = {"0", "4294967295", "9223372036854775807"}}}},
-      {.entries = {"getWLANTxPacketASP", "getWLANRxPacketASP", "getWLANTxByteASP",
-                   "getWLANRxByteASP", "getWANTxPacketASP", "getWANRxPacketASP", "getWANTxByteASP",
-                   "getWANRxByteASP"},
+      {.entries = namesIn("getWLANTxPacketASP getWLANRxPacketASP getWLANTxByteASP getWLANRxByteASP "
+                          "getWANTxPacketASP getWANRxPacketASP getWANTxByteASP getWANRxByteASP"),
        .failures = {{.of = {"fopen"}, .leaves = "-1"}}},
-      {.entries = {"getCurrentPacketStatistic"},
+      {.entries = namesIn("getCurrentPacketStatistic"),
        .failures = {{.of = {"ioctl"}, .answers = {"-1"}, .leaves = kAsItWas}},
        .may_answer = {"-1"},
        .then_leaves = kAsItWas},
-      {.entries = {"getSysUptime"}, .failures = {{.of = {"sysinfo"}, .leaves = ""}}},
-      {.entries = {"getMemUsgInfo"}, .failures = {{.of = {"fopen"}, .leaves = ""}}},
-      {.entries = {"getCpuLoad"}, .failures = {{.of = {"fgets"}, .leaves = ""}}},
-      {.entries = {"getSysCurrentTime"}, .failures = {{.of = {"ctime_r"}, .leaves = ""}}},
-      {.entries = {"getPortStatus"}, .failures = {{.of = {"popen", "fread"}, .leaves = ""}}},
-      {.entries = {"readHttpdPid"},
+      {.entries = namesIn("getSysUptime"), .failures = {{.of = {"sysinfo"}, .leaves = ""}}},
+      {.entries = namesIn("getMemUsgInfo"), .failures = {{.of = {"fopen"}, .leaves = ""}}},
+      {.entries = namesIn("getCpuLoad"), .failures = {{.of = {"fgets"}, .leaves = ""}}},
+      {.entries = namesIn("getSysCurrentTime"), .failures = {{.of = {"ctime_r"}, .leaves = ""}}},
+      {.entries = namesIn("getPortStatus"), .failures = {{.of = {"popen", "fread"}, .leaves = ""}}},
+      {.entries = namesIn("readHttpdPid"),
        .failures = {{.of = {"fopen", "fscanf"}, .answers = {"0"}}},
        .may_answer = {"0"}},
-      {.entries = {"getNameIntroFromPat"},
+      {.entries = namesIn("getNameIntroFromPat"),
        .failures = {{.of = {"fopen"}, .answers = {"(null)"}}},
        .may_answer = {"N/A#N/A"}},
-      {.entries = {"getLayer7Filters"}, .failures = {{.of = {"opendir"}, .leaves = ""}}},
-      {.entries = {"orbaQoSRestart"}, .failures = {{.of = {"fopen"}, .answers = {"0"}}}},
-      {.entries = {"orbaQoSInit"},
+      {.entries = namesIn("getLayer7Filters"), .failures = {{.of = {"opendir"}, .leaves = ""}}},
+      {.entries = namesIn("orbaQoSRestart"), .failures = {{.of = {"fopen"}, .answers = {"0"}}}},
+      {.entries = namesIn("orbaQoSInit"),
        .failures = {{.of = {"fopen"}, .answers = {"0"}}},
        .may_answer = {"0"}},
-      {.entries = {"TZsync2nvram"},
+      {.entries = namesIn("TZsync2nvram"),
        .failures = {{.of = {"fopen", "fgets"}, .answers = {"0"}}},
        .may_answer = {"-1", "0"}},
-      {.entries = {"getWscResultOrba", "getWscResultGUIOrba"},
+      {.entries = namesIn("getWscResultOrba getWscResultGUIOrba"),
        .failures = {{.of = {"open"}, .answers = {"-1"}}, {.of = {"read"}, .answers = {"0"}}}},
-      {.entries = {"getWscResult"},
+      {.entries = namesIn("getWscResult"),
        .failures = {{.of = {"open"}, .exits = 1, .for_good = true},
                     {.of = {"read"}, .answers = {"0"}}},
        .may_answer = {"0"}},
-      {.entries = {"setWscResult"}, .failures = {{.of = {"open"}, .exits = 1, .for_good = true}}},
-      {.entries = {"WPSAPTimerHandler"}, .may_exit = 1},
+      {.entries = namesIn("setWscResult"),
+       .failures = {{.of = {"open"}, .exits = 1, .for_good = true}}},
+      {.entries = namesIn("WPSAPTimerHandler"), .may_exit = 1},
 
       // ---- the login record ----
-      {.entries = {"init_SharedMemory"},
+      {.entries = namesIn("init_SharedMemory"),
        .failures = {{.of = {"shmget", "shmat", "shmdt", "semget"}, .answers = {"1"}}},
        .may_answer = {"1"}},
-      {.entries = {"sync_globalVar_and_sharedMem", "writeSessionFile", kFetch},
+      {.entries = namesIn("sync_globalVar_and_sharedMem writeSessionFile " + kFetch),
        .failures = {{.of = kShared, .answers = {"1"}, .leaves = kAsItWas},
                     {.of = {"shmdt"}, .exits = 1}},
        .may_answer = {"1"},
        .then_leaves = kAsItWas},
-      {.entries = {"getLoginUser"},
+      {.entries = namesIn("getLoginUser"),
        .failures = {{.of = kShared, .leaves = "admin"}, {.of = {"shmdt"}, .exits = 1}}},
   };
   return kPromises;

@@ -172,10 +172,14 @@ class Torture : public testing::Test {
 }  // namespace
 
 TEST_F(Torture, EveryFailureIsSurvived) {
-  const Entry fetch{"", kFetch, {}, "", false, fetchRecord};
+  const Entry fetch{"", kFetch.c_str(), {}, "", false, fetchRecord};
   std::vector<Situation> situations = allSituations();
   for (const Place &place : kPlaces) situations.push_back({place, fetch, {}});
   for (const Situation &situation : situations) torture(situation);
+  Names promised, called;
+  for (const Promise &row : promises()) promised.insert(row.entries.begin(), row.entries.end());
+  for (const Situation &situation : situations) called.insert(situation.entry.name);
+  EXPECT_EQ(promised, called);
   EXPECT_THAT(faults_, testing::IsEmpty());
   EXPECT_GT(injections_, 10000u);
   printf("%zu situations, %zu calls, %zu injections\n", situations.size(), calls_, injections_);

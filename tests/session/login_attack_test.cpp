@@ -1,0 +1,243 @@
+// Strangers at the login record: another user of the machine, with real files and
+// real System V objects, in namespaces that the test makes for itself.
+#include <fcntl.h>
+#include <grp.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sched.h>
+#include <sys/file.h>
+#include <sys/mount.h>
+#include <sys/prctl.h>
+#include <sys/sem.h>
+#include <sys/shm.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+
+#include <cstddef>
+#include <cstdlib>
+#include <ctime>
+#include <fstream>
+#include <iterator>
+
+#include "session/processes.h"
+
+namespace {
+
+constexpr key_t kKey = 1234;
+constexpr int kSkipped = 77;
+constexpr uid_t kNobody = 65534;
+
+bool exists(const std::string &path) {
+  return access(path.c_str(), F_OK) == 0;
+}
+
+void write(const std::string &path, const std::string &text) {
+  std::ofstream(path) << text;
+}
+
+std::string contentOf(const std::string &path) {
+  std::ifstream file(path);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// Runs `work` as root with System V objects, a /var and a console of its own.
+template <typename Work>
+void inAWorldOfItsOwn(Work work) {
+  pid_t child = fork();
+  if (child == 0) {
+    alarm(60);
+    bool made = unshare(CLONE_NEWIPC | CLONE_NEWNS) == 0 &&
+                mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+                mount("none", "/var", "tmpfs", 0, "mode=0755") == 0;
+    if (!made) _exit(kSkipped);
+    write("/var/console", "");
+    mount("/var/console", "/dev/console", nullptr, MS_BIND, nullptr);
+    work();
+    fflush(stdout);
+    _exit(testing::Test::HasFailure() ? 1 : 0);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  if (WIFEXITED(status) && WEXITSTATUS(status) == kSkipped) {
+    GTEST_SKIP() << "needs root and namespaces";
+  }
+  EXPECT_EQ(status, 0);
+}
+
+template <typename Work>
+pid_t startStranger(Work work) {
+  return startProcess([=] {
+    return setgroups(0, nullptr) == 0 && setgid(kNobody) == 0 && setuid(kNobody) == 0 && work();
+  });
+}
+
+template <typename Condition>
+void waitUntil(Condition condition) {
+  while (!condition()) usleep(1000);
+}
+
+void end(pid_t stranger) {
+  kill(stranger, SIGKILL);
+  waitpid(stranger, nullptr, 0);
+}
+
+bool waitForEver() {
+  for (;;) pause();
+}
+
+time_t seconds() {
+  timespec now;
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return now.tv_sec;
+}
+
+// A record without a single end of a text but that of the path.
+bool writeIntoRecord(const std::string &session_file) {
+  void *segment = shmat(shmget(kKey, 0, 0), nullptr, 0);
+  if (reinterpret_cast<intptr_t>(segment) == -1) return false;
+  memset(segment, 'A', sizeof(orba_login_record));
+  strcpy(static_cast<orba_login_record *>(segment)->session_file, session_file.c_str());
+  return true;
+}
+
+TEST(LoginAttack, HasNoFileDeletedButASessions) {
+  inAWorldOfItsOwn([] {
+    ASSERT_EQ(init_SharedMemory(), 0);
+    mkdir("/var/SESS_1", 0755);
+    const struct {
+      const char *path;
+      bool deleted;
+    } kCases[] = {{"/var/SESS_12", true},           {"/var/passwd", false},
+                  {"/var/SESS_1/../passwd", false}, {"/var/SESS_", false},
+                  {"/var/SESS_12.key", false},      {"//var/SESS_12", false},
+                  {"/var/SESS_-1", false}};
+    for (const auto &wanted : kCases) {
+      for (bool logs_out : {true, false}) {
+        write(wanted.path, "kept");
+        ASSERT_TRUE(endedWell(startStranger([&] { return writeIntoRecord(wanted.path); })));
+        ASSERT_EQ(sync_globalVar_and_sharedMem(0), 0);
+        const orba_login_record &login = global_shared_stuff;
+        EXPECT_EQ(strnlen(login.login_user, 32), 31u);
+        EXPECT_EQ(strnlen(login.status_text, 128), 127u);
+        EXPECT_STREQ(login.session_file, wanted.path);
+        logs_out ? static_cast<void>(tuLogout()) : static_cast<void>(writeSessionFile("x"));
+        EXPECT_EQ(exists(wanted.path), !wanted.deleted) << wanted.path;
+      }
+    }
+  });
+}
+
+TEST(LoginAttack, StopsNobodyForGoodWithTheSemaphoreOrTheFolder) {
+  inAWorldOfItsOwn([] {
+    pid_t locking =
+        startStranger([] { return flock(open("/var", O_RDONLY), LOCK_EX) == 0 && waitForEver(); });
+    int folder = open("/var", O_RDONLY);
+    waitUntil([&] { return flock(folder, LOCK_SH | LOCK_NB) != 0 || flock(folder, LOCK_UN) != 0; });
+    time_t before = seconds();
+    EXPECT_EQ(sync_globalVar_and_sharedMem(1), 0) << "a semaphore that nobody has freed yet";
+    end(locking);
+
+    int semaphore = semget(kKey, 1, 0);
+    pid_t taking = startStranger([=] {
+      sembuf take{0, -1, 0};
+      return semop(semaphore, &take, 1) == 0 && waitForEver();
+    });
+    waitUntil([=] { return semctl(semaphore, 0, GETVAL) == 0; });
+    strcpy(global_shared_stuff.login_user, "admin");
+    orba_login_record local = global_shared_stuff;
+    EXPECT_EQ(sync_globalVar_and_sharedMem(0), 1);
+    EXPECT_EQ(memcmp(&local, &global_shared_stuff, sizeof local), 0);
+    EXPECT_EQ(writeSessionFile("x"), 1);
+    EXPECT_EQ(init_SharedMemory(), 0) << "a start mends it";
+    EXPECT_EQ(sync_globalVar_and_sharedMem(1), 0);
+    EXPECT_LE(seconds() - before, 10);
+    end(taking);
+  });
+}
+
+TEST(LoginAttack, DoesNotKeepTheKey) {
+  inAWorldOfItsOwn([] {
+    auto status = [] {
+      shmid_ds found{};
+      shmctl(shmget(kKey, 0, 0), IPC_STAT, &found);
+      return found;
+    };
+    // Too short: nobody could log in. It stays attached all the time.
+    pid_t holding = startStranger([] {
+      shmat(shmget(kKey, 100, IPC_CREAT | 0666), nullptr, 0);
+      return waitForEver();
+    });
+    waitUntil([&] { return status().shm_nattch == 1; });
+    EXPECT_EQ(sync_globalVar_and_sharedMem(1), 0);
+    EXPECT_EQ(status().shm_segsz, 204u);
+    EXPECT_EQ(contentOf("/var/console"), "foreign shared memory replaced\n");
+    end(holding);
+
+    // Too long, or closed to the server's other users, or in a position to become so.
+    for (auto [size, mode] : {std::pair<size_t, int>{9000, 0666}, {204, 0600}, {204, 0666}}) {
+      shmctl(shmget(kKey, 0, 0), IPC_RMID, nullptr);
+      semctl(semget(kKey, 0, 0), 0, IPC_RMID);
+      write("/var/console", "");
+      ASSERT_TRUE(endedWell(startStranger([=, size = size, mode = mode] {
+        return shmget(kKey, size, IPC_CREAT | mode) != -1 &&
+               semget(kKey, 1, IPC_CREAT | mode) != -1;
+      })));
+      EXPECT_EQ(init_SharedMemory(), 0);
+      // The second trace stands over the first one in a console that is a file.
+      EXPECT_EQ(contentOf("/var/console").find("foreign semaphore replaced\n"), 0u);
+      EXPECT_EQ(status().shm_segsz, 204u);
+      EXPECT_EQ(status().shm_perm.cuid, 0u);
+      EXPECT_TRUE(endedWell(startStranger([] { return sync_globalVar_and_sharedMem(0) == 0; })));
+    }
+    write("/var/console", "");
+    EXPECT_EQ(init_SharedMemory(), 0);
+    EXPECT_EQ(contentOf("/var/console"), "") << "one's own is kept";
+  });
+}
+
+class Session : public LoginDevice {
+ protected:
+  // The number that the next session gets at this moment of the device.
+  int nextId() {
+    srand(static_cast<unsigned>(device_.clock().nanoseconds()));
+    return rand();
+  }
+};
+
+TEST_F(Session, FollowsNoLinkThatWaitsUnderItsName) {
+  device_.file("/etc/passwd", "root");
+  std::string name = "/var/SESS_" + std::to_string(nextId());
+  ASSERT_EQ(symlink(device_.root().forReading("/etc/passwd").c_str(),
+                    device_.root().forWriting(name).c_str()),
+            0);
+  EXPECT_EQ(writeSessionFile("x"), 0);
+  EXPECT_EQ(device_.text("/etc/passwd"), "root");
+  EXPECT_EQ(device_.text(name), " 0 x");
+}
+
+// A kernel from before the system call; not told where a process cannot have it so.
+bool forgetGetrandom() {
+  sock_filter filter[] = {
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_getrandom, 0, 1),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | ENOSYS),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+  };
+  sock_fprog program{4, filter};
+  return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+         prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+}
+
+TEST_F(Session, GivesNothingAwayOfWhatIsDrawnAfterItsId) {
+  int id = nextId(), following = rand();
+  ASSERT_EQ(writeSessionFile("x"), 0);
+  EXPECT_EQ(global_shared_stuff.session_id, id);
+  EXPECT_NE(rand(), following);
+
+  device_.file("/dev/urandom", std::string(4, '\x42'));
+  int from_device = (srand(0x42424242), rand());
+  EXPECT_TRUE(inAnotherProcess(
+      [&] { return !forgetGetrandom() || (writeSessionFile("x") == 0 && rand() == from_device); }));
+}
+
+}  // namespace

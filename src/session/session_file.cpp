@@ -1,5 +1,4 @@
 // Begin and end of a login session, and the file that stands for it.
-#include <sys/random.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -42,11 +41,9 @@ void deleteSessionFile(const orba_login_record &login) {
 // must not follow from it.
 void seedFromKernel() {
   unsigned seed;
-  if (getrandom(&seed, sizeof seed, GRND_NONBLOCK) != sizeof seed) {
-    Descriptor source(open("/dev/urandom", O_RDONLY | O_CLOEXEC));  // an older kernel
-    if (!source || read(source.get(), &seed, sizeof seed) != sizeof seed) return;
-  }
-  srand(seed);
+  // Not getrandom, which older kernels do not have.
+  Descriptor source(open("/dev/urandom", O_RDONLY | O_CLOEXEC));
+  if (read(source.get(), &seed, sizeof seed) == sizeof seed) srand(seed);
 }
 
 int drawSessionId() {

@@ -32,8 +32,13 @@ union SemaphoreArgument {
 // Whether it was made so that others are kept out, or by a user who may do so
 // later or take it away.
 bool isForeign(const ipc_perm &object) {
-  auto trusted = [](uid_t user) { return user == 0 || user == geteuid(); };
-  return (object.mode & 0666) != 0666 || !trusted(object.uid) || !trusted(object.cuid);
+  return (object.mode & 0666) != 0666 || (object.cuid != 0 && object.cuid != geteuid());
+}
+
+// To be called with the result of a removal; false when the kernel has refused it.
+bool tellRemoved(int result) {
+  if (result == 0) debug("foreign login record replaced\n");
+  return result == 0;
 }
 
 // Serialises those who give the semaphore its first value. It ends with the
@@ -94,9 +99,8 @@ int obtainSegment(Moment moment) {
     if (moment != kAtStart || shmctl(found, IPC_STAT, &status) != 0) return found;
     if (status.shm_segsz == sizeof(orba_login_record) && !isForeign(status.shm_perm)) return found;
   }
-  if (shmctl(found, IPC_RMID, nullptr) != 0) return too_short ? -1 : found;
-  debug("foreign shared memory replaced\n");
-  return makeSegment();
+  if (tellRemoved(shmctl(found, IPC_RMID, nullptr))) return makeSegment();
+  return too_short ? -1 : found;
 }
 
 int obtainSemaphoreAtStart() {
@@ -104,11 +108,8 @@ int obtainSemaphoreAtStart() {
   semid_ds status;
   SemaphoreArgument argument;
   argument.status = &status;
-  if (found == -1 || semctl(found, 0, IPC_STAT, argument) != 0 || !isForeign(status.sem_perm) ||
-      semctl(found, 0, IPC_RMID) != 0) {
-    return found;
-  }
-  debug("foreign semaphore replaced\n");
+  bool foreign = semctl(found, 0, IPC_STAT, argument) == 0 && isForeign(status.sem_perm);
+  if (!foreign || !tellRemoved(semctl(found, 0, IPC_RMID))) return found;
   return semget(kKey, 1, kCreateForAll);
 }
 

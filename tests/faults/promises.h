@@ -21,13 +21,14 @@ inline Names namesIn(const std::string &words) {
 constexpr char kAnyText[] = "any text that ends";
 constexpr char kAsItWas[] = "what the caller had put there";
 
-// The error of one of these calls is the entry point's own failure.
+// How a failure is told: surely when one of these calls has failed, and perhaps
+// when another has.
 struct Failure {
-  Names of;
+  Names of = {};
   Names answers = {};  // empty: what it answers when nothing fails
   std::string leaves = kAnyText;
   std::optional<int> exits = {};  // it ends the process, with this status
-  bool for_good = false;          // only when the call fails again and again
+  bool for_good = false;          // surely only when the call fails again and again
 };
 
 // One row holds for a family of entry points. Where nothing else is promised they
@@ -35,10 +36,7 @@ struct Failure {
 struct Promise {
   Names entries;
   std::vector<Failure> failures = {};
-  Names may_answer = {};  // besides: after a failure that it may also get over
-  std::string then_leaves = kAnyText;
-  std::string may_leave = kAnyText;  // besides a text that ends
-  std::optional<int> may_exit = {};  // the same for the end of the process
+  std::string may_leave = kAnyText;  // also when nothing fails
   bool any_answer = false;           // the answer has no meaning
   bool begins_empty = false;         // the caller hands over an empty text
   bool prints_on_failure = true;
@@ -96,7 +94,7 @@ inline const std::vector<Promise> &promises() {
       {.entries = namesIn("STF STFs"), .failures = {{.of = {"nvram_bufset"}, .answers = {"-1"}}}},
       {.entries = namesIn("getIndexOfRoutingRule"),
        .failures = {{.of = {"nvram_bufget"}, .answers = {"-1"}}}},
-      {.entries = namesIn("getLanIfName"), .may_answer = {"br0", "eth2"}},
+      {.entries = namesIn("getLanIfName"), .failures = {{.answers = {"br0", "eth2"}}}},
       {.entries = namesIn("getLanWanNamebyIf"),
        .failures = {{.of = {"nvram_bufget"}, .answers = {"Unknown"}}}},
       {.entries = namesIn("getWanIfName getWanIfNamePPP"), .may_leave = kAsItWas},
@@ -104,38 +102,30 @@ inline const std::vector<Promise> &promises() {
            namesIn("getWan2IfName getWan2IfNamePPP getDefaultWanAddressType "
                    "getDefaultWanConnectionMode wanSrvName showPortForwardRedirectedWarning")},
       // Without its connection mode WAN 1 has the name of its Ethernet-side device.
-      {.entries = namesIn("getDefaultWanIfName"), .may_answer = {"", "eth2.2", "eth2.10"}},
+      {.entries = namesIn("getDefaultWanIfName"),
+       .failures = {{.answers = {"", "eth2.2", "eth2.10"}}}},
       {.entries = namesIn("getModelName getHostName"),
        .failures = {{.of = {"nvram_bufget"}, .leaves = ""}}},
       {.entries = namesIn("getWlan11aChannels getWlan11bChannels getWlan11gChannels"),
        .begins_empty = true},
       {.entries = namesIn("getWlanChannel")},
-      {.entries = namesIn("executeStaticRoute executePolicyRoute"), .may_answer = {"0"}},
+      {.entries = namesIn("executeStaticRoute executePolicyRoute"),
+       .failures = {{.answers = {"0"}}}},
 
       // ---- the kernel's interfaces and routes ----
-      {.entries = namesIn("getIfIp getIfNetmask getIfMac"),
-       .failures = {kNotAsked},
-       .may_answer = {"-1"},
-       .then_leaves = kAsItWas},
+      {.entries = namesIn("getIfIp getIfNetmask getIfMac"), .failures = {kNotAsked}},
       {.entries = namesIn("getLanMac"), .failures = {{.of = kKernel, .leaves = ""}}},
       {.entries = namesIn("getDefaultWanMac getDefaultWanIp getDefaultWanNetmask getWlanCurrentMac "
                           "getWlanMac getWiFiMac"),
-       .failures = {{.of = kKernel, .answers = {"0"}, .leaves = ""}},
-       .may_answer = {"0"},
-       .then_leaves = ""},
+       .failures = {{.of = kKernel, .answers = {"0"}, .leaves = ""}}},
       {.entries = namesIn("getGatewayByInterface"),
-       .failures = {{.of = {"fopen", "fgets"}, .leaves = "0.0.0.0"}},
-       .may_answer = {"-1"},
-       .then_leaves = kAsItWas},
+       .failures = {{.of = {"fopen", "fgets"}, .leaves = "0.0.0.0"},
+                    {.answers = {"-1"}, .leaves = kAsItWas}}},
       {.entries = namesIn("getGateway"),
        .failures = {{.of = kKernel, .answers = {"-1"}, .leaves = kAsItWas}},
-       .may_answer = {"-1"},
-       .then_leaves = kAsItWas,
        .begins_empty = true},
       {.entries = namesIn("getWanGateway"),
        .failures = {{.of = {"fopen"}, .answers = {"-1"}, .leaves = kAsItWas}},
-       .may_answer = {"-1"},
-       .then_leaves = kAsItWas,
        .may_leave = kAsItWas},
       {.entries = namesIn("getWanDefaultGateway"),
        .failures = {{.of = {"fopen"}, .answers = {"-1"}, .leaves = kAsItWas}},
@@ -145,55 +135,42 @@ inline const std::vector<Promise> &promises() {
        .failures = {{.of = {"fopen", "fgets"}, .leaves = "00:00:00:00:00:00"}},
        .any_answer = true},
       {.entries = namesIn("wanarplookup"),
-       .failures = {{.of = {"socket", "ioctl", "fopen"}, .answers = {"0"}}},
-       .may_answer = {"0"}},
+       .failures = {{.of = {"socket", "ioctl", "fopen"}, .answers = {"0"}}}},
       {.entries = namesIn("getRoutingTable"),
        .failures = {{.of = {"fopen", "calloc"}, .answers = {"-1"}, .leaves = kAsItWas}}},
 
       // ---- drivers ----
       {.entries = namesIn("OidQueryInformation OidSetInformation ApOidQueryInformation"),
-       .failures = {{.of = {"ioctl"}, .answers = {"-1"}}},
-       .may_answer = {"-1"}},
+       .failures = {{.of = {"ioctl"}, .answers = {"-1"}}}},
       {.entries = namesIn("getOperatingChannel getAPPIN getWscStatus"),
-       .failures = {{.of = kKernel, .answers = {"0"}}},
-       .may_answer = {"0"}},
+       .failures = {{.of = kKernel, .answers = {"0"}}}},
       {.entries = namesIn("getWlanOperatingChannel"), .failures = {{.of = kKernel, .leaves = "0"}}},
       {.entries = namesIn("getCurrentWscProfile"),
        .failures = {{.of = kKernel, .answers = {"-1"}, .leaves = "N/A N/A"}},
-       .may_answer = {"-1"},
-       .then_leaves = "N/A N/A",
        .begins_empty = true},
-      {.entries = namesIn("getWscProfile"),
-       .failures = {{.of = kKernel, .answers = {"-1"}}},
-       .may_answer = {"-1"}},
+      {.entries = namesIn("getWscProfile"), .failures = {{.of = kKernel, .answers = {"-1"}}}},
       {.entries = namesIn("getRaTxPacketASP getRaRxPacketASP getRaTxByteASP getRaRxByteASP"),
-       .failures = {{.of = {"ioctl"}, .answers = {"-1"}, .leaves = kAsItWas}},
-       .may_answer = {"-1"},
-       .then_leaves = kAsItWas},
+       .failures = {{.of = {"ioctl"}, .answers = {"-1"}, .leaves = kAsItWas}}},
       {.entries = namesIn("printStaBssidList"),
        .failures = {{.of = {"socket", "calloc"}, .answers = {"-1"}}},
-       .may_answer = {"-1"},
        .prints_on_failure = false},
       {.entries = namesIn("gpioLedSet ledAlways"),
-       .failures = {{.of = {"open", "ioctl"}, .answers = {"-1"}}},
-       .may_answer = {"-1"}},
-      {.entries = namesIn("ledWps setLedOff"), .may_answer = {"-1"}},
+       .failures = {{.of = {"open", "ioctl"}, .answers = {"-1"}}}},
+      {.entries = namesIn("ledWps setLedOff"), .failures = {{.answers = {"-1"}}}},
       {.entries = namesIn("setTimer setTimerOnce setFullTimer stopTimer"),
-       .failures = {{.of = {"setitimer"}, .answers = {"-1"}}},
-       .may_answer = {"-1"}},
+       .failures = {{.of = {"setitimer"}, .answers = {"-1"}}}},
       {.entries = namesIn("wlan_init"), .failures = {{.of = {"sleep"}, .answers = {"1"}}}},
       {.entries = namesIn("switch_init reg_read reg_write"), .failures = {kRegisterExit}},
       {.entries = namesIn("switch_fini")},
       {.entries = namesIn("checkWanPortNumber"),
-       .failures = {kRegisterExit},
-       .may_answer = {"0", "16384"}},
-      {.entries = namesIn("igmpsnoopingenable"), .failures = {kRegisterExit}, .may_answer = {"0"}},
-      {.entries = namesIn("igmpsnooping_init igmpHWSnoopingRule initInternet"), .may_exit = 0},
+       .failures = {kRegisterExit, {.answers = {"0", "16384"}}}},
+      {.entries = namesIn("igmpsnoopingenable"), .failures = {kRegisterExit, {.answers = {"0"}}}},
+      {.entries = namesIn("igmpsnooping_init igmpHWSnoopingRule initInternet"),
+       .failures = {{.exits = 0}}},
 
       // ---- programs and files ----
       {.entries = namesIn("getWANLinkStatus"),
-       .failures = {{.of = {"popen", "fread"}, .answers = {"0"}}},
-       .may_answer = {"0"}},
+       .failures = {{.of = {"popen", "fread"}, .answers = {"0"}}}},
       {.entries = namesIn("reedSwitchReg"),
        .failures = {{.of = {"popen"}, .answers = {"-1"}}, {.of = {"fgets"}, .answers = {"0"}}}},
       {.entries = namesIn("getSwitchPacket"),
@@ -206,47 +183,36 @@ inline const std::vector<Promise> &promises() {
                           "getWANTxPacketASP getWANRxPacketASP getWANTxByteASP getWANRxByteASP"),
        .failures = {{.of = {"fopen"}, .leaves = "-1"}}},
       {.entries = namesIn("getCurrentPacketStatistic"),
-       .failures = {{.of = {"ioctl"}, .answers = {"-1"}, .leaves = kAsItWas}},
-       .may_answer = {"-1"},
-       .then_leaves = kAsItWas},
+       .failures = {{.of = {"ioctl"}, .answers = {"-1"}, .leaves = kAsItWas}}},
       {.entries = namesIn("getSysUptime"), .failures = {{.of = {"sysinfo"}, .leaves = ""}}},
       {.entries = namesIn("getMemUsgInfo"), .failures = {{.of = {"fopen"}, .leaves = ""}}},
       {.entries = namesIn("getCpuLoad"), .failures = {{.of = {"fgets"}, .leaves = ""}}},
       {.entries = namesIn("getSysCurrentTime"), .failures = {{.of = {"ctime_r"}, .leaves = ""}}},
       {.entries = namesIn("getPortStatus"), .failures = {{.of = {"popen", "fread"}, .leaves = ""}}},
       {.entries = namesIn("readHttpdPid"),
-       .failures = {{.of = {"fopen", "fscanf"}, .answers = {"0"}}},
-       .may_answer = {"0"}},
+       .failures = {{.of = {"fopen", "fscanf"}, .answers = {"0"}}}},
       {.entries = namesIn("getNameIntroFromPat"),
-       .failures = {{.of = {"fopen"}, .answers = {"(null)"}}},
-       .may_answer = {"N/A#N/A"}},
+       .failures = {{.of = {"fopen"}, .answers = {"(null)"}}, {.answers = {"N/A#N/A"}}}},
       {.entries = namesIn("getLayer7Filters"), .failures = {{.of = {"opendir"}, .leaves = ""}}},
-      {.entries = namesIn("orbaQoSRestart"), .failures = {{.of = {"fopen"}, .answers = {"0"}}}},
-      {.entries = namesIn("orbaQoSInit"),
-       .failures = {{.of = {"fopen"}, .answers = {"0"}}},
-       .may_answer = {"0"}},
+      {.entries = namesIn("orbaQoSRestart orbaQoSInit"),
+       .failures = {{.of = {"fopen"}, .answers = {"0"}}}},
       {.entries = namesIn("TZsync2nvram"),
-       .failures = {{.of = {"fopen", "fgets"}, .answers = {"0"}}},
-       .may_answer = {"-1", "0"}},
+       .failures = {{.of = {"fopen", "fgets"}, .answers = {"0"}}, {.answers = {"-1", "0"}}}},
       {.entries = namesIn("getWscResultOrba getWscResultGUIOrba"),
        .failures = {{.of = {"open"}, .answers = {"-1"}}, {.of = {"read"}, .answers = {"0"}}}},
       {.entries = namesIn("getWscResult"),
        .failures = {{.of = {"open"}, .exits = 1, .for_good = true},
-                    {.of = {"read"}, .answers = {"0"}}},
-       .may_answer = {"0"}},
+                    {.of = {"read"}, .answers = {"0"}}}},
       {.entries = namesIn("setWscResult"),
        .failures = {{.of = {"open"}, .exits = 1, .for_good = true}}},
-      {.entries = namesIn("WPSAPTimerHandler"), .may_exit = 1},
+      {.entries = namesIn("WPSAPTimerHandler"), .failures = {{.exits = 1}}},
 
       // ---- the login record ----
       {.entries = namesIn("init_SharedMemory"),
-       .failures = {{.of = {"shmget", "shmat", "shmdt", "semget"}, .answers = {"1"}}},
-       .may_answer = {"1"}},
+       .failures = {{.of = {"shmget", "shmat", "shmdt", "semget"}, .answers = {"1"}}}},
       {.entries = namesIn("sync_globalVar_and_sharedMem writeSessionFile " + kFetch),
        .failures = {{.of = kShared, .answers = {"1"}, .leaves = kAsItWas},
-                    {.of = {"shmdt"}, .exits = 1}},
-       .may_answer = {"1"},
-       .then_leaves = kAsItWas},
+                    {.of = {"shmdt"}, .exits = 1}}},
       {.entries = namesIn("getLoginUser"),
        .failures = {{.of = kShared, .leaves = "admin"}, {.of = {"shmdt"}, .exits = 1}}},
   };

@@ -114,30 +114,26 @@ class Torture : public testing::Test {
   static std::string broken(const Case &now, Rehearsal &run) {
     const Promise &promise = now.promise;
     const Names &failed = run.device.faults().failed();
-    bool must_tell = false, tells = false;
+    bool must_tell = false, tells = false, may_tell = false;
     for (const Failure &failure : promise.failures) {
-      auto happened = [&](const std::string &call) { return failed.count(call) != 0; };
-      if (std::none_of(failure.of.begin(), failure.of.end(), happened)) continue;
-      if (now.fails && !(failure.for_good && now.span == Faults::kOnce)) must_tell = true;
-      if (failure.exits == run.exit_status &&
-          (failure.exits || kept(now, run.answer, failure.answers, failure.leaves))) {
-        tells = true;
-      }
+      bool happened = std::any_of(failure.of.begin(), failure.of.end(),
+                                  [&](const std::string &call) { return failed.count(call) != 0; });
+      bool told = failure.exits == run.exit_status &&
+                  (failure.exits || kept(now, run.answer, failure.answers, failure.leaves));
+      if (happened && now.fails && !(failure.for_good && now.span == Faults::kOnce))
+        must_tell = true;
+      if (told) (happened ? tells : may_tell) = true;
     }
-    if (run.exit_status) {
-      return tells || promise.may_exit == run.exit_status ? "" : "ends the process";
-    }
+    if (!must_tell) tells = tells || may_tell;
+    if (run.exit_status) return tells ? "" : " ends the process";
     bool well = kept(now, run.answer, {}, kAnyText) || kept(now, run.answer, {}, promise.may_leave);
-    tells = tells || (!promise.may_answer.empty() &&
-                      kept(now, run.answer, promise.may_answer, promise.then_leaves) && !must_tell);
     if (tells && !well && !promise.prints_on_failure && !run.device.printed().empty()) {
       return " prints " + run.device.printed();
     }
     if (tells || (well && !must_tell)) return "";
     std::string fault = " answers " + run.answer.returned;
-    for (const std::string &output : run.answer.outputs) {
-      fault += " and leaves '" + output.substr(0, 40) + "'";
-    }
+    for (const std::string &output : run.answer.outputs)
+      fault += ", '" + output.substr(0, 40) + "'";
     return fault;
   }
 

@@ -197,7 +197,7 @@ inline const std::vector<Promise> &promises() {
       {.entries = namesIn("orbaQoSRestart orbaQoSInit"),
        .failures = {{.of = {"fopen"}, .answers = {"0"}}}},
       {.entries = namesIn("TZsync2nvram"),
-       .failures = {{.of = {"fopen", "fgets"}, .answers = {"0"}}, {.answers = {"-1", "0"}}}},
+       .failures = {{.of = {"fopen"}, .answers = {"0"}}, {.answers = {"-1"}}}},
       {.entries = namesIn("getWscResultOrba getWscResultGUIOrba"),
        .failures = {{.of = {"open"}, .answers = {"-1"}}, {.of = {"read"}, .answers = {"0"}}}},
       {.entries = namesIn("getWscResult"),

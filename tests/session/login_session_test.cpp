@@ -67,6 +67,19 @@ TEST_F(LoginSession, DoesNotNeedItsFile) {
   EXPECT_TRUE(othersSee(""));
 }
 
+TEST_F(LoginSession, FollowsNoLinkUnderItsFilesNameAndGivesNoLaterNumberAway) {
+  device_.file("/etc/passwd", "root").file("/dev/urandom", std::string(4, '\x42'));
+  std::string name = nextSessionFile();
+  std::string target = device_.root().forReading("/etc/passwd");
+  ASSERT_EQ(symlink(target.c_str(), device_.root().forWriting(name).c_str()), 0);
+  EXPECT_EQ(writeSessionFile("x"), 0);
+  int following = rand();
+  EXPECT_EQ(device_.text("/etc/passwd"), "root");
+  EXPECT_EQ(device_.text(name), " 0 x");
+  srand(0x42424242);
+  EXPECT_EQ(following, rand());
+}
+
 TEST_F(LoginSession, CutsFieldsThatTheServerLeftWithoutAnEnd) {
   memset(&global_shared_stuff, 'u', sizeof global_shared_stuff);
   std::string file = nextSessionFile();

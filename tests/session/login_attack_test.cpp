@@ -43,7 +43,7 @@ void inAWorldOfItsOwn(Work work) {
   if (child == 0) {
     alarm(60);
     bool made = unshare(CLONE_NEWIPC | CLONE_NEWNS) == 0 &&
-                mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+                mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) == 0 &&
                 mount("none", "/var", "tmpfs", 0, "mode=0755") == 0 &&
                 mount("none", "/dev", "tmpfs", 0, "mode=0755") == 0;
     if (!made) _exit(kSkipped);

@@ -172,10 +172,13 @@ TEST_F(Torture, EveryFailureIsSurvived) {
   std::vector<Situation> situations = allSituations();
   for (const Place &place : kPlaces) situations.push_back({place, fetch, {}});
   for (const Situation &situation : situations) torture(situation);
-  Names promised, called;
-  for (const Promise &row : promises()) promised.insert(row.entries.begin(), row.entries.end());
+  Names called;
   for (const Situation &situation : situations) called.insert(situation.entry.name);
-  EXPECT_EQ(promised, called);
+  for (const Promise &row : promises()) {
+    for (const std::string &name : row.entries) {
+      if (called.count(name) == 0) faults_[name + ": promised, but nothing to call"] = "";
+    }
+  }
   EXPECT_THAT(faults_, testing::IsEmpty());
   EXPECT_GT(injections_, 10000u);
   printf("%zu situations, %zu calls, %zu injections\n", situations.size(), calls_, injections_);

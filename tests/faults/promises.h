@@ -58,7 +58,7 @@ inline const std::vector<Promise> &promises() {
                           "getLANRxPacketASP getLANTxByteASP getLANTxPacketASP getMBSSIDBuilt "
                           "getMaxBssidNum getMeshBuilt getNums getOnePortOnly getRefreshInfo "
                           "getRuleNums getTuStatusFrameRefreshTimeout getValueCount2 "
-                          "getWPSAuthMode getWPSEncrypType getWlanApcliBuilt hmac_sha1 is3t3r "
+                          "getWlanApcliBuilt hmac_sha1 is3t3r "
                           "isMacValid isProtectedUrl isSameClassName isSameClassRule "
                           "isSameQueueName racat setNthValue shaHashBlock trim "
                           "init_SharedMemoryVar isIpNetmaskValid orbaQoSLANIntf "
@@ -106,7 +106,8 @@ inline const std::vector<Promise> &promises() {
        .failures = {{.answers = {"", "eth2.2", "eth2.10"}}}},
       {.entries = namesIn("getModelName getHostName"),
        .failures = {{.of = {"nvram_bufget"}, .leaves = ""}}},
-      {.entries = namesIn("getWlan11aChannels getWlan11bChannels getWlan11gChannels"),
+      {.entries = namesIn("getWlan11aChannels getWlan11bChannels getWlan11gChannels getWPSAuthMode "
+                          "getWPSEncrypType"),
        .begins_empty = true},
       {.entries = namesIn("getWlanChannel")},
       {.entries = namesIn("executeStaticRoute executePolicyRoute"),

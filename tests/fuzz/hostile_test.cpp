@@ -97,6 +97,10 @@ TEST(Hostile, NoValueBecomesACommand) {
   for (const std::string front : {"", "1", "2", "80", "br0", "1,1,1,1,1,1,1,1"}) {
     callEverything(front + kHarm, lines);
   }
+  // Alone too: beside another that is quoted, one that is not would not be seen.
+  for (char harm : std::set<char>(std::begin(kHarm), std::end(kHarm) - 1)) {
+    callEverything(std::string("1") + harm + "X", lines);
+  }
 
   // The examples, with harm in one field of one setting at a time.
   for (const auto &file : fs::directory_iterator(EXAMPLES)) {

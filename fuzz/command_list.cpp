@@ -56,9 +56,17 @@ std::string expressionFor(char c) {
          std::string(1, c);
 }
 
+// A word that is a value from its beginning is no option, quoted or not.
+constexpr char kNoOption[] =
+    "\x80*([A-Za-z0-9_@%+=:,./\x81-\xac\xae-\xff][A-Za-z0-9_@%+=:,./\x80-\xff-]*)?";
+
 std::string expressionOf(const std::string &form) {
   std::string expression;
-  for (char c : form) expression += expressionFor(c);
+  char before = ' ';
+  for (char c : form) {
+    expression += c == kText && before == ' ' ? kNoOption : expressionFor(c);
+    before = c;
+  }
   return expression;
 }
 

@@ -5,9 +5,10 @@
 // last, and each %s is one run of bytes that the shell takes as data: plain
 // letters, digits and _@%+=:,./- or whatever is quoted. Between the listed
 // parts nothing else has a place: no operator, expansion, redirection, comment,
-// pattern, and no blank, so that a value is never two words and never begins
-// one. What is not listed does not pass, and a listed line that is never seen
-// can be asked for, so a verdict that says nothing is noticed.
+// pattern, and no blank, so that a value is never two words; and a word that is a
+// value from its beginning does not begin with "-". What is not listed does not
+// pass, and a listed line that is never seen can be asked for, so a verdict that
+// says nothing is noticed.
 #ifndef ORBA_FUZZ_COMMAND_LIST_H
 #define ORBA_FUZZ_COMMAND_LIST_H
 

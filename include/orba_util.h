@@ -38,9 +38,11 @@ extern "C" {
 
 /* Formats a command line as printf does, appends " 1>/dev/null 2>&1" and hands
  * it to the shell; waits for its end. A line that does not fit 1,023 characters
- * with that is not run, and a trace on the console says so. Returns the number
- * of characters formatted, whatever became of the command. Text that comes from
- * outside must have been quoted for the shell by the caller. */
+ * with that is not run, nor is one that holds " ''-", as this library spells a
+ * value that a program would take for an option; a trace on the console says
+ * so. Returns the number of characters formatted, whatever became of the
+ * command. Text that comes from outside must have been quoted for the shell by
+ * the caller. */
 int doSystem(const char *fmt, ...) ORBA_PRINTF(1, 2);
 
 /* The same with " 1>/dev/null 2>&1 &": does not wait for the command. */

@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "core/file.h"
+#include "core/shell_word.h"
 #include "core/text.h"
 
 namespace orba {
@@ -14,21 +15,13 @@ namespace {
 constexpr char kDiscard[] = " 1>/dev/null 2>&1";
 constexpr char kDiscardInBackground[] = " 1>/dev/null 2>&1 &";
 
-void traceNotRun(const TextBuffer &line) {
-  debug("command too long, not run: %.80s...\n", line.text());
-}
-
 // Formats one line, appends a redirection and gives it to the shell. Returns
 // the length of the formatted text as vsprintf would count it.
 int runFormatted(const char *format, va_list arguments, const char *redirection) {
   Text<kCommandSize> line;
   int count = line.formatList(format, arguments);
   line.append(redirection);
-  if (line.fits()) {
-    (void)!system(line.text());
-  } else {
-    traceNotRun(line);
-  }
+  if (mayRun(line)) (void)!system(line.text());
   return count;
 }
 
@@ -79,15 +72,20 @@ void runIntoFileWith(const char *redirection, const char *format, va_list argume
   off_t before = parts.append ? sizeOf(parts.path.text()) : 0;
 
   line.append(redirection);
-  if (!line.fits() || !parts.path.fits()) {
-    traceNotRun(line);
-    return;
-  }
+  if (!mayRun(line) || !parts.path.fits()) return;
   (void)!system(line.text());
   if (sizeOf(parts.path.text()) == before) writeProduced(parts);
 }
 
 }  // namespace
+
+bool mayRun(const TextBuffer &line) {
+  bool holds_option = strstr(line.text(), ShellWord::kOption) != nullptr;
+  if (line.fits() && !holds_option) return true;
+  debug("command %s, not run: %.80s...\n", line.fits() ? "with an option for a value" : "too long",
+        line.text());
+  return false;
+}
 
 int runDirectly(const char *format, ...) {
   va_list arguments;

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 
+#include "core/text.h"
 #include "orba_util.h"
 
 #pragma GCC visibility push(hidden)
@@ -11,8 +12,12 @@ namespace orba {
 
 // Room for one command line and for what a runner appends to it. A line that
 // does not fit is not run, because a cut rule could let in what it was to keep
-// out; one console trace says which line it was.
+// out.
 constexpr size_t kCommandSize = 1024;
+
+// Whether `line` may be run: it fits, and no value stands where a program would take
+// it for an option. If not, one console trace says which of the two it was.
+bool mayRun(const TextBuffer &line);
 
 // Runs fixed command lines in order through doSystem.
 template <size_t N>

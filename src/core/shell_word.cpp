@@ -23,6 +23,14 @@ bool ShellWord::isPlain(const char *value) {
 }
 
 ShellWord::ShellWord(Slice value) {
+  if (!value.empty() && value.begin[0] == '-') {
+    word_.append(kOption + 1);
+    value = {value.begin + 1, value.length - 1};
+  }
+  quote(value);
+}
+
+void ShellWord::quote(Slice value) {
   if (allStandAsTheyAre(value)) {
     word_.append(value.begin, value.length);
     return;

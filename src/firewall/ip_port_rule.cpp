@@ -24,14 +24,14 @@ void matchMacs(TextBuffer &rule, const FilterSide &source, const FilterSide &des
   ShellWord first(source.mac);
   if (*source.mac != '\0' && *source.mac_end != '\0') {
     rule.format("-m macrange --src-macrange %s-%s ", first.text(),
-                ShellWord(source.mac_end).text());
+                ShellWordPart(source.mac_end).text());
   } else if (*source.mac != '\0') {
     rule.format("-m mac --mac-source %s ", first.text());
   }
   ShellWord second(destination.mac);
   if (*destination.mac != '\0' && *destination.mac_end != '\0') {
     rule.format("-m macrange --dst-macrange %s-%s ", second.text(),
-                ShellWord(destination.mac_end).text());
+                ShellWordPart(destination.mac_end).text());
   } else if (*destination.mac != '\0') {
     rule.format("-m mac --mac-destination %s ", second.text());
   }
@@ -39,7 +39,7 @@ void matchMacs(TextBuffer &rule, const FilterSide &source, const FilterSide &des
 
 void matchMask(TextBuffer &rule, const char *mask) {
   if (*mask != '\0') {
-    rule.format("/%s ", ShellWord(mask).text());
+    rule.format("/%s ", ShellWordPart(mask).text());
   } else {
     rule.append(" ");
   }

@@ -29,7 +29,7 @@ struct Traffic {
 // With nothing to match but the chain, every frame in it is marked.
 void writeMarkCommand(char verb, const Traffic &from, uint32_t mark, Command &command) {
   ShellWord address(from.address);
-  ShellWord netmask(from.netmask);
+  ShellWordPart netmask(from.netmask);
   ShellWord mac(from.mac);
   command.format("ebtables -%c Policy_Route ", verb);
   if (*from.mac != '\0') command.format(" --src %s", mac.text());
@@ -51,14 +51,11 @@ const char *routeVerb(int action) {
 void changeDefaultRoute(int action, const char *gateway, const char *ifname, const char *name) {
   ShellWord router(gateway);
   ShellWord device(ifname);
-  ShellWord table(name);
+  ShellWordPart table(name);
   Command command;
   command.format("ip route %s default  via %s dev %s table pf_%s", routeVerb(action), router.text(),
                  device.text(), table.text());
-  if (!command.fits()) {
-    debug("command too long, not run: %.80s...\n", command.text());
-    return;
-  }
+  if (!mayRun(command)) return;
   Pipe pipe(command.text());
   char ignored[256];
   if (pipe) pipe.readLine(ignored);
@@ -126,7 +123,7 @@ void doPolicyRoutingAction(const char *srcIp, const char *srcMask, const char *s
   char gateway[32] = "";
   getGatewayByInterface(ifname, gateway);
 
-  orba::ShellWord table(name);
+  orba::ShellWordPart table(name);
   doSystem("%s", mark_command.text());
   doSystem("ip rule %s fwmark 0x%x/0xe0000000 prio %d table pf_%s", action != 0 ? "add" : "del",
            mark, orba::tableOfPolicy(n), table.text());

@@ -40,7 +40,7 @@ long long reedSwitchReg(const char *reg) {
   constexpr long long kUnreadable = -1;
   orba::Text<orba::kCommandSize> command;
   command.format("switch reg r %s", orba::ShellWord(reg).text());
-  if (!command.fits()) return kUnreadable;
+  if (!orba::mayRun(command)) return kUnreadable;
   orba::Pipe pipe(command.text());
   if (!pipe) return kUnreadable;
   char line[64];

@@ -44,9 +44,43 @@ TEST(ShellWord, LeavesOrdinaryTextAloneAndQuotesTheRest) {
       {"it's", "'it'\\''s'"},
       {";$(touch X)`id`\n\"", "';$(touch X)`id`\n\"'"},
       {"~", "'~'"},
+      {"-f/dev/zero", "''-f/dev/zero"},
+      {"-", "''-"},
+      {"-a 'b", "''-'a '\\''b'"},
+      {"a -b", "'a -b'"},
       {"\xc3\xa4", "'\xc3\xa4'"},
   };
   for (const auto &[value, word] : words) EXPECT_STREQ(orba::ShellWord(value).text(), word);
+}
+
+TEST(Runners, RefuseALineWithAnOptionForAValue) {
+  sim::Device device;
+  device.file("/etc/iproute2/rt_tables", "");
+  doSystem("iptables -A DMZ -i %s -d %s", orba::ShellWord("").text(),
+           orba::ShellWord("--modprobe=/x").text());
+  orba::runDirectly("arp -d %s", orba::ShellWord("-a b").text());
+  orba::runIntoFile("grep %s > /tmp/x", orba::ShellWord("-f").text());
+  EXPECT_EQ(reedSwitchReg("-w"), -1);
+  doPolicyRoutingAction("", "", "0", "", "-1", "", "-x", "-name", 1, 0);
+  const std::string trace = "command with an option for a value, not run: ",
+                    quiet = " 1>/dev/null 2>&1";
+  EXPECT_EQ(device.console(), trace + "iptables -A DMZ -i  -d ''--modprobe=/x" + quiet + "...\n" +
+                                  trace + "arp -d ''-'a b'...\n" +  //
+                                  trace + "grep ''-f > /tmp/x" + quiet + "...\n" + trace +
+                                  "switch reg r ''-w...\n" +  //
+                                  trace +
+                                  "ip route del default  via  dev ''-x table pf_-name...\n");
+  EXPECT_THAT(device.commands(), ElementsAre(HasSubstr("ebtables -D Policy_Route "),
+                                             testing::EndsWith(" table pf_-name")));
+
+  // No other value looks like one, whatever stands in it.
+  for (int number = 0; number < 4096; number++) {
+    std::string value;
+    for (int i = 0; i < 6; i++) value += " '-a"[number >> 2 * i & 3];
+    const std::string line = " " + std::string(orba::ShellWord(value.c_str()).text()) + " -";
+    EXPECT_EQ(line.find(orba::ShellWord::kOption) == 0, value[0] == '-') << value;
+    EXPECT_EQ(line.find(orba::ShellWord::kOption, 1), std::string::npos) << value;
+  }
 }
 
 TEST(ShellWord, TooLongToQuoteKeepsItsCommandFromRunning) {

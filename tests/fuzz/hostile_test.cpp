@@ -90,6 +90,44 @@ TEST(Hostile, FiveThousandCharacters) {
   }
 }
 
+TEST(Hostile, NoValueBecomesAnOption) {
+  for (const std::string word :
+       {"-", "--modprobe=/x", "-f/dev/zero", "- 'x y", "-,-,-,-,-,-,-,-"}) {
+    Lines lines;
+    callEverything(word, lines);
+  }
+}
+
+// With its table of modules out of sight, iptables has the program that it is told
+// to load a module with.
+TEST(Hostile, IptablesStartsNoProgramOfAValue) {
+  const fs::path folder = fs::temp_directory_path() / ("orba-option-" + std::to_string(getpid()));
+  fs::create_directories(folder);
+  const std::string program = folder / "program", mark = folder / "mark";
+  std::ofstream(program) << "#!/bin/sh\n>" << mark << "\n";
+  fs::permissions(program, fs::perms::owner_all);
+  auto starts = [&](const std::string &lines) {
+    fs::remove(mark);
+    std::ofstream(folder / "lines") << "mount -t tmpfs none /proc || exit\n"
+                                       "iptables() { iptables-legacy \"$@\"; }\n"
+                                    << lines;
+    std::string shell = "PATH=$PATH:/usr/sbin unshare -rnm sh " + (folder / "lines").string();
+    (void)!std::system((shell + " >" + (folder / "log").string() + " 2>&1").c_str());
+    return fs::exists(mark);
+  };
+  const std::string value = "--modprobe=" + program;
+  Lines lines;
+  playHarm({{"*", "1", {}}, {"websFilterTrustIP", value, {}}, {"@iptablesWebsFilterRun", "", {}}},
+           lines);
+  std::string all;
+  for (const std::string &line : lines) all += line + "\n";
+  const bool tried = starts("iptables -A web_filter -s ! " + value + " -p tcp -m tcp --dport 80");
+  const bool started = starts(all);
+  fs::remove_all(folder);
+  EXPECT_FALSE(started) << all;
+  if (!tried) GTEST_SKIP() << "no iptables-legacy that starts a program here";
+}
+
 // Whatever leads into a builder: the words that switch it on stand, and harm
 // stands behind or in place of all else.
 TEST(Hostile, NoValueBecomesACommand) {
@@ -122,10 +160,11 @@ TEST(Hostile, NoValueBecomesACommand) {
       const auto asked = playHarm(situation(nullptr, ""), lines);
       for (const nvram::Entry &setting : config) {
         if (asked.count({setting.space, setting.key}) == 0) continue;
-        std::vector<std::string> values = {setting.value + kHarm, kHarm};
+        std::vector<std::string> values = {setting.value + kHarm, kHarm, "-" + setting.value};
         size_t at = 0;
         while ((at = setting.value.find_first_of(",;", at)) != std::string::npos) {
           values.push_back(std::string(setting.value).insert(at++, "$(touch X)'`touch X`"));
+          values.push_back(std::string(setting.value).insert(at, "-"));
         }
         for (const std::string &value : values) playHarm(situation(&setting, value), lines);
       }

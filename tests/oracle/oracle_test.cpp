@@ -32,7 +32,8 @@ TEST(Oracle, LinesThatPass) {
       const char *line :
       {"telnetd -p 23 1>/dev/null 2>&1", "telnetd -p  1>/dev/null 2>&1",
        "telnetd -p 'a b;c|d&e$(f)`g`*?~#<>\n\\' 1>/dev/null 2>&1",
-       "telnetd -p 'it'\\''s' 1>/dev/null 2>&1", "telnetd -p '' 1>/dev/null 2>&1",
+       "telnetd -p 'it'\\''s' 1>/dev/null 2>&1", "telnetd -p ''", "telnetd -p ''1-",
+       "ip rule add fwmark 0x1/0xe0000000 prio 2 table pf_-x", "telnetd -p '' 1>/dev/null 2>&1",
        "route add -net 'a b'  netmask c gw 'd' dev e 2>&1  1>/dev/null 2>&1",
        "arping -c 1 -I br0 10.0.0.1 1>/dev/null 2>&1 &",
        "/bin/super_dmz -t 80  -t 1:2 -u '3 4'   1>/dev/null 2>&1",
@@ -79,6 +80,10 @@ TEST(Oracle, LinesThatDoNot) {
                             "\"$x\"",
                             "'a'b c'd'",
                             "1\\2",
+                            "-1",
+                            "'-1'",
+                            "''-1",
+                            "-",
                             "\"1\\\\2\""}) {
     EXPECT_FALSE(passes(std::string("telnetd -p ") + value + " 1>/dev/null 2>&1")) << value;
     EXPECT_FALSE(passes(std::string("telnetd -p ") + value)) << value;

@@ -114,6 +114,13 @@ int answerOfPath(const char *name, const char *path, bool writing, Call call) {
       });
 }
 
+// Whoever the folder on the desk belongs to, on the device its files are the library's.
+int ofTheDevice(int result, struct stat &status) {
+  status.st_uid = geteuid();
+  status.st_nlink = 1;
+  return result;
+}
+
 template <typename Call>
 auto memory(const char *name, Call call) {
   return answer(name, call, [=](Device &device) {
@@ -213,6 +220,16 @@ int sim_open(const char *path, int flags, ...) {
       [=](Device &device) { return device.held().take(openOn(device, path, flags, mode)); });
 }
 
+// Only files are opened as a stream.
+FILE *sim_fdopen(int fd, const char *mode) {
+  return answer(
+      "fdopen", [=] { return fdopen(fd, mode); },
+      [=](Device &device) {
+        device.held().give(fd);
+        return device.held().take(Held::kStream, fdopen(fd, mode));
+      });
+}
+
 int sim_close(int fd) {
   consoles.erase(fd);
   return answer(
@@ -236,6 +253,11 @@ ssize_t sim_write(int fd, const void *buffer, size_t size) {
         size_t length = device.faults().share(size);
         if (consoles.count(fd) != 0) {
           device.record(Event::kConsole, std::string(static_cast<const char *>(buffer), length));
+        }
+        if (fd == STDOUT_FILENO || fd == STDERR_FILENO) {
+          recordPrinted(fd == STDOUT_FILENO ? stdout : stderr,
+                        std::string(static_cast<const char *>(buffer), length));
+          return static_cast<ssize_t>(length);
         }
         return write(fd, buffer, length);
       });
@@ -344,6 +366,15 @@ int sim_stat(const char *path, struct stat *status) {
   return answerOfPath("stat", path, kReads, [=](const char *real) { return stat(real, status); });
 }
 
+int sim_lstat(const char *path, struct stat *status) {
+  return answer(
+      "lstat", [=] { return lstat(path, status); },
+      [=](Device &device) {
+        std::string real = realPath(device, path, kReads);
+        return real.empty() ? -1 : ofTheDevice(lstat(real.c_str(), status), *status);
+      });
+}
+
 int sim_mkdir(const char *path, mode_t mode) {
   return answerOfPath("mkdir", path, kWrites, [=](const char *real) { return mkdir(real, mode); });
 }
@@ -358,7 +389,9 @@ int sim_truncate(const char *path, off_t length) {
 }
 
 int sim_fstat(int fd, struct stat *status) {
-  return answer("fstat", [=] { return fstat(fd, status); });
+  return answer(
+      "fstat", [=] { return fstat(fd, status); },
+      [=](Device &) { return ofTheDevice(fstat(fd, status), *status); });
 }
 
 int sim_fchmod(int fd, mode_t mode) {
@@ -515,6 +548,10 @@ sighandler_t sim_signal(int number, sighandler_t handler) {
 
 int sim_sigprocmask(int how, const sigset_t *set, sigset_t *previous) {
   return answer("sigprocmask", [=] { return sigprocmask(how, set, previous); });
+}
+
+int sim_sigtimedwait(const sigset_t *set, siginfo_t *info, const timespec *limit) {
+  return answer("sigtimedwait", [=] { return sigtimedwait(set, info, limit); });
 }
 
 unsigned int sim_sleep(unsigned int seconds) {

@@ -1,4 +1,6 @@
 // Traces on the console, which daemons without a terminal have too.
+#include "core/console.h"
+
 #include <fcntl.h>
 
 #include <cstdio>
@@ -6,6 +8,19 @@
 #include "core/file.h"
 #include "core/text.h"
 #include "orba_util.h"
+
+namespace orba {
+
+void print(int fd, const char *format, ...) {
+  Text<256> text;
+  va_list arguments;
+  va_start(arguments, format);
+  text.formatList(format, arguments);
+  va_end(arguments);
+  (void)!write(fd, text.text(), text.length());
+}
+
+}  // namespace orba
 
 int debug(const char *format, ...) {
   orba::Descriptor console(open("/dev/console", O_RDWR));

@@ -4,8 +4,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 
+#include "core/console.h"
 #include "core/errno_keeper.h"
 #include "core/file.h"
 #include "orba_util.h"
@@ -59,12 +59,12 @@ int show(uint32_t gpio, const Pattern &pattern, uint32_t gpios) {
   if (gpio >= gpios || !inRange(pattern)) return -1;
   Descriptor device(open(kGpioDevice, O_RDONLY));
   if (!device) {
-    perror(kGpioDevice);
+    print(STDERR_FILENO, "%s: %m\n", kGpioDevice);
     return -1;
   }
   LedRequest request = {gpio, pattern};
   if (ioctl(device.get(), kLedRequest, &request) < 0) {
-    perror("ioctl");
+    print(STDERR_FILENO, "ioctl: %m\n");
     return -1;
   }
   return 0;

@@ -2,8 +2,7 @@
 
 #include <sys/socket.h>
 
-#include <cstdio>
-
+#include "core/console.h"
 #include "core/file.h"
 #include "core/rule_list.h"
 #include "core/setting.h"
@@ -85,7 +84,7 @@ void storeSsid(const WscCredential &credential) {
 void storeAuthMode(uint16_t type) {
   const char *name = nameOf(type, kAuthModes);
   if (name == nullptr) {
-    printf("Wsc: Warning: can't get invalid authmode\n.");
+    print(STDOUT_FILENO, "Wsc: Warning: can't get invalid authmode\n.");
     name = "OPEN";
   }
   storeFirst("AuthMode", name);
@@ -103,7 +102,7 @@ void storeWepKey(const WscCredential &credential, const KeyText &key) {
 void storeEncryption(const WscCredential &credential) {
   const char *name = nameOf(credential.encryption, kEncrypTypes);
   if (name == nullptr) {
-    printf("Wsc: Warning: can't get invalid encryptype\n.");
+    print(STDOUT_FILENO, "Wsc: Warning: can't get invalid encryptype\n.");
     storeFirst("EncrypType", "NONE");
     return;
   }

@@ -1,7 +1,8 @@
 // Following a WPS run of the access point to its end.
-#include <cstdio>
+#include <unistd.h>
 
 #include "core/command.h"
+#include "core/console.h"
 #include "core/errno_keeper.h"
 #include "core/setting.h"
 #include "orba_util.h"
@@ -114,7 +115,7 @@ constexpr Reaction kReactions[] = {
 // The time allowed counts from here, or from the first tick when the driver
 // never says that it started.
 void startWatching() {
-  printf("Wsc: Start to monitor WSC Status...\n");
+  print(STDOUT_FILENO, "Wsc: Start to monitor WSC Status...\n");
   wps_state.started = 1;
   wps_state.elapsed = 0;
   showWpsRunning();

@@ -1,10 +1,11 @@
 // Asking the driver about WPS.
 #include "wireless/wps_profile.h"
 
-#include <cerrno>
-#include <cstdio>
+#include <unistd.h>
+
 #include <cstring>
 
+#include "core/console.h"
 #include "core/text.h"
 #include "orba_util.h"
 #include "wireless/driver_oid.h"
@@ -99,7 +100,7 @@ int getWscProfile(const char *ifname, void *record) {
   int result = orba::wirelessRequest(orba::kOidRequest, ifname, record, sizeof(orba::WscProfile),
                                      orba::kProfileOid);
   if (result >= 0) return 0;
-  printf("ioctl error, getWscProfile:%s\n", strerror(errno));
+  orba::print(STDOUT_FILENO, "ioctl error, getWscProfile:%m\n");
   return -1;
 }
 

@@ -60,23 +60,6 @@ void writeProduced(const IntoFile &parts) {
   }
 }
 
-void runIntoFileWith(const char *redirection, const char *format, va_list arguments) {
-  Text<kCommandSize> line;
-  line.formatList(format, arguments);
-  IntoFile parts(line.text());
-  // A file that an echo makes is emptied first, so that what stands in it
-  // afterwards is the echo's. One that another program fills is left to the shell,
-  // which empties it: what stands there afterwards, whoever wrote it, is not
-  // fetched again.
-  if (parts.echoed()) Descriptor(open(parts.path.text(), O_WRONLY | O_TRUNC));
-  off_t before = parts.append ? sizeOf(parts.path.text()) : 0;
-
-  line.append(redirection);
-  if (!mayRun(line) || !parts.path.fits()) return;
-  (void)!system(line.text());
-  if (sizeOf(parts.path.text()) == before) writeProduced(parts);
-}
-
 }  // namespace
 
 bool mayRun(const TextBuffer &line) {
@@ -87,26 +70,32 @@ bool mayRun(const TextBuffer &line) {
   return false;
 }
 
+void runIntoFile(const char *format, ...) {
+  Text<kCommandSize> line;
+  va_list arguments;
+  va_start(arguments, format);
+  line.formatList(format, arguments);
+  va_end(arguments);
+  IntoFile parts(line.text());
+  // A file that an echo makes is emptied first, so that what stands in it
+  // afterwards is the echo's. One that another program fills is left to the shell,
+  // which empties it: what stands there afterwards, whoever wrote it, is not
+  // fetched again.
+  if (parts.echoed()) Descriptor(open(parts.path.text(), O_WRONLY | O_TRUNC));
+  off_t before = parts.append ? sizeOf(parts.path.text()) : 0;
+
+  line.append(kDiscard);
+  if (!mayRun(line) || !parts.path.fits()) return;
+  (void)!system(line.text());
+  if (sizeOf(parts.path.text()) == before) writeProduced(parts);
+}
+
 int runDirectly(const char *format, ...) {
   va_list arguments;
   va_start(arguments, format);
   int count = runFormatted(format, arguments, "");
   va_end(arguments);
   return count;
-}
-
-void runIntoFile(const char *format, ...) {
-  va_list arguments;
-  va_start(arguments, format);
-  runIntoFileWith(kDiscard, format, arguments);
-  va_end(arguments);
-}
-
-void runDirectlyIntoFile(const char *format, ...) {
-  va_list arguments;
-  va_start(arguments, format);
-  runIntoFileWith("", format, arguments);
-  va_end(arguments);
 }
 
 }  // namespace orba

@@ -34,8 +34,6 @@ int runDirectly(const char *format, ...) __attribute__((format(printf, 1, 2)));
 // and throws the text away. The line is run all the same; then, if the file did
 // not get its text, the text is fetched once more through a pipe and written.
 void runIntoFile(const char *format, ...) __attribute__((format(printf, 1, 2)));
-// The same for a line that goes to the shell directly.
-void runDirectlyIntoFile(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
 }  // namespace orba
 #pragma GCC visibility pop

@@ -1,6 +1,25 @@
 #include "core/file.h"
 
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+
 namespace orba {
+
+namespace {
+
+bool isOurs(const struct stat &status) {
+  return S_ISREG(status.st_mode) && status.st_nlink == 1 &&
+         (status.st_uid == 0 || status.st_uid == geteuid());
+}
+
+// What keeps everybody from making a file, so that a command does no harm there.
+bool nobodyCanMakeIt(int error) {
+  return error == ENOENT || error == EACCES || error == EROFS;
+}
+
+}  // namespace
 
 bool Stream::readLine(char *line, size_t size) {
   return fgets(line, static_cast<int>(size), stream_) != nullptr;
@@ -11,6 +30,10 @@ void Stream::readAll(char *text, size_t size) {
 }
 
 File::File(const char *path, const char *mode) : Stream(fopen(path, mode)) {}
+
+File::File(int fd) : Stream(fd >= 0 ? fdopen(fd, "r") : nullptr) {
+  if (stream_ == nullptr && fd >= 0) ::close(fd);
+}
 
 bool File::close() {
   if (stream_ == nullptr) return true;
@@ -30,7 +53,43 @@ Descriptor::~Descriptor() {
 }
 
 bool fileExists(const char *path) {
-  return static_cast<bool>(File(path, "r"));
+  return static_cast<bool>(Descriptor(open(path, O_RDONLY | O_NONBLOCK)));
+}
+
+int openOurs(const char *path, int access) {
+  int fd = open(path, access | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+  struct stat status;
+  if (fd < 0 || (fstat(fd, &status) == 0 && isOurs(status))) return fd;
+  close(fd);
+  errno = EEXIST;
+  return -1;
+}
+
+void removeUnlessOurs(const char *path) {
+  struct stat status;
+  if (lstat(path, &status) == 0 && !isOurs(status)) unlink(path);
+}
+
+bool claimFile(const char *path, mode_t mode) {
+  // Again while somebody is quick to put the next one there, but not for ever.
+  for (int attempt = 0; attempt < 8; attempt++) {
+    struct stat status;
+    if (lstat(path, &status) == 0) {
+      bool private_enough = (status.st_mode & 0777 & ~mode) == 0;
+      if (isOurs(status)) return private_enough || chmod(path, status.st_mode & mode) == 0;
+      unlink(path);
+    }
+    Descriptor made(open(path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
+    if (made) return true;
+    if (errno != EEXIST) return nobodyCanMakeIt(errno);
+  }
+  return false;
+}
+
+void writeOurs(const char *path, const char *text) {
+  if (!claimFile(path)) return;
+  Descriptor file(openOurs(path, O_WRONLY));
+  if (file && ftruncate(file.get(), 0) == 0) (void)!write(file.get(), text, strlen(text));
 }
 
 }  // namespace orba

@@ -44,6 +44,8 @@ class Stream {
 class File : public Stream {
  public:
   File(const char *path, const char *mode);
+  // To read from a descriptor, which is closed with it; none for -1.
+  explicit File(int fd);
   ~File() { close(); }
   // False when what was written did not all reach the file.
   bool close();
@@ -71,6 +73,25 @@ class Descriptor {
 };
 
 bool fileExists(const char *path);
+
+// ---- files where everybody may put some ----
+//
+// In /tmp, others may have put a link, a FIFO or a file of theirs where one of
+// ours belongs. Ours is a regular file with one name, this user's or root's.
+
+// -1 when there is none of ours. Opened for reading, or with O_WRONLY for writing.
+int openOurs(const char *path, int access = O_RDONLY);
+
+// Before a command that may make `path`: a link would lead it elsewhere.
+void removeUnlessOurs(const char *path);
+
+// Before a command writes to `path`: what is not ours goes and an empty file takes
+// its place; what is ours stays as it is, and loses the permissions that `mode`
+// lacks. False when something else may be there, and the command is not to run.
+bool claimFile(const char *path, mode_t mode = 0666);
+
+// Makes `text` all that stands in a file of ours.
+void writeOurs(const char *path, const char *text);
 
 }  // namespace orba
 #pragma GCC visibility pop

@@ -13,7 +13,7 @@ char *racat(const char *prefix, int number) {
 }
 
 int readHttpdPid(void) {
-  orba::File file("/var/run/mini_httpd.pid", "r");
+  orba::File file(orba::openOurs("/var/run/mini_httpd.pid"));
   int pid = 0;
   if (!file || fscanf(file.get(), "%d", &pid) != 1) return 0;
   return pid;

@@ -1,8 +1,7 @@
 // Bringing up the Internet connection and the management servers.
-#include <unistd.h>
-
 #include "core/command.h"
 #include "core/file.h"
+#include "core/pause.h"
 #include "core/setting.h"
 #include "core/shell_word.h"
 #include "orba_util.h"
@@ -18,7 +17,7 @@ unsigned int reduce_boot_time;  // read by others; nothing here uses it
 
 // Runs the WAN script for the connection that was set up, or the default one.
 void runInternetScript() {
-  File file(kWanIndexFile, "r");
+  File file(openOurs(kWanIndexFile));
   int index = 0;
   if (file && fscanf(file.get(), "%d", &index) != 1) index = 0;
   if (index != 0) {
@@ -111,7 +110,7 @@ int startlog_init(void) {
 
 int clearlog(void) {
   doSystem("killall -q syslogd");
-  sleep(1);  // the old logger gives its ring back, and with it the log
+  pauseFor(1);  // the old logger gives its ring back, and with it the log
   return startLogger();
 }
 

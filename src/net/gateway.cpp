@@ -27,7 +27,7 @@ int wanOf(const char *ifname) {
 // first line. An apostrophe ends the address too.
 bool readNotedGateway(int wan, Text<kAddressSize> &gateway) {
   Text<32> path;
-  File info(path.format("/var/wan%d.info", wan).text(), "r");
+  File info(openOurs(path.format("/var/wan%d.info", wan).text()));
   char line[128];
   if (!info || !info.readLine(line) || strchr(line, ':') == nullptr) return false;
   gateway.append(line, strcspn(line, "':"));

@@ -101,8 +101,10 @@ bool countStations(Text<4> &count) {
   return true;
 }
 
+constexpr char kModuleFile[] = "/tmp/wifi_statistic";
+
 void addModuleFile(Answer &answer) {
-  File file("/tmp/wifi_statistic", "r");
+  File file(openOurs(kModuleFile));
   if (!file) {
     answer.append(kNoTraffic);
     return;
@@ -131,7 +133,10 @@ bool addModule(Answer &answer) {
     }
     // With no station there is nothing new: the file of an earlier run is shown
     // again.
-    if (!stations.is("0")) doSystemWithoutConsole("wlan_5G.sh \"Statistic\" \"%d\"", i);
+    if (!stations.is("0")) {
+      removeUnlessOurs(kModuleFile);
+      doSystemWithoutConsole("wlan_5G.sh \"Statistic\" \"%d\"", i);
+    }
     addModuleFile(answer);
   }
   return true;

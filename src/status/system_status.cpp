@@ -87,8 +87,9 @@ int getMemUsgInfo(char *out, int, char **) {
 
 int getCpuLoad(char *out, int, char **) {
   *out = '\0';
+  if (!orba::claimFile("/var/cpuload")) return 1;
   orba::runIntoFile("top -n 1 | grep '^CPU' > /var/cpuload");
-  orba::File file("/var/cpuload", "r");
+  orba::File file(orba::openOurs("/var/cpuload"));
   if (!file) return 1;
   char line[128];
   unsigned percent;

@@ -17,7 +17,6 @@ constexpr GatewayLookup kByArping = {
     "arp -an | grep \"(%s)\"",
 };
 
-constexpr char kWanInfo[] = "/var/wan1.info";
 constexpr char kSavedMac[] = "/tmp/gwMac";
 constexpr size_t kMacDigits = 12;
 
@@ -59,11 +58,10 @@ constexpr const char *kSnoopingOn[kPorts][5] = {
 // A gateway that does not answer is looked for by the address it last had.
 void saveOrRecall(GatewayMac &mac) {
   if (mac.length() == kMacDigits) {
-    File file(kSavedMac, "w");
-    if (file) fprintf(file.get(), "%s", mac.text());
+    writeOurs(kSavedMac, mac.text());
     return;
   }
-  File file(kSavedMac, "r");
+  File file(openOurs(kSavedMac));
   char saved[32];
   if (file && fscanf(file.get(), "%31s", saved) == 1) mac.assign(saved);
 }
@@ -72,6 +70,11 @@ void startSnooping(int port) {
   runDirectly("switch igmpsnoop off");
   if (port < 1 || port > kPorts) return;
   for (const char *command : kSnoopingOn[port - 1]) runDirectly("%s", command);
+}
+
+// The WAN scripts have noted a connection.
+bool wanIsNoted() {
+  return static_cast<bool>(Descriptor(openOurs("/var/wan1.info")));
 }
 
 int detectPortAndSnoop() {
@@ -84,7 +87,7 @@ int detectPortAndSnoop() {
 // The flag of the easy set-up; neither 0 nor 1 when there is none.
 int easySetupFlag() {
   constexpr int kNone = 2;
-  File file("/tmp/do_vela", "r");
+  File file(openOurs("/tmp/do_vela"));
   char line[128];
   return file && file.readLine(line) ? toNumber(line) : kNone;
 }
@@ -103,26 +106,28 @@ int igmpsnoopingenable(void) {
   orba::MacSearch search = orba::searchMacTable(mac.text());
   if (search.end != orba::MacSearch::kFinished) return 0;
   orba::startSnooping(search.port);
-  orba::runDirectly("echo \"%d\" > /tmp/wanPort", search.port);
+  if (orba::claimFile("/tmp/wanPort")) {
+    orba::runDirectly("echo \"%d\" > /tmp/wanPort", search.port);
+  }
   return search.port;
 }
 
 int igmpsnooping_init(void) {
   int easy_setup = orba::easySetupFlag();
-  if (!orba::fileExists(orba::kWanInfo)) return 0;
+  if (!orba::wanIsNoted()) return 0;
   int port = orba::detectPortAndSnoop();
   if (port == 0 || !orba::setting("WirelessOPMode").is("3") || easy_setup != 0) return 0;
   // A wired uplink has been found: no longer a wireless one.
   nvram_bufset(orba::kMainSpace, "WirelessOPMode", "1");
   nvram_commit(orba::kMainSpace);
-  orba::runIntoFile("echo \"1\" > /tmp/nvram_LOCK");
+  if (orba::claimFile("/tmp/nvram_LOCK")) orba::runIntoFile("echo \"1\" > /tmp/nvram_LOCK");
   doSystem("reboot.sh");
   return 0;
 }
 
 void igmpHWSnoopingRule(void) {
   bool uplink_is_module = orba::setting("OperationMode", orba::kModuleSpace).is("3");
-  if (!orba::fileExists(orba::kWanInfo)) return;
+  if (!orba::wanIsNoted()) return;
   if (orba::detectPortAndSnoop() == 0 || !uplink_is_module) return;
   doSystem("call_qcsapi_sockrpc --host 1.1.1.2 disassociate wifi0");
   nvram_set(orba::kModuleSpace, "WlanEnabled", "1;0;0;0;0;0;0;0;0");

@@ -1,12 +1,12 @@
 // What follows when a link of the switch comes or goes.
 #include <signal.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstring>
 
 #include "core/command.h"
 #include "core/file.h"
+#include "core/pause.h"
 #include "core/setting.h"
 #include "orba_util.h"
 
@@ -71,7 +71,7 @@ void startWanAnew() {
 }
 
 void renewLease(PidAndGateway &state) {
-  File file(kClientPidFile, "r");
+  File file(openOurs(kClientPidFile));
   if (!file) {
     runDirectly("wan.sh >null");
     return;
@@ -91,10 +91,10 @@ void resetEthernetSwitchPort(int wanPort) {
   for (const auto &restart : orba::kPortRestart) {
     if (++port == wanPort) continue;
     orba::runDirectly("%s", restart.power_down);
-    sleep(1);
+    orba::pauseFor(1);
     orba::runDirectly("%s", restart.power_up);
   }
-  sleep(1);
+  orba::pauseFor(1);
 }
 
 int ethernetPortEventHandler(int event) {

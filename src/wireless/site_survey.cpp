@@ -1,11 +1,10 @@
 // The site survey: has the driver look around and prints who is there.
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 
 #include "core/file.h"
+#include "core/pause.h"
 #include "wireless/driver_oid.h"
 #include "wireless/survey_record.h"
 
@@ -45,7 +44,7 @@ bool awaitConnection(int driver) {
       debug("Query OID_GEN_MEDIA_CONNECT_STATUS failed!");
       return false;
     }
-    sleep(2);
+    pauseFor(2);
   }
   uint8_t radio_on = 0;
   if (queryOid(RT_OID_802_11_RADIO, driver, kRadio, radio_on) < 0) {
@@ -66,7 +65,7 @@ bool scan(int driver) {
     debug("Set OID_802_11_BSSID_LIST_SCAN failed!");
     return false;
   }
-  sleep(2);
+  pauseFor(2);
   return true;
 }
 
@@ -95,7 +94,7 @@ bool fetch(int driver, int length, SurveyList &list) {
     result = OidQueryInformation(OID_802_11_BSSID_LIST, driver, kRadio, list.bytes(), length);
     if (errno == EAGAIN) {
       attempts++;
-      sleep(1);
+      pauseFor(1);
       if (attempts == kAttempts) {
         debug("Query OID_802_11_BSSID_LIST error! errno == EAGAIN");
         return false;

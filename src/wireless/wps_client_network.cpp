@@ -1,5 +1,7 @@
 #include "wireless/wps_client_network.h"
 
+#include <sys/stat.h>
+
 #include <cstring>
 
 #include "core/command.h"
@@ -13,12 +15,27 @@ namespace orba {
 namespace {
 
 constexpr char kInfoFile[] = "/tmp/apcli.info";
+constexpr mode_t kForUsAlone = 0600;
 
+constexpr const char *kGatherInfo[] = {
+    "iwpriv apcli0 stat | grep SSID > /tmp/apcli.info",
+    "iwpriv apcli0 stat | grep AuthType >> /tmp/apcli.info",
+    "iwpriv apcli0 stat | grep EncrypType >> /tmp/apcli.info",
+    "iwpriv apcli0 stat | grep \"Key \" >> /tmp/apcli.info",
+};
+
+bool infoIsEmpty() {
+  struct stat status;
+  return stat(kInfoFile, &status) == 0 && status.st_size == 0;
+}
+
+// Behind the runner's redirection the shell makes the file and loses the text;
+// the second try has none. A pipe would need the heap, and the monitor runs in a
+// signal handler.
 void gatherInfo() {
-  runIntoFile("iwpriv apcli0 stat | grep SSID > %s", kInfoFile);
-  runIntoFile("iwpriv apcli0 stat | grep AuthType >> %s", kInfoFile);
-  runIntoFile("iwpriv apcli0 stat | grep EncrypType >> %s", kInfoFile);
-  runIntoFile("iwpriv apcli0 stat | grep \"Key \" >> %s", kInfoFile);
+  runAll(kGatherInfo);
+  if (!infoIsEmpty()) return;
+  for (const char *command : kGatherInfo) runDirectly("%s", command);
 }
 
 constexpr size_t kLineSize = 128;
@@ -153,8 +170,10 @@ const ClientNetwork::Item ClientNetwork::kItems[4] = {
 }  // namespace
 
 void storeClientNetwork(bool repeater) {
+  if (!claimFile(kInfoFile, kForUsAlone)) return;
   gatherInfo();
-  Descriptor file(open(kInfoFile, O_RDONLY));
+  Descriptor file(openOurs(kInfoFile));
+  unlink(kInfoFile);  // nobody else reads it, and it holds a key
   if (!file) return;
   ClientNetwork network(repeater);
   Lines lines(file.get());

@@ -3,10 +3,11 @@
 #include <sys/file.h>
 
 #include <cctype>
-#include <csignal>
-#include <cstdio>
+#include <cerrno>
 #include <cstdlib>
 
+#include "core/alarm_block.h"
+#include "core/console.h"
 #include "core/file.h"
 #include "core/text.h"
 #include "orba_util.h"
@@ -21,31 +22,31 @@ constexpr char kResultFile[] = "/var/wscResult";
 constexpr size_t kDigits = 2;
 
 // Holds an exclusive lock. The monitors' signal waits meanwhile: a handler that
-// wanted the lock which the code under it holds would wait for ever.
+// wanted the lock which the code under it holds would wait in vain.
 class Lock {
  public:
   explicit Lock(const Descriptor &file) : file_(file) {
-    sigset_t alarm;
-    sigemptyset(&alarm);
-    sigaddset(&alarm, SIGALRM);
-    sigprocmask(SIG_BLOCK, &alarm, &before_);
-    flock(file_.get(), LOCK_EX);
+    // Its rightful holders need microseconds. One that has not let go after a
+    // second is none of them, and what it guards is one short write.
+    constexpr int kAttempts = 1000;
+    constexpr useconds_t kPauseMicroseconds = 1000;
+    for (int attempt = 0; attempt < kAttempts; attempt++) {
+      if (flock(file_.get(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) return;
+      usleep(kPauseMicroseconds);
+    }
   }
   Lock(const Lock &) = delete;
   Lock &operator=(const Lock &) = delete;
-  ~Lock() {
-    flock(file_.get(), LOCK_UN);
-    sigprocmask(SIG_SETMASK, &before_, nullptr);
-  }
+  ~Lock() { flock(file_.get(), LOCK_UN); }
 
  private:
   const Descriptor &file_;
-  sigset_t before_;
+  AlarmBlock alarm_;
 };
 
 // False when there is no file. What does not fit is left out.
 bool readResult(char *text, size_t size) {
-  Descriptor file(open(kResultFile, O_RDONLY));
+  Descriptor file(openOurs(kResultFile));
   if (!file) return false;
   Lock lock(file);
   ssize_t length = read(file.get(), text, size - 1);
@@ -56,9 +57,10 @@ bool readResult(char *text, size_t size) {
 // The WPS daemon cannot work without the file: the process ends when it cannot
 // be made.
 void writeResult(int value, const char *complaint) {
-  Descriptor file(open(kResultFile, O_WRONLY | O_CREAT, 0666));
+  claimFile(kResultFile);
+  Descriptor file(openOurs(kResultFile, O_WRONLY));
   if (!file) {
-    fprintf(stderr, "%s", complaint);
+    print(STDERR_FILENO, "%s", complaint);
     exit(1);
   }
   Text<16> text;

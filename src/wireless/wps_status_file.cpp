@@ -1,8 +1,7 @@
 #include "wireless/wps_status_file.h"
 
-#include <cstdio>
-
 #include "core/command.h"
+#include "core/console.h"
 #include "core/file.h"
 #include "core/text.h"
 #include "orba_util.h"
@@ -24,7 +23,7 @@ constexpr int kEnded = 2;
 // The beginning of a small file; false when it cannot be opened.
 template <size_t N>
 bool readBeginning(const char *path, char (&text)[N]) {
-  Descriptor file(open(path, O_RDONLY));
+  Descriptor file(openOurs(path));
   if (!file) return false;
   ssize_t length = read(file.get(), text, N - 1);
   text[length > 0 ? length : 0] = '\0';
@@ -34,49 +33,44 @@ bool readBeginning(const char *path, char (&text)[N]) {
 // An echo that went through the runner leaves its file empty, because the
 // runner's redirection stands behind the line's own. What the file still lacks
 // is written here, without the heap, since the monitors run in a signal handler.
-void completeEcho(const char *path, int number) {
+void echo(int (*run)(const char *line, ...), const char *line, const char *path, int number) {
+  if (!claimFile(path)) return;
+  run(line, number);
   Text<16> wanted;
   wanted.format("%d\n", number);
   char found[16];
-  if (readBeginning(path, found) && wanted.is(found)) return;
-  Descriptor file(open(path, O_WRONLY | O_CREAT | O_TRUNC, 0666));
-  if (file) (void)!write(file.get(), wanted.text(), wanted.length());
+  if (!readBeginning(path, found) || !wanted.is(found)) writeOurs(path, wanted.text());
 }
 
 int readStatus(const char *path, const char *complaint) {
   char text[32];
   if (!readBeginning(path, text)) {
-    fprintf(stderr, "%s", complaint);
+    print(STDERR_FILENO, "%s", complaint);
     return -1;
   }
   return toNumber(text);
 }
 
 void endSession() {
-  doSystem("echo \"2\" > /tmp/wpsStatus");
-  completeEcho(kStatus, kEnded);
+  echo(doSystem, "echo \"2\" > /tmp/wpsStatus", kStatus, kEnded);
 }
 
 }  // namespace
 
 void writeStatus24(int status) {
-  doSystem("echo %d > /tmp/wpsStatus24", status);
-  completeEcho(kStatus24, status);
+  echo(doSystem, "echo %d > /tmp/wpsStatus24", kStatus24, status);
 }
 
 void clearStatus24() {
-  doSystem("echo \"999\" > /tmp/wpsStatus24");
-  completeEcho(kStatus24, kNoSession);
+  echo(doSystem, "echo \"999\" > /tmp/wpsStatus24", kStatus24, kNoSession);
 }
 
 void clearStatus() {
-  doSystem("echo \"999\" > /tmp/wpsStatus");
-  completeEcho(kStatus, kNoSession);
+  echo(doSystem, "echo \"999\" > /tmp/wpsStatus", kStatus, kNoSession);
 }
 
 void clearStatusDirectly() {
-  runDirectly("echo \"999\" > /tmp/wpsStatus");
-  completeEcho(kStatus, kNoSession);
+  echo(runDirectly, "echo \"999\" > /tmp/wpsStatus", kStatus, kNoSession);
 }
 
 }  // namespace orba

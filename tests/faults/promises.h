@@ -202,10 +202,10 @@ inline const std::vector<Promise> &promises() {
       {.entries = namesIn("getWscResultOrba getWscResultGUIOrba"),
        .failures = {{.of = {"open"}, .answers = {"-1"}}, {.of = {"read"}, .answers = {"0"}}}},
       {.entries = namesIn("getWscResult"),
-       .failures = {{.of = {"open"}, .exits = 1, .for_good = true},
+       .failures = {{.of = {"open", "fstat"}, .exits = 1, .for_good = true},
                     {.of = {"read"}, .answers = {"0"}}}},
       {.entries = namesIn("setWscResult"),
-       .failures = {{.of = {"open"}, .exits = 1, .for_good = true}}},
+       .failures = {{.of = {"open", "fstat"}, .exits = 1, .for_good = true}}},
       {.entries = namesIn("WPSAPTimerHandler"), .failures = {{.exits = 1}}},
 
       // ---- the login record ----

@@ -1,7 +1,4 @@
-#include <fcntl.h>
 #include <gmock/gmock.h>
-#include <sys/file.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <climits>
@@ -48,30 +45,6 @@ TEST(WpsResult, ReadsTheFirstTwoCharactersThatAreNotBlank) {
   WpsDevice without;
   EXPECT_EQ(getWscResult(), 0);
   EXPECT_EQ(without.text(kResult), "0");
-}
-
-// Whoever reads under the lock finds a number, at any moment of another
-// process's writing.
-TEST(WpsResult, IsNeverSeenHalfWritten) {
-  WpsDevice device;
-  setWscResult(1);
-  std::string path = device.root().forReading(kResult);
-  pid_t writer = fork();
-  if (writer == 0) {
-    for (int i = 0; i < 5000; i++) setWscResult(i % 2 == 0 ? -1 : 1);
-    _exit(0);
-  }
-  int wrong = 0;
-  while (waitpid(writer, nullptr, WNOHANG) == 0) {
-    int fd = open(path.c_str(), O_RDONLY);
-    flock(fd, LOCK_EX);
-    char text[8] = "";
-    ssize_t length = read(fd, text, sizeof text - 1);
-    close(fd);
-    std::string found(text, static_cast<size_t>(length));
-    if (found != "1" && found != "-1") wrong++;
-  }
-  EXPECT_EQ(wrong, 0);
 }
 
 // The end of the process, seen from outside with what it said before.

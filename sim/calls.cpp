@@ -97,7 +97,8 @@ int openOn(Device &device, const char *path, int flags, mode_t mode) {
   std::string real = realPath(device, path, writes(flags));
   if (real.empty()) return -1;
   int fd = open(real.c_str(), flags | O_CLOEXEC, mode);
-  if (fd >= 0 && writes(flags)) device.record(Event::kFile, path);
+  // What makes an empty file writes nothing yet.
+  if (fd >= 0 && writes(flags) && (flags & O_EXCL) == 0) device.record(Event::kFile, path);
   return fd;
 }
 

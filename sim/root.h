@@ -25,6 +25,8 @@ class Root {
 
   // Where a path of the device really is; empty, with errno set, when it is refused.
   std::string forReading(const std::string &path);
+  // The same for who only asks what is there.
+  std::string whereverItIs(const std::string &path);
   // The same with the folders above it made and the lower content brought up.
   std::string forWriting(const std::string &path);
 

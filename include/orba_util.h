@@ -305,8 +305,10 @@ void doPolicyRoutingAction(const char *srcIp, const char *srcMask, const char *s
 
 /* Removes the lines of /etc/iproute2/rt_tables that hold the number and "pf_"
  * with the name (its first 63 characters), and leaves all others as they are.
- * When the file cannot be read or written it stays whole and a trace goes to
- * the console. */
+ * A new file takes the old one's place, or where it cannot (a mount, a link, a
+ * full or read-only folder) the old one is written anew; owner, group, mode and
+ * links stay. When the file cannot be read or written it stays whole and a
+ * trace goes to the console. */
 void doPolicyRoutingRemove(int tableNumber, const char *name);
 
 /* srvName to srvName4 with "|" between them, to `dst` (128 bytes): "b||d".

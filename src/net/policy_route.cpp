@@ -1,5 +1,7 @@
 // Policy routes: frames of chosen LAN sources are marked, and the mark leads to
 // a routing table of its own with a default route through the chosen side.
+#include <cstdlib>
+
 #include "core/command.h"
 #include "core/file.h"
 #include "core/shell_word.h"
@@ -70,16 +72,73 @@ int wanOfSide(const char *side) {
   return 0;
 }
 
-void apply(const PolicyRule &rule, const char *ifname, int n, int action) {
-  doPolicyRoutingAction(rule.address.text(), rule.netmask.text(), rule.port.text(), rule.mac.text(),
-                        rule.protocol.text(), rule.side.empty() ? "LAN" : rule.side.text(), ifname,
-                        rule.name.text(), n, action);
+// The commands alone, without the table's name.
+void run(const Traffic &from, const char *ifname, const char *name, int n, int action) {
+  uint32_t mark = markOfPolicy(n);
+  Command mark_command;
+  writeMarkCommand(action != 0 ? 'A' : 'D', from, mark, mark_command);
+
+  // Stays empty for an interface that is no WAN; `ip` then rejects the route.
+  char gateway[32] = "";
+  getGatewayByInterface(ifname, gateway);
+
+  ShellWordPart table(name);
+  doSystem("%s", mark_command.text());
+  doSystem("ip rule %s fwmark 0x%x/0xe0000000 prio %d table pf_%s", action != 0 ? "add" : "del",
+           mark, tableOfPolicy(n), table.text());
+  changeDefaultRoute(action, gateway, ifname, name);
+}
+
+// The names of all rules' tables, so that their file is written once for all of
+// them and not twice for each.
+class RuleNames {
+ public:
+  explicit RuleNames(const RuleList &rules) {
+    for (Record record : rules) count_ = record.index() + 1;
+    names_ = static_cast<Slice *>(calloc(static_cast<size_t>(count_), sizeof(Slice)));
+    if (names_ == nullptr) return;
+    for (Record record : rules) {
+      PolicyRule rule(record);
+      Slice &name = names_[record.index()];
+      if (record.field(PolicyRule::kName, name)) name.length = tableNameLength(rule.name.text());
+    }
+  }
+  RuleNames(const RuleNames &) = delete;
+  RuleNames &operator=(const RuleNames &) = delete;
+  ~RuleNames() { free(names_); }
+
+  bool standInTheFile() const { return written_; }
+  // False when each rule has to write its own.
+  bool write() {
+    bool first_time = !tried_;
+    tried_ = true;
+    if (first_time && names_ != nullptr) {
+      written_ = renewTableNames(tableOfPolicy(1), names_, count_);
+    }
+    return written_;
+  }
+
+ private:
+  int count_ = 0;
+  Slice *names_;
+  bool tried_ = false;
+  bool written_ = false;
+};
+
+bool nameTable(int n, const char *name, RuleNames *all = nullptr) {
+  doSystem("mkdir -p /etc/iproute2");
+  if ((all != nullptr && all->write()) || addTableName(tableOfPolicy(n), name)) return true;
+  debug("Failed to open %s to append policy routing info: ", kTableNames);
+  return false;
 }
 
 // Removes what an earlier run may have installed, through the interface that
 // was noted then, and installs the rule through the one its side has now.
-void reinstall(const PolicyRule &rule, int n) {
-  apply(rule, rule.ifname.text(), n, 0);
+void reinstall(const PolicyRule &rule, int n, RuleNames &names) {
+  Traffic from = {rule.address.text(), rule.netmask.text(), rule.mac.text(), rule.port.number(),
+                  rule.protocol.number()};
+  run(from, rule.ifname.text(), rule.name.text(), n, 0);
+  if (!names.standInTheFile()) doPolicyRoutingRemove(tableOfPolicy(n), rule.name.text());
   InterfaceName ifname;
   int wan = wanOfSide(rule.side.text());
   if (wan != 0) {
@@ -87,7 +146,7 @@ void reinstall(const PolicyRule &rule, int n) {
   } else {
     ifname.append(getLanIfName());
   }
-  apply(rule, ifname.text(), n, 1);
+  if (nameTable(n, rule.name.text(), &names)) run(from, ifname.text(), rule.name.text(), n, 1);
 }
 
 }  // namespace
@@ -95,11 +154,13 @@ void reinstall(const PolicyRule &rule, int n) {
 }  // namespace orba
 
 int executePolicyRoute(void) {
-  orba::Setting rules = orba::setting("PolicyRoutingRules");
-  if (rules.empty()) return 0;
-  for (orba::Record record : orba::RuleList(rules.text(), orba::PolicyRule::kRecordSize)) {
+  orba::Setting setting = orba::setting("PolicyRoutingRules");
+  if (setting.empty()) return 0;
+  orba::RuleList rules(setting.text(), orba::PolicyRule::kRecordSize);
+  orba::RuleNames names(rules);
+  for (orba::Record record : rules) {
     orba::PolicyRule rule(record);
-    if (!orba::faulty(rule.fault())) orba::reinstall(rule, record.index() + 1);
+    if (!orba::faulty(rule.fault())) orba::reinstall(rule, record.index() + 1, names);
   }
   return -1;
 }
@@ -107,27 +168,9 @@ int executePolicyRoute(void) {
 void doPolicyRoutingAction(const char *srcIp, const char *srcMask, const char *srcPort,
                            const char *srcMac, const char *proto, const char * /*side*/,
                            const char *ifname, const char *name, int n, int action) {
-  if (action != 0) {
-    doSystem("mkdir -p /etc/iproute2");
-    if (!orba::addTableName(orba::tableOfPolicy(n), name)) {
-      debug("Failed to open %s to append policy routing info: ", orba::kTableNames);
-      return;
-    }
-  }
-  orba::Traffic traffic = {srcIp, srcMask, srcMac, orba::toNumber(srcPort), orba::toNumber(proto)};
-  uint32_t mark = orba::markOfPolicy(n);
-  orba::Command mark_command;
-  orba::writeMarkCommand(action != 0 ? 'A' : 'D', traffic, mark, mark_command);
-
-  // Stays empty for an interface that is no WAN; `ip` then rejects the route.
-  char gateway[32] = "";
-  getGatewayByInterface(ifname, gateway);
-
-  orba::ShellWordPart table(name);
-  doSystem("%s", mark_command.text());
-  doSystem("ip rule %s fwmark 0x%x/0xe0000000 prio %d table pf_%s", action != 0 ? "add" : "del",
-           mark, orba::tableOfPolicy(n), table.text());
-  orba::changeDefaultRoute(action, gateway, ifname, name);
+  if (action != 0 && !orba::nameTable(n, name)) return;
+  orba::Traffic from = {srcIp, srcMask, srcMac, orba::toNumber(srcPort), orba::toNumber(proto)};
+  orba::run(from, ifname, name, n, action);
   if (action == 0) doPolicyRoutingRemove(orba::tableOfPolicy(n), name);
 }
 

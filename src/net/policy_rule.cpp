@@ -12,7 +12,7 @@ PolicyRule::PolicyRule(const Record &record)
       protocol(record, 4),
       side(record, 5),
       ifname(record, 6),
-      name(record, 7),
+      name(record, kName),
       cut(cutOf(record, {&netmask, &address, &port, &mac, &protocol, &side, &ifname, &name})) {}
 
 RecordFault PolicyRule::fault() const {

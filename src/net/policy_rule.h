@@ -11,6 +11,7 @@ namespace orba {
 
 struct PolicyRule {
   static constexpr size_t kRecordSize = 128;
+  static constexpr int kName = 7;
 
   explicit PolicyRule(const Record &record);
 

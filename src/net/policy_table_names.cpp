@@ -1,134 +1,265 @@
 #include "net/policy_table_names.h"
 
+#include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 
+#include <cctype>
 #include <cerrno>
 
 #include "core/file.h"
-#include "core/rule_list.h"
 #include "core/text.h"
 
 namespace orba {
 
 namespace {
 
+constexpr char kFolder[] = "/etc/iproute2";
 constexpr char kNewTableNames[] = "/etc/iproute2/rt_tables.new";
+constexpr char kLineEnds[] = "\r\n";
+constexpr int kPauseMicroseconds = 10000;
+constexpr int kPausesForTheLock = 100;
 
-// The file as it is, however long it and its lines are.
-class OldFile {
+// The file, to nobody else who edits it here: the folder is locked, which stays
+// when the file is replaced. Anyone who can read it can hold the lock, so nobody
+// is waited for longer than a second.
+class TableNames {
  public:
-  OldFile() {
-    Descriptor file(open(kTableNames, O_RDONLY | O_CLOEXEC));
-    missing_ = !file && errno == ENOENT;
-    struct stat status;
-    if (!file || fstat(file.get(), &status) != 0) return;
-    mode_ = status.st_mode & 07777;
-    size_ = static_cast<size_t>(status.st_size);
-    if (size_ > 0) content_ = mmap(nullptr, size_, PROT_READ, MAP_PRIVATE, file.get(), 0);
-    readable_ = content_ != MAP_FAILED;
-  }
-  OldFile(const OldFile &) = delete;
-  OldFile &operator=(const OldFile &) = delete;
-  ~OldFile() {
-    if (readable_ && size_ > 0) munmap(content_, size_);
-  }
+  explicit TableNames(int flags)
+      : folder_(open(kFolder, O_RDONLY | O_CLOEXEC)), file_(openLocked(flags)) {}
 
-  bool missing() const { return missing_; }
-  bool readable() const { return readable_; }
-  Slice content() const {
-    return size_ > 0 && readable_ ? Slice{static_cast<const char *>(content_), size_}
-                                  : Slice{"", 0};
-  }
-  mode_t mode() const { return mode_; }
+  explicit operator bool() const { return static_cast<bool>(file_); }
+  int get() const { return file_.get(); }
 
  private:
-  bool missing_ = false;
-  bool readable_ = false;
-  void *content_ = nullptr;
+  int openLocked(int flags) {
+    for (int pauses_left = kPausesForTheLock; pauses_left > 0; pauses_left--) {
+      if (flock(folder_.get(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) break;
+      usleep(kPauseMicroseconds);
+    }
+    return open(kTableNames, flags | O_CLOEXEC, 0644);
+  }
+
+  Descriptor folder_;
+  Descriptor file_;
+};
+
+bool writeAll(int file, const char *text, size_t length) {
+  while (length > 0) {
+    ssize_t written = write(file, text, length);
+    if (written <= 0) return false;
+    text += written;
+    length -= static_cast<size_t>(written);
+  }
+  return true;
+}
+
+// `count` names from the number `first` on; one without a name has a null `begin`.
+struct Names {
+  int first;
+  const Slice *names;
+  int count;
+
+  bool has(int number, const char *name, size_t length) const {
+    if (number < first || number - first >= count) return false;
+    const Slice &wanted = names[number - first];
+    return wanted.begin != nullptr && wanted.length <= length &&
+           memcmp(name, wanted.begin, wanted.length) == 0;
+  }
+  // Whether "NUMBER pf_NAME" of one of them stands anywhere in the line: any end
+  // of a number is one too, so "1202 pf_x" holds "202 pf_x".
+  bool haveOneIn(const char *line, const char *end) const;
+};
+
+bool Names::haveOneIn(const char *line, const char *end) const {
+  constexpr int kLargestUnit = 100000000;
+  const char *at = line;
+  while (true) {
+    const void *found = memmem(at, static_cast<size_t>(end - at), " pf_", 4);
+    if (found == nullptr) return false;
+    const char *digit = static_cast<const char *>(found);
+    at = digit + 4;
+    int number = 0;
+    for (int unit = 1; digit > line && isdigit(static_cast<unsigned char>(digit[-1])) != 0;
+         unit *= 10) {
+      number += (*--digit - '0') * unit;
+      if (has(number, at, static_cast<size_t>(end - at))) return true;
+      if (unit == kLargestUnit) break;
+    }
+  }
+}
+
+// The file as it was, however long it and its lines are, and what of it is to
+// stay. Both are copies, which nobody else cuts short.
+class Content {
+ public:
+  explicit Content(int file) {
+    if (fstat(file, &status_) != 0) return;
+    size_ = static_cast<size_t>(status_.st_size);
+    space_ = static_cast<char *>(
+        mmap(nullptr, 2 * size_ + 1, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+    if (space_ == MAP_FAILED) return;
+    while (length_ < size_) {
+      ssize_t got = read(file, space_ + length_, size_ - length_);
+      if (got <= 0) return;
+      length_ += static_cast<size_t>(got);
+    }
+    whole_ = true;
+  }
+  Content(const Content &) = delete;
+  Content &operator=(const Content &) = delete;
+  ~Content() {
+    if (space_ != MAP_FAILED) munmap(space_, 2 * size_ + 1);
+  }
+
+  bool whole() const { return whole_; }
+  size_t size() const { return size_; }
+  const struct stat &status() const { return status_; }
+  const char *text() const { return space_; }
+  const char *kept() const { return space_ + size_; }
+  size_t keptLength() const { return kept_length_; }
+
+  void keepAllBut(const Names &names) {
+    for (const char *line = space_; line < kept();) {
+      const void *newline = memchr(line, '\n', static_cast<size_t>(kept() - line));
+      const char *next = newline != nullptr ? static_cast<const char *>(newline) + 1 : kept();
+      size_t length = static_cast<size_t>(next - line);
+      if (!names.haveOneIn(line, next)) {
+        memcpy(space_ + size_ + kept_length_, line, length);
+        kept_length_ += length;
+      }
+      line = next;
+    }
+  }
+
+ private:
+  struct stat status_;
+  char *space_ = static_cast<char *>(MAP_FAILED);
   size_t size_ = 0;
-  mode_t mode_ = 0644;
+  size_t length_ = 0;
+  size_t kept_length_ = 0;
+  bool whole_ = false;
 };
 
-// Is written beside the old file and takes its place only when all of it is on
-// the disk.
-class NewFile {
- public:
-  explicit NewFile(mode_t mode) : file_(startAfresh(), "wx") {
-    if (file_) whole_ = fchmod(fileno(file_.get()), mode) == 0;
+// What other programs have appended since the old file was read.
+bool writeAppended(int file, int old_file, const Content &content) {
+  char text[256];
+  ssize_t got;
+  off_t at = static_cast<off_t>(content.size());
+  while ((got = pread(old_file, text, sizeof text, at)) > 0) {
+    if (!writeAll(file, text, static_cast<size_t>(got))) return false;
+    at += got;
   }
-  NewFile(const NewFile &) = delete;
-  NewFile &operator=(const NewFile &) = delete;
-  ~NewFile() {
-    if (!replaced_) unlink(kNewTableNames);
-  }
+  return got == 0;
+}
 
-  void write(const char *text, size_t length) {
-    if (length > 0 && file_) whole_ = whole_ && fwrite(text, 1, length, file_.get()) == length;
+// A file with other names, or of which this one is a link, stays where they lead.
+bool hasOneName(const struct stat &status) {
+  return status.st_nlink == 1 && Descriptor(open(kTableNames, O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+}
+
+// Puts a new file in the place of the old one, when all of it is on the disk.
+// False where the old one has to stay: a mount, a link, a folder that is full or
+// takes no file, an owner that cannot be given.
+bool replace(int old_file, const Content &content) {
+  const struct stat &status = content.status();
+  if (!hasOneName(status)) return false;
+  unlink(kNewTableNames);  // an interrupted run may have left its own
+  Descriptor file(
+      open(kNewTableNames, O_WRONLY | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC, S_IRUSR | S_IWUSR));
+  if (!file) return false;
+  if (writeAll(file.get(), content.kept(), content.keptLength()) &&
+      fchown(file.get(), status.st_uid, status.st_gid) == 0 &&
+      fchmod(file.get(), status.st_mode & 07777) == 0 && fsync(file.get()) == 0 &&
+      rename(kNewTableNames, kTableNames) == 0) {
+    writeAppended(file.get(), old_file, content);
+    return true;
   }
-  bool replaceOld() {
-    if (!file_) return false;
-    whole_ = whole_ && fflush(file_.get()) == 0 && fsync(fileno(file_.get())) == 0;
-    whole_ = file_.close() && whole_;
-    replaced_ = whole_ && rename(kNewTableNames, kTableNames) == 0;
-    return replaced_;
+  unlink(kNewTableNames);
+  return false;
+}
+
+// What fails on the way is undone, as far as the disk lets it.
+bool rewriteInPlace(int file, const Content &content) {
+  lseek(file, 0, SEEK_SET);
+  if (writeAll(file, content.kept(), content.keptLength()) && writeAppended(file, file, content) &&
+      ftruncate(file, lseek(file, 0, SEEK_CUR)) == 0) {
+    return fsync(file) == 0;
+  }
+  lseek(file, 0, SEEK_SET);
+  writeAll(file, content.text(), content.size());
+  return false;
+}
+
+bool removeLines(int flags, const Names &names) {
+  TableNames file(flags);
+  if (!file) return false;
+  Content content(file.get());
+  if (!content.whole()) return false;
+  content.keepAllBut(names);
+  return content.keptLength() == content.size() || replace(file.get(), content) ||
+         rewriteInPlace(file.get(), content);
+}
+
+// Lines behind all others, each whole whoever else appends. What of them could
+// not be written is taken back.
+class Appending {
+ public:
+  Appending() : file_(O_RDWR | O_APPEND | O_CREAT), size_(lseek(file_.get(), 0, SEEK_END)) {
+    char last = '\n';
+    whole_ = size_ == 0 || pread(file_.get(), &last, 1, size_ - 1) == 1;
+    if (last != '\n') write("\n", 1);
+  }
+  void add(int number, Slice name) {
+    Text<1024> line;
+    line.format("%d pf_", number).append(name.begin, name.length).append("\n");
+    whole_ = whole_ && line.fits();
+    write(line.text(), line.length());
+  }
+  bool done() {
+    if (whole_ && fsync(file_.get()) == 0) return true;
+    if (written_) (void)!ftruncate(file_.get(), size_);
+    return false;
   }
 
  private:
-  // An interrupted run may have left its own.
-  static const char *startAfresh() {
-    unlink(kNewTableNames);
-    return kNewTableNames;
+  void write(const char *text, size_t length) {
+    if (!whole_) return;
+    written_ = true;
+    whole_ = writeAll(file_.get(), text, length);
   }
 
-  File file_;
-  bool whole_ = false;
-  bool replaced_ = false;
+  TableNames file_;
+  off_t size_;
+  bool whole_;
+  bool written_ = false;
 };
-
-// A name ends with its line.
-int nameLength(const char *name, size_t longest) {
-  size_t length = strcspn(name, "\r\n");
-  return static_cast<int>(length < longest ? length : longest);
-}
-
-bool holds(const char *line, size_t length, const TextBuffer &pattern) {
-  return memmem(line, length, pattern.text(), pattern.length()) != nullptr;
-}
 
 }  // namespace
 
-bool addTableName(int number, const char *name) {
-  Text<1024> line;
-  line.format("%d pf_%.*s\n", number, nameLength(name, line.size()), name);
-  OldFile old;
-  if (!line.fits() || (!old.readable() && !old.missing())) return false;
+size_t tableNameLength(const char *name) {
+  size_t length = strcspn(name, kLineEnds);
+  return length < kLongestTableName ? length : kLongestTableName;
+}
 
-  NewFile file(old.mode());
-  Slice kept = old.content();
-  file.write(kept.begin, kept.length);
-  if (!kept.empty() && kept.begin[kept.length - 1] != '\n') file.write("\n", 1);
-  file.write(line.text(), line.length());
-  return file.replaceOld();
+bool addTableName(int number, const char *name) {
+  Appending lines;
+  lines.add(number, {name, strcspn(name, kLineEnds)});
+  return lines.done();
 }
 
 bool removeTableName(int number, const char *name) {
-  Text<80> pattern;
-  pattern.format("%d pf_%.*s", number, nameLength(name, 63), name);
-  OldFile old;
-  if (!old.readable()) return false;
+  Slice wanted = {name, tableNameLength(name)};
+  return removeLines(O_RDWR, {number, &wanted, 1});
+}
 
-  NewFile file(old.mode());
-  Slice rest = old.content();
-  while (!rest.empty()) {
-    const void *newline = memchr(rest.begin, '\n', rest.length);
-    size_t length = newline == nullptr
-                        ? rest.length
-                        : static_cast<size_t>(static_cast<const char *>(newline) - rest.begin) + 1;
-    if (!holds(rest.begin, length, pattern)) file.write(rest.begin, length);
-    rest = {rest.begin + length, rest.length - length};
+bool renewTableNames(int first, const Slice *names, int count) {
+  if (!removeLines(O_RDWR | O_CREAT, {first, names, count})) return false;
+  Appending lines;
+  for (int i = 0; i < count; i++) {
+    if (names[i].begin != nullptr) lines.add(first + i, names[i]);
   }
-  return file.replaceOld();
+  return lines.done();
 }
 
 }  // namespace orba

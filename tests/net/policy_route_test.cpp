@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 
 #include <csignal>
+#include <fstream>
 
 #include "orba_util.h"
 #include "sim/device.h"
@@ -162,30 +163,90 @@ TEST(PolicyTableNames, SurviveAWriteThatFails) {
   doPolicyRoutingRemove(202, "office");
   EXPECT_EQ(device.console(), kTrace) << "without a file";
 
-  const std::string before = std::string(kDefaults) + "202 pf_office\n";
+  const std::string before = std::string(kDefaults) + "202 pf_office\nlast\n";
   device.file(kTables, before).file(kNewTables, "left by an interrupted run\n");
   device.forget();
   signal(SIGXFSZ, SIG_IGN);
   rlimit unlimited;
   getrlimit(RLIMIT_FSIZE, &unlimited);
-  rlimit full = {20, unlimited.rlim_max};
+  // Every length at which the disk can be full, and then room for half a line.
+  for (rlim_t room = 0; room < before.size() - 14; room++) {
+    rlimit full = {room, unlimited.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &full);
+    doPolicyRoutingRemove(202, "office");
+    setrlimit(RLIMIT_FSIZE, &unlimited);
+    ASSERT_EQ(device.text(kTables), before) << room;
+  }
+  rlimit full = {before.size() + 5, unlimited.rlim_max};
   setrlimit(RLIMIT_FSIZE, &full);
-  doPolicyRoutingRemove(202, "office");
+  device.forget();
   change("eth2.2", "home", 2, 1);
   setrlimit(RLIMIT_FSIZE, &unlimited);
   EXPECT_EQ(device.text(kTables), before);
   EXPECT_EQ(device.text(kNewTables), std::nullopt);
   EXPECT_EQ(ran(device), "\nmkdir -p /etc/iproute2") << "nothing is installed without a name";
-  EXPECT_EQ(device.console(), std::string(kTrace) + kAppendTrace);
-
-  device.file(kNewTables, "left by an interrupted run\n");
-  doPolicyRoutingRemove(202, "office");
-  EXPECT_EQ(device.text(kTables), kDefaults);
+  EXPECT_EQ(device.console(), kAppendTrace);
 
   device.refuse(kTables).forget();
   change("eth2.2", "office", 1, 1);
-  EXPECT_EQ(device.text(kTables), kDefaults);
-  EXPECT_EQ(device.console(), kAppendTrace);
+  doPolicyRoutingRemove(202, "office");
+  EXPECT_EQ(device.text(kTables), before);
+  EXPECT_EQ(device.console(), std::string(kAppendTrace) + kTrace);
+}
+
+// Another program appends a line in front of each call that the library makes,
+// where the file is replaced and where it is written in place.
+TEST(PolicyTableNames, LoseNoLineThatAnotherProgramAppends) {
+  for (bool linked : {false, true}) {
+    for (size_t moment = 1;; moment++) {
+      sim::Device device;
+      device.file(kTables, "202 pf_office\n254 main\n203 pf_home\n");
+      const std::string path = device.root().forReading(kTables);
+      if (linked) link(path.c_str(), (path + ".other").c_str());
+      device.faults().before([&](size_t calls) {
+        if (calls == moment) std::ofstream(path, std::ios::app) << "100 theirs\n";
+      });
+      doPolicyRoutingRemove(202, "office");
+      device.faults().before(nullptr);
+      if (device.faults().calls().size() < moment) break;
+      // In place there is one call that cannot do both: to cut off what moved up.
+      bool cuts = linked && device.faults().calls()[moment - 1] == std::string("ftruncate");
+      const std::string theirs = cuts ? "" : "100 theirs\n";
+      EXPECT_EQ(device.text(kTables), "254 main\n203 pf_home\n" + theirs)
+          << device.faults().calls()[moment - 1];
+    }
+  }
+}
+
+// The file is written once for all rules, not twice for each.
+TEST(PolicyTableNames, OfManyRulesAreWrittenInProportion) {
+  size_t calls[2];
+  for (size_t i : {0, 1}) {
+    const size_t count = 200 << i;
+    sim::Device device;
+    std::string rules, names;
+    for (size_t n = 1; n <= count; n++) {
+      rules += ",,0,,-1,LAN,br0,x" + std::to_string(n) + ";";
+      names += std::to_string(201 + n) + " pf_x" + std::to_string(n) + "\n";
+    }
+    device.settings({{"PolicyRoutingRules", rules}});
+    for (int times = 0; times < 2; times++) {
+      executePolicyRoute();
+      EXPECT_EQ(device.text(kTables), names);
+    }
+    calls[i] = device.faults().calls().size();
+  }
+  EXPECT_LT(calls[1], calls[0] * 2 + 100);
+
+  // Without memory for all of them each rule writes its own.
+  sim::Device device;
+  device.settings({{"PolicyRoutingRules", ",,0,,-1,LAN,br0,a;,,0,,-1,LAN,br0,b\n1 c"}});
+  device.file(kTables, "1203 pf_b\n202 pf_").memoryRunsOut();
+  executePolicyRoute();
+  EXPECT_EQ(device.text(kTables), "202 pf_\n202 pf_a\n203 pf_b\n");
+  device.memoryRunsOut(false);
+  executePolicyRoute();
+  EXPECT_EQ(device.text(kTables), "202 pf_\n202 pf_a\n203 pf_b\n");
 }
 
 TEST(WanServiceNames, StandBetweenBars) {

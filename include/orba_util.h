@@ -441,8 +441,8 @@ void RT_makeDMZRule(char *buffer, int size, const char *wanIfName, const char *w
  * FTP and SNMP, from RMWWWServerPort, RMHTTPSServerPort, RMTELNETServerPort,
  * RMFTPServerPort and snmp_serverPort. Here the record's ports stand in fields
  * 3 and 4 (from 0) and its protocol in field 5: 1 TCP, 3 both; others count as
- * no TCP. ModelName stands in the notes as stored, cut to 63 characters.
- * Returns 1. */
+ * no TCP. ModelName stands in the notes as stored; a note that does not fit any
+ * more is left out. Returns 1. */
 int showPortForwardRedirectedWarning(char *output);
 
 /* Management services and who may reach them. The results have no meaning. */
@@ -990,7 +990,8 @@ int isSameClassName(const char *a, const char *b);
 int isQueueBeReference(int queue);
 
 /* Writes SSID1, SSID2, ... joined by ';', as many as BssidNum says (1 when it is
- * missing), to `dst` (512 bytes; longer text is cut). Returns 0. */
+ * missing), to `dst` (528 bytes, which 16 names of 32 characters take; longer text is cut).
+ * Returns 0. */
 int orbaQoSSSID(char *dst);
 
 /* Writes "LAN" to `dst` (4 bytes). Returns 0. */

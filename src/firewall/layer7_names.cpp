@@ -24,20 +24,27 @@ const char *behindLead(const char *text) {
   return text + strnlen(text, kLead);
 }
 
-// "# Foo - bar baz\n" gives "Foo#bar baz" in `pair`. The text is cut up on the
-// way. Returns the warning to print when it has another form, or null.
-const char *splitFirstLine(char *line, TextBuffer &pair) {
+// The name and the description of the file read last.
+char pair_space[512];
+
+// "# Foo - bar baz\n" gives "Foo#bar baz" in the pair. The text is cut up on the
+// way. Returns the warning to print when it has another form, or null; the name
+// is there all the same when only the description is missing.
+const char *splitFirstLine(char *line) {
   char *dash = strchr(line, '-');
   if (dash == nullptr) return "warning: can't find %s name.\n";
   *dash = '\0';
   if (dash > line && dash[-1] == ' ') dash[-1] = '\0';
+
+  snprintf(pair_space, sizeof pair_space, "%s#", behindLead(line));
 
   char *intro = dash + 1;
   char *end = strchr(intro, '\n');
   if (end == nullptr) return "warning: can't find %s intro.\n";
   *end = '\0';
   if (*intro != '\0') intro++;
-  pair.append(behindLead(line)).append("#").append(intro);
+  size_t length = strlen(pair_space);
+  copyText(pair_space + length, sizeof pair_space - length, intro);
   return nullptr;
 }
 
@@ -64,7 +71,6 @@ void appendPattern(const char *file_name) {
 
 const char *getNameIntroFromPat(const char *fileName) {
   using namespace orba;
-  static char pair_space[512];
   Text<512> path;
   path.format("%s/%s", kPatternFolder, fileName);
   if (!path.fits()) return nullptr;
@@ -72,14 +78,13 @@ const char *getNameIntroFromPat(const char *fileName) {
   if (!file) return nullptr;
 
   char line[512];
-  Text<sizeof pair_space> pair;
+  *pair_space = '\0';
   const char *warning =
-      file.readLine(line) ? splitFirstLine(line, pair) : "warning: can't read %s intro.\n";
+      file.readLine(line) ? splitFirstLine(line) : "warning: can't read %s intro.\n";
   if (warning != nullptr) {
     printf(warning, fileName);
     return kUnknown;
   }
-  copyText(pair_space, sizeof pair_space, pair.text());
   return pair_space;
 }
 

@@ -27,12 +27,9 @@ constexpr Service kServices[] = {
 };
 constexpr size_t kServiceCount = sizeof kServices / sizeof *kServices;
 
-// What the web page provides: room for all the notes.
-constexpr size_t kNotesSize = 1024;
-constexpr size_t kModelNameSize = 64;
-constexpr size_t kLongestNote = 96;
-constexpr size_t kLongestNumber = 11;
-static_assert(kServiceCount * (kLongestNote + kModelNameSize + kLongestNumber) < kNotesSize);
+// What the web page provides: room for all the notes of a model with a name of
+// some 100 characters. A note that does not fit is left out whole.
+using Notes = Text<1024>;
 
 }  // namespace
 
@@ -43,18 +40,20 @@ int showPortForwardRedirectedWarning(char *output) {
   int ports[kServiceCount];
   bool noted[kServiceCount] = {};
   for (size_t i = 0; i < kServiceCount; i++) ports[i] = setting(kServices[i].port_key).number();
-  Text<kModelNameSize> model(setting("ModelName").text());
+  Setting model = setting("ModelName");
 
-  Text<kNotesSize> notes;
+  Notes notes;
   for (Record record : RuleList(setting("PortForwardRules").text())) {
     RedirectingForward forward(record);
     if (faulty(forward.fault())) continue;
     for (size_t i = 0; i < kServiceCount; i++) {
       if (noted[i] || !forward.covers(ports[i])) continue;
+      size_t whole = notes.length();
       notes.format(kServices[i].note, model.text(), ports[i]);
+      if (!notes.fits()) notes.cutTo(whole);
       noted[i] = true;
     }
   }
-  copyText(output, kNotesSize, notes.text());
+  copyText(output, notes.size(), notes.text());
   return 1;
 }

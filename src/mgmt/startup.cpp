@@ -1,4 +1,6 @@
 // Bringing up the Internet connection and the management servers.
+#include <cctype>
+
 #include "core/command.h"
 #include "core/file.h"
 #include "core/pause.h"
@@ -37,12 +39,25 @@ constexpr const char *kLeaveTheBridge[] = {
     "brctl delif br0 ra3", "brctl delif br0 apcli0", "iwpriv apcli0 set ApCliEnable=0",
 };
 
+// A port as a shell takes it: the blanks around it are no part of it.
+class Port : public Text<32> {
+ public:
+  explicit Port(const char *key) {
+    const char *port = setting(key).text();
+    while (isspace(static_cast<unsigned char>(*port)) != 0) port++;
+    size_t length = strlen(port);
+    while (length > 0 && isspace(static_cast<unsigned char>(port[length - 1])) != 0) length--;
+    append(port, length);
+  }
+  int number() const { return toNumber(text()); }
+};
+
 // The new server is started before the old one, which the old ports identify,
 // is stopped; without a change the start is issued all the same and finds its
 // port taken.
 void restartWebServer() {
-  Setting http = setting("RMWWWServerPort"), old_http = setting("RMWWWOldServerPort");
-  Setting https = setting("RMHTTPSServerPort"), old_https = setting("RMHTTPSOldServerPort");
+  Port http("RMWWWServerPort"), old_http("RMWWWOldServerPort");
+  Port https("RMHTTPSServerPort"), old_https("RMHTTPSOldServerPort");
   doSystem("mini_httpd -p %s -SP %s -C /etc_ro/mini_httpd.conf &", ShellWord(http.text()).text(),
            ShellWord(https.text()).text());
   if (http.number() == old_http.number() && https.number() == old_https.number()) return;

@@ -73,7 +73,7 @@ int TZsync2nvram(void) {
   bool parsed = false;
   char line[128];
   while (file.readLine(line)) {
-    line[strcspn(line, "\n")] = '\0';
+    line[strcspn(line, "\r\n")] = '\0';
     ChangeRule line_start, line_end;
     if (!takeLastRule(line, line_end) || !takeLastRule(line, line_start)) continue;
     start.take(line_start);

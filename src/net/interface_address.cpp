@@ -45,6 +45,15 @@ int copyDefaultWanAddress(NameOfWan nameOf, AddressOfInterface addressOf, char *
   return 0;
 }
 
+// The interface whose netmask is the default WAN's. Its connection mode is asked
+// for by the text of `default_wan`, so that of "02" stands in wanConnectionMode02.
+void netmaskInterface(int wan, InterfaceName &name) {
+  wanDevice(wan, name);
+  if (connectsByPpp(defaultWanSetting("wanConnectionMode"))) {
+    name.clear().format("ppp%u", static_cast<unsigned int>(wan) - 1);
+  }
+}
+
 }  // namespace
 
 }  // namespace orba
@@ -81,5 +90,5 @@ int getDefaultWanIp(char *dst) {
 }
 
 int getDefaultWanNetmask(char *dst) {
-  return orba::copyDefaultWanAddress(orba::wanInterface, getIfNetmask, dst);
+  return orba::copyDefaultWanAddress(orba::netmaskInterface, getIfNetmask, dst);
 }

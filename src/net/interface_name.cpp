@@ -69,16 +69,19 @@ void copyName(char *dst, const InterfaceName &name) {
   copyText(dst, name.size(), name.text());
 }
 
-// The value of a default WAN's own key, such as "wanAddressType2".
 int copyDefaultWanSetting(char *dst, const char *key) {
-  Setting wan = setting("default_wan");
-  Text<64> name(key);
-  if (wan.number() != 1) name.append(wan.text());
-  copyText(dst, kInterfaceNameSize, setting(name.text()).text());
+  copyText(dst, kInterfaceNameSize, defaultWanSetting(key).text());
   return 1;
 }
 
 }  // namespace
+
+Setting defaultWanSetting(const char *key) {
+  Setting wan = setting("default_wan");
+  Text<64> name(key);
+  if (wan.number() != 1) name.append(wan.text());
+  return setting(name.text());
+}
 
 void wanDevice(int wan, InterfaceName &name) {
   name.clear();

@@ -23,6 +23,10 @@ void wanDevice(int wan, InterfaceName &name);
 // "ppp3" for the others when they connect by PPP, their device otherwise.
 void wanInterface(int wan, InterfaceName &name);
 
+// A key of the default WAN's: "wanAddressType", and "wanAddressType2" with
+// whatever `default_wan` holds for another WAN than the first.
+Setting defaultWanSetting(const char *key);
+
 // Whether a connection mode makes a PPP interface.
 inline bool connectsByPpp(const Setting &connection_mode) {
   return connection_mode.isOneOf("PPPOE", "L2TP", "PPTP");

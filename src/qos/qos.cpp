@@ -10,6 +10,8 @@ namespace {
 
 constexpr char kQosProgram[] = "/bin/orba_qos";
 constexpr size_t kClassRecordSize = 1024;
+// 16 names of 32 characters and what stands between them.
+constexpr size_t kNamesSize = 16 * 33;
 
 // The fields that make a class rule what it is. Field 0, the name in field 1
 // and everything behind field 32 do not.
@@ -89,7 +91,7 @@ int isQueueBeReference(int queue) {
 int orbaQoSSSID(char *dst) {
   Setting count = setting("BssidNum");
   int ssids = count.missing() ? 1 : count.number();
-  Text<512> names;
+  Text<kNamesSize> names;
   for (int i = 1; i <= ssids && names.fits(); i++) {
     if (i > 1) names.append(";");
     names.append(setting(racat("SSID", i)).text());

@@ -51,8 +51,8 @@ bool busyShare(const char *line, unsigned &percent) {
   enum { kUser, kSystem, kNice, kIdle, kIo, kIrq, kSoftIrq, kShares };
   char share[kShares][4] = {};
   // A full "100%" does not fit its three characters and ends the reading with
-  // its sign: whatever stands behind it is 0 anyway.
-  sscanf(cpu, "CPU: %3s usr %3s sys %3s nice %3s idle %3s io %3s irq %3s softirq", share[kUser],
+  // its sign: whatever stands behind it is 0 anyway. Newer ones write "nic" and "sirq".
+  sscanf(cpu, "CPU: %3s usr %3s sys %3s %*[nice] %3s idle %3s io %3s irq %3s", share[kUser],
          share[kSystem], share[kNice], share[kIdle], share[kIo], share[kIrq], share[kSoftIrq]);
   percent = 0;
   for (int i = 0; i < kShares; i++) {

@@ -68,6 +68,16 @@ TEST(Layer7Names, OddFirstLines) {
     EXPECT_EQ(l7name, std::string("foo%s#") + c.pair);
     EXPECT_EQ(device.printed(), c.printed);
   }
+  // Who kept the pair of a file sees what the next one makes of it.
+  Patterns next;
+  next.add("foo.pat", "# Foo - bar\n").add("empty.pat", "").add("bare.pat", "# Bare - end");
+  const char *pair = getNameIntroFromPat("foo.pat");
+  EXPECT_EQ(getNameIntroFromPat("missing.pat"), nullptr);
+  EXPECT_STREQ(pair, "Foo#bar");
+  EXPECT_STREQ(getNameIntroFromPat("empty.pat"), "N/A#N/A");
+  EXPECT_STREQ(pair, "");
+  EXPECT_STREQ(getNameIntroFromPat("bare.pat"), "N/A#N/A");
+  EXPECT_STREQ(pair, "Bare#");
   Patterns device;
   device.add("foo.pat", "# Foo - bar\n").refuse("/etc_ro/l7-protocols/foo.pat");
   EXPECT_EQ(getNameIntroFromPat("foo.pat"), nullptr);

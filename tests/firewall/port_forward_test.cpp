@@ -126,12 +126,20 @@ TEST(PortForwardWarning, EachShadowedServiceIsNotedOnce) {
   };
   for (const auto &[rules, notes] : kCases) EXPECT_EQ(warning(rules), notes);
 
-  // The model name stands as it is stored, up to a limit.
+  // The model name stands as it is stored; a note that has no room is left out.
   EXPECT_THAT(warning("a,b,c,80,0,1", "<b>%d%n"), HasSubstr("Note : <b>%d%n HTTP"));
-  std::string all = warning("a,b,c,1,65535,3", std::string(5000, 'M'));
-  EXPECT_LT(all.size(), 1024u);
-  EXPECT_THAT(all, HasSubstr(" " + std::string(63, 'M') + " SNMP service"));
-  EXPECT_THAT(all, testing::EndsWith("</div>"));
+  const std::pair<size_t, int> kNotesOfModel[] = {{100, 5}, {200, 3}, {900, 1}, {5000, 0}};
+  for (auto [length, count] : kNotesOfModel) {
+    std::string model(length, 'M');
+    std::string all = warning("a,b,c,1,65535,3", model);
+    EXPECT_LT(all.size(), 1024u);
+    for (std::string whole : {" " + model + " ", std::string("</div>")}) {
+      int found = 0;
+      for (size_t at = 0; (at = all.find(whole, at)) != all.npos; at += whole.size()) found++;
+      EXPECT_EQ(found, count) << length;
+    }
+    EXPECT_TRUE(all.empty() || all.substr(all.size() - 6) == "</div>");
+  }
 }
 
 template <typename Reader, typename... Arguments>

@@ -10,7 +10,7 @@ using testing::IsEmpty;
 TEST(DaylightSaving, IsCopiedOnce) {
   sim::Device device;
   device.settings({{"DSTEnabled", "1"}, {"isDSTsynced", "0"}})
-      .file("/etc/TZ", "UTC\nCET-1CEST,M3.5.0/2,M10.5.6/3\n");
+      .file("/etc/TZ", "UTC\nCET-1CEST,M3.5.0/2,M10.5.6/3\r\n");
   EXPECT_EQ(TZsync2nvram(), 1);
   EXPECT_THAT(device.writes(),
               ElementsAre("set 1 DSTSWM=5", "set 1 DSTSDW=0", "set 1 DSTSM=3", "set 1 DSTSH=2",

@@ -77,7 +77,7 @@ TEST(WebServer, StartsTheNewOneBeforeTheOldOneIsKilled) {
   EXPECT_THAT(device.commands(), ElementsAre(start));  // the same number: nothing to kill
 
   device.forget();
-  device.settings({{"RMHTTPSOldServerPort", "8443"}});
+  device.settings({{"RMWWWServerPort", "80 "}, {"RMHTTPSOldServerPort", " 8443\t"}});
   serviceCtl_restart(0);
   EXPECT_THAT(device.commands(),
               ElementsAre(start,

@@ -59,6 +59,17 @@ TEST(InterfaceAddresses, OfTheDefaultWan) {
   EXPECT_EQ(answerOf(getDefaultWanIp), "1 172.16.0.9");
   EXPECT_EQ(answerOf(getDefaultWanNetmask), "1 255.255.255.255");
   EXPECT_EQ(answerOf(getDefaultWanMac), "1 02:00:00:00:00:20");
+  // The netmask asks for the mode by the text, the address by the number.
+  device.interface("eth2.20").netmask("255.255.0.0");
+  device.settings({{"default_wan", "02"}});
+  EXPECT_EQ(answerOf(getDefaultWanIp), "1 172.16.0.9");
+  EXPECT_EQ(answerOf(getDefaultWanNetmask), "1 255.255.0.0");
+  device.settings({{"wanConnectionMode02", "L2TP"}, {"wanConnectionMode2", "STATIC"}});
+  EXPECT_EQ(answerOf(getDefaultWanNetmask), "1 255.255.255.255");
+  device.settings({{"default_wan", "01"}});
+  EXPECT_EQ(answerOf(getDefaultWanNetmask), "1 255.255.255.0");
+  device.settings({{"wanConnectionMode", "PPPOE"}});
+  EXPECT_EQ(answerOf(getDefaultWanNetmask), "0 ") << "ppp0 is down";
   for (const char *wan : {"3", "0", "", "wan"}) {
     device.settings({{"default_wan", wan}});
     for (auto *get : {getDefaultWanIp, getDefaultWanNetmask, getDefaultWanMac}) {

@@ -72,7 +72,7 @@ TEST(Qos, KnowsNamesAndReferencedQueues) {
 
 TEST(Qos, ListsTheNetworksForThePage) {
   sim::Device device;
-  char text[512];
+  char text[528];
   device.settings({{"SSID1", "home"}, {"SSID3", "guest"}});
   EXPECT_EQ(orbaQoSSSID(text), 0);
   EXPECT_STREQ(text, "home");
@@ -81,7 +81,16 @@ TEST(Qos, ListsTheNetworksForThePage) {
   EXPECT_STREQ(text, "home;;guest");
   device.settings({{"BssidNum", "2000000000"}, {"SSID2", std::string(5000, 'x')}});
   EXPECT_EQ(orbaQoSSSID(text), 0);
-  EXPECT_EQ(std::string(text), "home;" + std::string(506, 'x'));
+  EXPECT_EQ(std::string(text), "home;" + std::string(522, 'x'));
+  std::string names;
+  device.settings({{"BssidNum", "16"}});
+  for (int i = 1; i <= 16; i++) {
+    std::string name(32, static_cast<char>('a' + i));
+    device.settings({{"SSID" + std::to_string(i), name}});
+    names += (i > 1 ? ";" : "") + name;
+  }
+  EXPECT_EQ(orbaQoSSSID(text), 0);
+  EXPECT_EQ(text, names);
   EXPECT_EQ(orbaQoSLANIntf(text), 0);
   EXPECT_STREQ(text, "LAN");
 }

@@ -1,4 +1,6 @@
 // The static routes of the routing page, from RoutingRules.
+#include <cstdlib>
+
 #include "core/command.h"
 #include "core/shell_word.h"
 #include "net/route_file.h"
@@ -39,17 +41,58 @@ void writeAddCommand(const RoutingRule &rule, Command &command) {
   }
 }
 
+// The routes that the rules name, read once for all routes of the kernel.
+class NamedRoutes {
+ public:
+  explicit NamedRoutes(const RuleList &rules) {
+    for (Record rule : rules) count_ = rule.index() + 1;
+    routes_ = static_cast<Named *>(calloc(static_cast<size_t>(count_), sizeof(Named)));
+    if (routes_ == nullptr) return;
+    for (Record rule : rules) {
+      constexpr int kFields[] = {0, 1, 4};
+      for (int i = 0; i < 3; i++) readField(rule, kFields[i], routes_[rule.index()].parts[i]);
+    }
+  }
+  NamedRoutes(const NamedRoutes &) = delete;
+  NamedRoutes &operator=(const NamedRoutes &) = delete;
+  ~NamedRoutes() { free(routes_); }
+
+  bool have(const char *destination, const char *netmask, const char *ifname) const {
+    Record unused({nullptr, 0}, -1);
+    if (routes_ == nullptr) return findRoutingRule(destination, netmask, ifname, unused);
+    for (int i = 0; i < count_; i++) {
+      const Slice *parts = routes_[i].parts;
+      if (parts[0].is(destination) && parts[1].is(netmask) && parts[2].is(ifname)) return true;
+    }
+    return false;
+  }
+
+ private:
+  // Destination, netmask and interface. No route of the kernel has one that is empty.
+  struct Named {
+    Slice parts[3];
+  };
+
+  static void readField(const Record &rule, int field, Slice &part) {
+    rule.field(field, part);
+    if (part.length > RoutingRule::kLongestField) part.length = RoutingRule::kLongestField;
+  }
+
+  int count_ = 0;
+  Named *routes_;
+};
+
 // Takes the configured routes out of the kernel, so that adding them again
 // leaves each of them once. False when the kernel's table cannot be read.
 bool deleteConfiguredRoutes() {
   RouteFile routes;
   if (!routes) return false;
+  NamedRoutes named(routingRules());
   Route route;
   while (routes.next(route)) {
     DottedAddress destination(route.destination);
     DottedAddress netmask(route.mask);
-    Record rule({nullptr, 0}, -1);
-    if (findRoutingRule(destination.text(), netmask.text(), route.ifname, rule)) {
+    if (named.have(destination.text(), netmask.text(), route.ifname)) {
       deleteRoute(destination.text(), netmask.text(), route.ifname);
     }
   }

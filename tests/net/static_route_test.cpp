@@ -51,6 +51,29 @@ route add -net 10.1.0.0  netmask 255.255.0.0 dev eth2.2 2>&1 )");
   EXPECT_EQ(device.printed(), "");
 }
 
+TEST(RoutingRules, AreReadOnceForAllRoutesOfTheKernel) {
+  std::string rules, commands;
+  std::vector<std::string> routes;
+  for (int i = 0; i < 50; i++) {
+    const std::string address = "10.0.0." + std::to_string(i);
+    const std::string ifname = std::string(30, 'i') + static_cast<char>('0' + i % 3);
+    rules += address + ",255.255.255.255,,LAN," + ifname + "_cut,,;";
+    routes.push_back(route(ifname.c_str(), address.c_str(), "0.0.0.0", "255.255.255.255", kUp));
+    commands += "\nroute del -host " + address + "  dev " + ifname + " ";
+  }
+  // Without memory it takes longer and comes to the same.
+  for (bool memory : {true, false}) {
+    sim::Device device;
+    device.settings({{"RoutingRules", rules}}).file(kRoutes, kernelRoutes(routes));
+    device.memoryRunsOut(!memory);
+    RoutingInit();
+    EXPECT_THAT(transcript(device), testing::StartsWith(commands + "\nroute add"));
+    auto &calls = device.faults().calls();
+    long reads = std::count(calls.begin(), calls.end(), std::string("nvram_bufget"));
+    EXPECT_EQ(reads, memory ? 3 : 53);
+  }
+}
+
 TEST(RoutingRules, SkipTheWanOutsideGatewayMode) {
   for (const char *mode : {"0", "2", "3", "1 "}) {
     sim::Device device;

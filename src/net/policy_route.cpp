@@ -89,56 +89,43 @@ void run(const Traffic &from, const char *ifname, const char *name, int n, int a
   changeDefaultRoute(action, gateway, ifname, name);
 }
 
-// The names of all rules' tables, so that their file is written once for all of
-// them and not twice for each.
-class RuleNames {
- public:
-  explicit RuleNames(const RuleList &rules) {
-    for (Record record : rules) count_ = record.index() + 1;
-    names_ = static_cast<Slice *>(calloc(static_cast<size_t>(count_), sizeof(Slice)));
-    if (names_ == nullptr) return;
-    for (Record record : rules) {
-      PolicyRule rule(record);
-      Slice &name = names_[record.index()];
-      if (record.field(PolicyRule::kName, name)) name.length = tableNameLength(rule.name.text());
-    }
+// Writes the names of all rules' tables at once, and not twice for each rule.
+bool nameAllTables(const char *list) {
+  int count = getNums(list, ';');
+  auto *names = static_cast<Slice *>(calloc(static_cast<size_t>(count), sizeof(Slice)));
+  if (names == nullptr) return false;
+  for (Record record : RuleList(list, PolicyRule::kRecordSize)) {
+    PolicyRule rule(record);
+    Slice &name = names[record.index()];
+    if (record.field(PolicyRule::kName, name)) name.length = tableNameLength(rule.name.text());
   }
-  RuleNames(const RuleNames &) = delete;
-  RuleNames &operator=(const RuleNames &) = delete;
-  ~RuleNames() { free(names_); }
+  bool written = renewTableNames(tableOfPolicy(1), names, count);
+  free(names);
+  return written;
+}
 
-  bool standInTheFile() const { return written_; }
-  // False when each rule has to write its own.
-  bool write() {
-    bool first_time = !tried_;
-    tried_ = true;
-    if (first_time && names_ != nullptr) {
-      written_ = renewTableNames(tableOfPolicy(1), names_, count_);
-    }
-    return written_;
-  }
-
- private:
-  int count_ = 0;
-  Slice *names_;
-  bool tried_ = false;
-  bool written_ = false;
+// How the tables of the rules that are installed together come by their names.
+struct Naming {
+  const char *list;  // null for a rule by itself
+  bool all_named = false;
 };
 
-bool nameTable(int n, const char *name, RuleNames *all = nullptr) {
+bool nameTable(int n, const char *name, Naming &naming) {
   doSystem("mkdir -p /etc/iproute2");
-  if ((all != nullptr && all->write()) || addTableName(tableOfPolicy(n), name)) return true;
+  if (naming.list != nullptr) naming.all_named = nameAllTables(naming.list);
+  naming.list = nullptr;
+  if (naming.all_named || addTableName(tableOfPolicy(n), name)) return true;
   debug("Failed to open %s to append policy routing info: ", kTableNames);
   return false;
 }
 
 // Removes what an earlier run may have installed, through the interface that
 // was noted then, and installs the rule through the one its side has now.
-void reinstall(const PolicyRule &rule, int n, RuleNames &names) {
+void reinstall(const PolicyRule &rule, int n, Naming &naming) {
   Traffic from = {rule.address.text(), rule.netmask.text(), rule.mac.text(), rule.port.number(),
                   rule.protocol.number()};
   run(from, rule.ifname.text(), rule.name.text(), n, 0);
-  if (!names.standInTheFile()) doPolicyRoutingRemove(tableOfPolicy(n), rule.name.text());
+  if (!naming.all_named) doPolicyRoutingRemove(tableOfPolicy(n), rule.name.text());
   InterfaceName ifname;
   int wan = wanOfSide(rule.side.text());
   if (wan != 0) {
@@ -146,7 +133,7 @@ void reinstall(const PolicyRule &rule, int n, RuleNames &names) {
   } else {
     ifname.append(getLanIfName());
   }
-  if (nameTable(n, rule.name.text(), &names)) run(from, ifname.text(), rule.name.text(), n, 1);
+  if (nameTable(n, rule.name.text(), naming)) run(from, ifname.text(), rule.name.text(), n, 1);
 }
 
 }  // namespace
@@ -154,13 +141,12 @@ void reinstall(const PolicyRule &rule, int n, RuleNames &names) {
 }  // namespace orba
 
 int executePolicyRoute(void) {
-  orba::Setting setting = orba::setting("PolicyRoutingRules");
-  if (setting.empty()) return 0;
-  orba::RuleList rules(setting.text(), orba::PolicyRule::kRecordSize);
-  orba::RuleNames names(rules);
-  for (orba::Record record : rules) {
+  orba::Setting rules = orba::setting("PolicyRoutingRules");
+  if (rules.empty()) return 0;
+  orba::Naming naming = {rules.text()};
+  for (orba::Record record : orba::RuleList(rules.text(), orba::PolicyRule::kRecordSize)) {
     orba::PolicyRule rule(record);
-    if (!orba::faulty(rule.fault())) orba::reinstall(rule, record.index() + 1, names);
+    if (!orba::faulty(rule.fault())) orba::reinstall(rule, record.index() + 1, naming);
   }
   return -1;
 }
@@ -168,7 +154,8 @@ int executePolicyRoute(void) {
 void doPolicyRoutingAction(const char *srcIp, const char *srcMask, const char *srcPort,
                            const char *srcMac, const char *proto, const char * /*side*/,
                            const char *ifname, const char *name, int n, int action) {
-  if (action != 0 && !orba::nameTable(n, name)) return;
+  orba::Naming by_itself = {nullptr};
+  if (action != 0 && !orba::nameTable(n, name, by_itself)) return;
   orba::Traffic from = {srcIp, srcMask, srcMac, orba::toNumber(srcPort), orba::toNumber(proto)};
   orba::run(from, ifname, name, n, action);
   if (action == 0) doPolicyRoutingRemove(orba::tableOfPolicy(n), name);

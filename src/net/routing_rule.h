@@ -9,18 +9,16 @@
 namespace orba {
 
 struct RoutingRule {
-  static constexpr size_t kLongestField = 31;
-
   explicit RoutingRule(const Record &record);
 
-  Field<kLongestField + 1> destination;
-  Field<kLongestField + 1> netmask;
-  Field<kLongestField + 1> gateway;
-  Field<kLongestField + 1> side;
-  Field<kLongestField + 1> ifname;
+  Field<32> destination;
+  Field<32> netmask;
+  Field<32> gateway;
+  Field<32> side;
+  Field<32> ifname;
   // Kept for the web pages.
-  Field<kLongestField + 1> kind;
-  Field<kLongestField + 1> comment;
+  Field<32> kind;
+  Field<32> comment;
   RecordFault cut;
 
   bool complete() const { return !comment.missing(); }

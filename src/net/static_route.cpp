@@ -1,10 +1,12 @@
 // The static routes of the routing page, from RoutingRules.
 #include <cstdlib>
+#include <new>
 
 #include "core/command.h"
 #include "core/shell_word.h"
 #include "net/route_file.h"
 #include "net/routing_rule.h"
+#include "orba_util.h"
 
 namespace orba {
 
@@ -41,45 +43,30 @@ void writeAddCommand(const RoutingRule &rule, Command &command) {
   }
 }
 
-// The routes that the rules name, read once for all routes of the kernel.
-class NamedRoutes {
+// The rules, taken apart once for all routes of the kernel.
+class ReadRules {
  public:
-  explicit NamedRoutes(const RuleList &rules) {
-    for (Record rule : rules) count_ = rule.index() + 1;
-    routes_ = static_cast<Named *>(calloc(static_cast<size_t>(count_), sizeof(Named)));
-    if (routes_ == nullptr) return;
-    for (Record rule : rules) {
-      constexpr int kFields[] = {0, 1, 4};
-      for (int i = 0; i < 3; i++) readField(rule, kFields[i], routes_[rule.index()].parts[i]);
-    }
+  explicit ReadRules(const char *list)
+      : rules_(static_cast<RoutingRule *>(
+            malloc(static_cast<size_t>(getNums(list, ';')) * sizeof(RoutingRule)))) {
+    if (rules_ == nullptr) return;
+    for (Record record : RuleList(list)) new (rules_ + count_++) RoutingRule(record);
   }
-  NamedRoutes(const NamedRoutes &) = delete;
-  NamedRoutes &operator=(const NamedRoutes &) = delete;
-  ~NamedRoutes() { free(routes_); }
+  ReadRules(const ReadRules &) = delete;
+  ReadRules &operator=(const ReadRules &) = delete;
+  ~ReadRules() { free(rules_); }
 
-  bool have(const char *destination, const char *netmask, const char *ifname) const {
+  bool haveOneFor(const char *destination, const char *netmask, const char *ifname) const {
     Record unused({nullptr, 0}, -1);
-    if (routes_ == nullptr) return findRoutingRule(destination, netmask, ifname, unused);
-    for (int i = 0; i < count_; i++) {
-      const Slice *parts = routes_[i].parts;
-      if (parts[0].is(destination) && parts[1].is(netmask) && parts[2].is(ifname)) return true;
-    }
-    return false;
+    if (rules_ == nullptr) return findRoutingRule(destination, netmask, ifname, unused);
+    const RoutingRule *rule = rules_;
+    while (rule != rules_ + count_ && !rule->isFor(destination, netmask, ifname)) rule++;
+    return rule != rules_ + count_;
   }
 
  private:
-  // Destination, netmask and interface. No route of the kernel has one that is empty.
-  struct Named {
-    Slice parts[3];
-  };
-
-  static void readField(const Record &rule, int field, Slice &part) {
-    rule.field(field, part);
-    if (part.length > RoutingRule::kLongestField) part.length = RoutingRule::kLongestField;
-  }
-
+  RoutingRule *rules_;
   int count_ = 0;
-  Named *routes_;
 };
 
 // Takes the configured routes out of the kernel, so that adding them again
@@ -87,12 +74,12 @@ class NamedRoutes {
 bool deleteConfiguredRoutes() {
   RouteFile routes;
   if (!routes) return false;
-  NamedRoutes named(routingRules());
+  ReadRules rules(setting("RoutingRules").text());
   Route route;
   while (routes.next(route)) {
     DottedAddress destination(route.destination);
     DottedAddress netmask(route.mask);
-    if (named.have(destination.text(), netmask.text(), route.ifname)) {
+    if (rules.haveOneFor(destination.text(), netmask.text(), route.ifname)) {
       deleteRoute(destination.text(), netmask.text(), route.ifname);
     }
   }

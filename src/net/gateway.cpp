@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "core/file.h"
+#include "net/address.h"
 #include "net/interface_name.h"
 #include "net/route_file.h"
 #include "orba_util.h"
@@ -24,14 +25,15 @@ int wanOf(const char *ifname) {
 }
 
 // What the WAN scripts noted when the connection came up: "GATEWAY:..." in the
-// first line. An apostrophe ends the address too.
+// first line. An apostrophe ends the address too. Whoever wrote the file, what
+// is no address is not passed on to commands.
 bool readNotedGateway(int wan, Text<kAddressSize> &gateway) {
   Text<32> path;
   File info(openOurs(path.format("/var/wan%d.info", wan).text()));
   char line[128];
   if (!info || !info.readLine(line) || strchr(line, ':') == nullptr) return false;
   gateway.append(line, strcspn(line, "':"));
-  return true;
+  return gateway.empty() || (gateway.fits() && isAddress(gateway.text()));
 }
 
 // "" for a route that goes straight to its network.
@@ -53,7 +55,7 @@ int getGatewayByInterface(const char *ifname, char *dst) {
   if (orba::wanSetting("wanConnectionMode", wan).is("STATIC")) {
     gateway.append(orba::wanSetting("wan_gateway", wan).text());
   } else if (!orba::readNotedGateway(wan, gateway)) {
-    gateway.append(orba::kNoAddress);
+    gateway.assign(orba::kNoAddress);
   }
   orba::copyText(dst, gateway.size(), gateway.text());
   return 0;

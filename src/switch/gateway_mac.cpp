@@ -4,7 +4,7 @@
 
 #include "core/command.h"
 #include "core/file.h"
-#include "core/shell_word.h"
+#include "net/address.h"
 
 namespace orba {
 
@@ -12,14 +12,14 @@ namespace {
 
 using Address = Text<64>;
 
-// The address goes into quotes of the commands' own, where quoting it would not
-// help: what is more than one plain word is no address.
+// The address goes into commands, and into quotes of their own, where quoting it
+// would not help: whoever wrote the file, what is no address is not used.
 void readGatewayAddress(Address &address) {
   address.clear();
   Pipe pipe("cat /var/wan1.info | sed -n 's/:.*//p'");
   char word[64];
   if (!pipe || fscanf(pipe.get(), "%63s", word) != 1) return;
-  if (same(ShellWord(word).text(), word)) address.assign(word);
+  if (isAddress(word)) address.assign(word);
 }
 
 // "? (10.0.0.1) at 00:11:22:33:44:55 [ether] on br0": the first two characters

@@ -320,10 +320,12 @@ int wanSrvName(char *dst);
  * records of RoutingRules that the kernel does not have. Rows stand between
  * ';' and have twelve columns: interface, destination, gateway, netmask, flags,
  * references, uses, metric, index in RoutingRules (-1: in none), side, 0 for an
- * active route and 1 for another, comment (" " when there is none). Returns 1;
- * with "format error\n" printed and the empty text when /proc/net/route has a
- * malformed line; -1 with `dst` as it was when the file cannot be opened or
- * memory is short. */
+ * active route and 1 for another, comment (" " when there is none). A quote and
+ * a "<" of their texts are written "&quot" and "&lt", a backslash and control
+ * characters "\x5c", for a script that writes them into a page. Returns 1; with
+ * "format error\n" printed and the empty text when /proc/net/route has a malformed
+ * line; -1 with `dst` as it was when the file cannot be opened or memory is
+ * short. */
 int getRoutingTable(char *dst);
 
 /* ==== firewall ======================================================================== */

@@ -29,6 +29,29 @@ void appendConfigured(View &view, const RoutingRule &rule, int index) {
               rule.comment.text());
 }
 
+// The view stands between quotes in a script, which may write it into a page. The
+// page parts it at ';' and ',', so no entity has its ';' here: browsers read these
+// all the same.
+void appendQuoted(char byte, TextBuffer &quoted) {
+  if (byte == '"') {
+    quoted.append("&quot");
+  } else if (byte == '<') {
+    quoted.append("&lt");
+  } else if (byte == '\\' || (byte >= 0 && byte < ' ')) {
+    quoted.format("\\x%02x", byte);
+  } else {
+    quoted.append(&byte, 1);
+  }
+}
+
+void copyQuoted(char *dst, const View &view) {
+  View quoted;
+  quoted.append("\"");
+  for (const char *at = view.text(); *at != '\0'; at++) appendQuoted(*at, quoted);
+  quoted.append("\"");
+  copyText(dst, quoted.size(), quoted.text());
+}
+
 // Which of the rules were seen in the kernel.
 class SeenRules {
  public:
@@ -80,11 +103,10 @@ int getRoutingTable(char *dst) {
   if (!seen.hasMemory() || !routes) return -1;
 
   orba::View view;
-  view.append("\"");
   orba::Route route;
   while (routes.next(route)) {
     if (!route.up()) continue;
-    if (view.length() > 1) view.append(";");
+    if (!view.empty()) view.append(";");
     orba::appendRoute(view, route, seen);
   }
   if (routes.malformed()) {
@@ -99,7 +121,6 @@ int getRoutingTable(char *dst) {
     view.append(";");
     orba::appendConfigured(view, rule, record.index());
   }
-  view.append("\"");
-  orba::copyText(dst, view.size(), view.text());
+  orba::copyQuoted(dst, view);
   return 1;
 }

@@ -69,6 +69,25 @@ TEST(RoutingTableView, ShowsConfiguredRoutesOnce) {
   EXPECT_EQ(device.printed(), "");
 }
 
+// What a text would have to say to leave the quotes that a script has it in, or
+// to be more than text on the page.
+TEST(RoutingTableView, StaysBetweenItsQuotes) {
+  sim::Device device;
+  const std::string name = "ra\"0\\";
+  device.settings({{"OperationMode", "1"}});
+  device.settings({{"RoutingRules", "10.1.0.0,255.255.0.0,,LAN," + name +
+                                        ",,\"+alert(1)//\\;"
+                                        "<b>,\n,\t,'&>,a b,,</script>\"\\\x7f\xc3\xa4"}});
+  device.file(kRoutes, kernelRoutes({
+                           route(name.c_str(), "10.1.0.0", "0.0.0.0", "255.255.0.0", kUp),
+                           route("\"x", "10.2.0.0", "0.0.0.0", "255.255.0.0", kUp),
+                       }));
+  EXPECT_EQ(view(),
+            "\"ra&quot0\\x5c,10.1.0.0,0.0.0.0,255.255.0.0,1,2,7,5,0,LAN,0,&quot+alert(1)//\\x5c;"
+            "&quotx,10.2.0.0,0.0.0.0,255.255.0.0,1,2,7,5,-1,&quotx,0, ;"
+            "a b,&ltb>,\\x09,\\x0a,0,0,0,0,1,'&>,1,&lt/script>&quot\\x5c\x7f\xc3\xa4\"");
+}
+
 TEST(RoutingTableView, IsEmptyForAMalformedTable) {
   for (const char *line :
        {"garbage\n", "br0 0 0 1 0 0 0\n", "\n", "br0\n", "br0 0 0 1 0 0 0 x\n"}) {

@@ -97,6 +97,7 @@ TEST(Services, RestartOneByOne) {
   serviceCtl_restart(2);
   serviceCtl_restart(1);
   serviceCtl_restart(3);
+  setReduceBootTimeFlag(1);
   restartnmbd();
   restartAvahid();
   EXPECT_THAT(device.commands(), ElementsAre("killall -q telnetd", "telnetd -p 2323",

@@ -100,6 +100,17 @@ TEST(RoutingTableView, IsEmptyForAMalformedTable) {
   }
 }
 
+TEST(RoutingTableView, SaysWhenTheRulesGrowMeanwhile) {
+  sim::Device device;
+  device.settings({{"OperationMode", "1"}});
+  device.file(kRoutes, kernelRoutes({route("br0", "10.2.0.0", "0.0.0.0", "255.255.0.0", kUp)}));
+  device.faults().before([&](size_t calls) {
+    if (calls == 2) device.settings({{"RoutingRules", "10.2.0.0,255.255.0.0,,LAN,br0,,new"}});
+  });
+  EXPECT_EQ(view(), "\"br0,10.2.0.0,0.0.0.0,255.255.0.0,1,2,7,5,0,LAN,0,new\"");
+  EXPECT_EQ(device.printed(), "fatal error in getRoutingTable\n");
+}
+
 TEST(RoutingTableView, LeavesTheBufferAloneWhenItCannotBeMade) {
   sim::Device device;
   char text[4096] = "before";

@@ -33,6 +33,9 @@ class Chromium:
                   "goog:loggingPrefs": {"browser": "ALL"}}
         answer = self.call("", {"capabilities": {"alwaysMatch": wanted}})
         self.url += "/" + answer["sessionId"]
+        # Whether a headless window has the focus differs from version to version.
+        self.call("/goog/cdp/execute", {"cmd": "Emulation.setFocusEmulationEnabled",
+                                        "params": {"enabled": True}})
 
     def close(self):
         try:

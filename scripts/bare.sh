@@ -22,6 +22,8 @@ case $# in
   *) printf -v command '%q ' "$@" && commands=("${command% }") ;;
 esac
 mkdir -p "$work"
+exec 9>"$work/lock"
+flock -n 9 || { echo "another ./dev bare is at work in $work"; exit 2; }
 
 # Where this machine's apt gets a suite from, and through what.
 site() {  # suite, where it is otherwise

@@ -32,10 +32,22 @@ install(FILES man/orba_util.3 man/nvram.3
   DESTINATION ${CMAKE_INSTALL_MANDIR}/man3 COMPONENT development)
 
 # The tool and the store's programs.
+#
+# A program finds libnvram from where it stands, in the build folder and in any
+# prefix. To change the one place to the other, CMake would leave room with
+# colons, and the loader takes an empty entry for the folder that its user is in:
+# so the room is slashes, and the place is set here.
+set(installed_place "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+string(REGEX REPLACE "." "/" room "${installed_place}")
 if(TARGET orba)
   foreach(program orba nvram_get nvram_set nvram_show)
-    set_target_properties(${program} PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+    get_target_property(folder ${program} BINARY_DIR)
+    file(RELATIVE_PATH built_place ${folder} ${PROJECT_BINARY_DIR}/platform/nvram)
+    set_target_properties(${program} PROPERTIES
+      BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "$ORIGIN/${built_place}${room}")
     install(TARGETS ${program} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
+    install(CODE "file(RPATH_SET NEW_RPATH [[${installed_place}]]
+      FILE \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/${program}\")" COMPONENT tool)
     string(REGEX REPLACE "^nvram_.*" nvram_get page ${program})  # one page for all three
     install(FILES man/${page}.1 RENAME ${program}.1
       DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)

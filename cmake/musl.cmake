@@ -6,6 +6,7 @@
 # needs none.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
+set(ORBA_MUSL ON)
 set(CMAKE_C_COMPILER gcc)
 set(CMAKE_CXX_COMPILER g++)
 set(musl_specs -specs=/usr/lib/x86_64-linux-musl/musl-gcc.specs)

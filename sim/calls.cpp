@@ -645,7 +645,7 @@ char *sim_nvram_get(int space, const char *key) {
 char *sim_nvram_bufget(int space, const char *key) {
   return answer(
       "nvram_bufget", [=] { return nvram_bufget(space, key); },
-      [=](Device &device) { return device.get(space, key); });
+      [=](Device &device) { return device.bufget(space, key); });
 }
 
 int sim_nvram_set(int space, const char *key, const char *value) {
@@ -657,7 +657,7 @@ int sim_nvram_set(int space, const char *key, const char *value) {
 int sim_nvram_bufset(int space, const char *key, const char *value) {
   return answer(
       "nvram_bufset", [=] { return nvram_bufset(space, key, value); },
-      [=](Device &device) { return device.set(space, key, value); });
+      [=](Device &device) { return device.bufset(space, key, value); });
 }
 
 int sim_nvram_commit(int space) {

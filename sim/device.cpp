@@ -43,18 +43,18 @@ Device *Device::current() {
 }
 
 Device &Device::settings(const Settings &values, int space) {
-  for (const auto &[key, value] : values) {
-    auto copy = std::make_unique<char[]>(value.size() + 1);
-    memcpy(copy.get(), value.c_str(), value.size() + 1);
-    std::unique_ptr<char[]> &slot = settings_[{space, key}];
-    slot.swap(copy);
-    if (clock_.inHandler()) replaced_by_handler_.push_back(std::move(copy));
-  }
+  for (const auto &[key, value] : values) put(committed_, space, key, value);
+  return *this;
+}
+
+Device &Device::buffered(const Settings &values, int space) {
+  for (const auto &[key, value] : values) put(buffered_, space, key, value);
   return *this;
 }
 
 Device &Device::remove(const std::string &key, int space) {
-  settings_.erase({space, key});
+  committed_.erase({space, key});
+  buffered_.erase({space, key});
   return *this;
 }
 
@@ -122,15 +122,27 @@ std::vector<std::string> Device::writes() const {
   std::vector<std::string> lines;
   for (const Event &event : events_) {
     if (event.kind == Event::kSet) lines.push_back("set " + event.text);
+    if (event.kind == Event::kBufset) lines.push_back("bufset " + event.text);
     if (event.kind == Event::kCommit) lines.push_back("commit " + event.text);
   }
   return lines;
 }
 
 std::optional<std::string> Device::setting(const std::string &key, int space) const {
-  auto found = settings_.find({space, key});
-  if (found == settings_.end()) return {};
+  auto found = committed_.find({space, key});
+  if (found == committed_.end()) return {};
   return found->second.get();
+}
+
+void Device::put(Values &values, int space, const std::string &key, const std::string &value) {
+  auto copy = std::make_unique<char[]>(value.size() + 1);
+  memcpy(copy.get(), value.c_str(), value.size() + 1);
+  values[{space, key}].swap(copy);
+  drop(std::move(copy));
+}
+
+void Device::drop(Value value) {
+  if (clock_.inHandler()) replaced_by_handler_.push_back(std::move(value));
 }
 
 std::vector<std::string> Device::texts(Event::Kind kind) const {
@@ -214,23 +226,46 @@ int Device::request(int fd, unsigned long number, void *argument) {
 char *Device::get(int space, const char *key) {
   std::pair<int, std::string> name(space, key);
   bool first = asked_.insert(name).second;
-  if (every_setting_ && settings_.count(name) == 0) settings({{key, *every_setting_}}, space);
-  auto found = settings_.find(name);
-  if (found != settings_.end()) return found->second.get();
+  if (every_setting_ && committed_.count(name) == 0) settings({{key, *every_setting_}}, space);
+  auto found = committed_.find(name);
+  if (found != committed_.end()) return found->second.get();
   if (first) missing_.push_back(name);
   return nullptr;
+}
+
+char *Device::bufget(int space, const char *key) {
+  auto found = buffered_.find({space, key});
+  if (found == buffered_.end()) return get(space, key);
+  asked_.insert({space, key});
+  return found->second.get();
 }
 
 int Device::set(int space, const char *key, const char *value) {
   if (key == nullptr || value == nullptr) return -1;
   std::string copy = value;
   record(Event::kSet, std::to_string(space) + " " + key + "=" + copy);
-  settings({{key, copy}}, space);
+  put(committed_, space, key, copy);
+  auto change = buffered_.extract({space, key});
+  if (change) drop(std::move(change.mapped()));
+  return 0;
+}
+
+int Device::bufset(int space, const char *key, const char *value) {
+  if (key == nullptr || value == nullptr) return -1;
+  std::string copy = value;
+  record(Event::kBufset, std::to_string(space) + " " + key + "=" + copy);
+  put(buffered_, space, key, copy);
   return 0;
 }
 
 int Device::commit(int space) {
   record(Event::kCommit, std::to_string(space));
+  for (auto change = buffered_.lower_bound({space, ""});
+       change != buffered_.end() && change->first.first == space;
+       change = buffered_.erase(change)) {
+    committed_[change->first].swap(change->second);
+    drop(std::move(change->second));
+  }
   return 0;
 }
 

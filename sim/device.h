@@ -36,8 +36,9 @@ struct Event {
   enum Kind {
     kCommand,  // a line given to system()
     kPipe,     // a command whose output was read
-    kSet,      // "1 KEY=VALUE": a setting written, by either call
-    kCommit,   // "1": a space committed
+    kSet,      // "1 KEY=VALUE": a setting written at once
+    kBufset,   // "1 KEY=VALUE": a setting buffered
+    kCommit,   // "1": what was buffered for a space committed
     kConsole,  // a trace on /dev/console
     kPrinted,  // text on standard output
     kError,    // text on standard error
@@ -66,6 +67,8 @@ class Device {
 
   // ---- set-up: what the library finds ----
   Device &settings(const Settings &values, int space = 1);
+  // What the library's process has buffered over them and not committed.
+  Device &buffered(const Settings &values, int space = 1);
   Device &remove(const std::string &key, int space = 1);
   // What every setting holds that was given no value of its own.
   Device &everySetting(const std::string &value) { return every_setting_ = value, *this; }
@@ -106,7 +109,7 @@ class Device {
   std::vector<std::string> shellLines() const { return texts(Event::kCommand); }
   // The commands whose output was read, in order.
   std::vector<std::string> pipes() const { return texts(Event::kPipe); }
-  // "set 1 KEY=VALUE" and "commit 1", in order.
+  // "set 1 KEY=VALUE", "bufset 1 KEY=VALUE" and "commit 1", in order.
   std::vector<std::string> writes() const;
   std::vector<std::string> requests() const { return texts(Event::kRequest); }
   std::string printed() const { return joined(Event::kPrinted); }
@@ -117,6 +120,7 @@ class Device {
   void forget() { events_.clear(), missing_.clear(), asked_.clear(); }
   // A file's content, nothing when there is none.
   std::optional<std::string> text(const std::string &path) const { return root_.content(path); }
+  // A setting as it was last committed.
   std::optional<std::string> setting(const std::string &key, int space = 1) const;
   // Settings that were asked for and missing, in order of first asking.
   const std::vector<std::pair<int, std::string>> &missing() const { return missing_; }
@@ -138,7 +142,9 @@ class Device {
   std::optional<int> openDevice(const std::string &path);
   int request(int fd, unsigned long number, void *argument);
   char *get(int space, const char *key);
+  char *bufget(int space, const char *key);
   int set(int space, const char *key, const char *value);
+  int bufset(int space, const char *key, const char *value);
   int commit(int space);
   void pipeOpened() { open_pipes_++; }
   void pipeClosed() { open_pipes_--; }
@@ -149,6 +155,13 @@ class Device {
   void exit(int status);
 
  private:
+  // Each value in memory of its own that is given back when the value changes,
+  // so that a sanitizer sees whoever still reads the old one.
+  using Value = std::unique_ptr<char[]>;
+  using Values = std::map<std::pair<int, std::string>, Value>;
+
+  void put(Values &values, int space, const std::string &key, const std::string &value);
+  void drop(Value value);
   std::vector<std::string> texts(Event::Kind kind) const;
   std::string joined(Event::Kind kind) const;
 
@@ -159,11 +172,10 @@ class Device {
   Held held_;
   Interfaces interfaces_;
   std::map<std::type_index, std::unique_ptr<Part>> parts_;
-  // Each value in memory of its own that is given back when the value changes,
-  // so that a sanitizer sees whoever still reads the old one.
-  std::map<std::pair<int, std::string>, std::unique_ptr<char[]>> settings_;
-  // But for what a signal handler replaces, which the store keeps readable.
-  std::vector<std::unique_ptr<char[]>> replaced_by_handler_;
+  Values committed_;
+  Values buffered_;
+  // What a signal handler replaced, which the store keeps readable.
+  std::vector<Value> replaced_by_handler_;
   std::vector<std::pair<std::string, std::optional<std::string>>> answers_;
   std::vector<Event> events_;
   std::vector<std::pair<int, std::string>> missing_;

@@ -74,7 +74,7 @@ TEST(Counting, TellsEmptyFromOne) {
   EXPECT_EQ(getValueCount2(two), 2);
 
   sim::Device device;
-  device.settings({{"IPPortFilterRules", "a;b;"}, {"websHostFilters", ""}, {"aclRules", "x"}});
+  device.buffered({{"IPPortFilterRules", "a;b;"}, {"websHostFilters", ""}, {"aclRules", "x"}});
   char text[12];
   EXPECT_EQ(getIPPortRuleNums(text), 1);
   EXPECT_STREQ(text, "3");
@@ -107,7 +107,7 @@ TEST(Editing, BeyondItsLimitsLeavesTheListAlone) {
   EXPECT_EQ(set(0, long_list + ";b", "X"), "X;b");
 
   sim::Device device;
-  device.settings({{"AuthMode", nine}});
+  device.buffered({{"AuthMode", nine}});
   char record[] = "X";
   EXPECT_EQ(STF(0, "AuthMode", record), -1);
   EXPECT_THAT(device.writes(), IsEmpty());
@@ -121,15 +121,15 @@ TEST(Editing, TakesItsOwnResultAsItsList) {
 
 TEST(Editing, OfASettingIsBufferedNotCommitted) {
   sim::Device device;
-  device.settings({{"AuthMode", "OPEN;WPA"}}).settings({{"AuthMode", "2"}}, 2);
+  device.buffered({{"AuthMode", "OPEN;WPA"}}).buffered({{"AuthMode", "2"}}, 2);
   char record[] = "WPA2PSK";
   EXPECT_EQ(STF(1, "AuthMode", record), 0);
   EXPECT_EQ(STFs(2, 1, "AuthMode", record), 0);
   EXPECT_EQ(STFs(2, 1, "Missing", record), 0);
   EXPECT_EQ(STF(0, "Missing", record), 0);
   EXPECT_THAT(device.writes(),
-              ElementsAre("set 1 AuthMode=OPEN;WPA2PSK", "set 2 AuthMode=2;WPA2PSK",
-                          "set 2 Missing=;WPA2PSK", "set 1 Missing=WPA2PSK"));
+              ElementsAre("bufset 1 AuthMode=OPEN;WPA2PSK", "bufset 2 AuthMode=2;WPA2PSK",
+                          "bufset 2 Missing=;WPA2PSK", "bufset 1 Missing=WPA2PSK"));
 }
 
 TEST(Deleting, TakesARecordWithItsSeparator) {

@@ -34,8 +34,8 @@ TEST(AttackProtection, SwitchedOffItAnswersPings) {
   };
   for (const auto &c : kCases) {
     sim::Device device;
-    device.settings(kAllOff).remove(c.key);
-    if (c.value != nullptr) device.settings({{c.key, c.value}});
+    device.buffered(kAllOff).remove(c.key);
+    if (c.value != nullptr) device.buffered({{c.key, c.value}});
     iptablesMaliciousFilterRun();
     EXPECT_EQ(transcript(device), c.commands) << c.key;
     EXPECT_THAT(device.pipes(), testing::IsEmpty());

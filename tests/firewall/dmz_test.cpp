@@ -117,6 +117,7 @@ TEST(SimpleDmz, ServesTheFirstWanWithNatAndAHost) {
   Gateway device(Settings{{"natEnabled", "1"}, {"defaultRouteNum", "2"}});
   device.interface("eth2.2").address("10.0.0.2");
   iptablesDMZInit();
+  device.buffered({{"DMZAddress", ""}, {"natEnabled", "0"}});  // the ones committed count
   RT_iptablesDMZRun();
   const std::string kServed = R"(
 iptables -t nat -N port_forward 1>/dev/null 2>&1; iptables -t nat -I PREROUTING 1 -j port_forward 1>/dev/null 2>&1

@@ -55,7 +55,7 @@ TEST_F(Firewall, IsTakenDownToAForwardPolicyOppositeToTheAction) {
   };
   for (const auto &[action, policy] : kCases) {
     sim::Device device;
-    device.settings({{"firewallAction", action}});
+    device.buffered({{"firewallAction", action}});
     firewall_fini();
     EXPECT_EQ(transcript(device),
               part("emptied") + policy + part("nat removed") + "\nebtables -t nat -F MAC_Filter");

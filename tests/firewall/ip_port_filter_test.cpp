@@ -13,8 +13,8 @@ const std::string kLog = "-j LOG --log-level DEBUG --log-prefix [FirewallLog]Fil
 // Policy 2 adds no rules of its own around those of the records.
 std::string rulesOf(const std::string &records, const char *more = "firewallAction=DROP") {
   sim::Device device;
-  device.settings(settingsOf("DefaultFirewallPolicy=2")).settings(settingsOf(more));
-  device.settings({{"IPPortFilterRules", records}});
+  device.buffered(settingsOf("DefaultFirewallPolicy=2")).buffered(settingsOf(more));
+  device.buffered({{"IPPortFilterRules", records}});
   iptablesIPPortFilterRun();
   return transcript(device);
 }

@@ -24,7 +24,7 @@ struct Gateway : sim::Device {
   }
 
   std::string forward(const std::string &rules) {
-    settings({{"PortForwardRules", rules}});
+    buffered({{"PortForwardRules", rules}});
     forget();
     iptablesPortForwardRun();
     return transcript(*this);
@@ -59,7 +59,7 @@ iptables -t filter -A port_forward -i eth2.2 -d 192.168.1.5 -p udp --dport 90:80
 iptables -t nat -A port_forward -j DNAT -d 10.0.0.2 -p udp --dport 90:80 --to 192.168.1.5 )");
   EXPECT_EQ(device.printed(), "isIpValid(): 192.168.1.299 is not a valid IP address.\n");
 
-  device.settings({{"defaultRouteNum", "2"}});  // not the first WAN, so the second
+  device.buffered({{"defaultRouteNum", "2"}});  // not the first WAN, so the second
   EXPECT_EQ(device.forward("192.168.1.3,80,0,TCP"), R"(
 iptables -t filter -A port_forward -i ppp1 -d 192.168.1.3 -p tcp --dport 80  -j ACCEPT
 iptables -t nat -A port_forward -j DNAT -d 172.16.5.6 -p tcp --dport 80 --to 192.168.1.3 )");

@@ -49,7 +49,7 @@ iptables -A MCL_FILTER -i ! br+ -p icmp --icmp-type 8 -j ACCEPT)"},
   };
   for (const auto &c : kCases) {
     sim::Device device;
-    device.settings({{"aclMode", c.acl_mode}});
+    device.buffered({{"aclMode", c.acl_mode}});
     setServiceControl(c.mode, c.protocol, c.port);
     EXPECT_EQ(transcript(device), c.commands);
   }
@@ -59,12 +59,12 @@ TEST(AccessList, IsInForceInModeOneOnly) {
   sim::Device device;
   for (const char *mode : {"0", "2", ""}) {
     device.forget();
-    device.settings({{"aclMode", mode}, {"aclRules", "192.168.1.7"}});
+    device.buffered({{"aclMode", mode}, {"aclRules", "192.168.1.7"}});
     iptablesAclRun();
     EXPECT_EQ(transcript(device), kJump);
   }
   device.forget();
-  device.settings({{"aclMode", "1"}}).remove("aclRules");
+  device.buffered({{"aclMode", "1"}}).remove("aclRules");
   iptablesAclRun();
   EXPECT_EQ(device.commands().size(), 7u) << "nobody is trusted";
 }

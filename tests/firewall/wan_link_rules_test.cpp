@@ -45,11 +45,11 @@ TEST(DhcpRelay, ServersOnTheWanSideAnswerOnlyARelay) {
   sim::Device device;
   iptablesDHCPRelayChainRun();
   for (const char *enabled : {"0", "1", "22", ""}) {
-    device.settings({{"dhcpEnabled", enabled}});
+    device.buffered({{"dhcpEnabled", enabled}});
     iptablesDHCPRelayChainRun();
   }
   EXPECT_EQ(transcript(device), "");
-  device.settings({{"dhcpEnabled", "2"}});
+  device.buffered({{"dhcpEnabled", "2"}});
   iptablesDHCPRelayChainRun();
   EXPECT_EQ(transcript(device), R"(
 iptables -t filter -A dhcp_relay_chain ! -i br+ -p udp --sport 67 --dport 67 -j ACCEPT)");

@@ -14,11 +14,11 @@ namespace {
 
 struct Filter : sim::Device {
   explicit Filter(const Settings &more = {}) {
-    settings(
+    buffered(
         settingsOf("websURLFilters= websHostFilters= websHostFiltersEnable=0 "
                    "websFilterProxy=0 websFilterJava=0 websFilterActivex=0 "
                    "websFilterCookies=0 websFilterTrustIP=0.0.0.0"));
-    settings(more);
+    buffered(more);
   }
 
   std::string run() {
@@ -54,8 +54,8 @@ ebtables -t nat -A MAC_Filter -s )" + std::string(31, 'a') + " -j DROP"},
   };
   for (const auto &c : kCases) {
     sim::Device device;
-    device.settings({{"MacFilterAction", c.action}});
-    if (c.rules != "missing") device.settings({{"MACFilterRules", c.rules}});
+    device.buffered({{"MacFilterAction", c.action}});
+    if (c.rules != "missing") device.buffered({{"MACFilterRules", c.rules}});
     MACFilterRun();
     EXPECT_EQ(transcript(device), c.commands);
   }
@@ -89,7 +89,7 @@ TEST(WebFilter, EachContentClassHasItsBit) {
     Filter device(Settings{{key, "1"}});
     device.run();
     EXPECT_THAT(device.commands(), testing::Contains(testing::HasSubstr(content)).Times(3));
-    device.settings({{key, "2"}});
+    device.buffered({{key, "2"}});
     EXPECT_EQ(device.run(), "");
   }
 }
@@ -127,8 +127,8 @@ TEST(HostList, AddingAHostStoresItAndRebuildsTheFilter) {
   websHostFilter("one.example");
   websHostFilter("two example");
   EXPECT_THAT(device.writes(),
-              ElementsAre("set 1 websHostFilters=one.example", "commit 1",
-                          "set 1 websHostFilters=one.example;two example", "commit 1"));
+              ElementsAre("bufset 1 websHostFilters=one.example", "commit 1",
+                          "bufset 1 websHostFilters=one.example;two example", "commit 1"));
   EXPECT_EQ(transcript(device), R"(
 iptables -t filter -F web_filter
 iptables -A web_filter -p tcp -m tcp -m webstr --host one.example -j REJECT --reject-with tcp-reset
@@ -145,7 +145,7 @@ TEST(HostList, ARefusedChangeChangesNothing) {
   websHostFilter("two.example");
   websHostFilterDelete(0);
   device.memoryRunsOut(false);
-  device.settings({{"websHostFilters", ""}});
+  device.buffered({{"websHostFilters", ""}});
   websHostFilterDelete(0);
   device.remove("websHostFilters");
   websHostFilterDelete(0);

@@ -9,13 +9,14 @@ using testing::IsEmpty;
 
 TEST(DaylightSaving, IsCopiedOnce) {
   sim::Device device;
-  device.settings({{"DSTEnabled", "1"}, {"isDSTsynced", "0"}})
+  device.buffered({{"DSTEnabled", "1"}, {"isDSTsynced", "0"}})
       .file("/etc/TZ", "UTC\nCET-1CEST,M3.5.0/2,M10.5.6/3\r\n");
   EXPECT_EQ(TZsync2nvram(), 1);
-  EXPECT_THAT(device.writes(),
-              ElementsAre("set 1 DSTSWM=5", "set 1 DSTSDW=0", "set 1 DSTSM=3", "set 1 DSTSH=2",
-                          "set 1 DSTEWM=5", "set 1 DSTEDW=6", "set 1 DSTEM=10", "set 1 DSTEH=3",
-                          "set 1 isDSTsynced=1", "commit 1"));
+  EXPECT_THAT(
+      device.writes(),
+      ElementsAre("bufset 1 DSTSWM=5", "bufset 1 DSTSDW=0", "bufset 1 DSTSM=3", "bufset 1 DSTSH=2",
+                  "bufset 1 DSTEWM=5", "bufset 1 DSTEDW=6", "bufset 1 DSTEM=10", "bufset 1 DSTEH=3",
+                  "bufset 1 isDSTsynced=1", "commit 1"));
   device.forget();
   EXPECT_EQ(TZsync2nvram(), 0);
   EXPECT_THAT(device.writes(), IsEmpty());
@@ -26,40 +27,63 @@ TEST(DaylightSaving, WithoutARuleChangesNothing) {
        {"", "\n", "UTC", "CET-1CEST,M3.5.0,M10.5.0/3", "CET-1CEST,M3.5.0/2,M10.5.0",
         "CET-1CEST,3.5.0/2,10.5.0/3", "M3.5.0/2,M10.5.0/3", "/.M", "////", "..//..//MM"}) {
     sim::Device device;
-    device.settings({{"DSTEnabled", "1"}}).file("/etc/TZ", zone);
+    device.buffered({{"DSTEnabled", "1"}}).file("/etc/TZ", zone);
     EXPECT_EQ(TZsync2nvram(), 0) << zone;
     EXPECT_THAT(device.writes(), IsEmpty()) << zone;
   }
   sim::Device device;
-  device.settings({{"DSTEnabled", "1"}});
+  device.buffered({{"DSTEnabled", "1"}});
   EXPECT_EQ(TZsync2nvram(), 0);  // no /etc/TZ
-  device.settings({{"DSTEnabled", "0"}});
+  device.buffered({{"DSTEnabled", "0"}});
   int result = TZsync2nvram();
   EXPECT_TRUE(result != 0 && result != 1);
 }
 
+// What takes part, in order, by space.
+const std::vector<std::pair<int, std::string>> kBackedUp = {{1, "OperatingBandCli"},
+                                                            {1, "OperatingBandRepeater"},
+                                                            {1, "WirelessOPMode"},
+                                                            {1, "ApCliAuthMode"},
+                                                            {1, "ApCliEncrypType"},
+                                                            {1, "ApCliSsid"},
+                                                            {1, "ApCliWepDefaultkey"},
+                                                            {1, "ApCliWPAPSK"},
+                                                            {1, "AuthMode"},
+                                                            {1, "EncrypType"},
+                                                            {1, "SSID1"},
+                                                            {2, "AuthModeSTA"},
+                                                            {2, "AuthSTA"},
+                                                            {2, "PSKSTA"},
+                                                            {2, "SSID1"},
+                                                            {2, "SSIDSTA"},
+                                                            {2, "WPAPSK1"},
+                                                            {2, "AuthMode"}};
+
 TEST(SettingsBackup, PutsBackWhatAWizardChanged) {
   sim::Device device;
-  device.settings({{"WirelessOPMode", "1"}, {"SSID1", "home"}, {"WlanEnabled", "1"}})
-      .settings({{"SSID1", "home 5G"}, {"EncrypType", "AES"}}, 2);
+  std::vector<std::string> copied, recovered, cleared;
+  for (const auto &[space, key] : kBackedUp) {
+    device.settings({{key, "old"}}, space).buffered({{key, "my " + key}}, space);
+    const std::string bufset = "bufset " + std::to_string(space) + " " + key;
+    copied.push_back(bufset + "BAK=my " + key);
+    recovered.insert(recovered.end(), {bufset + "=my " + key, bufset + "BAK="});
+    cleared.push_back(bufset + "BAK=");
+  }
+  recovered.insert(recovered.end(), {"commit 1", "commit 2"});
   EXPECT_EQ(backupRecoverSettings(2), 0);
-  EXPECT_EQ(device.writes().size(), 18u);
-  EXPECT_EQ(device.setting("WlanEnabledBAK"), std::nullopt);
-  EXPECT_EQ(device.setting("EncrypTypeBAK", 2), std::nullopt);
-  EXPECT_EQ(device.setting("EncrypTypeBAK"), "");
+  EXPECT_EQ(device.writes(), copied);
 
-  device.settings({{"WirelessOPMode", "3"}, {"SSID1", "other"}, {"WlanEnabled", "0"}})
-      .settings({{"SSID1", "other"}}, 2);
+  for (const auto &[space, key] : kBackedUp) device.buffered({{key, "other"}}, space);
+  device.settings({{"WlanEnabled", "0"}, {"WlanEnabledBAK", "1"}});
   device.forget();
   EXPECT_EQ(backupRecoverSettings(1), 0);
-  EXPECT_EQ(device.setting("WirelessOPMode"), "1");
-  EXPECT_EQ(device.setting("WirelessOPModeBAK"), "");
-  EXPECT_EQ(device.setting("SSID1"), "home");
-  EXPECT_EQ(device.setting("SSID1", 2), "home 5G");
-  EXPECT_EQ(device.setting("WlanEnabled"), "0");
-  std::vector<std::string> writes = device.writes();
-  ASSERT_EQ(writes.size(), 38u);
-  EXPECT_EQ(writes[36] + writes[37], "commit 1commit 2");
+  EXPECT_EQ(device.writes(), recovered);
+  EXPECT_EQ(device.setting("SSID1", 2), "my SSID1");
+  EXPECT_EQ(device.setting("SSID1BAK", 2), "");
+
+  device.forget();
+  EXPECT_EQ(backupRecoverSettings(0), 0);
+  EXPECT_EQ(device.writes(), cleared);
 }
 
 TEST(SettingsBackup, OfNothingLosesNothing) {
@@ -67,12 +91,6 @@ TEST(SettingsBackup, OfNothingLosesNothing) {
   device.settings({{"SSID1", "home"}});
   EXPECT_EQ(backupRecoverSettings(1), 0);
   EXPECT_EQ(device.setting("SSID1"), "home");
-  device.settings({{"SSID1BAK", "old"}});
-  device.forget();
-  EXPECT_EQ(backupRecoverSettings(0), 0);
-  EXPECT_EQ(device.setting("SSID1"), "home");
-  EXPECT_EQ(device.setting("SSID1BAK"), "");
-  EXPECT_EQ(device.writes().size(), 18u);
   device.forget();
   EXPECT_EQ(backupRecoverSettings(3), 2);
   EXPECT_THAT(device.writes(), IsEmpty());

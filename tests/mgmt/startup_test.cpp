@@ -46,7 +46,7 @@ void expectStartUp(sim::Device &device, const char *security, std::vector<std::s
 
 TEST(StartUp, RunsEverythingInOrder) {
   sim::Device device;
-  device.settings({{"BssidNum", "1"}});
+  device.buffered({{"BssidNum", "1"}});
   expectStartUp(device, "WPA2", {"internet.sh", "killall rt2860apd 1>/dev/null 2>&1", "rt2860apd"});
   // Only the bridge clean-up goes to the shell without the redirection.
   size_t bare = 0;
@@ -68,7 +68,7 @@ TEST(StartUp, TakesTheWanThatWasSetUp) {
 
 TEST(WebServer, StartsTheNewOneBeforeTheOldOneIsKilled) {
   sim::Device device;
-  device.settings({{"RMWWWServerPort", "80"},
+  device.buffered({{"RMWWWServerPort", "80"},
                    {"RMWWWOldServerPort", "080"},
                    {"RMHTTPSServerPort", "443"},
                    {"RMHTTPSOldServerPort", "443"}});
@@ -77,7 +77,7 @@ TEST(WebServer, StartsTheNewOneBeforeTheOldOneIsKilled) {
   EXPECT_THAT(device.commands(), ElementsAre(start));  // the same number: nothing to kill
 
   device.forget();
-  device.settings({{"RMWWWServerPort", "80 "}, {"RMHTTPSOldServerPort", " 8443\t"}});
+  device.buffered({{"RMWWWServerPort", "80 "}, {"RMHTTPSOldServerPort", " 8443\t"}});
   serviceCtl_restart(0);
   EXPECT_THAT(device.commands(),
               ElementsAre(start,
@@ -86,14 +86,14 @@ TEST(WebServer, StartsTheNewOneBeforeTheOldOneIsKilled) {
 
   // Inside the quotes of that command no value can be made harmless.
   device.forget();
-  device.settings({{"RMHTTPSOldServerPort", "8443`touch X`"}});
+  device.buffered({{"RMHTTPSOldServerPort", "8443`touch X`"}});
   serviceCtl_restart(0);
   EXPECT_THAT(device.commands(), ElementsAre(start));
 }
 
 TEST(Services, RestartOneByOne) {
   sim::Device device;
-  device.settings({{"RMTELNETServerPort", "2323"}});
+  device.buffered({{"RMTELNETServerPort", "2323"}});
   serviceCtl_restart(2);
   serviceCtl_restart(1);
   serviceCtl_restart(3);
@@ -116,6 +116,8 @@ TEST(Logger, LogsToAHostThatIsOne) {
   };
   for (const auto &[active, host, remote] : kCases) {
     sim::Device device;
+    // Not before they are committed.
+    device.buffered({{"RemoteLogActive", "1"}, {"RemoteLogIP", "10.9.9.9"}});
     if (*active != '\0') device.settings({{"RemoteLogActive", active}});
     if (*host != '\0') device.settings({{"RemoteLogIP", host}});
     startlog_init();

@@ -55,7 +55,7 @@ TEST(InterfaceAddresses, OfTheDefaultWan) {
   EXPECT_EQ(answerOf(getDefaultWanIp), "1 10.0.0.2");
   EXPECT_EQ(answerOf(getDefaultWanMac), "1 00:0C:43:76:20:FE");
   // The MAC is the Ethernet device's, address and netmask are the PPP interface's.
-  device.settings({{"default_wan", "2"}});
+  device.buffered({{"default_wan", "2"}});
   EXPECT_EQ(answerOf(getDefaultWanIp), "1 172.16.0.9");
   EXPECT_EQ(answerOf(getDefaultWanNetmask), "1 255.255.255.255");
   EXPECT_EQ(answerOf(getDefaultWanMac), "1 02:00:00:00:00:20");
@@ -71,7 +71,7 @@ TEST(InterfaceAddresses, OfTheDefaultWan) {
   device.settings({{"wanConnectionMode", "PPPOE"}});
   EXPECT_EQ(answerOf(getDefaultWanNetmask), "0 ") << "ppp0 is down";
   for (const char *wan : {"3", "0", "", "wan"}) {
-    device.settings({{"default_wan", wan}});
+    device.buffered({{"default_wan", wan}});
     for (auto *get : {getDefaultWanIp, getDefaultWanNetmask, getDefaultWanMac}) {
       EXPECT_EQ(answerOf(get), "0 ") << wan;
     }
@@ -79,9 +79,10 @@ TEST(InterfaceAddresses, OfTheDefaultWan) {
 }
 
 TEST(AuthenticatorAddress, IsStoredInItsSpaceWhere8021xIsUsed) {
-  const std::vector<std::string> kInOne = {"set 1 own_ip_addr=192.168.1.1", "set 1 EAPifname=br0",
-                                           "set 1 PreAuthifname=br0", "commit 1"};
-  const std::vector<std::string> kInTwo = {"set 2 own_ip_addr=192.168.1.1", "commit 2"};
+  const std::vector<std::string> kInOne = {"bufset 1 own_ip_addr=192.168.1.1",
+                                           "bufset 1 EAPifname=br0", "bufset 1 PreAuthifname=br0",
+                                           "commit 1"};
+  const std::vector<std::string> kInTwo = {"bufset 2 own_ip_addr=192.168.1.1", "commit 2"};
   const struct {
     int space;
     const char *mode, *server;

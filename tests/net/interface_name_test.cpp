@@ -43,8 +43,13 @@ TEST(InterfaceNames, FollowTheOperationMode) {
     if (c.mode != nullptr) device.settings({{"OperationMode", c.mode}});
     std::string situation = std::string(c.mode == nullptr ? "no" : c.mode) + " " + c.connection;
     EXPECT_STREQ(getLanIfName(), c.lan) << situation;
+    // The first WAN goes by what is committed, the LAN by what is buffered.
+    device.buffered({{"OperationMode", "0"}, {"vlanEnabled", "1"}, {"wan1Vid", "99"}});
     EXPECT_EQ(nameBy(getWanIfName), c.wan) << situation;
     EXPECT_EQ(nameBy(getWanIfNamePPP), c.wan_ppp) << situation;
+    EXPECT_STREQ(getLanIfName(), "br0");
+    device.buffered({{"OperationMode", "2"}});
+    EXPECT_STREQ(getLanIfName(), "eth2");
   }
 }
 

@@ -68,9 +68,9 @@ TEST(PolicyRoutes, AreRemovedAndInstalledInOrder) {
 TEST(PolicyRoutes, AreNoneWithoutTheSetting) {
   sim::Device device;
   EXPECT_EQ(executePolicyRoute(), 0);
-  device.settings({{"PolicyRoutingRules", ""}});
+  device.buffered({{"PolicyRoutingRules", ""}});
   EXPECT_EQ(executePolicyRoute(), 0);
-  device.settings({{"PolicyRoutingRules", ";,,,,,,;x"}});
+  device.buffered({{"PolicyRoutingRules", ";,,,,,,;x"}});
   EXPECT_EQ(executePolicyRoute(), -1);
   EXPECT_EQ(ran(device), "");
   EXPECT_STREQ(orba::PolicyRule(*orba::RuleList(",,,,,,").begin()).fault().reason,

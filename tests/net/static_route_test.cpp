@@ -176,10 +176,10 @@ route add -net 10.8.8.8  netmask 255.255.255.255 gw  dev eth2.40)");
 TEST(StaticRoutingRules, MissingOrWithoutARoute) {
   sim::Device device;
   EXPECT_EQ(executeStaticRoute(), 0);
-  device.settings({{"StaticRoutingRules", ""}});
+  device.buffered({{"StaticRoutingRules", ""}});
   EXPECT_EQ(executeStaticRoute(), 0);
   for (const char *rules : {";", "0", "1,a,b;,,,,,", "1"}) {
-    device.settings({{"StaticRoutingRules", rules}});
+    device.buffered({{"StaticRoutingRules", rules}});
     EXPECT_EQ(executeStaticRoute(), 2);
   }
   EXPECT_EQ(transcript(device), "");

@@ -29,7 +29,7 @@ TEST(Qos, StartsForItselfOrForVlanClasses) {
   };
   for (const auto &row : rows) {
     sim::Device device;
-    device.settings({{"TuQoSEnable", row.enabled}, {"TuVLANClass", row.vlan_classes}});
+    device.buffered({{"TuQoSEnable", row.enabled}, {"TuVLANClass", row.vlan_classes}});
     if (row.program) device.file("/bin/orba_qos", "");
     int result = orbaQoSInit();
     EXPECT_EQ(device.commands(), std::vector<std::string>(row.starts, "/bin/orba_qos"));
@@ -62,7 +62,7 @@ TEST(Qos, KnowsNamesAndReferencedQueues) {
   EXPECT_EQ(isSameClassName("1,voice,3", "2,voice,9"), 1);
 
   sim::Device device;
-  device.settings(
+  device.buffered(
       {{"TuQoSClass", classRecord({{41, "3"}}) + ";1,short;" + classRecord({{41, "05"}})}});
   EXPECT_EQ(isQueueBeReference(3), 1);
   EXPECT_EQ(isQueueBeReference(5), 1);
@@ -73,20 +73,20 @@ TEST(Qos, KnowsNamesAndReferencedQueues) {
 TEST(Qos, ListsTheNetworksForThePage) {
   sim::Device device;
   char text[528];
-  device.settings({{"SSID1", "home"}, {"SSID3", "guest"}});
+  device.buffered({{"SSID1", "home"}, {"SSID3", "guest"}});
   EXPECT_EQ(orbaQoSSSID(text), 0);
   EXPECT_STREQ(text, "home");
-  device.settings({{"BssidNum", "3"}});
+  device.buffered({{"BssidNum", "3"}});
   EXPECT_EQ(orbaQoSSSID(text), 0);
   EXPECT_STREQ(text, "home;;guest");
-  device.settings({{"BssidNum", "2000000000"}, {"SSID2", std::string(5000, 'x')}});
+  device.buffered({{"BssidNum", "2000000000"}, {"SSID2", std::string(5000, 'x')}});
   EXPECT_EQ(orbaQoSSSID(text), 0);
   EXPECT_EQ(std::string(text), "home;" + std::string(522, 'x'));
   std::string names;
-  device.settings({{"BssidNum", "16"}});
+  device.buffered({{"BssidNum", "16"}});
   for (int i = 1; i <= 16; i++) {
     std::string name(32, static_cast<char>('a' + i));
-    device.settings({{"SSID" + std::to_string(i), name}});
+    device.buffered({{"SSID" + std::to_string(i), name}});
     names += (i > 1 ? ";" : "") + name;
   }
   EXPECT_EQ(orbaQoSSSID(text), 0);

@@ -33,7 +33,7 @@ class PacketStatistics : public testing::Test {
                       {"WirelessOPMode", "0"},
                       {"OperatingBandRepeater", "1"},
                       {"WlanEnabled", "1;0;0;0"}});
-    device_.settings({{"WlanEnabled", "1;0;10;2"}}, 2);
+    device_.buffered({{"WlanEnabled", "1;0;10;2"}}, 2);
     device_.file("/proc/net/dev",
                  "Inter-|   Receive                            |  Transmit\n"
                  " face |bytes packets errs drop fifo frame compressed multicast|bytes packets\n"
@@ -127,7 +127,7 @@ TEST_F(PacketStatistics, ShowsTheModulesOldNumbersWithoutStations) {
 
 TEST_F(PacketStatistics, OfRadiosThatAreOffOrUnset) {
   device_.settings({{"WlanEnabled", "0;1;1;1"}});
-  device_.settings({{"WlanEnabled", ";1"}}, 2);
+  device_.buffered({{"WlanEnabled", ";1"}}, 2);
   device_.file("/tmp/wifi_statistic", "5 x 7");
   EXPECT_EQ(answer(), wans_ + times(9, kNoTraffic) + "@5,0,0,0,0,0,0,0" + times(2, kNoTraffic));
   EXPECT_EQ(radio_.requests(), 0);
@@ -143,7 +143,7 @@ TEST_F(PacketStatistics, CountsTheStationsOfTheInterfaceInUse) {
   const char *const kCases[][3] = {
       {"0", "1", "wifi0"}, {"3", "1", "wifi1"}, {"3", "3", "wifi0"}, {"3", "", "wifi1"}};
   for (const auto &[mode, band, interface] : kCases) {
-    device_.settings({{"WirelessOPMode", mode}, {"OperatingBandRepeater", band}});
+    device_.buffered({{"WirelessOPMode", mode}, {"OperatingBandRepeater", band}});
     answer();
     EXPECT_EQ(moduleQuery(),
               std::string("call_qcsapi_sockrpc --host 1.1.1.2 get_count_assoc ") + interface);
@@ -171,7 +171,7 @@ TEST_F(PacketStatistics, ShowsWhatCouldNotBeReadAndIsCutToItsBuffer) {
                           radios_ + module_ + kNoTraffic + module_ + kNoTraffic);
   EXPECT_EQ(device_.printed(), times(16, "no proc?\n"));
 
-  device_.settings({{"WlanEnabled", "1;1;1;1"}}, 2);
+  device_.buffered({{"WlanEnabled", "1;1;1;1"}}, 2);
   device_.file("/tmp/wifi_statistic", times(8, "99999999999999999999999 "));
   EXPECT_EQ(answer().size(), 1023u);
   EXPECT_EQ(result_, 1);

@@ -160,14 +160,14 @@ TEST(IgmpSnooping, EndsTheWirelessUplinkOnlyWhenAWiredOneIsThere) {
     WanUplinkDevice device;
     device.table.learn(kGateway, {3});
     device.gatewayAnswers(arp);
-    device.settings({{"WirelessOPMode", mode}});
+    device.buffered({{"WirelessOPMode", mode}});
     if (easy_setup != nullptr) device.file("/tmp/do_vela", easy_setup);
     EXPECT_EQ(igmpsnooping_init(), 0);
     Lines commands = device.commands(), writes = device.writes();
     if (ends) {
       EXPECT_EQ(Lines(commands.begin() + 7, commands.end()),
                 (Lines{"echo \"4\" > /tmp/wanPort", "echo \"1\" > /tmp/nvram_LOCK", "reboot.sh"}));
-      EXPECT_THAT(writes, ElementsAre("set 1 WirelessOPMode=1", "commit 1"));
+      EXPECT_THAT(writes, ElementsAre("bufset 1 WirelessOPMode=1", "commit 1"));
       EXPECT_EQ(device.text("/tmp/nvram_LOCK"), "1\n");
     } else {
       EXPECT_THAT(commands.back(), EndsWith("> /tmp/wanPort"));
@@ -185,7 +185,7 @@ TEST(IgmpSnooping, TurnsTheModuleIntoAnAccessPoint) {
   EXPECT_THAT(device.writes(), IsEmpty());
 
   device.forget();
-  device.settings({{"OperationMode", "3"}}, 2);
+  device.buffered({{"OperationMode", "3"}}, 2);
   igmpHWSnoopingRule();
   Lines lines = device.shellLines();
   EXPECT_EQ(Lines(lines.begin() + 8, lines.end()),

@@ -60,8 +60,8 @@ TEST(Channels, FiveGigahertzByRegion) {
   };
   for (const auto &[region, ranges] : cases) {
     sim::Device device;
-    if (region) device.settings({{"CountryRegionABand", *region}});
-    device.settings({{"Channel", "161"}});
+    if (region) device.buffered({{"CountryRegionABand", *region}});
+    device.buffered({{"Channel", "161"}});
     EXPECT_EQ(answerOf(getWlan11aChannels), options5(ranges, 161)) << region.value_or("none");
   }
 }
@@ -86,9 +86,9 @@ TEST(Channels, TwoGigahertzByRegion) {
   };
   for (const auto &[region, b, g] : cases) {
     sim::Device device;
-    if (region) device.settings({{"CountryRegion", *region}});
+    if (region) device.buffered({{"CountryRegion", *region}});
     // A channel outside every list marks nothing.
-    device.settings({{"Channel", "36"}});
+    device.buffered({{"Channel", "36"}});
     EXPECT_EQ(answerOf(getWlan11bChannels), b) << region.value_or("none");
     EXPECT_EQ(answerOf(getWlan11gChannels), g) << region.value_or("none");
   }
@@ -104,7 +104,7 @@ TEST(Channels, AppendToTheBufferExceptForTheLoneChannel14) {
   EXPECT_STREQ(out, appended);
   getWlan11aChannels(out, 0, nullptr);
   EXPECT_STREQ(out, appended);
-  device.settings({{"CountryRegion", "4"}, {"Channel", "14"}});
+  device.buffered({{"CountryRegion", "4"}, {"Channel", "14"}});
   getWlan11gChannels(out, 0, nullptr);
   EXPECT_STREQ(out, "<option value=14 selected>Channel 14</option>\n");
 }
@@ -130,7 +130,7 @@ TEST(Channels, TheOneToShow) {
   };
   for (const auto &[settings, shown] : cases) {
     sim::Device device;
-    device.settings(settings);
+    device.buffered(settings);
     char out[32];
     EXPECT_EQ(getWlanChannel(out, 0, nullptr), 1);
     EXPECT_EQ(out, shown);

@@ -57,7 +57,7 @@ TEST(OperationMode, JoinsItsInterfaces) {
   };
   for (const auto &[settings, commands] : cases) {
     sim::Device device;
-    device.settings(settings);
+    device.buffered(settings);
     wlanModeChange2_4_init();
     EXPECT_EQ(device.shellLines(), kLeaveBridges + commands) << testing::PrintToString(settings);
   }

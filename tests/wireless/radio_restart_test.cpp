@@ -30,7 +30,7 @@ TEST(Authenticator, StartsWhenAnyOfTheNetworksNeedsIt) {
   };
   for (const auto &[settings, commands] : cases) {
     sim::Device main_space;
-    main_space.settings(settings);
+    main_space.buffered(settings);
     restart8021XDaemon(1);
     EXPECT_EQ(main_space.commands(), commands) << testing::PrintToString(settings);
     for (size_t i = 0; i < commands.size(); i++) {
@@ -39,7 +39,7 @@ TEST(Authenticator, StartsWhenAnyOfTheNetworksNeedsIt) {
 
     // Another space is only read.
     sim::Device other_space;
-    other_space.settings(settings, 2);
+    other_space.buffered(settings, 2);
     restart8021XDaemon(2);
     EXPECT_THAT(other_space.events(), IsEmpty());
   }
@@ -51,7 +51,7 @@ TEST(Ra0, GoesDownOnlyForAnExactZeroOfTheFirstNetwork) {
       {";0", "ifconfig ra0 up"},    {"00", "ifconfig ra0 up"},  {nullptr, "ifconfig ra0 up"}};
   for (const auto &[enabled, line] : cases) {
     sim::Device device;
-    if (enabled != nullptr) device.settings({{"WlanEnabled", enabled}});
+    if (enabled != nullptr) device.buffered({{"WlanEnabled", enabled}});
     EXPECT_EQ(InitWireless_ra0(), 0);
     EXPECT_THAT(device.shellLines(), ElementsAre(line));
   }
@@ -66,8 +66,8 @@ TEST(RadioRestart, AfterASettingsChangeEverythingOnTheRadioStartsAnew) {
                    {"WscModeOption", "7"},
                    {"WscConfigured", "1"}});
   EXPECT_EQ(WlanRestart(), 0);
-  device.expect(Lines{"set 1 own_ip_addr=192.168.1.1", "set 1 EAPifname=br0",
-                      "set 1 PreAuthifname=br0", "commit 1", "wlan.sh", kKill, "rt2860apd"} +
+  device.expect(Lines{"bufset 1 own_ip_addr=192.168.1.1", "bufset 1 EAPifname=br0",
+                      "bufset 1 PreAuthifname=br0", "commit 1", "wlan.sh", kKill, "rt2860apd"} +
                 kWpsStopped + kWpsStarted);
 }
 

@@ -99,6 +99,7 @@ TEST(ScheduleRanges, AWholeEveryDaySwitchesAtOnce) {
   };
   for (const auto &[mode, radio_off, trace, commands] : cases) {
     sim::Device device;
+    device.buffered({{"RadioOff", "buffered"}});
     if (radio_off) device.settings({{"RadioOff", *radio_off}});
     std::string record = "1 " + std::string(mode) + " 0 0 0 0";
     wlan_schedule_cfg(record.data(), 0);

@@ -25,9 +25,9 @@ tm brokenDown(const std::string &text) {
 
 TEST(ScheduleInit, MakesTheWholeTableAndSwitchesTheRadio) {
   sim::Device device;
-  device.settings(
+  device.buffered(
       {{"wlanScheduleEnab", "1"}, {"wlanSchedule1", "0 1 8 0 18 0"}, {"RadioOff", "1"}});
-  device.settings({{"wlanSchedule2", "1 0 22 1 6 0"}, {"wlanSchedule8", "1 1 8 0 18 1"}});
+  device.buffered({{"wlanSchedule2", "1 0 22 1 6 0"}, {"wlanSchedule8", "1 1 8 0 18 1"}});
   device.clock().set(kSunday + "09:00");
   EXPECT_EQ(wlan_schedule_init(), 0);
   EXPECT_THAT(device.commands(),
@@ -41,7 +41,7 @@ TEST(ScheduleInit, MakesTheWholeTableAndSwitchesTheRadio) {
                           "echo \"30 18 * * 0 nvram_set RadioOff 1\" >> /etc/admin",
                           "echo \"30 18 * * 0 /sbin/wlan.sh\" >> /etc/admin",
                           "crond -c /etc -L /var/log/cron.log", "wlan.sh"));
-  EXPECT_THAT(device.writes(), ElementsAre("set 1 RadioOff=0", "commit 1"));
+  EXPECT_THAT(device.writes(), ElementsAre("bufset 1 RadioOff=0", "commit 1"));
   EXPECT_EQ(device.console(),
             "#### init wlan scheduling ###\n,##wlan radio is changed to enable\n");
 }
@@ -53,7 +53,7 @@ TEST(ScheduleInit, SwitchedOffLeavesTheCacheLineAlone) {
       {{}, "no change to wlan radio\n"}};
   for (const auto &[settings, trace] : cases) {
     sim::Device device;
-    device.settings(settings);
+    device.buffered(settings);
     wlan_schedule_init();
     EXPECT_THAT(device.commands(),
                 ElementsAre("killall -q  crond", "rm /etc/admin", "touch /etc/admin", kCacheCommand,
@@ -167,13 +167,13 @@ TEST(ScheduleNow, TheRadioFollowsTheFirstRecordThatApplies) {
   };
   for (const auto &[records, now, before, written, trace] : cases) {
     sim::Device device;
-    device.settings(records);
-    if (before != nullptr) device.settings({{"RadioOff", before}});
+    device.buffered(records);
+    if (before != nullptr) device.buffered({{"RadioOff", before}});
     device.clock().set(now);
     EXPECT_EQ(setWlanSchedulingCurrentState(), 0);
     std::vector<std::string> writes, commands;
     if (written) {
-      writes = {"set 1 RadioOff=" + *written, "commit 1"};
+      writes = {"bufset 1 RadioOff=" + *written, "commit 1"};
       commands = {"wlan.sh"};
     }
     EXPECT_EQ(device.writes(), writes) << now;

@@ -33,8 +33,8 @@ const Lines kTriedAgain = kSuccess + kGathering;
 
 struct Client : WpsDevice {
   explicit Client(const char *mode, const char *statistics = kAligned) {
-    settings({{"WirelessOPMode", mode}, {"WscModeOption", "0"}});
-    settings({{"WscModeOption", "7"}}, 2);
+    buffered({{"WirelessOPMode", mode}, {"WscModeOption", "0"}});
+    buffered({{"WscModeOption", "7"}}, 2);
     file("/tmp/wpsStatus", "2\n");
     session.status("apcli0", {{3, 1}, {34, 1}}).clientStatistics(statistics);
   }
@@ -59,11 +59,11 @@ TEST(WpsClient, TakesOverTheNetworkItJoined) {
                 ElementsAre("echo \"999\" > /tmp/wpsStatus", "sys ledctl 0",
                             kGathering[0] + " 1>/dev/null 2>&1"));
     device.expect(kTriedAgain +
-                  Lines{"console: SSID: upstream net\n", "set 1 ApCliSsid=upstream net",
-                        "console: AuthType: WPA2PSK\n", "set 1 ApCliAuthMode=WPA2PSK",
-                        "console: EncrypType: AES\n", "set 1 ApCliEncrypType=AES",
-                        "console: Key: secret = 1\n", "set 1 ApCliWPAPSK=secret = 1",
-                        "set 1 velaSetup=1", "commit 1", "iwpriv ra0 set WscConfMode=7"});
+                  Lines{"console: SSID: upstream net\n", "bufset 1 ApCliSsid=upstream net",
+                        "console: AuthType: WPA2PSK\n", "bufset 1 ApCliAuthMode=WPA2PSK",
+                        "console: EncrypType: AES\n", "bufset 1 ApCliEncrypType=AES",
+                        "console: Key: secret = 1\n", "bufset 1 ApCliWPAPSK=secret = 1",
+                        "bufset 1 velaSetup=1", "commit 1", "iwpriv ra0 set WscConfMode=7"});
     EXPECT_EQ(device.text("/tmp/wpsStatus"), "999\n");
     EXPECT_EQ(device.text("/tmp/apcli.info"), std::nullopt);
     device.advance(60000);
@@ -75,14 +75,14 @@ TEST(WpsClient, ARepeaterAnnouncesTheNetworkItself) {
   Client device("3");
   device.run();
   EXPECT_THAT(device.writes(),
-              ElementsAre("set 1 ApCliSsid=upstream net", "set 1 SSID1=upstream net",
-                          "set 1 SSID2=upstream net", "set 1 SSID3=upstream net",
-                          "set 1 SSID4=upstream net", "set 1 ApCliAuthMode=WPA2PSK",
-                          "set 1 AuthMode=WPA2PSK;WPA2PSK;WPA2PSK;WPA2PSK",
-                          "set 1 ApCliEncrypType=AES", "set 1 EncrypType=AES;AES;AES;AES",
-                          "set 1 ApCliWPAPSK=secret = 1", "set 1 WPAPSK1=secret = 1",
-                          "set 1 WPAPSK2=secret = 1", "set 1 WPAPSK3=secret = 1",
-                          "set 1 WPAPSK4=secret = 1", "set 1 velaSetup=1", "commit 1"));
+              ElementsAre("bufset 1 ApCliSsid=upstream net", "bufset 1 SSID1=upstream net",
+                          "bufset 1 SSID2=upstream net", "bufset 1 SSID3=upstream net",
+                          "bufset 1 SSID4=upstream net", "bufset 1 ApCliAuthMode=WPA2PSK",
+                          "bufset 1 AuthMode=WPA2PSK;WPA2PSK;WPA2PSK;WPA2PSK",
+                          "bufset 1 ApCliEncrypType=AES", "bufset 1 EncrypType=AES;AES;AES;AES",
+                          "bufset 1 ApCliWPAPSK=secret = 1", "bufset 1 WPAPSK1=secret = 1",
+                          "bufset 1 WPAPSK2=secret = 1", "bufset 1 WPAPSK3=secret = 1",
+                          "bufset 1 WPAPSK4=secret = 1", "bufset 1 velaSetup=1", "commit 1"));
 
   // Without the statistics nothing is stored.
   Client blind("3");
@@ -155,7 +155,7 @@ TEST(WpsClient, AFailureEndsTheRun) {
 TEST(WpsClient, GivesUpAtThe1200thTick) {
   for (int status : {0, 1, 3, 265}) {
     Client device("2");
-    device.settings({{"WscModeOption", "7"}}).settings({{"WscModeOption", "1"}}, 2);
+    device.buffered({{"WscModeOption", "7"}}).buffered({{"WscModeOption", "1"}}, 2);
     device.session.status("apcli0", {{status, 1199}, {34, 1}});
     device.run(1199);
     device.expect({});

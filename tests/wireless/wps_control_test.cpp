@@ -32,7 +32,7 @@ TEST(WpsRestart, StartsTheDaemonWhereWpsIsOn) {
   };
   for (const auto &[settings, behind_stopping] : cases) {
     WpsDevice device;
-    device.settings(settings);
+    device.buffered(settings);
     EXPECT_EQ(WPSRestart(), 0);
     device.expect(kWpsStopped + behind_stopping);
   }
@@ -64,7 +64,7 @@ TEST(WpsPushButton, StartsARunAndItsMonitor) {
   };
   for (const auto &[settings, story] : cases) {
     WpsDevice device;
-    device.settings(settings);
+    device.buffered(settings);
     WPSAPPBCStartAll();
     device.expect(story);
   }

@@ -19,9 +19,9 @@ void expectStored(const sim::WpsSession::Credential &credential, const std::stri
   device.session.status("ra0", {{34, 1}}).current({}).credential(credential);
   WPSAPStart();
   device.ticks(1);
-  Lines lines = {"set 1 WscConfigured=1", "set 1 SSID1=" + ssid, "set 1 WscSSID=" + ssid};
-  for (const std::string &line : security) lines.push_back("set 1 " + line);
-  EXPECT_EQ(device.writes(), lines + Lines({"set 1 IEEE8021X=0", "commit 1"}));
+  Lines lines = {"bufset 1 WscConfigured=1", "bufset 1 SSID1=" + ssid, "bufset 1 WscSSID=" + ssid};
+  for (const std::string &line : security) lines.push_back("bufset 1 " + line);
+  EXPECT_EQ(device.writes(), lines + Lines({"bufset 1 IEEE8021X=0", "commit 1"}));
   EXPECT_EQ(device.printed(), printed);
 }
 
@@ -111,8 +111,8 @@ using Listed = std::pair<std::optional<std::string>, int>;
 Listed listAfter(const Lines &macs, const char *policy, std::optional<std::string> before,
                  std::optional<uint32_t> count) {
   WpsDevice device;
-  device.settings({{"OperationMode", "3"}, {"AccessPolicy0", policy}});
-  if (before) device.settings({{"AccessControlList0", *before}});
+  device.buffered({{"OperationMode", "3"}, {"AccessPolicy0", policy}});
+  if (before) device.buffered({{"AccessControlList0", *before}});
   device.session.status("ra0", {{34, 1}}).current({}).credential({});
   if (!macs.empty()) device.session.stations(macs, count);
   WPSAPStart();

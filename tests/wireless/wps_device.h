@@ -81,10 +81,10 @@ struct WpsDevice : sim::Device {
   static const char *introductionOf(sim::Event::Kind kind) {
     static const std::map<sim::Event::Kind, const char *> introductions = {
         {sim::Event::kCommand, ""},          {sim::Event::kRequest, ""},
-        {sim::Event::kSet, "set "},          {sim::Event::kCommit, "commit "},
-        {sim::Event::kConsole, "console: "}, {sim::Event::kPrinted, "printed: "},
-        {sim::Event::kError, "error: "},     {sim::Event::kTimer, "timer "},
-        {sim::Event::kSleep, "sleep "}};
+        {sim::Event::kSet, "set "},          {sim::Event::kBufset, "bufset "},
+        {sim::Event::kCommit, "commit "},    {sim::Event::kConsole, "console: "},
+        {sim::Event::kPrinted, "printed: "}, {sim::Event::kError, "error: "},
+        {sim::Event::kTimer, "timer "},      {sim::Event::kSleep, "sleep "}};
     auto found = introductions.find(kind);
     return found != introductions.end() ? found->second : nullptr;
   }

@@ -50,8 +50,8 @@ struct AccessPoint : WpsDevice {
 
 TEST(WpsMonitor, AConfiguredRegistrarsNetworkIsTakenOver) {
   AccessPoint device;
-  device.settings({{"AuthMode", "OPEN;WPA2"}, {"EncrypType", "NONE;AES"}, {"IEEE8021X", "1;0"}});
-  device.settings({{"BssidNum", "2"}, {"AccessPolicy0", "1"}, {"AccessControlList0", "x;y;z"}});
+  device.buffered({{"AuthMode", "OPEN;WPA2"}, {"EncrypType", "NONE;AES"}, {"IEEE8021X", "1;0"}});
+  device.buffered({{"BssidNum", "2"}, {"AccessPolicy0", "1"}, {"AccessControlList0", "x;y;z"}});
   device.file("/tmp/wpsStatus5G", "1\n");
   device.session.status("ra0", {{3, 2}, {34, 1}})
       .stations({std::string("\x00\x1A\x2B\xfe\xdc\xba", 6), std::string("\x02\0\0\0\0\x01", 6)});
@@ -61,10 +61,10 @@ TEST(WpsMonitor, AConfiguredRegistrarsNetworkIsTakenOver) {
 
   device.ticks(1);
   device.expect(successTick("wlan_5G.sh WPS CANCEL") +
-                Lines{"set 1 WscConfigured=1", "set 1 SSID1=home", "set 1 WscSSID=home",
-                      "set 1 AuthMode=WPA2PSK;WPA2", "set 1 EncrypType=AES;AES",
-                      "set 1 WPAPSK1=secret key", "set 1 IEEE8021X=0;0", "commit 1",
-                      "set 1 AccessControlList0=00:1A:2B:FE:DC:BA;02:00:00:00:00:01;z",
+                Lines{"bufset 1 WscConfigured=1", "bufset 1 SSID1=home", "bufset 1 WscSSID=home",
+                      "bufset 1 AuthMode=WPA2PSK;WPA2", "bufset 1 EncrypType=AES;AES",
+                      "bufset 1 WPAPSK1=secret key", "bufset 1 IEEE8021X=0;0", "commit 1",
+                      "bufset 1 AccessControlList0=00:1A:2B:FE:DC:BA;02:00:00:00:00:01;z",
                       "commit 1"} +
                 kReload + Lines{"killall rt2860apd 1>/dev/null 2>&1", "rt2860apd"} + kWpsStopped +
                 kWpsStarted);
@@ -97,9 +97,9 @@ TEST(WpsMonitor, AnEnrolleeRunGoesThroughFailuresAndTakesTheNetwork) {
   device.expect({"timer stopped", "timer every 100 ms"});
   device.ticks(6);
   device.expect(polled(2, 3) + kStartedTick + polled(2) + kSuccessTick +
-                Lines{"set 1 WscConfigured=1", "set 1 SSID1=home", "set 1 WscSSID=home",
-                      "set 1 AuthMode=WPA2PSK", "set 1 EncrypType=AES", "set 1 WPAPSK1=secret key",
-                      "set 1 IEEE8021X=0", "commit 1"} +
+                Lines{"bufset 1 WscConfigured=1", "bufset 1 SSID1=home", "bufset 1 WscSSID=home",
+                      "bufset 1 AuthMode=WPA2PSK", "bufset 1 EncrypType=AES",
+                      "bufset 1 WPAPSK1=secret key", "bufset 1 IEEE8021X=0", "commit 1"} +
                 kReload + kWpsStopped + kWpsStarted);
 
   // The restart of WPS has ended the enrollee run: a failure is one again.

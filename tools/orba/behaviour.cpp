@@ -113,7 +113,7 @@ class Explorer {
     }
     for (const Event &event : device.events()) {
       if (event.kind == Event::kFile) behaviour_.files_written.insert(withoutNumber(event.text));
-      if (event.kind == Event::kSet) {
+      if (event.kind == Event::kSet || event.kind == Event::kBufset) {
         std::string key = event.text.substr(2, event.text.find('=') - 2);
         if (callers.count(key) == 0) behaviour_.writes.insert({event.text[0] - '0', key});
       }

@@ -67,6 +67,7 @@ Lines otherDeeds(const Run &run) {
     switch (event.kind) {
       case Event::kCommand:
       case Event::kSet:
+      case Event::kBufset:
       case Event::kCommit:
       case Event::kFile:
         break;

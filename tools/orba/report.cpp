@@ -24,6 +24,7 @@ Wording wordingOf(Event::Kind kind) {
     case Event::kPipe:
       return {"read", "reads"};
     case Event::kSet:
+    case Event::kBufset:
       return {"set", "sets"};
     case Event::kCommit:
       return {"commit", "commits space"};

@@ -141,7 +141,7 @@ Run recordedOn(const std::vector<nvram::Entry> &config, const std::string &entry
     run.events.push_back({event[0], event[1], event[2]});
     const std::string &text = run.events.back().text;
     if (event[0] == Event::kCommand) run.commands.push_back(sim::withoutRunnerRedirection(text));
-    if (event[0] == Event::kSet) run.writes.push_back("set " + text);
+    if (event[0] == Event::kSet || event[0] == Event::kBufset) run.writes.push_back("set " + text);
     if (event[0] == Event::kCommit) run.writes.push_back("commit " + text);
   }
   return run;

@@ -242,6 +242,8 @@ TEST_F(PacketStatistics, OfSingleCounters) {
   EXPECT_EQ(ask(ra, {"ra3"}), "23 13 43 4294967292 ");
   EXPECT_EQ(ask(ra, {"ra3", "ra3"}), "20 10 40 4294967295 ");
   EXPECT_EQ(ask(ra, {"wlan0-with-a-long-name"}), "- failed - failed - failed - failed ");
+  device_.withoutSockets();
+  EXPECT_EQ(ask(ra), "- failed - failed - failed - failed ");
   EXPECT_EQ(openDescriptors(), descriptors);
   char seconds[24];
   EXPECT_EQ(getTuStatusFrameRefreshTimeout(seconds), 1);

@@ -95,13 +95,15 @@ TEST(CpuLoad, IsReadFromTheProgramItself) {
 }
 
 TEST(PortStatus, IsFivePairsOfBits) {
-  const std::pair<const char *, const char *> kCases[] = {
+  const std::pair<std::string, const char *> kCases[] = {
       {"switch reg read offset=80, value=3e00001f\n", "1,1/1,1/1,1/1,1/1,1"},
       {"value=00000000\n", "0,0/0,0/0,0/0,0/0,0"},
       {"value=c1ffffe0\n", "0,0/0,0/0,0/0,0/0,0"},
       {"value=0x14000009\n", "0,0/1,1/0,0/1,0/0,1"},
       {"value=02000002\n", "0,0/0,0/0,0/0,1/1,0"},
       {"value=3e00\n", ""},
+      {std::string(242, ' ') + "value=3e00001f\n", "1,1/1,1/1,1/1,1/1,1"},  // within 256 bytes
+      {std::string(243, ' ') + "value=3e00001f\n", ""},
       {"value\n", ""},
       {"", ""},
   };

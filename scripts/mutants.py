@@ -78,10 +78,20 @@ def isParameter(tokens, name):
     return False
 
 
-def otherNumber(text, rng):
+def isCapacity(tokens, i):
+    """Whether the number says how much a buffer holds: Text<64> or, declared, char line[64]."""
+    before = [t[1] for t in tokens[max(0, i - 3):i]]
+    return before[-2:] == ["Text", "<"] or (
+        len(before) == 3 and before[2] == "[" and re.fullmatch(r"char|u?int\d+_t", before[0]) is not None)
+
+
+def otherNumber(text, rng, is_capacity):
     digits = text.rstrip("uUlL")
     value = int(digits.replace("'", ""), 8 if re.fullmatch(r"0[0-7]+", digits) else 0)
-    other = value + 1 if value == 0 else value + rng.choice((-1, 1))
+    # One more or less would hardly show; half of it must be too small for something.
+    other = max(1, value // 2) if is_capacity else value + 1 if value == 0 else value + rng.choice((-1, 1))
+    if other == value:
+        other += 1
     return (hex(other) if digits[:2] in ("0x", "0X") else str(other)) + text[len(digits):]
 
 
@@ -121,7 +131,7 @@ def mutantsOf(path, rng):
         after = tokens[i + 1][1] if i + 1 < len(tokens) else ""
         before = tokens[i - 1][1] if i > 0 else ""
         if group == "number" and not (before == "[" and isParameter(tokens, i - 2)):
-            yield change("number", otherNumber(text, rng))
+            yield change("number", otherNumber(text, rng, isCapacity(tokens, i)))
         elif group == "text" and before != "sizeof":
             other = otherLetter(text, rng)
             if other:

@@ -57,9 +57,13 @@ TEST(Qos, TellsClassRulesApartByTheirFields) {
 }
 
 TEST(Qos, KnowsNamesAndReferencedQueues) {
-  EXPECT_EQ(isSameQueueName("1,voice,3", "2,voice,9"), 1);
-  EXPECT_EQ(isSameQueueName("1,voice,3", "1,Voice,3"), 0);
-  EXPECT_EQ(isSameClassName("1,voice,3", "2,voice,9"), 1);
+  const std::string cut(31, 'x');
+  for (auto same : {isSameQueueName, isSameClassName}) {
+    EXPECT_EQ(same("1,voice,3", "2,voice,9"), 1);
+    EXPECT_EQ(same("1,voice,3", "1,Voice,3"), 0);
+    EXPECT_EQ(same(("1," + cut + "a").c_str(), ("1," + cut + "b").c_str()), 1);
+    EXPECT_EQ(same("1,xa", "1,xb"), 0);
+  }
 
   sim::Device device;
   device.buffered(

@@ -1,6 +1,8 @@
 // The traffic answer of the status page, whole, and what it takes to make it.
 #include <gmock/gmock.h>
 
+#include <unistd.h>
+
 #include <cstring>
 #include <filesystem>
 
@@ -242,6 +244,12 @@ TEST_F(PacketStatistics, OfSingleCounters) {
   EXPECT_EQ(ask(ra, {"ra3"}), "23 13 43 4294967292 ");
   EXPECT_EQ(ask(ra, {"ra3", "ra3"}), "20 10 40 4294967295 ");
   EXPECT_EQ(ask(ra, {"wlan0-with-a-long-name"}), "- failed - failed - failed - failed ");
+  int input = dup(STDIN_FILENO);
+  close(STDIN_FILENO);
+  EXPECT_EQ(ask(ra), "20 10 40 4294967295 ") << "through descriptor 0";
+  EXPECT_EQ(openDescriptors(), descriptors);
+  dup2(input, STDIN_FILENO);
+  close(input);
   device_.withoutSockets();
   EXPECT_EQ(ask(ra), "- failed - failed - failed - failed ");
   EXPECT_EQ(openDescriptors(), descriptors);

@@ -1,6 +1,9 @@
 // What goes to the radio's driver and what it answers.
 #include <gmock/gmock.h>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstring>
 
@@ -69,6 +72,13 @@ TEST(RadioQueries, OperatingChannel) {
   EXPECT_EQ(getOperatingChannel(), 11);
   EXPECT_EQ(getWlanOperatingChannel(out), 1);
   EXPECT_STREQ(out, "11");
+  // In a program without standard input, descriptor 0 is as good as any.
+  int input = dup(STDIN_FILENO);
+  close(STDIN_FILENO);
+  EXPECT_EQ(getOperatingChannel(), 11);
+  EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1) << "not given back";
+  dup2(input, STDIN_FILENO);
+  close(input);
   device.withoutSockets();
   EXPECT_EQ(getOperatingChannel(), 0);
   EXPECT_EQ(getWlanOperatingChannel(out), 1);

@@ -139,6 +139,13 @@ TEST(IntoFile, AFileThatCannotBeWrittenHurtsNobody) {
   EXPECT_EQ(device.text("/etc/admin"), std::nullopt);
   EXPECT_EQ(device.text("/var/cpuload"), "");
   EXPECT_EQ(device.openPipes(), 0);
+
+  // No shell could be started for the line: what stood in the file does not pass for its text.
+  device.file("/tmp/number", "12345\n");
+  device.faults().fail(3, sim::Faults::kOnce);
+  orba::runIntoFile("echo 7 > /tmp/number");
+  EXPECT_THAT(device.faults().failed(), ElementsAre("system"));
+  EXPECT_EQ(device.text("/tmp/number"), "7\n");
 }
 
 TEST(Debug, WritesToTheConsoleOrNowhere) {

@@ -42,6 +42,26 @@ void change(const char *ifname, const std::string &name, int n, int action) {
 
 }  // namespace
 
+// What is read of each field, the longest run of x's in all that is run.
+TEST(PolicyRoutes, ReadFieldsUpToTheirLengths) {
+  const std::pair<size_t, size_t> kLengths[] = {{0, 31}, {1, 31}, {3, 31}, {6, 63}, {7, 63}};
+  for (const auto &[field, length] : kLengths) {
+    sim::Device device;
+    std::string rule;
+    for (size_t i = 0; i < 8; i++)
+      rule += (i > 0 ? "," : "") + std::string(i == field ? 80 : 1, 'x');
+    device.settings({{"OperationMode", "1"}, {"PolicyRoutingRules", rule}}).file(kTables, "");
+    executePolicyRoute();
+    EXPECT_THAT(ran(device), testing::HasSubstr(std::string(length, 'x'))) << field;
+    EXPECT_THAT(ran(device), testing::Not(testing::HasSubstr(std::string(length + 1, 'x'))))
+        << field;
+  }
+  sim::Device device;
+  device.settings({{"PolicyRoutingRules", ",,00000179,,00000179,,br0,digits"}}).file(kTables, "");
+  executePolicyRoute();
+  EXPECT_THAT(ran(device), testing::HasSubstr(" --ip-proto 17 --ip-sport 17 "));
+}
+
 TEST(PolicyRoutes, AreRemovedAndInstalledInOrder) {
   sim::Device device;
   device.settings(kWans).file(kTables, kDefaults);

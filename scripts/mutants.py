@@ -154,7 +154,7 @@ def mutantsOf(path, rng):
             if ";" not in source[opened:closed] and not any(
                     t[1] == "=" for t in tokens[i + 1:last]):
                 yield change("condition", "!(" + source[opened:closed] + ")", opened, closed)
-        elif text == "!":
+        elif text == "!" and before != ")":  # (void)!write(...) discards the answer
             yield change("condition", "")
         elif text == "return" and after != ";":
             last = i

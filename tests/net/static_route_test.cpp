@@ -144,6 +144,24 @@ TEST(RoutingRules, SayWhatIsSkippedAndWhatIsCut) {
   EXPECT_EQ(said("LAN,br0,," + std::string(300, 'c')), "-1 is too long and loses its end");
 }
 
+// A field is read up to its 31 characters: the longest run of x's in what is run.
+TEST(StaticRoutes, ReadFieldsUpToTheirLengths) {
+  const std::string longest(31, 'x'), longer(32, 'x');
+  for (const std::string &fields : {longer + ",m,g", "d," + longer + ",g", "d,m," + longer}) {
+    sim::Device device;
+    device.settings({{"OperationMode", "1"}, {"RoutingRules", fields + ",LAN,br0,,"}});
+    device.settings({{"StaticRoutingRules", "1,," + fields + ",br0"}})
+        .file(kRoutes, kernelRoutes({}));
+    RoutingInit();
+    executeStaticRoute();
+    ASSERT_EQ(device.commands().size(), 2u) << transcript(device);
+    for (const std::string &command : device.commands()) {
+      EXPECT_THAT(command, testing::HasSubstr(longest)) << fields;
+      EXPECT_THAT(command, testing::Not(testing::HasSubstr(longer))) << fields;
+    }
+  }
+}
+
 TEST(StaticRoutingRules, GoThroughTheBridgeOrAWan) {
   sim::Device device;
   device.settings(settingsOf(R"(

@@ -9,18 +9,20 @@ most_minutes=30
 logs=build/soak
 export ORBA_SOAK=1 ORBA_DAMAGED_LISTS=100000 GTEST_BRIEF=1
 
-# The steps, each with the most minutes that it may take.
-steps=(checkers:2 sanitized:10 valgrind:10 threads:5 store:5 login:6 fuzz:12 bench:10)
+# The steps, each with the most minutes that it may take. Each is the function of its
+# name below, run by this script in a process of its own that is given no functions:
+# a program that a step starts may be called what a step is called.
+steps=(checkers:2 sanitized:8 valgrind:8 threads:2 store:2 login:4 fuzz:8 bench:5)
 
 # Deliberate faults are seen, so the rest means something.
-checkers() {
+step_checkers() {
   ctest --preset release -R '^checkers/' && ctest --preset sanitize -R '^checkers/' &&
     ctest --test-dir build/thread -R '^checkers/'
 }
 
 # Every unit test in its long form under AddressSanitizer and UBSan, but for the
 # crowds and the stepping through instructions: they are about the code as it ships.
-sanitized() {
+step_sanitized() {
   local program
   for program in build/sanitize/tests/*_tests; do
     echo "== $program"
@@ -29,21 +31,20 @@ sanitized() {
 }
 
 # The ordinary forms: valgrind makes everything far slower.
-valgrind() { env -u ORBA_SOAK ctest --preset release -C Valgrind -L valgrind -j "$(nproc)"; }
+step_valgrind() { env -u ORBA_SOAK ctest --preset release -C Valgrind -L valgrind -j "$(nproc)"; }
 
-threads() { build/thread/tests/nvram_tests --gtest_filter=Threads.*; }
+step_threads() { build/thread/tests/nvram_tests --gtest_filter=Threads.*; }
 
-store() { build/release/tests/nvram_tests --gtest_filter=TwoWriters.*:PowerCut.*:KilledWriter.*; }
+step_store() { build/release/tests/nvram_tests --gtest_filter=TwoWriters.*:PowerCut.*:KilledWriter.*; }
 
-login() { build/release/tests/session_tests --gtest_filter=SharedLogin.*Killed; }
+step_login() { build/release/tests/session_tests --gtest_filter=SharedLogin.*Killed; }
 
-fuzz() { ./dev fuzz all 60; }
+step_fuzz() { ./dev fuzz all 60; }
 
-bench() { ./dev bench; }
+step_bench() { ./dev bench; }
 
 limited() {  # step, seconds: ends with 124 when the time was not enough
-  export -f "${1?}"
-  timeout --kill-after=10 "$2" bash -uo pipefail -c "$1"
+  timeout --kill-after=10 "$2" scripts/soak.sh --step "$1"
 }
 
 main() {
@@ -77,4 +78,4 @@ main() {
   return $failed
 }
 
-main "$@"
+if [ "${1:-}" = --step ]; then "step_$2"; else main "$@"; fi

@@ -1,5 +1,7 @@
 #include "fuzz/command_list.h"
 
+#include <algorithm>
+#include <cstring>
 #include <fstream>
 #include <stdexcept>
 
@@ -75,6 +77,14 @@ void compile(regex_t &compiled, const std::string &expression) {
   if (error != 0) throw std::runtime_error("no expression: " + expression);
 }
 
+// What a form spells out before its first mark.
+std::string frontOf(const std::string &form) {
+  auto isMark = [](char c) {
+    return strchr(kPlaceholders, c & 0x7f) != nullptr && (c & 0x7f) != 0;
+  };
+  return {form.begin(), std::find_if(form.begin(), form.end(), isMark)};
+}
+
 bool fits(const regex_t &expression, const std::string &form) {
   return regexec(&expression, form.c_str(), 0, nullptr, 0) == 0;
 }
@@ -115,23 +125,25 @@ void CommandList::add(const std::string &text) {
   if (to_file && (*form)[arrow - 1] == '>') arrow--;
   std::string producer = to_file ? "|" + expressionOf(form->substr(0, arrow)) : "";
   compile(command.pipe, whole + producer);
+  command.front = frontOf(to_file ? form->substr(0, arrow) : *form);
   // What is spelled out goes before what only fits.
   std::vector<Command *> &known = by_program_[text.substr(0, text.find_first_of(" ["))];
   known.insert(text.find('%') == std::string::npos ? known.begin() : known.end(), &command);
 }
 
 bool CommandList::passes(const std::string &line, bool piped) {
-  std::string name = (piped ? '|' : ' ') + line;
-  if (passed_.count(name) != 0) return true;
+  std::unordered_set<std::string> &passed = passed_[piped ? 1 : 0];
+  if (passed.count(line) != 0) return true;
   std::optional<std::string> form = sim::shellForm(line);
   if (!form) return false;
-  auto found = by_program_.find(form->substr(0, form->find(' ')));
+  auto found = by_program_.find(std::string_view(*form).substr(0, form->find(' ')));
   if (found == by_program_.end()) return false;
   for (Command *command : found->second) {
+    if (form->compare(0, command->front.size(), command->front) != 0) continue;
     if (!fits(piped ? command->pipe : command->line, *form)) continue;
     command->seen = true;
     // Lines that hold no changing value come again and again.
-    if (passed_.size() < 20000) passed_.insert(name);
+    if (passed.size() < 10000) passed.insert(line);
     return true;
   }
   return false;

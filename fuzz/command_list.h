@@ -43,6 +43,7 @@ class CommandList {
  private:
   struct Command {
     std::string text;
+    std::string front;  // what its forms begin with
     regex_t line, pipe;
     bool seen;
   };
@@ -51,7 +52,7 @@ class CommandList {
   std::deque<Command> commands_;
   // By what stands before the first blank.
   std::map<std::string, std::vector<Command *>, std::less<>> by_program_;
-  std::unordered_set<std::string> passed_;
+  std::unordered_set<std::string> passed_[2];  // to system(), to popen()
 };
 
 // The list that the library's commands are in.

@@ -22,7 +22,7 @@ at_once=${ORBA_FUZZ_AT_ONCE:-2}
 all=()
 for corpus in "$corpora"/*.txt; do all+=("$(basename "$corpus" .txt)"); done
 
-declare -A fuzzers limits  # process ids of those that run; options of libFuzzer
+declare -A fuzzers=() limits=()  # process ids of those that run; options of libFuzzer
 unexpected=()
 interrupted=false
 
@@ -130,7 +130,7 @@ unreached() {
   mkdir -p "$work"
   collect_lines "$corpora"/*.txt
   llvm-cov export -format=lcov "$programs/fuzz_corpus" -instr-profile="$work/lines.profdata" src |
-    sed -n "s|^SF:$PWD/||p; s/^DA:\([0-9]*\),0$/\1/p" |
+    sed -n "s|^SF:.*/\.\./\.\./||p; s/^DA:\([0-9]*\),0$/\1/p" |
     while read -r word; do
       if [ -f "$word" ]; then file=$word; else echo "$file:$word:$(sed -n "${word}p" "$file")"; fi
     done

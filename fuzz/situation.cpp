@@ -1,10 +1,10 @@
 #include "fuzz/situation.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdlib>
 #include <cstring>
-#include <sstream>
-#include <stdexcept>
+#include <unordered_map>
 
 #include "fuzz/command_list.h"
 #include "sim/leds.h"
@@ -19,15 +19,22 @@ namespace orba::fuzz {
 namespace {
 
 constexpr std::string_view kHex = "0123456789abcdef";
+constexpr std::string_view kBlanks = " \t\n\v\f\r";
 constexpr std::string_view kNoWord = "\"\"";
 constexpr std::string_view kEscapes = "\\\nn\rr\tt";
+
+constexpr size_t kMostCalls = 1000000;
 
 struct Exit {};
 
 std::vector<std::string> wordsOf(std::string_view text) {
   std::vector<std::string> words;
-  std::istringstream stream{std::string(text)};
-  for (std::string word; stream >> word;) words.push_back(word == kNoWord ? "" : decoded(word));
+  for (size_t at = 0; (at = text.find_first_not_of(kBlanks, at)) != std::string_view::npos;) {
+    size_t end = std::min(text.find_first_of(kBlanks, at), text.size());
+    std::string_view word = text.substr(at, end - at);
+    words.push_back(word == kNoWord ? "" : decoded(word));
+    at = end;
+  }
   return words;
 }
 
@@ -36,10 +43,9 @@ unsigned long hexadecimal(const std::string &text) {
 }
 
 void setInterface(sim::Interface &interface, const std::string &value) {
-  std::istringstream words(value);
-  std::string address, mask, mac;
-  words >> address >> mask >> mac;
-  interface.address(address).netmask(mask).mac(mac);
+  std::vector<std::string> words = wordsOf(value);
+  words.resize(3);
+  interface.address(words[0]).netmask(words[1]).mac(words[2]);
 }
 
 void setRadio(sim::Radio &radio, const std::string &key, const std::string &value) {
@@ -66,6 +72,27 @@ void breakSomething(sim::Device &device, const std::string &what, const std::str
   if (what == "memory") device.memoryRunsOut();
   if (what == "refuse") device.refuse(value);
   if (what == "unstartable") device.unstartable(value);
+  if (what == "switch") device.part<sim::Switch>().breakDown();
+  if (what == "leds") device.part<sim::Leds>().refusing();
+  if (what == "call") {
+    device.faults().fail(hexadecimal(value), sim::Faults::kOnce);
+    device.faults().limit(kMostCalls);
+  }
+  if (what == "radio") {
+    size_t blank = std::min(value.find(' '), value.size());
+    int oid = static_cast<int>(hexadecimal(value.substr(0, blank)));
+    device.part<sim::Radio>().fail(oid, atoi(value.c_str() + blank));
+  }
+}
+
+const tool::Entry *entryCalled(const std::string &name) {
+  static const auto by_name = [] {
+    std::unordered_map<std::string_view, const tool::Entry *> all;
+    for (const tool::Entry &entry : tool::entries()) all[entry.name] = &entry;
+    return all;
+  }();
+  auto found = by_name.find(name);
+  return found != by_name.end() ? found->second : nullptr;
 }
 
 class Player {
@@ -124,11 +151,14 @@ class Player {
  private:
   void setSwitch(const std::string &key, const std::string &value) {
     sim::Switch &part = device_.part<sim::Switch>();
-    if (key != "learn") {
-      part.set(static_cast<uint32_t>(hexadecimal(key)), static_cast<uint32_t>(hexadecimal(value)));
-    } else {
+    if (key == "learn" || key == "last") {
       std::string mac = value.substr(0, value.find(' '));
-      part.learn(mac, {atoi(value.c_str() + std::min(value.size(), mac.size() + 1)) & 7});
+      int port = atoi(value.c_str() + std::min(value.size(), mac.size() + 1)) & 7;
+      key == "last" ? part.learnLast(mac, {port}) : part.learn(mac, {port});
+    } else if (key == "slow") {
+      part.slow(atoi(value.c_str()));
+    } else {
+      part.set(static_cast<uint32_t>(hexadecimal(key)), static_cast<uint32_t>(hexadecimal(value)));
     }
   }
 
@@ -137,10 +167,8 @@ class Player {
       device_.advance(words.empty() ? 0 : std::clamp(atoll(words[0].c_str()), 0LL, 20000LL));
       return judge(name);
     }
-    const auto &entries = tool::entries();
-    auto entry = std::find_if(entries.begin(), entries.end(),
-                              [&](const tool::Entry &e) { return name == e.name; });
-    if (entry == entries.end()) return;
+    const tool::Entry *entry = entryCalled(name);
+    if (entry == nullptr) return;
     size_t word = 0;
     for (const tool::Parameter &parameter : entry->parameters) {
       if (!parameter.isWord()) continue;
@@ -155,6 +183,10 @@ class Player {
       entry->call(words);
     } catch (const tool::BadArgument &) {
     } catch (const Exit &) {
+    } catch (const sim::Endless &endless) {
+      // Whoever could not let go of a lock may wait for it.
+      if (device_.faults().failed().empty())
+        outcome_.findings.push_back(name + ": " + endless.what());
     }
     // These run what their caller gives them: that is their purpose.
     if (name.rfind("doSystem", 0) == 0) judged_ = device_.events().size();
@@ -169,7 +201,7 @@ class Player {
       if (!libraryCommands().passes(event.text, piped)) {
         outcome_.findings.push_back(caller + ": not one of the commands: " + event.text);
       }
-      outcome_.lines.insert({event.text, piped});
+      outcome_.lines.emplace_back(event.text, piped);
     }
     if (device_.openPipes() != 0) outcome_.findings.push_back(caller + ": a pipe is left open");
   }
@@ -185,6 +217,9 @@ class Player {
 std::string decoded(std::string_view text) {
   std::string result;
   for (size_t i = 0; i < text.size(); i++) {
+    size_t plain = std::min(text.find('\\', i), text.size());
+    result.append(text, i, plain - i);
+    if ((i = plain) == text.size()) break;
     char next = text[i] == '\\' && i + 1 < text.size() ? text[i + 1] : '\0';
     if (next == 'x' && i + 3 < text.size() && isxdigit(text[i + 2] & 0xFF) != 0 &&
         isxdigit(text[i + 3] & 0xFF) != 0) {
@@ -207,6 +242,10 @@ std::string encoded(std::string_view text) {
   std::string result;
   for (size_t i = 0; i < text.size(); i++) {
     char c = text[i];
+    if (c >= ' ' && c <= '~' && c != '\\') {
+      result += c;
+      continue;
+    }
     size_t at = kEscapes.find(c);
     size_t zeros = std::min({text.find_first_not_of('\0', i), text.size(), i + 0xfff}) - i;
     if (zeros > 1) {
@@ -216,10 +255,8 @@ std::string encoded(std::string_view text) {
       result += "\\\\";
     } else if (at != std::string_view::npos && at % 2 == 1) {
       result += {'\\', kEscapes[at + 1]};
-    } else if (c < ' ' || c > '~') {
-      result += {'\\', 'x', kHex[c >> 4 & 15], kHex[c & 15]};
     } else {
-      result += c;
+      result += {'\\', 'x', kHex[c >> 4 & 15], kHex[c & 15]};
     }
   }
   return result;
@@ -255,7 +292,7 @@ std::string print(const Situation &situation) {
       text += line.key;
       for (const std::string &word : line.words) {
         text += word.empty() ? " " + std::string(kNoWord) : " ";
-        for (char c : word) text += c == ' ' ? "\\x20" : encoded({&c, 1});
+        for (char c : encoded(word)) c == ' ' ? text.append("\\x20") : text.append(1, c);
       }
     } else {
       bool bare = line.key[0] == '[' || (line.key[0] == '!' && line.value.empty());

@@ -9,8 +9,12 @@
 //                              an OID, "channel", "profile" or "counters"
 //   $3500=7f                   a register of the switch, both in hexadecimal
 //   $learn=020000000009 3      an address that the switch has seen on a port
+//   $slow=3  $last=MAC PORT    looks that the next address takes; one with the end's flag
 //   !bench  !console  !sockets  !memory  !refuse=PATH  !unstartable=COMMAND
 //                              the tool's bench; what is broken
+//   !switch  !leds  !radio=0609 11  !call=2f
+//                              drivers that refuse, the radio's by OID and error; the
+//                              call from here, in hexadecimal, that fails
 //   @getGateway eth2.2         a call, its words separated by blanks
 //   @wait 5000                 milliseconds that pass
 //
@@ -50,8 +54,8 @@ std::string print(const Situation &situation);
 // must not happen; empty when all is well.
 struct Outcome {
   std::vector<std::string> findings;
-  std::set<std::pair<std::string, bool>> lines;  // with whether it was piped
-  std::set<std::pair<int, std::string>> asked;   // settings, with their space
+  std::vector<std::pair<std::string, bool>> lines;  // with whether it was piped
+  std::set<std::pair<int, std::string>> asked;      // settings, with their space
 };
 
 // Plays the situation on a device of its own.

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "fuzz/mutator.h"
+#include "fuzz/progress.h"
 
 extern "C" size_t LLVMFuzzerMutate(uint8_t *data, size_t size, size_t room);
 
@@ -36,6 +37,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   for (const std::string &finding : outcome.findings) fprintf(stderr, "%s\n", finding.c_str());
   if (!outcome.findings.empty()) abort();
   mutator().learn(situation, outcome);
+  countPlayed();
   return 0;
 }
 

@@ -12,7 +12,7 @@ namespace {
 
 Device *current_device = nullptr;
 
-bool contains(const std::string &text, const std::string &part) {
+bool contains(const std::string &text, std::string_view part) {
   return text.find(part) != std::string::npos;
 }
 
@@ -174,17 +174,23 @@ int Device::runLine(const std::string &line) {
       bool last = i + 1 == command.redirections.size();
       root_.write(to.path, last ? output : "", to.append);
     }
-    std::optional<std::vector<std::string>> words = wordsOf(command.text);
-    if (!words || words->empty()) continue;
-    const std::string &program = words->front();
-    for (size_t i = 1; i < words->size(); i++) {
-      const std::string &path = (*words)[i];
-      if (path[0] == '-') continue;
-      if (program == "rm" && root_.remove(path)) record(Event::kRemoved, path);
-      if (program == "touch") root_.write(path, "", true);
-    }
+    leaveTraces(command.text);
   }
   return 0;
+}
+
+// What the programs that only touch files do to them.
+void Device::leaveTraces(const std::string &command) {
+  if (!contains(command, "rm") && !contains(command, "touch")) return;
+  std::optional<std::vector<std::string>> words = wordsOf(command);
+  if (!words || words->empty()) return;
+  const std::string &program = words->front();
+  for (size_t i = 1; i < words->size(); i++) {
+    const std::string &path = (*words)[i];
+    if (path[0] == '-') continue;
+    if (program == "rm" && root_.remove(path)) record(Event::kRemoved, path);
+    if (program == "touch") root_.write(path, "", true);
+  }
 }
 
 std::optional<std::string> Device::outputOf(const std::string &command) {
@@ -194,6 +200,7 @@ std::optional<std::string> Device::outputOf(const std::string &command) {
   for (auto &[type, part] : parts_) {
     if (std::optional<std::string> output = part->outputOf(command)) return output;
   }
+  if (!contains(command, "echo")) return "";
   std::optional<std::vector<std::string>> words = wordsOf(command);
   if (words && !words->empty() && words->front() == "echo") {
     std::string line;

@@ -164,6 +164,7 @@ class Device {
   void drop(Value value);
   std::vector<std::string> texts(Event::Kind kind) const;
   std::string joined(Event::Kind kind) const;
+  void leaveTraces(const std::string &command);
 
   Device *previous_;
   Root root_;

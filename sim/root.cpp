@@ -1,11 +1,13 @@
 #include "sim/root.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <sstream>
+#include <filesystem>
 #include <stdexcept>
 
 namespace sim {
@@ -15,39 +17,73 @@ namespace fs = std::filesystem;
 namespace {
 
 // Memory, where there is some to be had as a folder; tests make thousands of these.
-fs::path temporaryFolder() {
+std::string temporaryFolder() {
   const char *memory = "/dev/shm";
-  return access(memory, W_OK) == 0 ? fs::path(memory) : fs::temp_directory_path();
+  return access(memory, W_OK) == 0 ? memory : fs::temp_directory_path().string();
+}
+
+bool exists(const std::string &path) {
+  return access(path.c_str(), F_OK) == 0;
+}
+
+// Normalised against "/", so that no number of ".." leads out of a folder.
+std::string inside(const std::string &path) {
+  bool normal = !path.empty() && path[0] == '/' && path.find("//") == std::string::npos &&
+                path.find("/.") == std::string::npos;
+  return normal ? path : (fs::path("/") / path).lexically_normal().string();
+}
+
+void writeAll(int fd, const std::string &content) {
+  for (size_t done = 0; done < content.size();) {
+    ssize_t now = ::write(fd, content.data() + done, content.size() - done);
+    if (now < 0) return;
+    done += static_cast<size_t>(now);
+  }
 }
 
 }  // namespace
 
 Root::~Root() {
+  if (upper_.empty()) return;
+  // What is in a folder sorts behind it.
+  for (auto path = made_.rbegin(); path != made_.rend(); ++path) ::remove(path->c_str());
   std::error_code ignored;
-  if (!upper_.empty()) fs::remove_all(upper_, ignored);
+  if (rmdir(upper_.c_str()) != 0) fs::remove_all(upper_, ignored);
 }
 
 void Root::makeUpper() {
   if (!upper_.empty()) return;
-  std::string pattern = (temporaryFolder() / "orba-device-XXXXXX").string();
+  static const std::string folder = temporaryFolder();
+  std::string pattern = folder + "/orba-device-XXXXXX";
   if (mkdtemp(pattern.data()) == nullptr) {
     throw std::runtime_error("cannot make a folder for the simulated device: " + pattern);
   }
   upper_ = pattern;
 }
 
-fs::path Root::upperOf(const std::string &path) const {
-  // Normalised against "/", so that no number of ".." leads out of the folder.
-  fs::path inside = (fs::path("/") / path).lexically_normal();
-  return (upper_.empty() ? "/nonexistent" : upper_) / inside.relative_path();
+void Root::makeFolder(const std::string &folder) {
+  if (mkdir(folder.c_str(), 0777) != 0) {
+    if (errno != ENOENT || folder.empty()) return;
+    makeFolder(folder.substr(0, folder.rfind('/')));
+    if (mkdir(folder.c_str(), 0777) != 0) return;
+  }
+  made_.insert(folder);
 }
 
-fs::path Root::lowerOf(const std::string &path) const {
-  return lower_ / (fs::path("/") / path).lexically_normal().relative_path();
+std::string Root::upperOf(const std::string &path) const {
+  return (upper_.empty() ? "/nonexistent" : upper_) + inside(path);
+}
+
+std::string Root::lowerOf(const std::string &path) const {
+  return lower_ + inside(path);
+}
+
+bool Root::inUpper(const std::string &path) const {
+  return !upper_.empty() && exists(upperOf(path));
 }
 
 bool Root::inLower(const std::string &path) const {
-  return !lower_.empty() && removed_.count(path) == 0 && fs::exists(lowerOf(path));
+  return !lower_.empty() && removed_.count(path) == 0 && exists(lowerOf(path));
 }
 
 std::string Root::forReading(const std::string &path) {
@@ -60,15 +96,12 @@ std::string Root::whereverItIs(const std::string &path) {
     errno = EACCES;
     return {};
   }
-  fs::path upper = upperOf(path);
-  if (!fs::exists(upper) && inLower(path)) {
-    return lowerOf(path).string();
+  bool wanting = !lower_.empty() || every_file_;
+  if (wanting && !inUpper(path)) {
+    if (inLower(path)) return lowerOf(path);
+    if (every_file_) write(path, *every_file_);
   }
-  if (every_file_ && !fs::exists(upper)) {
-    write(path, *every_file_);
-    return upperOf(path).string();
-  }
-  return upper.string();
+  return upperOf(path);
 }
 
 std::string Root::forWriting(const std::string &path) {
@@ -77,36 +110,46 @@ std::string Root::forWriting(const std::string &path) {
     return {};
   }
   makeUpper();
-  fs::path upper = upperOf(path);
+  std::string upper = upperOf(path);
+  makeFolder(upper.substr(0, upper.rfind('/')));
+  made_.insert(upper);
   std::error_code ignored;
-  fs::create_directories(upper.parent_path(), ignored);
-  if (!fs::exists(upper) && inLower(path)) fs::copy(lowerOf(path), upper, ignored);
-  return upper.string();
+  if (inLower(path) && !exists(upper)) fs::copy(lowerOf(path), upper, ignored);
+  return upper;
 }
 
 void Root::write(const std::string &path, const std::string &content, bool append) {
   std::string real = forWriting(path);
   if (real.empty()) return;
-  std::ofstream(real, append ? std::ios::app : std::ios::trunc) << content;
+  int fd = open(real.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | (append ? O_APPEND : O_TRUNC), 0666);
+  if (fd >= 0) {
+    writeAll(fd, content);
+    close(fd);
+  }
   removed_.erase(path);
 }
 
 bool Root::remove(const std::string &path) {
-  bool there = fs::exists(upperOf(path)) || inLower(path);
+  bool there = inUpper(path) || inLower(path);
+  std::string real = upperOf(path);
   std::error_code ignored;
-  if (!upper_.empty()) fs::remove_all(upperOf(path), ignored);
+  if (!upper_.empty() && ::unlink(real.c_str()) != 0) fs::remove_all(real, ignored);
   removed_.insert(path);
   return there;
 }
 
 std::optional<std::string> Root::content(const std::string &path) const {
-  fs::path real = upperOf(path);
-  if (!fs::exists(real) && inLower(path)) real = lowerOf(path);
-  std::ifstream file(real);
-  if (!file) return {};
-  std::ostringstream content;
-  content << file.rdbuf();
-  return content.str();
+  bool lower = !inUpper(path) && inLower(path);
+  if (upper_.empty() && !lower) return {};
+  int fd = open((lower ? lowerOf(path) : upperOf(path)).c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return {};
+  std::string content;
+  char block[4096];
+  for (ssize_t now; (now = read(fd, block, sizeof block)) > 0;) {
+    content.append(block, static_cast<size_t>(now));
+  }
+  close(fd);
+  return content;
 }
 
 }  // namespace sim

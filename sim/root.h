@@ -2,7 +2,6 @@
 #ifndef ORBA_SIM_ROOT_H
 #define ORBA_SIM_ROOT_H
 
-#include <filesystem>
 #include <optional>
 #include <set>
 #include <string>
@@ -38,12 +37,15 @@ class Root {
 
  private:
   void makeUpper();
-  std::filesystem::path upperOf(const std::string &path) const;
-  std::filesystem::path lowerOf(const std::string &path) const;
+  void makeFolder(const std::string &folder);
+  std::string upperOf(const std::string &path) const;
+  std::string lowerOf(const std::string &path) const;
+  bool inUpper(const std::string &path) const;
   bool inLower(const std::string &path) const;
 
-  std::filesystem::path upper_;
-  std::filesystem::path lower_;
+  std::string upper_;
+  std::string lower_;
+  std::set<std::string> made_;  // what may be in the upper folder, where it really is
   std::optional<std::string> every_file_;
   std::set<std::string> removed_;
   std::set<std::string> refused_;

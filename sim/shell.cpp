@@ -24,6 +24,18 @@ std::string takeQuoted(const std::string &line, size_t &at) {
   return line.substr(start, at - start);
 }
 
+// Appends what stands at `at` to the text: all characters up to the next of
+// `special`, or one of those, quoted stretches whole.
+void take(const std::string &line, size_t &at, const char *special, std::string &text) {
+  size_t plain = strcspn(line.c_str() + at, special);
+  if (plain == 0) {
+    text += takeQuoted(line, at);
+  } else {
+    text.append(line, at, plain);
+    at += plain;
+  }
+}
+
 std::string takeWord(const std::string &line, size_t &at) {
   while (at < line.size() && line[at] == ' ') at++;
   std::string word;
@@ -67,14 +79,14 @@ std::vector<ShellCommand> splitLine(const std::string &line) {
       start = ++at;
       commands.emplace_back();
     } else {
-      commands.back().text += takeQuoted(line, at);
+      take(line, at, ">;&\n\\'\"", commands.back().text);
     }
   }
   commands.back().whole = trimmed(line.substr(start));
   std::vector<ShellCommand> kept;
   for (ShellCommand &command : commands) {
     command.text = trimmed(command.text);
-    if (!command.text.empty()) kept.push_back(command);
+    if (!command.text.empty()) kept.push_back(std::move(command));
   }
   return kept;
 }

@@ -109,6 +109,7 @@ std::optional<int> Switch::request(unsigned long number, void *argument) {
 }
 
 std::optional<std::string> Switch::outputOf(const std::string &command) {
+  if (command.rfind("switch", 0) != 0) return {};
   unsigned reg, value;
   if (sscanf(command.c_str(), "switch reg r %x", &reg) == 1) {
     tool_reads_++;

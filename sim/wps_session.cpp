@@ -91,7 +91,7 @@ WpsSession &WpsSession::pin(uint32_t pin) {
 }
 
 std::optional<std::string> WpsSession::outputOf(const std::string &command) {
-  const std::string statistics = "iwpriv apcli0 stat | grep ";
+  static const std::string statistics = "iwpriv apcli0 stat | grep ";
   if (command.rfind(statistics, 0) != 0) return {};
   std::string wanted = command.substr(statistics.size());
   wanted.resize(wanted.find_last_not_of(' ') + 1);

@@ -90,10 +90,12 @@ Entry entry(const char *subsystem, const char *name, int (*getter)(char *, int, 
             const char *names, const char *line) {
   std::vector<Parameter> parameters = parametersFrom(names);
   auto call = [getter, parameters](const std::vector<std::string> &words) {
-    std::vector<std::string> copies = words;
+    std::vector<std::unique_ptr<char[]>> copies;
     std::vector<char *> argv;
-    argv.reserve(copies.size() + 1);
-    for (std::string &word : copies) argv.push_back(word.data());
+    for (const std::string &word : words) {
+      copies.push_back(arrayOf(word));
+      argv.push_back(copies.back().get());
+    }
     int argc = static_cast<int>(argv.size());
     argv.push_back(nullptr);
     Argument<char *> output(Parameter{"out", true}, nullptr);

@@ -60,6 +60,14 @@ constexpr size_t kOutputSize = size_t{64} * 1024;
 // What a caller has left in the buffers that it hands over for an answer.
 inline std::string left_in_outputs;
 
+// A copy of a word as a program has it: an array of its very length, so that a
+// sanitizer sees whoever reads or writes beyond.
+inline std::unique_ptr<char[]> arrayOf(const std::string &word) {
+  auto array = std::make_unique<char[]>(word.size() + 1);
+  word.copy(array.get(), word.size());
+  return array;
+}
+
 // One argument of each C type, made from a word and kept while the call lasts.
 template <typename T>
 class Argument;
@@ -80,30 +88,31 @@ class Argument<T> {
 template <>
 class Argument<const char *> {
  public:
-  Argument(const Parameter &, const std::string *word) : word_(*word) {}
-  const char *get() { return word_.c_str(); }
+  Argument(const Parameter &, const std::string *word) : word_(arrayOf(*word)) {}
+  const char *get() { return word_.get(); }
   void collect(Answer &) {}
 
  private:
-  std::string word_;
+  std::unique_ptr<char[]> word_;
 };
 
 template <>
 class Argument<char *> {
  public:
   Argument(const Parameter &parameter, const std::string *word)
-      : reported_(parameter.output || parameter.both), buffer_(kOutputSize, '\0') {
+      : reported_(parameter.output || parameter.both),
+        buffer_(std::make_unique<char[]>(kOutputSize)) {
     const std::string &text = word != nullptr ? *word : left_in_outputs;
-    text.copy(buffer_.data(), kOutputSize - 1);
+    text.copy(buffer_.get(), kOutputSize - 1);
   }
-  char *get() { return buffer_.data(); }
+  char *get() { return buffer_.get(); }
   void collect(Answer &answer) {
-    if (reported_) answer.outputs.emplace_back(buffer_.data());
+    if (reported_) answer.outputs.emplace_back(buffer_.get());
   }
 
  private:
   bool reported_;
-  std::vector<char> buffer_;
+  std::unique_ptr<char[]> buffer_;
 };
 
 template <>
@@ -120,12 +129,12 @@ class Argument<unsigned char *> {
 template <>
 class Argument<const unsigned char *> {
  public:
-  Argument(const Parameter &, const std::string *word) : word_(*word) {}
-  const unsigned char *get() { return reinterpret_cast<const unsigned char *>(word_.c_str()); }
+  Argument(const Parameter &, const std::string *word) : word_(arrayOf(*word)) {}
+  const unsigned char *get() { return reinterpret_cast<const unsigned char *>(word_.get()); }
   void collect(Answer &) {}
 
  private:
-  std::string word_;
+  std::unique_ptr<char[]> word_;
 };
 
 template <>

@@ -1,6 +1,7 @@
 #include "sim/root.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -41,10 +42,36 @@ void writeAll(int fd, const std::string &content) {
   }
 }
 
+constexpr char kName[] = "orba-device-";
+
+// Whoever uses a folder holds its lock, however that ends. Negative when there is
+// no such folder, or it is in use.
+int lockFolder(const std::string &path) {
+  int folder = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+  if (folder < 0 || flock(folder, LOCK_EX | LOCK_NB) == 0) return folder;
+  close(folder);
+  return -1;
+}
+
+// What runs that were killed have left behind.
+void removeUnused(const std::string &where) {
+  std::error_code ignored;
+  for (const fs::directory_entry &entry : fs::directory_iterator(where, ignored)) {
+    if (!entry.path().filename().string().starts_with(kName)) continue;
+    struct stat status;
+    if (lstat(entry.path().c_str(), &status) != 0 || status.st_uid != geteuid()) continue;
+    if (int folder = lockFolder(entry.path()); folder >= 0) {
+      fs::remove_all(entry.path(), ignored);
+      close(folder);
+    }
+  }
+}
+
 }  // namespace
 
 Root::~Root() {
   if (upper_.empty()) return;
+  close(lock_);
   // What is in a folder sorts behind it.
   for (auto path = made_.rbegin(); path != made_.rend(); ++path) ::remove(path->c_str());
   std::error_code ignored;
@@ -53,11 +80,18 @@ Root::~Root() {
 
 void Root::makeUpper() {
   if (!upper_.empty()) return;
-  static const std::string folder = temporaryFolder();
-  std::string pattern = folder + "/orba-device-XXXXXX";
-  if (mkdtemp(pattern.data()) == nullptr) {
-    throw std::runtime_error("cannot make a folder for the simulated device: " + pattern);
-  }
+  static const std::string where = temporaryFolder();
+  static const bool cleaned = (removeUnused(where), true);
+  (void)cleaned;
+  std::string pattern = where + "/" + kName + "XXXXXX";
+  // Another process may have taken it for one that is not used.
+  do {
+    pattern.replace(pattern.size() - 6, 6, "XXXXXX");
+    if (mkdtemp(pattern.data()) == nullptr) {
+      throw std::runtime_error("cannot make a folder for the simulated device: " + pattern);
+    }
+    lock_ = lockFolder(pattern);
+  } while (lock_ < 0 || !exists(pattern));
   upper_ = pattern;
 }
 
@@ -75,7 +109,7 @@ std::string Root::upperOf(const std::string &path) const {
 }
 
 std::string Root::lowerOf(const std::string &path) const {
-  return lower_ + inside(path);
+  return removed_.count(path) == 0 ? lower_.find(inside(path)) : "";
 }
 
 bool Root::inUpper(const std::string &path) const {
@@ -83,7 +117,7 @@ bool Root::inUpper(const std::string &path) const {
 }
 
 bool Root::inLower(const std::string &path) const {
-  return !lower_.empty() && removed_.count(path) == 0 && exists(lowerOf(path));
+  return !lowerOf(path).empty();
 }
 
 std::string Root::forReading(const std::string &path) {
@@ -96,9 +130,9 @@ std::string Root::whereverItIs(const std::string &path) {
     errno = EACCES;
     return {};
   }
-  bool wanting = !lower_.empty() || every_file_;
+  bool wanting = lower_.opened() || every_file_;
   if (wanting && !inUpper(path)) {
-    if (inLower(path)) return lowerOf(path);
+    if (std::string lower = lowerOf(path); !lower.empty()) return lower;
     if (every_file_) write(path, *every_file_);
   }
   return upperOf(path);

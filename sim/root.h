@@ -6,6 +6,8 @@
 #include <set>
 #include <string>
 
+#include "sim/lower_folder.h"
+
 namespace sim {
 
 // What is written lands in a temporary folder that is made for the first of it
@@ -17,7 +19,7 @@ class Root {
   Root &operator=(const Root &) = delete;
   ~Root();
 
-  void lower(const std::string &folder) { lower_ = folder; }
+  void lower(const std::string &folder) { lower_.open(folder); }
   // What every file holds that is asked for and missing.
   void everyFile(const std::string &content) { every_file_ = content; }
   void refuse(const std::string &path) { refused_.insert(path); }
@@ -44,7 +46,8 @@ class Root {
   bool inLower(const std::string &path) const;
 
   std::string upper_;
-  std::string lower_;
+  int lock_ = -1;
+  LowerFolder lower_;
   std::set<std::string> made_;  // what may be in the upper folder, where it really is
   std::optional<std::string> every_file_;
   std::set<std::string> removed_;

@@ -31,9 +31,13 @@ std::string complaintOf(Call call) {
 }
 
 std::string written(const std::string &content) {
-  std::string path = testing::TempDir() + "/orba-config-" + std::to_string(getpid());
-  std::ofstream(path) << content;
-  return path;
+  struct File {
+    std::string path = testing::TempDir() + "/orba-config-" + std::to_string(getpid());
+    ~File() { std::remove(path.c_str()); }
+  };
+  static const File file;
+  std::ofstream(file.path) << content;
+  return file.path;
 }
 
 std::vector<nvram::Entry> example(const std::string &name) {

@@ -134,7 +134,7 @@ void print(const Call &call, const CommandRunner &runner, size_t expected,
             << (runner.count() == 1 ? " command (" : " commands (") << expected << " foreseen)";
   if (!call.answer.returned.empty()) std::cout << ", returns " << visible(call.answer.returned);
   std::cout << "\n";
-  for (const std::string &output : call.answer.outputs) std::cout << "answer: " << output << "\n";
+  for (const std::string &output : call.answer.outputs) std::cout << "answer: " << forReader(output) << "\n";
 
   std::map<std::string, int> reasons;
   for (const auto &[command, reason] : judgement.harmless) reasons[reason]++;

@@ -178,13 +178,13 @@ Exit show(const Options &options) {
     return kDone;
   }
   std::string printed = device.printed();
-  std::cout << printed << (printed.empty() || printed.back() == '\n' ? "" : "\n");
-  for (const std::string &output : call.answer.outputs) std::cout << output << "\n";
+  std::cout << forReader(printed) << (printed.empty() || printed.back() == '\n' ? "" : "\n");
+  for (const std::string &output : call.answer.outputs) std::cout << forReader(output) << "\n";
   bool answered = !call.answer.outputs.empty() || !device.printed().empty();
   if (!answered && !call.answer.returned.empty()) {
-    std::cout << call.answer.returned << "\n";
+    std::cout << forReader(call.answer.returned) << "\n";
   }
-  std::cerr << device.errors();
+  std::cerr << forReader(device.errors());
   if (call.answer.returned != "-1") return kDone;
   std::cerr << "orba: " << options.entry << " returns -1\n";
   return kFound;

@@ -1,10 +1,13 @@
 #include "tools/orba/report.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <iomanip>
 #include <sstream>
 
 #include "sim/packet_filter.h"
+#include "tools/orba/svg.h"
 
 namespace orba::tool {
 
@@ -76,6 +79,20 @@ void printOrigins(std::ostream &out, const std::vector<Origin> &origins) {
   if (!because.empty()) out << "        because of " << because << "\n";
 }
 
+// With what is not seen spelled out, but for the characters in `between`, for each of
+// which `shown` is called.
+template <typename Shown>
+std::string spelledOut(const std::string &text, const char *between, Shown shown) {
+  std::string spelled;
+  for (size_t at = 0; at <= text.size();) {
+    size_t end = std::min(text.find_first_of(between, at), text.size());
+    for (const std::string &c : charactersOf(text.substr(at, end - at))) spelled += c;
+    if (end < text.size()) spelled += shown(text[end]);
+    at = end + 1;
+  }
+  return spelled;
+}
+
 nlohmann::ordered_json originsAsJson(const std::vector<Origin> &origins) {
   nlohmann::ordered_json json = nlohmann::ordered_json::array();
   for (const Origin &origin : origins) {
@@ -106,19 +123,12 @@ std::vector<std::string> linesIn(const std::string &text) {
 }
 
 std::string visible(const std::string &text) {
-  static const char digits[] = "0123456789abcdef";
-  std::string shown;
-  for (char c : text) {
-    auto byte = static_cast<unsigned char>(c);
-    if (c == '\n') {
-      shown += "\\n";
-    } else if (byte < 0x20 || byte == 0x7f) {
-      shown += {'\\', 'x', digits[byte >> 4], digits[byte & 15]};
-    } else {
-      shown += c;
-    }
-  }
-  return shown;
+  return spelledOut(text, "\n", [](char) { return "\\n"; });
+}
+
+std::string forReader(const std::string &lines) {
+  if (isatty(STDOUT_FILENO) == 0) return lines;
+  return spelledOut(lines, "\n\t", [](char between) { return std::string(1, between); });
 }
 
 void printPlan(std::ostream &out, const Call &call, const sim::Device &device,
@@ -138,10 +148,12 @@ void printPlan(std::ostream &out, const Call &call, const sim::Device &device,
   out << "\n" << call.entry.name << ": " << number << (number == 1 ? " command" : " commands");
   if (!call.answer.returned.empty()) out << ", returns " << visible(call.answer.returned);
   out << "\n";
-  for (const std::string &output : call.answer.outputs) out << "answer: " << output << "\n";
+  for (const std::string &output : call.answer.outputs)
+    out << "answer: " << forReader(output) << "\n";
   for (const std::string &path : filesWritten(device)) {
     std::string content = device.text(path).value_or("");
-    out << path << ":\n" << content << (content.empty() || content.back() == '\n' ? "" : "\n");
+    out << path << ":\n"
+        << forReader(content) << (content.empty() || content.back() == '\n' ? "" : "\n");
   }
   if (!device.missing().empty()) {
     out << "settings asked for and missing:";
@@ -180,13 +192,15 @@ void printTables(std::ostream &out, const sim::Device &device) {
       }
     }
   }
-  filter.print(out);
+  std::ostringstream chains;
+  filter.print(chains);
+  out << forReader(chains.str());
   if (!routing.empty()) out << "routing\n";
   for (const std::string &command : routing) out << "  " << visible(command) << "\n";
 }
 
 void printRaw(std::ostream &out, const sim::Device &device) {
-  for (const std::string &line : device.shellLines()) out << line << "\n";
+  for (const std::string &line : device.shellLines()) out << forReader(line) << "\n";
 }
 
 nlohmann::ordered_json planAsJson(const Call &call, const sim::Device &device,

@@ -40,8 +40,11 @@ std::string inWords(const sim::Event &event);
 // The lines of a text, the last one with or without its newline.
 std::vector<std::string> linesIn(const std::string &text);
 
-// A text that may hold anything, safe to show on a terminal.
+// A text that may hold anything, as one line that is safe to show on a terminal.
 std::string visible(const std::string &text);
+// Lines for standard output: as they are for a program that reads them, safe on a
+// terminal.
+std::string forReader(const std::string &lines);
 
 }  // namespace orba::tool
 

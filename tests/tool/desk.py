@@ -1,0 +1,90 @@
+#!/usr/bin/env python3
+"""A customer's files on the desk of somebody who may do more than they.
+
+  desk.py ORBA
+"""
+import contextlib
+import os
+import pty
+import subprocess
+import sys
+import tempfile
+import time
+
+orba = sys.argv[1]
+# A command of a terminal, one above ASCII, and one that turns the direction of writing.
+HARM = "\x1b]0,mine\x07\x9b31m\u202e"
+
+
+def on_a_terminal(*words):
+    """What the tool writes to a terminal, which may not be told to do anything."""
+    ours, its = pty.openpty()
+    run = subprocess.Popen([orba, *words], stdout=its, stderr=its)
+    os.close(its)
+    shown = b""
+    with open(ours, "rb", buffering=0) as terminal, contextlib.suppress(OSError):  # EIO at its end
+        while block := terminal.read(4096):
+            shown += block
+    run.wait()
+    text = shown.decode().replace("\r\n", "\n")
+    told = [c for c in text if c not in "\n\t" and (c < " " or "\x7f" <= c < "\xa0" or c in "\u202e\x9b")]
+    assert not told, (words, text)
+    return text
+
+
+def answers_of(words):
+    return subprocess.run([orba, *words], capture_output=True, text=True, timeout=20).stdout
+
+
+def in_memory():
+    return {name for name in os.listdir("/dev/shm") if name.startswith("orba-device-")}
+
+
+with tempfile.TemporaryDirectory() as folder:
+    config = f"{folder}/customer.conf"
+    with open(config, "w", encoding="utf-8") as file:
+        file.write(f"ModelName={HARM}\nMacFilterAction=DROP\nMACFilterRules={HARM}\nHostName=x\n")
+    for words in (["show", "getModelName"], ["plan", "getModelName"], ["plan", "MACFilterRun"],
+                  ["plan", "firewall_init", "--tables"], ["plan", "MACFilterRun", "--raw"]):
+        assert "\\x1b]0,mine\\x07" in on_a_terminal(*words, "-c", config), words
+    assert HARM in answers_of(["show", "getModelName", "-c", config])  # for a program, as it is
+
+    # A folder of device files that leads to others' and waits for ever.
+    device, secret = f"{folder}/device", f"{folder}/secret"
+    os.makedirs(f"{device}/etc")
+    os.makedirs(f"{device}/proc/net")
+    with open(secret, "w", encoding="ascii") as file:
+        file.write("MemTotal: 100 kB\nMemFree: 50 kB\n")
+    for usual in (True, False):
+        for name in ("proc/meminfo", "etc/TZ", "proc/net"):
+            path = f"{device}/{name}"
+            if os.path.isdir(path) and not os.path.islink(path):
+                os.rmdir(path)
+            elif os.path.lexists(path):
+                os.unlink(path)
+        if usual:
+            os.symlink("meminfo.real", f"{device}/proc/meminfo")
+            with open(f"{device}/proc/meminfo.real", "w", encoding="ascii") as file:
+                file.write("MemTotal: 100 kB\nMemFree: 50 kB\n")
+        else:
+            os.symlink("../../secret", f"{device}/proc/meminfo")
+            os.symlink(folder, f"{device}/proc/net")
+            os.mkfifo(f"{device}/etc/TZ")
+        shown = answers_of(["show", "getMemUsgInfo", "-r", device])
+        assert ("50" in shown) == usual, (usual, shown)
+    answers_of(["plan", "timezoneSyncWithKernel", "-r", device])  # which reads /etc/TZ
+
+    # What a run that was killed has left goes with the next; one that runs keeps its own.
+    before = in_memory()
+    os.mkfifo(f"{folder}/never")
+    runs = [subprocess.Popen([orba, "plan", "firewall_init", "-d", f"{folder}/never"]) for _ in range(2)]
+    while len(in_memory() - before) < 2:
+        time.sleep(0.01)
+    runs[0].kill()
+    runs[0].wait()
+    answers_of(["plan", "firewall_init", "-c", config])
+    assert len(in_memory() - before) == 1, in_memory()
+    runs[1].kill()
+    runs[1].wait()
+    answers_of(["plan", "firewall_init", "-c", config])
+    assert in_memory() <= before, in_memory() - before

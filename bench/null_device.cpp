@@ -1,5 +1,6 @@
 #include "bench/null_device.h"
 
+#include <fcntl.h>
 #include <linux/wireless.h>
 #include <netinet/in.h>
 #include <sys/ioctl.h>
@@ -12,6 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <iterator>
 #include <map>
 #include <unordered_map>
 
@@ -28,6 +30,8 @@ std::vector<uint8_t> survey_list;
 constexpr unsigned long kOid = 0x8BE1;
 constexpr int kSurveyList = 0x0609;
 constexpr int kSocket = 1000;
+constexpr int kMadeFile = 2000;
+constexpr int kFirstFile = 2001;
 
 // A number that every query but the survey is content with.
 constexpr uint8_t kOne[4] = {1, 0, 0, 0};
@@ -132,8 +136,16 @@ int sim_isoc99_fscanf(FILE *stream, const char *format, ...) {
   va_end(arguments);
   return read;
 }
-int sim_open(const char *, int, ...) {
-  return fail(ENOENT);
+int sim_open(const char *path, int flags, ...) {
+  auto found = files.find(path);
+  if (found != files.end()) return kFirstFile + static_cast<int>(distance(files.begin(), found));
+  return (flags & O_CREAT) != 0 ? kMadeFile : fail(ENOENT);
+}
+int sim_open_2(const char *path, int flags) {
+  return sim_open(path, flags);
+}
+FILE *sim_fdopen(int fd, const char *) {
+  return streamOf(next(files.begin(), fd - kFirstFile)->second);
 }
 int sim_close(int) {
   return 0;
@@ -142,6 +154,24 @@ ssize_t sim_write(int, const void *, size_t size) {
   return static_cast<ssize_t>(size);
 }
 int sim_stat(const char *, struct stat *) {
+  return fail(ENOENT);
+}
+int sim_lstat(const char *, struct stat *) {
+  return fail(ENOENT);
+}
+int sim_fstat(int, struct stat *status) {
+  *status = {};
+  status->st_mode = S_IFREG | 0600;
+  status->st_nlink = 1;
+  return 0;
+}
+int sim_ftruncate(int, off_t) {
+  return 0;
+}
+int sim_chmod(const char *, mode_t) {
+  return 0;
+}
+int sim_unlink(const char *) {
   return fail(ENOENT);
 }
 size_t sim_fwrite(const void *, size_t, size_t count, FILE *) {
@@ -156,6 +186,20 @@ int sim_printf(const char *format, ...) {
   return length;
 }
 int sim_fprintf(FILE *, const char *format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  int length = formatAndDrop(format, arguments);
+  va_end(arguments);
+  return length;
+}
+int sim_printf_chk(int, const char *format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  int length = formatAndDrop(format, arguments);
+  va_end(arguments);
+  return length;
+}
+int sim_fprintf_chk(FILE *, int, const char *format, ...) {
   va_list arguments;
   va_start(arguments, format);
   int length = formatAndDrop(format, arguments);
@@ -184,6 +228,12 @@ int sim_ioctl(int, unsigned long number, ...) {
 unsigned int sim_sleep(unsigned int) {
   errno = 0;
   return 0;
+}
+int sim_nanosleep(const timespec *, timespec *) {
+  return 0;
+}
+int sim_clock_gettime(clockid_t clock, timespec *time) {
+  return clock_gettime(clock, time);
 }
 
 void *sim_malloc(size_t size) {

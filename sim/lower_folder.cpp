@@ -6,7 +6,9 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
 
 namespace sim {
 
@@ -37,7 +39,6 @@ int openWithin(int folder, const std::string &path) {
 }  // namespace
 
 LowerFolder::~LowerFolder() {
-  for (const auto &[path, found] : found_) close(found);
   if (folder_ >= 0) close(folder_);
 }
 
@@ -48,18 +49,14 @@ void LowerFolder::open(const std::string &folder) {
 
 std::string LowerFolder::find(const std::string &path) const {
   if (folder_ < 0) return {};
-  auto known = found_.find(path);
-  if (known == found_.end()) {
-    int found = openWithin(folder_, path);
-    if (found < 0) return {};
-    struct stat status;
-    if (fstat(found, &status) != 0 || !(S_ISREG(status.st_mode) || S_ISDIR(status.st_mode))) {
-      close(found);
-      return {};
-    }
-    known = found_.emplace(path, found).first;
-  }
-  return "/proc/self/fd/" + std::to_string(known->second);
+  int found = openWithin(folder_, path);
+  if (found < 0) return {};
+  char real[PATH_MAX];
+  struct stat status;
+  ssize_t length = readlink(("/proc/self/fd/" + std::to_string(found)).c_str(), real, sizeof real);
+  bool usable = fstat(found, &status) == 0 && (S_ISREG(status.st_mode) || S_ISDIR(status.st_mode));
+  close(found);
+  return usable && length > 0 ? std::string(real, static_cast<size_t>(length)) : "";
 }
 
 }  // namespace sim

@@ -2,7 +2,6 @@
 #ifndef ORBA_SIM_LOWER_FOLDER_H
 #define ORBA_SIM_LOWER_FOLDER_H
 
-#include <map>
 #include <string>
 
 namespace sim {
@@ -19,13 +18,12 @@ class LowerFolder {
 
   void open(const std::string &folder);
   bool opened() const { return folder_ >= 0; }
-  // A path of this machine for a path of the device, as long as this lives; empty
-  // when there is nothing.
+  // A path of this machine, without links, for a path of the device; empty when
+  // there is nothing.
   std::string find(const std::string &path) const;
 
  private:
   int folder_ = -1;
-  mutable std::map<std::string, int> found_;
 };
 
 }  // namespace sim

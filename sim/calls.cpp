@@ -51,12 +51,19 @@ std::string formatted(const char *format, va_list arguments) {
   return result;
 }
 
+// What stands for consoles, drivers and sockets: opened once, since to open is dear.
+const int null_device = open("/dev/null", O_RDWR | O_CLOEXEC);
+
+int openNull() {
+  return fcntl(null_device, F_DUPFD_CLOEXEC, 0);
+}
+
 int openConsole(const Device &device) {
   if (!device.hasConsole()) {
     errno = ENODEV;
     return -1;
   }
-  int fd = open("/dev/null", O_RDWR | O_CLOEXEC);
+  int fd = openNull();
   consoles.insert(fd);
   return fd;
 }
@@ -74,9 +81,8 @@ bool writes(int flags) {
 }
 
 FILE *streamOf(const std::string &content) {
-  int fd = memfd_create("pipe", MFD_CLOEXEC);
-  if (fd < 0) return nullptr;
-  FILE *stream = fdopen(fd, "w+");
+  FILE *stream = fmemopen(nullptr, content.size() + 1, "w+");
+  if (stream == nullptr) return nullptr;
   fwrite(content.data(), 1, content.size(), stream);
   rewind(stream);
   return stream;
@@ -89,7 +95,7 @@ std::string realPath(Device &device, const char *path, bool writing) {
 
 int openOn(Device &device, const char *path, int flags, mode_t mode) {
   if (std::optional<int> node = device.openDevice(path)) {
-    if (*node == 0) return open("/dev/null", O_RDWR | O_CLOEXEC);
+    if (*node == 0) return openNull();
     errno = ENODEV;
     return -1;
   }
@@ -500,7 +506,7 @@ int sim_socket(int family, int type, int protocol) {
   return answer(
       "socket", [=] { return socket(family, type, protocol); },
       [](Device &device) {
-        if (device.hasSockets()) return device.held().take(open("/dev/null", O_RDWR | O_CLOEXEC));
+        if (device.hasSockets()) return device.held().take(openNull());
         errno = EAFNOSUPPORT;
         return -1;
       });

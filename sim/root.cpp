@@ -96,12 +96,14 @@ void Root::makeUpper() {
 }
 
 void Root::makeFolder(const std::string &folder) {
+  if (folders_.count(folder) != 0) return;
   if (mkdir(folder.c_str(), 0777) != 0) {
     if (errno != ENOENT || folder.empty()) return;
     makeFolder(folder.substr(0, folder.rfind('/')));
     if (mkdir(folder.c_str(), 0777) != 0) return;
   }
   made_.insert(folder);
+  folders_.insert(folder);
 }
 
 std::string Root::upperOf(const std::string &path) const {
@@ -167,7 +169,10 @@ bool Root::remove(const std::string &path) {
   bool there = inUpper(path) || inLower(path);
   std::string real = upperOf(path);
   std::error_code ignored;
-  if (!upper_.empty() && ::unlink(real.c_str()) != 0) fs::remove_all(real, ignored);
+  if (!upper_.empty() && ::unlink(real.c_str()) != 0) {
+    folders_.clear();
+    fs::remove_all(real, ignored);
+  }
   removed_.insert(path);
   return there;
 }

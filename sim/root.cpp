@@ -96,14 +96,13 @@ void Root::makeUpper() {
 }
 
 void Root::makeFolder(const std::string &folder) {
-  if (folders_.count(folder) != 0) return;
-  if (mkdir(folder.c_str(), 0777) != 0) {
-    if (errno != ENOENT || folder.empty()) return;
+  if (!folders_.insert(folder).second) return;
+  int result = mkdir(folder.c_str(), 0777);
+  if (result != 0 && errno == ENOENT && !folder.empty()) {
     makeFolder(folder.substr(0, folder.rfind('/')));
-    if (mkdir(folder.c_str(), 0777) != 0) return;
+    result = mkdir(folder.c_str(), 0777);
   }
-  made_.insert(folder);
-  folders_.insert(folder);
+  if (result == 0) made_.insert(folder);
 }
 
 std::string Root::upperOf(const std::string &path) const {
@@ -169,10 +168,8 @@ bool Root::remove(const std::string &path) {
   bool there = inUpper(path) || inLower(path);
   std::string real = upperOf(path);
   std::error_code ignored;
-  if (!upper_.empty() && ::unlink(real.c_str()) != 0) {
-    folders_.clear();
-    fs::remove_all(real, ignored);
-  }
+  if (!upper_.empty() && ::unlink(real.c_str()) != 0) fs::remove_all(real, ignored);
+  folders_.clear();  // whether it was one, or was in the way of one
   removed_.insert(path);
   return there;
 }

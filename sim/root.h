@@ -48,7 +48,7 @@ class Root {
   std::string upper_;
   int lock_ = -1;
   LowerFolder lower_;
-  std::set<std::string> folders_;  // known to be in the upper folder
+  std::set<std::string> folders_;  // that were asked for in the upper folder
   std::set<std::string> made_;     // what may be in the upper folder, where it really is
   std::optional<std::string> every_file_;
   std::set<std::string> removed_;

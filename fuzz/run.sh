@@ -58,7 +58,7 @@ reap() {
     status=0
     wait "${fuzzers[$target]}" || status=$?
     unset "fuzzers[$target]"
-    [ $status -eq 0 ] || unexpected+=("fuzz_$target ended with $status")
+    [ $status -eq 0 ] || $interrupted || unexpected+=("fuzz_$target ended with $status")
   done
 }
 
@@ -81,7 +81,7 @@ progress() {
 
 play_all() {
   local waiting=("${targets[@]}") told=0
-  trap 'interrupted=true; kill -INT "${fuzzers[@]}" 2>/dev/null' INT TERM
+  trap 'interrupted=true; kill -INT "${fuzzers[@]}" 2>/dev/null || true' INT TERM
   while [ ${#waiting[@]} -gt 0 ] || [ ${#fuzzers[@]} -gt 0 ]; do
     ! $interrupted || waiting=()
     while [ ${#waiting[@]} -gt 0 ] && [ ${#fuzzers[@]} -lt "$at_once" ]; do

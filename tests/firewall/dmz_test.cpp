@@ -34,24 +34,6 @@ iptables -t filter -A DMZ -i eth2.2 -d 192.168.1.50 -j ACCEPT
 iptables -t nat -A DMZ -i eth2.2 -p tcp --dport 7547 -j RETURN;iptables -t nat -A DMZ -i eth2.2 -p tcp --dport 161 -j RETURN;iptables -t nat -A DMZ -j DNAT -i eth2.2 --to 192.168.1.50;iptables -t nat -A DMZ -j DNAT -i eth2.2 -p tcp --to 192.168.1.50)");
 }
 
-// Sparing the web port stands behind the rule that takes all.
-TEST(Dmz, NoValueSplitsTheLine) {
-  Gateway device(Settings{{"DMZEnable", "1"},
-                          {"DMZAddress", "1.2.3.4;reboot"},
-                          {"DMZAvoidTCPPort80", "1"},
-                          {"RMWWWServerPort", "80\n$(id)"},
-                          {"vlanEnabled", "1"},
-                          {"wan1Vid", "2|sh-and-long"}});
-  EXPECT_EQ(device.run(), R"(
-iptables -t filter -A DMZ -i 'eth2.2|sh-and-l' -d '1.2.3.4;reboot' -j ACCEPT
-iptables -t nat -A DMZ -i 'eth2.2|sh-and-l' -p tcp --dport 7547 -j RETURN;iptables -t nat -A DMZ -i 'eth2.2|sh-and-l' -p tcp --dport 161 -j RETURN;iptables -t nat -A DMZ -j DNAT -i 'eth2.2|sh-and-l' --to '1.2.3.4;reboot';iptables -t nat -A DMZ -j DNAT -i 'eth2.2|sh-and-l' -p tcp --dport ! '80
-$(id)' --to '1.2.3.4;reboot')");
-
-  Gateway long_address(Settings{{"DMZEnable", "1"}, {"DMZAddress", std::string(5000, ';')}});
-  EXPECT_EQ(long_address.run(), "");
-  EXPECT_THAT(long_address.console(), HasSubstr("command too long, not run"));
-}
-
 TEST(Dmz, WithoutItsSettingsItSaysSoAndDoesNothing) {
   const char kIncomplete[] =
       "Warning: can't find \"DMZAddress\" or \"DMZAvoidTCPPort80\" in flash\n";

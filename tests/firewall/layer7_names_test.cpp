@@ -47,13 +47,9 @@ TEST(Layer7Names, OddFirstLines) {
   } kCases[] = {
       {"# Foo-bar\n", "Foo#ar", ""},  // what follows the dash is taken for its blank
       {"# A - b - c\n", "A#b - c", ""},
-      {"# A  - b\n", "A #b", ""},  // one blank goes
-      {"#A - b\n", "#b", ""},      // the first two characters go, whatever they are
-      {"# - b\n", "#b", ""},
+      {"#A - b\n", "#b", ""},  // the first two characters go, whatever they are
       {"- b\n", "#b", ""},
       {"# A -\n", "A#", ""},
-      {"# A - \n", "A#", ""},
-      {"-\n", "#", ""},
       // What cannot be split is not available.
       {"", "N/A#N/A", "warning: can't read foo%s.pat intro.\n"},
       {"# no dash\n", "N/A#N/A", kNoName},

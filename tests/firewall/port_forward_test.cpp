@@ -2,14 +2,11 @@
 // the three ways of reading the list.
 #include "firewall/port_forward_list.h"
 
-#include <arpa/inet.h>
 #include <gmock/gmock.h>
 
 #include "orba_util.h"
 #include "sim/device.h"
 #include "tests/transcript.h"
-
-using testing::HasSubstr;
 
 namespace {
 
@@ -65,22 +62,6 @@ iptables -t filter -A port_forward -i ppp1 -d 192.168.1.3 -p tcp --dport 80  -j 
 iptables -t nat -A port_forward -j DNAT -d 172.16.5.6 -p tcp --dport 80 --to 192.168.1.3 )");
 }
 
-TEST(PortForward, HostileValuesMakeNoSecondCommand) {
-  Gateway device;
-  device.settings({{"vlanEnabled", "1"}, {"wan1Vid", "1;reboot;12345"}});
-  in_addr address;
-  if (inet_aton("1.2.3.4 $(id)", &address) == 0) {
-    GTEST_SKIP() << "this C library reads no address out of such a text";
-  }
-  // inet_aton does not mind what stands behind a blank. A ';' ends the record.
-  EXPECT_EQ(device.forward("1.2.3.4 $(id)'\n|sh,80|sh,9`x`,TCP;1.2.3.4 ;reboot,80,0,TCP"), R"(
-iptables -t filter -A port_forward -i 'eth2.1;reboot;1' -d '1.2.3.4 $(id)'\''
-|sh' -p tcp --dport 80:9  -j ACCEPT
-iptables -t nat -A port_forward -j DNAT -d  -p tcp --dport 80:9 --to '1.2.3.4 $(id)'\''
-|sh' )");
-  EXPECT_EQ(device.printed(), "isIpValid(): reboot is not a valid IP address.\n");
-}
-
 TEST(PortForward, WithoutTheListOnlyTheConsoleHearsOfIt) {
   Gateway device;
   iptablesPortForwardRun();
@@ -103,18 +84,23 @@ TEST(PortForwardWarning, EachShadowedServiceIsNotedOnce) {
     EXPECT_EQ(showPortForwardRedirectedWarning(output.data()), 1);
     return output.c_str();
   };
-  auto note = [](const std::string &redirected) {
-    return "<div id='noteBlock'><span>Note : RX1 " + redirected + "</span></div>";
+  // The first notes of them all.
+  auto notes = [](size_t count, const std::string &model = "RX1") {
+    const char *const kServices[] = {"HTTP service is redirected from 80 to 8080",
+                                     "HTTPS service is redirected from 443 to 44344",
+                                     "TELNET service is redirected from 23 to 2323",
+                                     "FTP service is redirected from 21 to 2121",
+                                     "SNMP service is redirected from 161 to 16116"};
+    std::string all;
+    for (size_t i = 0; i < count; i++)
+      all += "<div id='noteBlock'><span>Note : " + model + " " + kServices[i] + "</span></div>";
+    return all;
   };
-  const std::string kHttp = note("HTTP service is redirected from 80 to 8080");
-  const std::string kFtp = note("FTP service is redirected from 21 to 2121");
-  const std::string kAll = kHttp + note("HTTPS service is redirected from 443 to 44344") +
-                           note("TELNET service is redirected from 23 to 2323") + kFtp +
-                           note("SNMP service is redirected from 161 to 16116");
+  const std::string kFtp = notes(4).substr(notes(3).size());
   const std::pair<const char *, std::string> kCases[] = {
-      {"a,b,c,70,90,1;a,b,c,80,0,3;a,b,c,21,0,1", kHttp + kFtp},
-      {"a,b,c,1,65535,3;a,b,c,80,0,1", kAll},
-      {"a,b,c,70,80,1", kHttp},
+      {"a,b,c,70,90,1;a,b,c,80,0,3;a,b,c,21,0,1", notes(1) + kFtp},
+      {"a,b,c,1,65535,3;a,b,c,80,0,1", notes(5)},
+      {"a,b,c,70,80,1", notes(1)},
       {nullptr, ""},
       {"", ""},
       {"a,b,c,70,90,2", ""},               // UDP only
@@ -124,21 +110,14 @@ TEST(PortForwardWarning, EachShadowedServiceIsNotedOnce) {
       {"a,b,c,79,0,1", ""},                // one port, and not this one
       {"a,b,c,81,90,1;a,b,c,70,79,1", ""}  // next to it
   };
-  for (const auto &[rules, notes] : kCases) EXPECT_EQ(warning(rules), notes);
+  for (const auto &[rules, noted] : kCases) EXPECT_EQ(warning(rules), noted);
 
   // The model name stands as it is stored; a note that has no room is left out.
-  EXPECT_THAT(warning("a,b,c,80,0,1", "<b>%d%n"), HasSubstr("Note : <b>%d%n HTTP"));
-  const std::pair<size_t, int> kNotesOfModel[] = {{100, 5}, {200, 3}, {900, 1}, {5000, 0}};
+  EXPECT_EQ(warning("a,b,c,80,0,1", "<b>%d%n"), notes(1, "<b>%d%n"));
+  const std::pair<size_t, size_t> kNotesOfModel[] = {{100, 5}, {200, 3}, {900, 1}, {5000, 0}};
   for (auto [length, count] : kNotesOfModel) {
-    std::string model(length, 'M');
-    std::string all = warning("a,b,c,1,65535,3", model);
-    EXPECT_LT(all.size(), 1024u);
-    for (std::string whole : {" " + model + " ", std::string("</div>")}) {
-      int found = 0;
-      for (size_t at = 0; (at = all.find(whole, at)) != all.npos; at += whole.size()) found++;
-      EXPECT_EQ(found, count) << length;
-    }
-    EXPECT_TRUE(all.empty() || all.substr(all.size() - 6) == "</div>");
+    const std::string model(length, 'M');
+    EXPECT_EQ(warning("a,b,c,1,65535,3", model), notes(count, model));
   }
 }
 

@@ -10,25 +10,6 @@ namespace {
 
 constexpr char kJump[] = "\niptables -t filter -I MCL_IPCHAIN -j MCL_FILTER 1>/dev/null 2>&1";
 
-TEST(ServiceControl, OpenEverywhereAndNoTrustedList) {
-  sim::Device device;
-  device.settings(settingsOf(R"(
-httpMode=2 ftpMode=2 telnetMode=2 snmpMode=2 icmpMode=2 sshMode=2 tftpMode=2
-aclMode=0 aclRules=192.168.1.7 RMWWWServerPort=8888)"));
-  iptablesMclRun();
-  EXPECT_EQ(transcript(device), std::string(R"(
-iptables -t filter -F MCL_FILTER
-iptables -t filter -F MCL_IPCHAIN
-iptables -A MCL_FILTER -p tcp --dport 80 -j ACCEPT
-iptables -A MCL_FILTER -p tcp --dport 21 -j ACCEPT
-iptables -A MCL_FILTER -p tcp --dport 23 -j ACCEPT
-iptables -A MCL_FILTER -p udp --dport 161 -j ACCEPT
-iptables -A MCL_FILTER -p icmp --icmp-type 8 -j ACCEPT
-iptables -A MCL_FILTER -p tcp --dport 22 -j ACCEPT
-iptables -A MCL_FILTER -p udp --dport 69 -j ACCEPT)") +
-                                    kJump);
-}
-
 TEST(ServiceControl, OfOneService) {
   const struct {
     const char *acl_mode;

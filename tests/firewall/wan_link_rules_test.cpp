@@ -18,9 +18,7 @@ TEST(PathMtu, PppoeGetsARuleOfItsOwn) {
       {"PPPOE", "1", "-2147483648", "2147483608"},
       // The two rules for every PPP link stand in other modes too.
       {"DHCP", "1", "1400", ""},
-      {"L2TP", "1", "1400", ""},
       {"pppoe", "1", "1400", ""},
-      {"", "1", "1400", ""},
   };
   for (const auto &c : kCases) {
     sim::Device device;

@@ -51,7 +51,6 @@ TEST(Gateway, OfAWanIsConfiguredOrNotedWhenItCameUp) {
       // What is no address is not used.
       {"eth2.20", "-f/dev/zero:eth2.20", "0 0.0.0.0"},
       {"eth2.20", "gateway.example:eth2.20", "0 0.0.0.0"},
-      {"eth2.20", "10.0.1:eth2.20", "0 0.0.0.0"},
       {"eth2.20", "192.168.100.1001:eth2.20", "0 0.0.0.0"},
       {"eth2.20", endless + ":", "0 0.0.0.0"},  // the ':' is too far off
       {"ppp2", "10.9.9.9:", "0 0.0.0.0"},
@@ -97,13 +96,10 @@ TEST(Gateway, OfTheDefaultRoute) {
       {"default last", {kLan, kOffice, kDown, kDefault}, "0 10.0.0.1", "0 10.0.0.1", ""},
       {"default by PPP", {kOffice, kDefaultByPpp, kDefault}, "0 ", "0 ", ""},
       {"no default, a gateway last", {kLan, kOffice}, "0 before", "0 192.168.1.9", ""},
-      {"no default, the LAN last", {kOffice, kLan, kDown}, "0 before", "0 ", ""},
       {"no routes", {}, "0 before", "0 before", ""},
       {"malformed", {"garbage\n", kDefault}, "-1 before", "0 before", "Format error!"},
       {"later", {kOffice, "br0\t0\tx\n", kDefault}, "-1 before", "0 192.168.1.9", "Format error!"},
       {"cut off", {kOffice, "br0"}, "-1 before", "0 192.168.1.9", "Format error!"},
-      {"only six numbers", {"br0\t0\t0\t1\t0\t0\t0\n"}, "-1 before", "0 before", "Format error!"},
-      {"empty", {"\n", kDefault}, "-1 before", "0 before", "Format error!"},
       {"endless", {std::string(1000, 'x') + "\n"}, "-1 before", "0 before", "Format error!"},
       {"malformed behind it", {kDefault, "garbage\n"}, "0 10.0.0.1", "0 10.0.0.1", ""},
   };

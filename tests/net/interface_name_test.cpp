@@ -31,10 +31,8 @@ TEST(InterfaceNames, FollowTheOperationMode) {
       {"2", "1", "pppoe", "eth2", "ra0", "ra0"},
       // No mode at all: the LAN of the mode before, and nothing written.
       {"00", "1", "STATIC", "eth2", "untouched", "untouched"},
-      {"1 ", "1", "STATIC", "eth2", "untouched", "untouched"},
       {"", "1", "PPTP", "eth2", "untouched", "ppp0"},
       {nullptr, "1", "DHCP", "eth2", "untouched", "untouched"},
-      {"3", "1", "DHCP", "br0", "apcli0", "apcli0"},
   };
   for (const auto &c : kCases) {
     sim::Device device;

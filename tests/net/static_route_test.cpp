@@ -116,18 +116,6 @@ TEST(RoutingRules, AreFoundByDestinationMaskAndInterface) {
   EXPECT_EQ(indexOf("", "", ""), -1);
 }
 
-TEST(RoutingRules, MakeOneWordOfEachField) {
-  sim::Device device;
-  device.settings({{"OperationMode", "1"},
-                   {"RoutingRules", "1.2.3.4&reboot,$(id),`id`,LAN,br0|sh,,;" +
-                                        std::string(300, 'a') + ",m,g,LAN,br0,,"}});
-  device.file(kRoutes, kernelRoutes({}));
-  RoutingInit();
-  EXPECT_EQ(transcript(device),
-            "\nroute add -net '1.2.3.4&reboot'  netmask '$(id)' gw '`id`' dev 'br0|sh' 2>&1 ")
-      << "and the record that loses its fields with its end is skipped";
-}
-
 TEST(RoutingRules, SayWhatIsSkippedAndWhatIsCut) {
   auto said = [](const std::string &end, bool gateway_mode = false) {
     std::string list = "10.1.0.0,255.255.0.0,," + end + ";";

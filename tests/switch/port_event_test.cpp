@@ -49,20 +49,17 @@ TEST(WanPort, CanBeUnknown) {
 }
 
 TEST(LanPorts, AreRestartedAllButTheWan) {
-  const Lines kAll = {
-      "mii_mgr -s -p 0 -r 0 -v 0x3900 >null", "mii_mgr -s -p 0 -r 0 -v 0x3100 >null",
-      "mii_mgr -s -p 1 -r 0 -v 0x3900 >null", "mii_mgr -s -p 1 -r 0 -v 0x3100 >null",
-      "mii_mgr -s -p 2 -r 0 -v 0x3900 >null", "mii_mgr -s -p 2 -r 0 -v 0x3100 >null",
-      "mii_mgr -s -p 3 -r 0 -v 0x3900 >null", "mii_mgr -s -p 3 -r 0 -v 0x3100 >null",
-  };
   for (int wan : {0, 1, 2, 3, 4, 5, -1, 16384}) {
     Device device;
     resetEthernetSwitchPort(wan);
-    Lines expected = kAll;
-    bool spared = wan >= 1 && wan <= 4;
-    if (spared) expected.erase(expected.begin() + 2 * (wan - 1), expected.begin() + 2 * wan);
+    Lines expected;
+    for (int port = 0; port < 4; port++) {
+      if (port + 1 == wan) continue;
+      const std::string line = "mii_mgr -s -p " + std::to_string(port) + " -r 0 -v ";
+      expected.insert(expected.end(), {line + "0x3900 >null", line + "0x3100 >null"});
+    }
     EXPECT_EQ(device.shellLines(), expected) << wan;
-    EXPECT_EQ(device.clock().elapsed(), spared ? 4000 : 5000);
+    EXPECT_EQ(device.clock().elapsed(), expected.size() == 6 ? 4000 : 5000);
     // The power comes back a second after it went.
     EXPECT_EQ(device.events()[2].at - device.events()[0].at, 1000);
     EXPECT_EQ(device.events()[1].kind, Event::kSleep);
@@ -90,9 +87,7 @@ TEST(PortEvent, StartsTheWanAnewOrRenewsItsLease) {
     const char *mode, *gateway, *pid;
     Lines done;
   } kCases[] = {
-      {"1", kPresent, "77\n", kNothing},
       {"1", kAbsent, "77\n", kAnew},
-      {"0", kPresent, nullptr, kWan},
       {"0", kAbsent, nullptr, kWan},
       // The bytes of the text are the number: "77" is 0x3737, not 77.
       {"", kAbsent, "77\n", {"16 to 14135"}},
@@ -103,7 +98,6 @@ TEST(PortEvent, StartsTheWanAnewOrRenewsItsLease) {
       {"0", kPresent, "1234\n", {"16 to 875770417"}},
       // More digits become the gateway.
       {"0", kAbsent, "12345\n", kNothing},
-      {"0", kPresent, "12345\n", kNothing},
       {"0", kPresent, "12340.0.0.0\n", {"16 to 875770417"}},
       // No number of a file reaches a group of processes.
       {"0", kAbsent, "", kNothing},

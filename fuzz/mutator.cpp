@@ -10,58 +10,26 @@ constexpr size_t kMostLines = 200;
 constexpr size_t kMostTexts = 4000;
 
 // What a shell, a rule list, a number's reader or a buffer might stumble over.
-const char *const kPieces[] = {
-    ";reboot",
-    "$(reboot)",
-    "`reboot`",
-    "|reboot",
-    "\nreboot\n",
-    "&reboot",
-    ">X",
-    "<X",
-    "'",
-    "\"",
-    "\\",
-    "*",
-    "?",
-    "[a]",
-    "~",
-    "#",
-    "!",
-    "(",
-    ")",
-    "{a,b}",
-    " ",
-    " -j ACCEPT",
-    "\t",
-    "$IFS",
-    "=",
-    ",",
-    ";",
-    ",,,,",
-    ";;",
-    ":",
-    "/",
-    ".",
-    "-",
-    "%s%n",
-    "",
-    "0",
-    "1",
-    "2",
-    "-1",
-    "65536",
-    "4294967296",
-    "99999999999999999999",
-    "\xff",
-    "any",
-    "255.255.255.255",
-    "AAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA",
-};
+const char *const kPieces[] = {";reboot",    "$(reboot)",  "`reboot`",
+                               "|reboot",    "\nreboot\n", "&reboot",
+                               ">X",         "<X",         "'",
+                               "\"",         "\\",         "*",
+                               "?",          "[a]",        "~",
+                               "#",          "!",          "(",
+                               ")",          "{a,b}",      " ",
+                               " -j ACCEPT", "\t",         "$IFS",
+                               "=",          ",",          ";",
+                               ",,,,",       ";;",         ":",
+                               "/",          ".",          "-",
+                               "%s%n",       "",           "0",
+                               "1",          "2",          "-1",
+                               "65536",      "4294967296", "99999999999999999999",
+                               "\xff",       "any",        "255.255.255.255"};
 
 }  // namespace
 
 Mutator::Mutator(const std::string &subsystem) : texts_(std::begin(kPieces), std::end(kPieces)) {
+  texts_.emplace_back(80, 'A');
   for (const tool::Entry &entry : tool::entries()) {
     if (entry.subsystem != subsystem) continue;
     for (const auto &words : tool::sampleCalls(entry)) {

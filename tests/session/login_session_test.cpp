@@ -91,28 +91,6 @@ TEST_F(LoginSession, CutsFieldsThatTheServerLeftWithoutAnEnd) {
   EXPECT_EQ(name, user);
 }
 
-TEST_F(LoginSession, FailsWithoutTouchingTheLocalCopy) {
-  ASSERT_EQ(init_SharedMemory(), 0);
-  logIn("admin", 1);
-  orba_login_record before = global_shared_stuff;
-  for (std::string call : {"shmget", "shmat", "semget", "semtimedop", "semctl", "shmdt"}) {
-    kernel_.refuse(call);
-    if (call != "semtimedop") {
-      EXPECT_EQ(init_SharedMemory(), 1) << call;
-    }
-    if (call != "semctl" && call != "shmdt") {
-      EXPECT_EQ(sync_globalVar_and_sharedMem(0), 1) << call;
-      EXPECT_EQ(sync_globalVar_and_sharedMem(1), 1) << call;
-      EXPECT_EQ(memcmp(&global_shared_stuff, &before, sizeof before), 0) << call;
-    }
-    kernel_.refuseNothing();
-  }
-  EXPECT_TRUE(othersSee("")) << "none of the failures has published";
-  kernel_.refuse("shmdt");
-  EXPECT_EXIT(sync_globalVar_and_sharedMem(0), testing::ExitedWithCode(1), "");
-  EXPECT_EQ(device_.errors() + device_.printed() + device_.console(), "");
-}
-
 TEST(ProtectedPage, DependsOnTheLevel) {
   const struct {
     const char *url;

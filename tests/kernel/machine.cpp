@@ -19,6 +19,7 @@
 #include <cstring>
 #include <ctime>
 #include <fstream>
+#include <map>
 #include <sstream>
 
 #include "nvram.h"
@@ -50,28 +51,20 @@ bool enterNamespaces() {
 // Each notes its command in a journal; some do what they do on a router besides.
 void installPrograms() {
   mkdir("/var/bin", 0755);
-  const std::pair<const char *, const char *> programs[] = {
-      {"sys", ""},
-      {"wlan.sh", ""},
-      {"ifconfig", ""},
-      {"ralink_init", ""},
-      {"route", ""},
-      {"mii_mgr", ""},
-      {"killall", ""},
-      {"brctl", ""},
-      {"udpsvd", ""},
+  std::map<std::string, const char *> programs = {
       {"top", "echo CPU: 7% usr"},
-      {"wscd", ""},
-      {"internet.sh", ""},
-      {"internetSetWAN.sh", ""},
-      {"syslogd", ""},
       {"wlan_5G.sh", "sleep 0.3"},
       {"iwpriv",
        "case $2 in stat) stat -c %a /tmp/apcli.info >> /var/journal\nprintf 'SSID = home\\nAuthType = WPA2PSK\\n"
        "EncrypType = AES\\nKey = secret\\n' ;; esac"},
   };
+  for (const char *name :
+       {"sys", "wlan.sh", "ifconfig", "ralink_init", "route", "mii_mgr", "killall", "brctl",
+        "udpsvd", "wscd", "internet.sh", "internetSetWAN.sh", "syslogd"}) {
+    programs[name] = "";
+  }
   for (const auto &[name, body] : programs) {
-    std::string path = std::string("/var/bin/") + name;
+    std::string path = "/var/bin/" + name;
     write(path, std::string("#!/bin/sh\necho \"${0##*/} $*\" >> /var/journal\n") + body + "\n");
     chmod(path.c_str(), 0755);
   }

@@ -343,7 +343,7 @@ def mutated(mutant):
 
 FOLDERS = ["core", "net", "firewall", "wireless", "session", "status", "switch", "qos", "mgmt", "crypto"]
 # What takes seconds comes after all that does not. The crowd of TwoWriters is left out.
-SLOW = {"nvram": "Threads.*:Reader.*:PowerCut.*:KilledWriter.*", "fuzz": "Hostile.*"}
+SLOW = {"nvram": "Threads.*:Reader.*:PowerCut.*", "fuzz": "Hostile.*"}
 CROWD = ":TwoWriters.*"
 
 

@@ -35,7 +35,7 @@ step_valgrind() { env -u ORBA_SOAK ctest --preset release -C Valgrind -L valgrin
 
 step_threads() { build/thread/tests/nvram_tests --gtest_filter=Threads.*; }
 
-step_store() { build/release/tests/nvram_tests --gtest_filter=TwoWriters.*:PowerCut.*:KilledWriter.*; }
+step_store() { build/release/tests/nvram_tests --gtest_filter=TwoWriters.*:PowerCut.*; }
 
 step_login() { build/release/tests/session_tests --gtest_filter=SharedLogin.*Killed; }
 

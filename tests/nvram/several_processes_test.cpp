@@ -1,7 +1,6 @@
 /* Processes that use one store at once, and those that die while they do. */
 #include <signal.h>
 #include <sys/mman.h>
-#include <sys/ptrace.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 
@@ -24,60 +23,6 @@ std::string textOf(int generation) {
   std::string text;
   while (text.size() < 3000) text += std::to_string(generation) + ";";
   return text;
-}
-
-void bufferGeneration(int generation) {
-  for (int i = 0; i < keys; ++i) {
-    EXPECT_EQ(nvram_bufset(1, numbered("key", i).c_str(), textOf(generation).c_str()), 0);
-  }
-}
-
-// The generation that all keys agree on.
-int committedGeneration() {
-  const int generation = atoi(nvram_get(1, "key0"));
-  for (int i = 0; i < keys; ++i) {
-    EXPECT_EQ(nvram_get(1, numbered("key", i).c_str()), textOf(generation));
-  }
-  return generation;
-}
-
-TEST(KilledWriter, LeavesTheOldOrTheNewContentsAtEverySystemCall) {
-  StoreFolder folder;
-  inProcess([] {
-    bufferGeneration(0);
-    EXPECT_EQ(nvram_commit(1), 0);
-    bool ended = false;
-    int old = 0;
-    int stops = 0;
-    // One writer a stop: it is killed before its first system call, then after
-    // that, then before the second, and so on until it lives to its end.
-    for (; !ended; ++stops) {
-      ASSERT_LT(stops, 2000);
-      const pid_t writer = startProcess([&] {
-        bufferGeneration(old + 1);
-        ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
-        raise(SIGSTOP);
-        nvram_commit(1);
-        _exit(0);
-      });
-      int status = 0;
-      ASSERT_EQ(waitpid(writer, &status, 0), writer);
-      for (int stop = 0; stop <= stops && !WIFEXITED(status); ++stop) {
-        ptrace(PTRACE_SYSCALL, writer, nullptr, nullptr);
-        ASSERT_EQ(waitpid(writer, &status, 0), writer);
-      }
-      ended = WIFEXITED(status);
-      if (!ended) {
-        kill(writer, SIGKILL);
-        waitpid(writer, &status, 0);
-      }
-      const int seen = committedGeneration();
-      ASSERT_TRUE(seen == old + 1 || (seen == old && !ended)) << seen << " at stop " << stops;
-      old = seen;
-    }
-    printf("killed at %d places\n", stops - 1);
-    EXPECT_GT(stops, 20);
-  });
 }
 
 // What two writers and their readers know of each other.
@@ -165,27 +110,6 @@ TEST_P(TwoWriters, LoseAndMixNothingUnderFourReaders) {
   printf("%d commits, %d writers killed, %d reads\n", 2 * commits, crowd.killed.load(),
          crowd.reads.load());
   munmap(&crowd, sizeof crowd);
-}
-
-TEST(Reader, SeesEveryCommitOfAnotherProcessAndEveryEdit) {
-  StoreFolder folder;
-  inProcess([&] {
-    EXPECT_EQ(nvram_get(1, "a"), nullptr);
-    // Commits that follow one another within a tick of the clock, with values of
-    // one length, in files whose inode may have been used before.
-    for (int round = 0; round < 100; ++round) {
-      const std::string value = std::to_string(round % 10);
-      inProcess([&] {
-        EXPECT_EQ(nvram_set(1, "a", "x"), 0);
-        EXPECT_EQ(nvram_set(1, "a", value.c_str()), 0);
-      });
-      ASSERT_EQ(nvram_get(1, "a"), value);
-    }
-    folder.write("space1.conf", "a=22\n");
-    EXPECT_STREQ(nvram_get(1, "a"), "22");
-    std::filesystem::remove(folder.file("space1.conf"));
-    EXPECT_EQ(nvram_get(1, "a"), nullptr);
-  });
 }
 
 TEST(Threads, ShareTheStoreAndMayFork) {

@@ -288,30 +288,6 @@ TEST(Store, KnowsTimesThatTakeMoreThan32Bits) {
   });
 }
 
-TEST(StoreFailure, OfWritingHalfWayKeepsTheOldContents) {
-  StoreFolder folder;
-  inProcess([&] {
-    EXPECT_EQ(nvram_set(1, "a", "old"), 0);
-    const std::string before = folder.read("space1.conf");
-    EXPECT_EQ(nvram_bufset(1, "a", std::string(100'000, 'x').c_str()), 0);
-
-    rlimit limit{};
-    getrlimit(RLIMIT_FSIZE, &limit);
-    const rlimit small{4096, limit.rlim_max};
-    // The signal of the limit is held back by the store and then ignored here.
-    signal(SIGXFSZ, SIG_IGN);
-    setrlimit(RLIMIT_FSIZE, &small);
-    EXPECT_EQ(failureOf(nvram_commit(1)), EFBIG);
-    setrlimit(RLIMIT_FSIZE, &limit);
-
-    EXPECT_STREQ(nvram_get(1, "a"), "old");
-    EXPECT_EQ(folder.read("space1.conf"), before);
-    EXPECT_FALSE(std::filesystem::exists(folder.file("space1.conf.new")));
-    EXPECT_EQ(nvram_commit(1), 0);
-    EXPECT_EQ(nvram_get(1, "a"), std::string(100'000, 'x'));
-  });
-}
-
 TEST(StoreFailure, OfTheFolderSaysWhy) {
   StoreFolder folder;
   folder.write("plain", "");

@@ -4,12 +4,10 @@
 #include <fstream>
 #include <set>
 
-#include "sim/packet_filter.h"
 #include "tools/orba/bench.h"
 #include "tools/orba/check.h"
 #include "tools/orba/config.h"
 #include "tools/orba/entry.h"
-#include "tools/orba/sample_calls.h"
 #include "tools/orba/settings.h"
 
 using namespace orba::tool;
@@ -73,16 +71,6 @@ TEST(Entries, SayWhatIsWrongWithTheirWords) {
               entryNamed("ledAlways").call({"99999999999", "1"});
             }),
             "GPIO: 99999999999 does not fit 32 bits");
-}
-
-TEST(Entries, HaveSampleCallsThatTheyTake) {
-  for (const Entry &entry : entries()) {
-    for (const std::vector<std::string> &words : sampleCalls(entry)) {
-      sim::Device device;
-      setUpBench(device);
-      EXPECT_EQ(complaintOf([&] { entry.checkWords(words), entry.call(words); }), "") << entry.name;
-    }
-  }
 }
 
 TEST(Config, IsReadWithSpacesOrComplainedOfByLineAndKey) {
@@ -188,25 +176,5 @@ TEST(Check, FindsNoFormBroken) {
     sim::Device device;
     putSettings(example(name), device);
     EXPECT_THAT(checkSettings(device), IsEmpty()) << name;
-  }
-}
-
-// Built twice, the firewall has one jump of each kind where there was one.
-TEST(Firewall, TwiceInARowLeavesOneOfEachJump) {
-  for (const char *name : {"gateway.conf", "pppoe-gateway.conf", "bridge.conf"}) {
-    sim::Device device;
-    putSettings(example(name), device);
-    setUpBench(device);
-    sim::PacketFilter once, twice;
-    entryNamed("firewall_init").call({});
-    once.run(device.shellLines());
-    twice.run(device.shellLines());
-    device.forget();
-    entryNamed("firewall_init").call({});
-    twice.run(device.shellLines());
-    std::ostringstream first, second;
-    once.print(first);
-    twice.print(second);
-    EXPECT_EQ(first.str(), second.str()) << name;
   }
 }

@@ -18,31 +18,6 @@ std::string drawn(const Week &week) {
 
 }  // namespace
 
-// The weekend stays as Friday evening leaves it, which is off, whatever the
-// radio was told before.
-TEST(Week, IsDrawnAsTheCronLinesSwitchIt) {
-  for (const char *before : {"0", "1"}) {
-    sim::Device device;
-    device.settings({{"wlanSchedule2", "1 1 7 1 19 0"},
-                     {"wlanSchedule3", "1 0 12 0 13 1"},
-                     {"wlanSchedule5", "1 0 22 1 6 0"},
-                     {"wlanSchedule6", "1 1 6 0 23 1"},
-                     {"wlanSchedule8", "0 1 8 0 18 0"},
-                     {"RadioOff", before}});
-    EXPECT_EQ(drawn(plannedWeek(device)),
-              "           00:00 03:00 06:00 09:00 12:00 15:00 18:00 21:00\n"
-              "Monday     ...............#######################..........  07:30-19:00\n"
-              "Tuesday    ...........................#####################  13:30-24:00\n"
-              "Wednesday  ################################################  00:00-24:00\n"
-              "Thursday   #############################################...  00:00-22:30\n"
-              "Friday     ............###################################.  06:00-23:30\n"
-              "Saturday   ................................................\n"
-              "Sunday     ................................................\n"
-              "\n"
-              "# radio on   . radio off   each column is half an hour\n");
-  }
-}
-
 TEST(Week, BeginsAsTheLastSwitchLeavesIt) {
   Week week("30 22 * * 6 nvram_set RadioOff 0\n0 2 * * 2 nvram_set RadioOff 1\n", false);
   EXPECT_EQ(week.asJson().dump(),

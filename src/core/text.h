@@ -8,7 +8,7 @@
 
 // Said where they are declared too, so that callers know these calls stay within
 // the library: each is six bytes shorter on MIPS than one to another library.
-// So do all headers whose functions are called from many places.
+// So do all headers that declare functions.
 #pragma GCC visibility push(hidden)
 namespace orba {
 

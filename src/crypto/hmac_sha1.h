@@ -5,6 +5,7 @@
 
 #include "orba_util.h"
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 constexpr int kDigestSize = 20;
@@ -29,3 +30,4 @@ void resumeAfterPad(A_SHA_CTX *ctx, const uint32_t state[5]);
 void wipeStack();
 
 }  // namespace orba
+#pragma GCC visibility pop

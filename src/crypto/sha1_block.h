@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 // Ends a hash that stands at `start` after exactly one block (the pad of an
@@ -11,3 +12,4 @@ namespace orba {
 void sha1DigestBlock(const uint32_t start[5], uint32_t digest[5]);
 
 }  // namespace orba
+#pragma GCC visibility pop

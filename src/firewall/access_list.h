@@ -3,6 +3,7 @@
 
 #include "core/rule_list.h"
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 // Where management is trusted from: one address or a range "a-b" a record, of
@@ -17,5 +18,6 @@ inline bool isRange(const Record &source) {
 }
 
 }  // namespace orba
+#pragma GCC visibility pop
 
 #endif

@@ -2,6 +2,7 @@
 #ifndef ORBA_FIREWALL_CHAIN_FLUSH_H
 #define ORBA_FIREWALL_CHAIN_FLUSH_H
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 // Empties the built-in chains and the firewall's own of the filter table, and
@@ -13,5 +14,6 @@ void iptablesFilterChainsFlush();
 void iptablesNatChainsFlush();
 
 }  // namespace orba
+#pragma GCC visibility pop
 
 #endif

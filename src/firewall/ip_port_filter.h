@@ -6,6 +6,7 @@
 #include "core/rule_list.h"
 #include "core/text.h"
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 // One record's fields, each cut to the length that is kept of it.
@@ -32,5 +33,6 @@ struct IpPortFilter {
 RecordFault readIpPortFilter(const Record &record, IpPortFilter &filter);
 
 }  // namespace orba
+#pragma GCC visibility pop
 
 #endif

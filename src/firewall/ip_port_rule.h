@@ -6,6 +6,7 @@
 #include "core/setting.h"
 #include "core/text.h"
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 enum FilterProtocol { kFilterTcp = 1, kFilterUdp = 2, kFilterIcmp = 4, kFilterAny = 5 };
@@ -47,5 +48,6 @@ void makeFilterRule(FilterRule &rule, const FilterSettings &settings, const Filt
                     int action);
 
 }  // namespace orba
+#pragma GCC visibility pop
 
 #endif

@@ -4,6 +4,7 @@
 #include "core/record_fault.h"
 #include "core/rule_list.h"
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 // MACFilterRules: one address a record, of at most 31 characters.
@@ -17,5 +18,6 @@ inline RecordFault endOfMacs(const Record &mac) {
 }
 
 }  // namespace orba
+#pragma GCC visibility pop
 
 #endif

@@ -9,6 +9,7 @@
 #include "core/record_fault.h"
 #include "core/rule_list.h"
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 // The protocols of a record: bits, and the codes that stand in the lists.
@@ -81,5 +82,6 @@ struct RedirectingForward {
 };
 
 }  // namespace orba
+#pragma GCC visibility pop
 
 #endif

@@ -4,6 +4,7 @@
 #include "core/record_fault.h"
 #include "core/rule_list.h"
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 // A record of websURLFilters or websHostFilters.
@@ -12,5 +13,6 @@ inline RecordFault webFilterFault(const Record &record) {
 }
 
 }  // namespace orba
+#pragma GCC visibility pop
 
 #endif

@@ -7,6 +7,7 @@
 #include "core/record_fault.h"
 #include "core/rule_list.h"
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 struct PolicyRule {
@@ -44,5 +45,6 @@ constexpr int tableOfPolicy(int n) {
 }
 
 }  // namespace orba
+#pragma GCC visibility pop
 
 #endif

@@ -5,6 +5,7 @@
 
 #include "core/rule_list.h"
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 constexpr char kTableNames[] = "/etc/iproute2/rt_tables";
@@ -23,5 +24,6 @@ bool removeTableName(int number, const char *name);
 bool renewTableNames(int first, const Slice *names, int count);
 
 }  // namespace orba
+#pragma GCC visibility pop
 
 #endif

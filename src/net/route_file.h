@@ -7,6 +7,7 @@
 #include "core/file.h"
 #include "core/text.h"
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 // One line of /proc/net/route. Addresses are in network order.
@@ -54,5 +55,6 @@ class RouteFile {
 };
 
 }  // namespace orba
+#pragma GCC visibility pop
 
 #endif

@@ -6,6 +6,7 @@
 #include "core/rule_list.h"
 #include "core/setting.h"
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 struct RoutingRule {
@@ -42,5 +43,6 @@ inline RuleList routingRules() {
 bool findRoutingRule(const char *dest, const char *mask, const char *ifname, Record &found);
 
 }  // namespace orba
+#pragma GCC visibility pop
 
 #endif

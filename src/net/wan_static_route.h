@@ -5,6 +5,7 @@
 #include "core/record_fault.h"
 #include "core/rule_list.h"
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 struct WanStaticRoute {
@@ -25,5 +26,6 @@ struct WanStaticRoute {
 };
 
 }  // namespace orba
+#pragma GCC visibility pop
 
 #endif

@@ -4,6 +4,7 @@
 
 #include "orba_util.h"
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 // The segment is 204 bytes long, the record. The kernel maps whole pages, and
@@ -39,5 +40,6 @@ void replaceRecord(SharedLogin &shared, const orba_login_record &record);
 void undoBrokenReplace(SharedLogin &shared);
 
 }  // namespace orba
+#pragma GCC visibility pop
 
 #endif

@@ -6,6 +6,7 @@
 
 #include "core/file.h"
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 // What the driver fills in.
@@ -30,5 +31,6 @@ class RadioSocket {
 };
 
 }  // namespace orba
+#pragma GCC visibility pop
 
 #endif

@@ -4,6 +4,7 @@
 
 #include "core/text.h"
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 // Hex digits without separators: twelve of a proper address, anything else of
@@ -21,5 +22,6 @@ struct GatewayLookup {
 bool lookUpGateway(const GatewayLookup &lookup, GatewayMac &mac);
 
 }  // namespace orba
+#pragma GCC visibility pop
 
 #endif

@@ -2,6 +2,7 @@
 #ifndef ORBA_SWITCH_MAC_TABLE_H
 #define ORBA_SWITCH_MAC_TABLE_H
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 struct MacSearch {
@@ -19,5 +20,6 @@ struct MacSearch {
 MacSearch searchMacTable(const char *mac);
 
 }  // namespace orba
+#pragma GCC visibility pop
 
 #endif

@@ -10,6 +10,7 @@
 
 #include "orba_util.h"
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 // Under the driver's own names, so that its sources can be searched for them.
@@ -46,5 +47,6 @@ int queryOid(Oid oid, int socket, const char *ifname, Value &value) {
 }
 
 }  // namespace orba
+#pragma GCC visibility pop
 
 #endif

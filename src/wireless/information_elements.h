@@ -4,6 +4,7 @@
 
 #include "wireless/byte_view.h"
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 // A network may offer several of each.
@@ -25,5 +26,6 @@ struct Security {
 void readSecurity(ByteView elements, bool infrastructure, Security &security);
 
 }  // namespace orba
+#pragma GCC visibility pop
 
 #endif

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <ctime>
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 // Records are cut to 103 characters.
@@ -50,5 +51,6 @@ enum RadioWish { kNoWish = -1, kWantsOff = 0, kWantsOn = 1 };
 RadioWish radioWish(const ScheduleRecord &record, int day, const tm &now);
 
 }  // namespace orba
+#pragma GCC visibility pop
 
 #endif

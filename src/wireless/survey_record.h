@@ -5,6 +5,7 @@
 #include "core/text.h"
 #include "wireless/byte_view.h"
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 struct NetworkDescription {
@@ -26,5 +27,6 @@ ByteView firstRecord(ByteView records);
 bool describeNetwork(ByteView record, NetworkDescription &network);
 
 }  // namespace orba
+#pragma GCC visibility pop
 
 #endif

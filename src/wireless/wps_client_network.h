@@ -2,6 +2,7 @@
 #ifndef ORBA_WIRELESS_WPS_CLIENT_NETWORK_H
 #define ORBA_WIRELESS_WPS_CLIENT_NETWORK_H
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 // Gathers the driver's statistics of the client in /tmp/apcli.info and stores
@@ -10,5 +11,6 @@ namespace orba {
 void storeClientNetwork(bool repeater);
 
 }  // namespace orba
+#pragma GCC visibility pop
 
 #endif

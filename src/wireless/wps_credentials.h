@@ -4,6 +4,7 @@
 
 #include "wireless/wps_profile.h"
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 // Buffers the network's name, security and keys as the first network's settings;
@@ -15,5 +16,6 @@ void storeCredential(const WscCredential &credential);
 void storeAccessControlList();
 
 }  // namespace orba
+#pragma GCC visibility pop
 
 #endif

@@ -2,6 +2,7 @@
 #ifndef ORBA_WIRELESS_WPS_LEDS_H
 #define ORBA_WIRELESS_WPS_LEDS_H
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 void showWpsStopped();
@@ -15,5 +16,6 @@ void showWpsFailure();
 void showWpsOverlap();
 
 }  // namespace orba
+#pragma GCC visibility pop
 
 #endif

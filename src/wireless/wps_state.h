@@ -2,6 +2,7 @@
 #ifndef ORBA_WIRELESS_WPS_STATE_H
 #define ORBA_WIRELESS_WPS_STATE_H
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 // Touched from ordinary code and from the SIGALRM handlers without locks: every
@@ -39,5 +40,6 @@ void startWpsMonitor(void (*tick)(int));
 bool wpsTimeIsLeft(volatile int &elapsed);
 
 }  // namespace orba
+#pragma GCC visibility pop
 
 #endif

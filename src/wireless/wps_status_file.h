@@ -3,6 +3,7 @@
 #ifndef ORBA_WIRELESS_WPS_STATUS_FILE_H
 #define ORBA_WIRELESS_WPS_STATUS_FILE_H
 
+#pragma GCC visibility push(hidden)
 namespace orba {
 
 // /tmp/wpsStatus24 holds the status of the 2.4 GHz driver, /tmp/wpsStatus the
@@ -14,5 +15,6 @@ void clearStatus();
 void clearStatusDirectly();
 
 }  // namespace orba
+#pragma GCC visibility pop
 
 #endif

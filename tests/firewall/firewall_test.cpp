@@ -66,7 +66,7 @@ TEST_F(Firewall, TakenDownItsChainsAreEmptyAndBuiltAgainItIsAsAtFirst) {
   sim::Device device;
   makeGateway(device);
   sim::PacketFilter kernel;
-  auto afterwards = [&](void (*change)()) {
+  auto afterwards = [&](auto change) {
     device.forget();
     change();
     kernel.run(device.commands());

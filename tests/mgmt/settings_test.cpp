@@ -25,7 +25,7 @@ TEST(DaylightSaving, IsCopiedOnce) {
 TEST(DaylightSaving, WithoutARuleChangesNothing) {
   for (const char *zone :
        {"", "\n", "UTC", "CET-1CEST,M3.5.0,M10.5.0/3", "CET-1CEST,M3.5.0/2,M10.5.0",
-        "CET-1CEST,3.5.0/2,10.5.0/3", "M3.5.0/2,M10.5.0/3", "/.M", "////", "..//..//MM"}) {
+        "CET-1CEST,3.5.0/2,10.5.0/3", "M3.5.0/2,M10.5.0/3", "..//..//MM"}) {
     sim::Device device;
     device.buffered({{"DSTEnabled", "1"}}).file("/etc/TZ", zone);
     EXPECT_EQ(TZsync2nvram(), 0) << zone;
@@ -40,40 +40,32 @@ TEST(DaylightSaving, WithoutARuleChangesNothing) {
 }
 
 // What takes part, in order, by space.
-const std::vector<std::pair<int, std::string>> kBackedUp = {{1, "OperatingBandCli"},
-                                                            {1, "OperatingBandRepeater"},
-                                                            {1, "WirelessOPMode"},
-                                                            {1, "ApCliAuthMode"},
-                                                            {1, "ApCliEncrypType"},
-                                                            {1, "ApCliSsid"},
-                                                            {1, "ApCliWepDefaultkey"},
-                                                            {1, "ApCliWPAPSK"},
-                                                            {1, "AuthMode"},
-                                                            {1, "EncrypType"},
-                                                            {1, "SSID1"},
-                                                            {2, "AuthModeSTA"},
-                                                            {2, "AuthSTA"},
-                                                            {2, "PSKSTA"},
-                                                            {2, "SSID1"},
-                                                            {2, "SSIDSTA"},
-                                                            {2, "WPAPSK1"},
-                                                            {2, "AuthMode"}};
+const std::pair<int, std::vector<std::string>> kBackedUp[] = {
+    {1,
+     {"OperatingBandCli", "OperatingBandRepeater", "WirelessOPMode", "ApCliAuthMode",
+      "ApCliEncrypType", "ApCliSsid", "ApCliWepDefaultkey", "ApCliWPAPSK", "AuthMode", "EncrypType",
+      "SSID1"}},
+    {2, {"AuthModeSTA", "AuthSTA", "PSKSTA", "SSID1", "SSIDSTA", "WPAPSK1", "AuthMode"}}};
 
 TEST(SettingsBackup, PutsBackWhatAWizardChanged) {
   sim::Device device;
   std::vector<std::string> copied, recovered, cleared;
-  for (const auto &[space, key] : kBackedUp) {
-    device.settings({{key, "old"}}, space).buffered({{key, "my " + key}}, space);
-    const std::string bufset = "bufset " + std::to_string(space) + " " + key;
-    copied.push_back(bufset + "BAK=my " + key);
-    recovered.insert(recovered.end(), {bufset + "=my " + key, bufset + "BAK="});
-    cleared.push_back(bufset + "BAK=");
+  for (const auto &[space, keys] : kBackedUp) {
+    for (const std::string &key : keys) {
+      device.settings({{key, "old"}}, space).buffered({{key, "my " + key}}, space);
+      const std::string bufset = "bufset " + std::to_string(space) + " " + key;
+      copied.push_back(bufset + "BAK=my " + key);
+      recovered.insert(recovered.end(), {bufset + "=my " + key, bufset + "BAK="});
+      cleared.push_back(bufset + "BAK=");
+    }
   }
   recovered.insert(recovered.end(), {"commit 1", "commit 2"});
   EXPECT_EQ(backupRecoverSettings(2), 0);
   EXPECT_EQ(device.writes(), copied);
 
-  for (const auto &[space, key] : kBackedUp) device.buffered({{key, "other"}}, space);
+  for (const auto &[space, keys] : kBackedUp) {
+    for (const std::string &key : keys) device.buffered({{key, "other"}}, space);
+  }
   device.settings({{"WlanEnabled", "0"}, {"WlanEnabledBAK", "1"}});
   device.forget();
   EXPECT_EQ(backupRecoverSettings(1), 0);

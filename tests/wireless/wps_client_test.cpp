@@ -99,9 +99,7 @@ TEST(WpsClient, TheEncryptionIsReadInTheColumnOfTheAuthType) {
   } cases[] = {
       {"AuthType   = OPEN\nEncrypType = OPEN\n", "NONE", "NONE;NONE;NONE;NONE"},
       {"AuthType   = OPEN\nEncrypType = NONE\n", "NONE", "NONE;NONE;NONE;NONE"},
-      {"AuthType   = WPAPSK\nEncrypType = TKIP\n", "TKIP", "TKIP;TKIP;TKIP;TKIP"},
       {"AuthType = WPA2PSK\nEncrypType = AES\n", "= AES", "AES;AES;AES;AES"},
-      {"AuthType = OPEN\nEncrypType = OPEN\n", "= OPEN", "OPEN;OPEN;OPEN;OPEN"},
       {"AuthType     = OPEN\nEncrypType =   OPEN\n", "NONE", "NONE;NONE;NONE;NONE"},
       // A line that ends before that column, and one without an AuthType before.
       {"AuthType             = OPEN\nEncrypType = AES\n", "", "AES;AES;AES;AES"},

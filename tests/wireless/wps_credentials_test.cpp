@@ -38,7 +38,6 @@ TEST(WpsCredentials, EveryTypeHasItsSettings) {
   } cases[] = {
       {1, 1, "OPEN", "NONE", {}},
       {1, 2, "OPEN", "WEP", wep},
-      {2, 8, "WPAPSK", "AES", key},
       {2, 12, "WPAPSK", "TKIPAES", key},
       {4, 2, "SHARED", "WEP", wep},
       {8, 4, "WPA", "TKIP", key},
@@ -51,8 +50,6 @@ TEST(WpsCredentials, EveryTypeHasItsSettings) {
       // What is not known is warned of.
       {0, 1, "OPEN", "NONE", {}, kNoAuthMode},
       {3, 8, "OPEN", "AES", key, kNoAuthMode},
-      {64, 2, "OPEN", "WEP", wep, kNoAuthMode},
-      {1, 0, "OPEN", "NONE", {}, kNoEncrypType},
       {2, 6, "WPAPSK", "NONE", {}, kNoEncrypType},
       {0, 16, "OPEN", "NONE", {}, std::string(kNoAuthMode) + kNoEncrypType},
   };
@@ -137,7 +134,6 @@ TEST(WpsAccessList, IsWrittenOverTheFrontOfTheList) {
       {{a}, "1", "x;y;z", text + ";y;z"},
       {{a, a, a}, "1", "x;", text + ";" + text + ";" + text},
       {{a}, "1", "x;y", "x;y", 2, 0},
-      {{a}, "1", {}, {}, 2, 0},
       {{}, "1", "x;y", "x;y"},
       {{a}, "2", "x;y", "x;y", 1},
   };

@@ -14,9 +14,9 @@ export function parseOptions(text) {
 
 const kNamed = {amp: "&", lt: "<", gt: ">", quot: '"', nbsp: "\u00a0"};
 
-// The characters that a getter's "&#39;" and "&lt;" stand for.
+// The characters that a getter's "&#39;", "&lt;" and "&lt" stand for.
 export function unescaped(text) {
-  return text.replace(/&(?:#(\d{1,3})|(amp|lt|gt|quot|nbsp));/g,
+  return text.replace(/&(?:#(\d{1,3});|(amp|lt|gt|quot|nbsp);?)/g,
     (whole, code, name) => (code ? String.fromCharCode(Number(code)) : kNamed[name]));
 }
 
@@ -42,13 +42,13 @@ export function parseSurvey(text) {
 const kRoute = ["interface", "destination", "gateway", "netmask", "flags", "references", "uses",
   "metric", "index", "side", "inactive", "note"];
 
-// "\"br0,192.168.1.0,...;...\""
+// "\"br0,192.168.1.0,...;...\"", a script's literal of what goes into a page.
 export function parseRoutes(text) {
-  const rows = text.replace(/^"|"$/g, "");
+  const rows = text.replace(/^"|"$/g, "").replace(/\\x(..)/g, (_, code) => String.fromCharCode(parseInt(code, 16)));
   if (rows === "") return [];
   return rows.split(";").map((row) => {
     const cells = row.split(",");
-    return Object.fromEntries(kRoute.map((name, column) => [name, cells[column] ?? ""]));
+    return Object.fromEntries(kRoute.map((name, column) => [name, unescaped(cells[column] ?? "")]));
   });
 }
 

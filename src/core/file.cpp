@@ -1,5 +1,7 @@
 #include "core/file.h"
 
+#include <poll.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 
 #include <cerrno>
@@ -54,6 +56,15 @@ Descriptor::~Descriptor() {
 
 bool fileExists(const char *path) {
   return static_cast<bool>(Descriptor(open(path, O_RDONLY | O_NONBLOCK)));
+}
+
+void lockShortly(int fd) {
+  constexpr int kAttempts = 1000;
+  constexpr int kPauseMilliseconds = 1;
+  for (int attempt = 0; attempt < kAttempts; attempt++) {
+    if (flock(fd, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) return;
+    poll(nullptr, 0, kPauseMilliseconds);
+  }
 }
 
 int openOurs(const char *path, int access) {

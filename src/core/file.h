@@ -74,6 +74,11 @@ class Descriptor {
 
 bool fileExists(const char *path);
 
+// Locks a file or folder until its descriptor is closed. Its rightful holders need
+// moments; one that has not let go after a second is none of them (anybody can lock
+// what he can read) and is waited for no longer.
+void lockShortly(int fd);
+
 // ---- files where everybody may put some ----
 //
 // In /tmp, others may have put a link, a FIFO or a file of theirs where one of

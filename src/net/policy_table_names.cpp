@@ -1,11 +1,9 @@
 #include "net/policy_table_names.h"
 
-#include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 
 #include <cctype>
-#include <cerrno>
 
 #include "core/file.h"
 #include "core/text.h"
@@ -17,12 +15,9 @@ namespace {
 constexpr char kFolder[] = "/etc/iproute2";
 constexpr char kNewTableNames[] = "/etc/iproute2/rt_tables.new";
 constexpr char kLineEnds[] = "\r\n";
-constexpr int kPauseMicroseconds = 10000;
-constexpr int kPausesForTheLock = 100;
 
 // The file, to nobody else who edits it here: the folder is locked, which stays
-// when the file is replaced. Anyone who can read it can hold the lock, so nobody
-// is waited for longer than a second.
+// when the file is replaced.
 class TableNames {
  public:
   explicit TableNames(int flags)
@@ -33,10 +28,7 @@ class TableNames {
 
  private:
   int openLocked(int flags) {
-    for (int pauses_left = kPausesForTheLock; pauses_left > 0; pauses_left--) {
-      if (flock(folder_.get(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) break;
-      usleep(kPauseMicroseconds);
-    }
+    lockShortly(folder_.get());
     return open(kTableNames, flags | O_CLOEXEC, 0644);
   }
 

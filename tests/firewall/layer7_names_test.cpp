@@ -74,6 +74,9 @@ TEST(Layer7Names, OddFirstLines) {
   EXPECT_STREQ(pair, "");
   EXPECT_STREQ(getNameIntroFromPat("bare.pat"), "N/A#N/A");
   EXPECT_STREQ(pair, "Bare#");
+  std::string longest = std::string(251, 'l') + ".pat";
+  next.add(longest, "# Longest - name\n");
+  EXPECT_STREQ(getNameIntroFromPat(longest.c_str()), "Longest#name");
   Patterns device;
   device.add("foo.pat", "# Foo - bar\n").refuse("/etc_ro/l7-protocols/foo.pat");
   EXPECT_EQ(getNameIntroFromPat("foo.pat"), nullptr);

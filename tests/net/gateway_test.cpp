@@ -50,7 +50,7 @@ TEST(Gateway, OfAWanIsConfiguredOrNotedWhenItCameUp) {
       {"eth2.20", ":eth2.20", "0 "},
       // What is no address is not used.
       {"eth2.20", "-f/dev/zero:eth2.20", "0 0.0.0.0"},
-      {"eth2.20", "gateway.example:eth2.20", "0 0.0.0.0"},
+      {"eth2.20", "10.0.1:eth2.20", "0 0.0.0.0"},
       {"eth2.20", "192.168.100.1001:eth2.20", "0 0.0.0.0"},
       {"eth2.20", endless + ":", "0 0.0.0.0"},  // the ':' is too far off
       {"ppp2", "10.9.9.9:", "0 0.0.0.0"},
@@ -124,7 +124,6 @@ TEST(WanLink, IsBitZeroOfTheSwitchRegister) {
       {"value=0x0000e001", 1},
       {"switch reg read offset=3608, value=1\n", 1},
       {"value=2", 0},
-      {"value=ffffffff", 1},
       {"value=", 0},
       {"", 0},
       {"0x1", 0},

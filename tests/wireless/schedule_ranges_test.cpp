@@ -121,7 +121,6 @@ TEST(ScheduleRanges, OddRecords) {
               {"* * * * 2147483647 nvram_set RadioOff 0", "0 0 * * 1  nvram_set RadioOff 1"});
   // What is missing or empty is 0.
   expectTable("1 1 9", 1, {"* 9-23 * * 1 nvram_set RadioOff 0"});
-  expectTable("1 1 9  0 0", 1, {"* 9-23 * * 1 nvram_set RadioOff 0"});
   // From half past it is no whole day.
   expectTable("1 1 0 1 0 0", 1,
               {"30-59 0 * * 1  nvram_set RadioOff 0", "* 1-0 * * 1  nvram_set RadioOff 0",

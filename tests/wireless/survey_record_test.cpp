@@ -109,15 +109,12 @@ TEST(SurveyRecord, Names) {
     std::optional<uint32_t> length = {};
   } cases[] = {
       {"a<b", "a&lt;b"},
-      {"x/y", "x&#47;y"},
       {std::string(2, '"'), "&#34;&#34;"},
       // Empty, and empty with a length all the same: a plain blank.
       {"", "&nbsp;"},
       {"", "&nbsp;", 8},
       // Unprintable: the replacement is escaped in its turn, and cut to the length.
-      {"ab\001def", "&amp;nbsp&#59;"},
       {"caf\303\251 bar", "&amp;nbsp&#59;"},
-      {"\177longer than six", "&amp;nbsp&#59;"},
       {"\001bcde", "&amp;nbsp"},
       {"\001b", "&amp;n"},
       {std::string("a\0bcdef", 7), "&amp;nbsp&#59;"},
@@ -157,7 +154,6 @@ TEST(SurveyRecord, Security) {
       {"open", {}, "OPEN / Not Use", 1, 0},
       {"encrypted", {}, "Unknown / WEP"},
       {"RSN, type 0 counts as a key", rsnWith(rsn(0)), "WPA2-PSK / AES"},
-      {"WPA", wpaWith(wpa(2)), "WPA-PSK / TKIP"},
       {"RSN before WPA", rsnElement(both) + wpaElement(old_both), "WPA-PSK; WPA2-PSK / TKIP; AES"},
       {"the other AES", rsnElement(rsn(3) + count(0) + count(1) + rsn(2)), "WPA2-PSK / AES"},
       {"all there is", all, "WPA; WPA-PSK; WPA2; WPA2-PSK / TKIP; AES"},
@@ -166,13 +162,11 @@ TEST(SurveyRecord, Security) {
        "CCKM; WPA-NONE; WPA2; WPA2-NONE / TKIP; AES", 0},
       {"an unknown mode is not ad hoc here", rsnWith(rsn(2)), "WPA2-PSK / AES", 2},
       {"CCKM", rsnWith(kCckm), "CCKM / AES"},
-      {"CCKM with WPA2", rsnWith(rsn(1) + kCckm), "CCKM; WPA2 / AES"},
       {"CCKM gives way to WPA", wpaWith(kCckm + wpa(1)), "WPA / TKIP"},
       {"CCKM stays beside keys", wpaWith(wpa(2)) + rsnWith(kCckm), "CCKM; WPA-PSK / TKIP; AES"},
       {"foreign key suites are passed over", rsnWith(kForeign + rsn(2)), "WPA2-PSK / AES"},
       {"foreign group", rsnElement(kForeign + count(1) + rsn(4) + count(1) + rsn(2)),
        "Unknown / WEP"},
-      {"WPA's maker in RSN", rsnElement(suites(wpa(2), wpa(2))), "Unknown / WEP"},
       {"ciphers end at a foreign one; the keys behind them stay where they are",
        rsnElement(rsn(4) + count(2) + kForeign + rsn(2) + count(1) + rsn(2)), "WPA2-PSK / AES"},
       {"keys without a cipher we know", unknown_cipher, "WPA2-PSK / WEP"},

@@ -22,7 +22,6 @@ TEST(WpsRestart, StartsTheDaemonWhereWpsIsOn) {
       // word comes behind "0", and so does "00".
       {{{"OperationMode", "1"}, {"WscModeOption", "00"}}, kWpsStarted},
       {{{"OperationMode", "1"}, {"WscModeOption", "0"}}, route_only},
-      {{{"OperationMode", "1"}, {"WscModeOption", "-1"}}, route_only},
       {{{"OperationMode", "1"}}, route_only},
       // No timer is touched where WPS does not run.
       {{{"OperationMode", "2"}, {"WscModeOption", "7"}}, {}},

@@ -29,14 +29,6 @@
 #define ORBA_PRINTF(text, first)
 #endif
 
-/* What the library itself calls from many places. Where it is built small it says
- * that these are its own, which makes each call shorter; for callers no change. */
-#ifdef ORBA_UTIL_BUILT_SMALL
-#define ORBA_OWN __attribute__((__visibility__("protected")))
-#else
-#define ORBA_OWN
-#endif
-
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -51,7 +43,7 @@ extern "C" {
  * so. Returns the number of characters formatted, whatever became of the
  * command. Text that comes from outside must have been quoted for the shell by
  * the caller. */
-int doSystem(const char *fmt, ...) ORBA_PRINTF(1, 2) ORBA_OWN;
+int doSystem(const char *fmt, ...) ORBA_PRINTF(1, 2);
 
 /* The same with " 1>/dev/null 2>&1 &": does not wait for the command. */
 int doSystemBackGround(const char *fmt, ...) ORBA_PRINTF(1, 2);
@@ -62,7 +54,7 @@ int doSystemWithoutConsole(const char *fmt, ...) ORBA_PRINTF(1, 2);
 /* Writes a formatted trace to /dev/console, without adding a newline; text
  * beyond 4,095 characters is left out. Without a console nothing is written.
  * Returns the number of characters formatted. */
-int debug(const char *fmt, ...) ORBA_PRINTF(1, 2) ORBA_OWN;
+int debug(const char *fmt, ...) ORBA_PRINTF(1, 2);
 
 /* "SSID" and 1 make "SSID1". Returns a static buffer of 32 bytes that the next
  * call overwrites; a longer result is cut to 31 characters. */
@@ -83,7 +75,7 @@ int getOnePortOnly(void);
 
 /* The number of pieces of `value` between separators: 0 for NULL, otherwise one
  * more than there are separators, so 1 for the empty text. */
-int getNums(const char *value, char sep) ORBA_OWN;
+int getNums(const char *value, char sep);
 
 /* getNums(value, ';'). */
 int getRuleNums(const char *value);
@@ -131,7 +123,7 @@ int trim(char *text);
 
 /* The `n`-th (from 0) token of `text` between any of `delims`, when it begins
  * with a decimal digit; NULL otherwise. Cuts `text` and uses strtok's state. */
-char *getField(char *text, const char *delims, int n) ORBA_OWN;
+char *getField(char *text, const char *delims, int n);
 
 /* Installs `handler` for SIGALRM and arms the process's real-time interval
  * timer, first expiry and period alike, replacing what was armed. `microseconds`
@@ -157,7 +149,7 @@ int stopTimer(void);
 /* The LAN interface in the present OperationMode: "br0", or "eth2" in mode 2.
  * With a missing or unknown mode the answer of the previous call, "br0" at
  * first. Returns a constant text. */
-const char *getLanIfName(void) ORBA_OWN;
+const char *getLanIfName(void);
 
 /* The Ethernet-side device of WAN 1, from OperationMode, vlanEnabled and
  * wan1Vid. With a missing or unknown mode `dst` is left as it was. Returns 1. */
@@ -194,7 +186,7 @@ const char *getLanWanNamebyIf(const char *ifname);
 /* The IPv4 address, netmask and MAC address of an interface, to `dst` (16, 16
  * and 18 bytes). Return 0, or -1 with `dst` as it was when the kernel has no
  * such interface or it has no address. */
-int getIfIp(const char *ifname, char *dst) ORBA_OWN;
+int getIfIp(const char *ifname, char *dst);
 int getIfNetmask(const char *ifname, char *dst);
 int getIfMac(const char *ifname, char *dst);
 
@@ -565,7 +557,7 @@ extern const int G_nChanFreqCount;
  * 65,535) take the answer or hold what is to be set, in the driver's own layout.
  * Return the ioctl's result: 0, or negative with errno. The third is the first
  * under the name that access-point code uses. */
-int OidQueryInformation(int oid, int socket, const char *ifname, void *buffer, int length) ORBA_OWN;
+int OidQueryInformation(int oid, int socket, const char *ifname, void *buffer, int length);
 int OidSetInformation(int oid, int socket, const char *ifname, void *buffer, int length);
 int ApOidQueryInformation(int oid, int socket, const char *ifname, void *buffer, int length);
 
@@ -638,7 +630,7 @@ void setVarIsEnrollee(int value);
 
 /* Stop the interval timer and forget how far the access point's monitor, or the
  * client's, had come. */
-void resetTimerAll(void) ORBA_OWN;
+void resetTimerAll(void);
 void resetTimerAllApCli(void);
 
 /* The access point's PIN as the driver of `ifname` ("ra0") has it; 0 and a trace
@@ -859,7 +851,7 @@ int getCurrentPacketStatistic(char *dst);
 
 /* One switch register through the switch tool, by its number in hexadecimal
  * text; 0 when the reply has no value, -1 when the tool cannot be started. */
-long long reedSwitchReg(const char *reg) ORBA_OWN;
+long long reedSwitchReg(const char *reg);
 
 /* The sum of three and of six switch registers, each as reedSwitchReg has it: one
  * that cannot be read takes 1 away. */
@@ -1073,7 +1065,7 @@ int ledAlways(unsigned int gpio, int on);
 /* Shows a WPS state on line `gpio` (0 to 51): 2 blinks fast, 7 lights it, 1 and
  * 3 to 6 darken it; any other state sends nothing and returns 0. States 5 to 7
  * return 0 even when they fail. */
-int ledWps(unsigned int gpio, int state) ORBA_OWN;
+int ledWps(unsigned int gpio, int state);
 
 /* Turns the WPS LEDs on lines 9 and 10 off. Returns the second one's result. */
 int setLedOff(void);
@@ -1090,15 +1082,15 @@ typedef struct {
 } A_SHA_CTX;
 
 /* Puts the initial value of FIPS 180-1 into `ctx` and clears the rest. */
-void A_SHAInit(A_SHA_CTX *ctx) ORBA_OWN;
+void A_SHAInit(A_SHA_CTX *ctx);
 
 /* Hashes `len` more bytes. A `len` of 0 or less or a null `data` changes
  * nothing. */
-void A_SHAUpdate(A_SHA_CTX *ctx, const unsigned char *data, int len) ORBA_OWN;
+void A_SHAUpdate(A_SHA_CTX *ctx, const unsigned char *data, int len);
 
 /* Ends the message, writes its 20-byte digest and leaves `ctx` as A_SHAInit
  * does, ready for the next message. */
-void A_SHAFinal(A_SHA_CTX *ctx, unsigned char digest[20]) ORBA_OWN;
+void A_SHAFinal(A_SHA_CTX *ctx, unsigned char digest[20]);
 
 /* The compression function of FIPS 180-1: hashes schedule words 0 to 15 into
  * the state. Words 16 to 79 are filled on the way; the counters stay. */

@@ -125,6 +125,13 @@ TEST_F(PacketStatistics, ShowsTheModulesOldNumbersWithoutStations) {
               wans_ + times(4, kNoTraffic) + radios_ + module_ + kNoTraffic + module_ + kNoTraffic);
     EXPECT_THAT(device_.commands(), IsEmpty());
   }
+  // Before there are new ones, a file that is not ours makes room for them.
+  std::string file = device_.root().forWriting("/tmp/wifi_statistic");
+  std::filesystem::remove(file);
+  std::filesystem::create_symlink("/dev/null", file);
+  device_.answer("get_count_assoc", "1\n");
+  EXPECT_EQ(answer(), wans_ + times(4, kNoTraffic) + radios_ + times(4, kNoTraffic));
+  EXPECT_EQ(device_.text("/tmp/wifi_statistic"), std::nullopt);
 }
 
 TEST_F(PacketStatistics, OfRadiosThatAreOffOrUnset) {

@@ -99,7 +99,7 @@ TEST(AuthenticatorAddress, IsStoredInItsSpaceWhere8021xIsUsed) {
   for (const auto &c : kCases) {
     Ports device;
     device.settings(settingsOf(c.mode)).settings(settingsOf(c.server), c.space);
-    updateFlash8021x(c.space);
+    EXPECT_EQ(updateFlash8021x(c.space), 0);
     EXPECT_EQ(device.writes(), c.writes) << c.mode << c.server;
     EXPECT_EQ(device.printed(), c.printed) << c.mode << c.server;
   }

@@ -129,6 +129,11 @@ TEST(IntoFile, TextReachesTheFileOnce) {
               ElementsAre("echo 1 > /proc/sys/net/ipv4/tcp_syncookies 1>/dev/null 2>&1",
                           "echo \"a > b\" >> /tmp/list  1>/dev/null 2>&1"));
   EXPECT_THAT(device.pipes(), ElementsAre("echo 1 ", "echo \"a > b\" "));
+
+  const std::string load(513, 't');  // a byte more than is copied at once
+  device.answer("top", load);
+  orba::runIntoFile("top -n 1 > /var/cpuload");
+  EXPECT_EQ(device.text("/var/cpuload"), load);
 }
 
 TEST(IntoFile, AFileThatCannotBeWrittenHurtsNobody) {

@@ -87,7 +87,7 @@ void lockShortly(int fd);
 // -1 when there is none of ours. Opened for reading, or with O_WRONLY for writing.
 int openOurs(const char *path, int access = O_RDONLY);
 
-// Before a command that may make `path`: a link would lead it elsewhere.
+// Before a command that reads `path`: a FIFO would keep it waiting.
 void removeUnlessOurs(const char *path);
 
 // Before a command writes to `path`: what is not ours goes and an empty file takes

@@ -133,8 +133,7 @@ bool addModule(Answer &answer) {
     }
     // With no station there is nothing new: the file of an earlier run is shown
     // again.
-    if (!stations.is("0")) {
-      removeUnlessOurs(kModuleFile);
+    if (!stations.is("0") && claimFile(kModuleFile)) {
       doSystemWithoutConsole("wlan_5G.sh \"Statistic\" \"%d\"", i);
     }
     addModuleFile(answer);

@@ -16,6 +16,7 @@ using Address = Text<64>;
 // would not help: whoever wrote the file, what is no address is not used.
 void readGatewayAddress(Address &address) {
   address.clear();
+  removeUnlessOurs("/var/wan1.info");
   Pipe pipe("cat /var/wan1.info | sed -n 's/:.*//p'");
   char word[64];
   if (!pipe || fscanf(pipe.get(), "%63s", word) != 1) return;

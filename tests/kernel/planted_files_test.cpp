@@ -142,6 +142,8 @@ TEST_F(PlantedFiles, AreNotReadNorWaitedFor) {
       machine::set(1, "OperationMode", "1");
       EXPECT_EQ(getGatewayByInterface("eth2.2", gateway), 0);
       EXPECT_STREQ(gateway, "0.0.0.0");
+      igmpsnoopingenable();
+      EXPECT_FALSE(isThere("/var/wan1.info"));
       initInternet();
       EXPECT_EQ(machine::read("/var/journal").find("internet.sh"), 0u);
     });

@@ -15,6 +15,9 @@ fail() {
   exit 1
 }
 
+# In /tmp anybody could have made it, or a link to where what is kept would do harm.
+if [ -L "$state" ] || { [ -e "$state" ] && [ ! -O "$state" ]; }; then fail "$state is not yours"; fi
+
 # Whether a lab has somebody else than its maker for its root: root has enough
 # numbers for that, the one user of a user namespace has not.
 gives_up_root() {

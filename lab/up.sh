@@ -27,8 +27,8 @@ why=$(cd / && $as_nobody unshare $spaces sh -c 'mount -t tmpfs private /run &&
   echo "orba lab: this machine cannot make the lab's namespaces: $(echo "$why" | tr '\n' ' ')" >&2
   exit 77
 }
-mkdir -p -m 700 "$state"
-[ -O "$state" ] || fail "$state is not yours"
+mkdir -p "$(dirname "$state")"
+mkdir -m 700 "$state"
 cp "$config" "$state/config"
 
 # The names that the router's interfaces have with this configuration.

@@ -42,6 +42,16 @@ class KeptIn(LabTest):
             shell("router", f"echo in >{path}")
             self.assertFalse(os.path.exists(os.path.abspath(path)), path)
 
+    def test_terminal_and_open_files(self):
+        typing = ("import fcntl, os, pty; pid, end = pty.fork()\n"
+                  "if pid: os._exit(os.waitpid(pid, 0)[1] >> 8)\n"
+                  "os.execv(os.environ['ORBA'], ['orba', 'lab', 'shell', 'router', 'python3', '-c',"
+                  " 'import fcntl; fcntl.ioctl(open(\"/dev/tty\"), 0x5412, b\"x\")'])")
+        self.assertNotEqual(run("python3", "-c", typing).returncode, 0)
+        with open("/etc/passwd", "rb") as file:
+            words = (ORBA, "lab", "shell", "router", "test", "-e", f"/proc/self/fd/{file.fileno()}")
+            self.assertEqual(run(*words, pass_fds=[file.fileno()]).returncode, 1)
+
     def test_settings_of_the_kernel(self):
         for path in ("/proc/sys/kernel/core_pattern", "/proc/sys/vm/swappiness",
                      "/proc/sys/fs/pipe-max-size", "/sys/kernel/mm/ksm/run",

@@ -20,13 +20,23 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// lab/state.sh has the same rule.
-std::string stateFolder() {
+std::string nameOfStateFolder() {
   if (const char *folder = getenv("ORBA_LAB_STATE")) return folder;
   if (geteuid() == 0) return "/run/orba-lab";
   const char *runtime = getenv("XDG_RUNTIME_DIR");
   return (runtime != nullptr ? std::string(runtime) : "/tmp") + "/orba-lab-" +
          std::to_string(geteuid());
+}
+
+// lab/state.sh has the same rules. In /tmp anybody could have made the folder.
+std::string stateFolder() {
+  std::string folder = nameOfStateFolder();
+  struct stat status;
+  if (lstat(folder.c_str(), &status) == 0 &&
+      (!S_ISDIR(status.st_mode) || status.st_uid != geteuid())) {
+    throw NoLab(folder + " is not yours");
+  }
+  return folder;
 }
 
 // The number of the router's first process. After a lab's end the number may be

@@ -9,6 +9,7 @@
 #include "tools/orba/apply.h"
 #include "tools/orba/commands.h"
 #include "tools/orba/config.h"
+#include "tools/orba/confine.h"
 #include "tools/orba/entry.h"
 #include "tools/orba/explain.h"
 #include "tools/orba/lab.h"
@@ -187,6 +188,7 @@ int main(int argc, char **argv) {
     // What stands behind the host is another command's, options and all.
     if (argc > 3 && argv[1] == std::string("lab") && argv[2] == std::string("shell") &&
         argv[3][0] != '-') {
+      confine();
       runLabScript("shell.sh", {argv + 3, argv + argc});
     }
     app.parse(argc, argv);
@@ -199,11 +201,15 @@ int main(int argc, char **argv) {
       explain(std::cout, options.entry, options.json);
       return kDone;
     }
-    if (apply_command->parsed()) return apply(apply_options) ? kDone : kFound;
+    if (apply_command->parsed()) {
+      if (!apply_options.on_this_machine) confine();
+      return apply(apply_options) ? kDone : kFound;
+    }
 #ifdef ORBA_HAS_SERVE
     if (serve_command->parsed()) return serve(serve_options), kDone;
 #endif
     if (lab_command->parsed()) {
+      confine();
       runLabScript(lab_command->get_subcommands().front()->get_name() + ".sh", lab_words);
     }
     return show(options);

@@ -1,0 +1,42 @@
+#include "tools/orba/confine.h"
+
+#include <linux/close_range.h>
+#include <seccomp.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <memory>
+#include <string>
+
+#include "tools/orba/lab.h"
+
+namespace orba::tool {
+
+namespace {
+
+// A shell outside would run what is put into its terminal's input. Calls of another
+// architecture, which the numbers below do not fit, end their process.
+int forbidTyping() {
+  std::unique_ptr<void, void (*)(scmp_filter_ctx)> filter(seccomp_init(SCMP_ACT_ALLOW),
+                                                          seccomp_release);
+  if (filter == nullptr) return -ENOMEM;
+  for (unsigned typing : {TIOCSTI, TIOCLINUX}) {
+    // The kernel looks at 32 bits of the request only, whatever stands above them.
+    int error = seccomp_rule_add(filter.get(), SCMP_ACT_ERRNO(EPERM), SCMP_SYS(ioctl), 1,
+                                 SCMP_A1_32(SCMP_CMP_EQ, typing));
+    if (error != 0) return error;
+  }
+  return seccomp_load(filter.get());
+}
+
+}  // namespace
+
+void confine() {
+  int error = forbidTyping();
+  if (error == 0 && close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC) != 0) error = -errno;
+  if (error != 0) throw NoLab(std::string("cannot keep the lab in: ") + strerror(-error));
+}
+
+}  // namespace orba::tool

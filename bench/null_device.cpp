@@ -165,6 +165,9 @@ int sim_fstat(int, struct stat *status) {
   status->st_nlink = 1;
   return 0;
 }
+int sim_flock(int, int) {
+  return 0;
+}
 int sim_ftruncate(int, off_t) {
   return 0;
 }

@@ -11,7 +11,7 @@ else
 fi
 
 fail() {
-  echo "orba lab: $*" >&2
+  printf 'orba lab: %s\n' "$*" | cat -v >&2  # a terminal is to obey nothing in it
   exit 1
 }
 

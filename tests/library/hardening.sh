@@ -10,7 +10,7 @@ DESTDIR=$work cmake --install "$build" >/dev/null
 status=0 built=0 installed=0
 wrong() { echo "${file#"$build/"}: $*"; status=1; }
 programs() {  # FOLDER: its programs and shared libraries, but for what other tests build
-  find "$1" -path "$build/tests/*/*" -prune -o -type f \( -perm -u+x -o -name '*.so*' \) ! -name '*.o' -exec sh -c '
+  find "$1" -path "$1/tests/*/*" -prune -o -type f \( -perm -u+x -o -name '*.so*' \) ! -name '*.o' -exec sh -c '
     for file; do [ "$(head -c 4 "$file" | tail -c 3)" != ELF ] || echo "$file"; done' sh {} +
 }
 

@@ -36,8 +36,15 @@ def answers_of(words):
     return subprocess.run([orba, *words], capture_output=True, text=True, timeout=20).stdout
 
 
-def in_memory():
-    return {name for name in os.listdir("/dev/shm") if name.startswith("orba-device-")}
+def folder_of(run):
+    """The folder of device files that a run has made, and holds."""
+    while True:
+        for fd in os.listdir(f"/proc/{run.pid}/fd"):
+            with contextlib.suppress(OSError):
+                if "/orba-device-" in (path := os.readlink(f"/proc/{run.pid}/fd/{fd}")):
+                    return path
+        assert run.poll() is None, "it ended before it had one"
+        time.sleep(0.01)
 
 
 with tempfile.TemporaryDirectory() as folder:
@@ -75,16 +82,20 @@ with tempfile.TemporaryDirectory() as folder:
     answers_of(["plan", "timezoneSyncWithKernel", "-r", device])  # which reads /etc/TZ
 
     # What a run that was killed has left goes with the next; one that runs keeps its own.
-    before = in_memory()
     os.mkfifo(f"{folder}/never")
-    runs = [subprocess.Popen([orba, "plan", "firewall_init", "-d", f"{folder}/never"]) for _ in range(2)]
-    while len(in_memory() - before) < 2:
-        time.sleep(0.01)
-    runs[0].kill()
-    runs[0].wait()
-    answers_of(["plan", "firewall_init", "-c", config])
-    assert len(in_memory() - before) == 1, in_memory()
-    runs[1].kill()
-    runs[1].wait()
-    answers_of(["plan", "firewall_init", "-c", config])
-    assert in_memory() <= before, in_memory() - before
+    with contextlib.ExitStack() as stack:
+        runs = [stack.enter_context(subprocess.Popen(
+            [orba, "plan", "firewall_init", "-d", f"{folder}/never"], stdout=subprocess.DEVNULL)) for _ in range(2)]
+        for run in runs:
+            stack.callback(run.kill)
+        gone, kept = map(folder_of, runs)
+        runs[0].kill()
+        runs[0].wait()
+        answers_of(["plan", "firewall_init", "-c", config])
+        assert os.path.exists(kept) and not os.path.exists(gone), (kept, gone)
+
+    # What the tool says of words that are none of its own.
+    for words in (["plan", HARM], ["explain", HARM], ["plan", "firewall_init", "-c", HARM], [HARM],
+                  ["plan", "getNums", "-r", HARM], ["show", "schedule", "--at", HARM], ["lab", "shell", HARM],
+                  ["serve", "-c", config, "--address", HARM, "-p", "0"]):
+        on_a_terminal(*words)

@@ -184,7 +184,7 @@ Exit show(const Options &options) {
   if (!answered && !call.answer.returned.empty()) {
     std::cout << forReader(call.answer.returned) << "\n";
   }
-  std::cerr << forReader(device.errors());
+  std::cerr << forReader(device.errors(), STDERR_FILENO);
   if (call.answer.returned != "-1") return kDone;
   std::cerr << "orba: " << options.entry << " returns -1\n";
   return kFound;

@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <cstring>
 #include <iostream>
+#include <sstream>
 
 #include "tools/orba/apply.h"
 #include "tools/orba/commands.h"
@@ -13,6 +14,7 @@
 #include "tools/orba/entry.h"
 #include "tools/orba/explain.h"
 #include "tools/orba/lab.h"
+#include "tools/orba/report.h"
 #include "tools/orba/serve/serve.h"
 
 namespace {
@@ -116,6 +118,11 @@ int psk(const std::string &ssid) {
   return kDone;
 }
 
+Exit complain(const std::exception &error, Exit code) {
+  std::cerr << "orba: " << forReader(error.what(), STDERR_FILENO) << "\n";
+  return code;
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
@@ -214,19 +221,18 @@ int main(int argc, char **argv) {
     }
     return show(options);
   } catch (const CLI::ParseError &error) {
-    int code = app.exit(error);
+    std::ostringstream said, complained;
+    int code = app.exit(error, said, complained);
+    std::cout << said.str();
+    std::cerr << forReader(complained.str(), STDERR_FILENO);
     return code == 0 ? kDone : kUsage;
-  } catch (const BadArgument &error) {
-    std::cerr << "orba: " << error.what() << "\n";
-    return kUsage;
   } catch (const BadConfig &error) {
-    std::cerr << "orba: " << error.what() << "\n";
-    return kConfig;
+    return complain(error, kConfig);
+  } catch (const BadArgument &error) {
+    return complain(error, kUsage);
   } catch (const CannotServe &error) {
-    std::cerr << "orba: " << error.what() << "\n";
-    return kUsage;
+    return complain(error, kUsage);
   } catch (const NoLab &error) {
-    std::cerr << "orba: " << error.what() << "\n";
-    return kUsage;
+    return complain(error, kUsage);
   }
 }

@@ -126,8 +126,8 @@ std::string visible(const std::string &text) {
   return spelledOut(text, "\n", [](char) { return "\\n"; });
 }
 
-std::string forReader(const std::string &lines) {
-  if (isatty(STDOUT_FILENO) == 0) return lines;
+std::string forReader(const std::string &lines, int descriptor) {
+  if (isatty(descriptor) == 0) return lines;
   return spelledOut(lines, "\n\t", [](char between) { return std::string(1, between); });
 }
 

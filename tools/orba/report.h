@@ -42,9 +42,9 @@ std::vector<std::string> linesIn(const std::string &text);
 
 // A text that may hold anything, as one line that is safe to show on a terminal.
 std::string visible(const std::string &text);
-// Lines for standard output: as they are for a program that reads them, safe on a
-// terminal.
-std::string forReader(const std::string &lines);
+// Lines for standard output, or another descriptor: as they are for a program that
+// reads them, safe on a terminal.
+std::string forReader(const std::string &lines, int descriptor = 1);
 
 }  // namespace orba::tool
 

@@ -13,6 +13,7 @@ commands=("./dev run" "./dev package" "./dev test")
 
 case ${1:-} in
   --main-only | --security) machines=("${1#--}") && shift ;;
+  --help) sed -n '2,/^set/s/^# \{0,1\}//p' "${BASH_SOURCE[0]}" && exit ;;
 esac
 [ "${1:-}" != -- ] || shift
 # One argument is a line for the shell, several are a command's words.

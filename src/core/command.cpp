@@ -63,7 +63,9 @@ void writeProduced(const IntoFile &parts) {
 }  // namespace
 
 bool mayRun(const TextBuffer &line) {
-  bool holds_option = strstr(line.text(), ShellWord::kOption) != nullptr;
+  // Most lines have no quote, and are soon looked through for one.
+  bool holds_option = strchr(line.text(), '\'') != nullptr &&
+                      strstr(line.text(), ShellWord::kOption) != nullptr;
   if (line.fits() && !holds_option) return true;
   debug("command %s, not run: %.80s...\n", line.fits() ? "with an option for a value" : "too long",
         line.text());

@@ -75,6 +75,7 @@ mount -o remount,bind,ro /
 # The lab's tools come first in the search path; the device's programs that are
 # called by their whole path are laid over /bin and /sbin.
 tar -C /run/lab/tools --no-same-owner -x
+exec </dev/null
 chmod 755 /run/lab/tools /run/lab/tools/*
 for program in iwpriv mii_mgr insmod rmmod call_qcsapi_sockrpc wscd rt2860apd reboot reboot.sh \
   wan.sh wlan.sh wlan_5G.sh internet.sh internetSetWAN.sh mcl.sh ntp.sh dropbear.sh mini_httpd \
@@ -101,14 +102,15 @@ over() {  # folder program...
 over /bin super_dmz orba_qos
 over /sbin wlan.sh
 
-cat <>/dev/console >/run/lab/console &
+cat <>/dev/console >/run/lab/console 2>/dev/null &
 export PATH=/run/lab/tools:/usr/sbin:/usr/bin:/sbin:/bin
 hostname router
 
 # ---- hosts ----
 for host in lan internet; do
   # Waits for its network to be its own before anyone looks for it.
-  LAB_HOST=$host unshare --net --mount sh -c "echo \$\$ >/run/lab/$host; exec sleep infinity" &
+  LAB_HOST=$host unshare --net --mount sh -c "echo \$\$ >/run/lab/$host; exec sleep infinity" \
+    >/dev/null 2>&1 &
 done
 until [ -s /run/lab/lan ] && [ -s /run/lab/internet ]; do sleep 0.02; done
 here() { ip "$@"; }
@@ -169,4 +171,4 @@ there lan ip route add default via 192.168.1.1
 there internet ip address add 198.51.100.1/24 dev eth0
 
 echo ready
-exec sleep infinity
+exec sleep infinity >/dev/null 2>&1  # of this machine's files it holds none

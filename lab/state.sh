@@ -10,8 +10,11 @@ else
   state=${XDG_RUNTIME_DIR:-/tmp}/orba-lab-$(id -u)
 fi
 
+# Names may be a stranger's; a terminal is to obey nothing in them.
+told() { printf '%s\n' "$*" | cat -v; }
+
 fail() {
-  printf 'orba lab: %s\n' "$*" | cat -v >&2  # a terminal is to obey nothing in it
+  told "orba lab: $*" >&2
   exit 1
 }
 

@@ -24,11 +24,12 @@ fi
 spaces="--user --map-root-user --mount --net --pid --ipc --uts --fork --kill-child --mount-proc"
 why=$(cd / && $as_nobody unshare $spaces sh -c 'mount -t tmpfs private /run &&
   ip link add lab0 type bridge && ip link add lab1 type veth peer name lab2' 2>&1) || {
-  echo "orba lab: this machine cannot make the lab's namespaces: $(echo "$why" | tr '\n' ' ')" >&2
+  told "orba lab: this machine cannot make the lab's namespaces: $(echo "$why" | tr '\n' ' ')" >&2
   exit 77
 }
 mkdir -p "$(dirname "$state")"
 mkdir -m 700 "$state"
+trap '"$lab/down.sh"' EXIT  # until it is up
 cp "$config" "$state/config"
 
 # The names that the router's interfaces have with this configuration.
@@ -57,8 +58,7 @@ tries=0
 until grep -q '^ready$' "$state/log" 2>/dev/null; do
   tries=$((tries + 1))
   if ! kill -0 "$holder" 2>/dev/null || [ $tries -gt 200 ]; then
-    tail -n 3 "$state/log" >&2
-    "$lab/down.sh"
+    tail -n 3 "$state/log" | cat -v >&2
     fail "the lab did not come up"
   fi
   sleep 0.05
@@ -71,5 +71,7 @@ for process in $(cat "/proc/$router/task/$router/children"); do
   host=$(tr '\0' '\n' <"/proc/$process/environ" | sed -n 's/^LAB_HOST=//p')
   [ -z "$host" ] || echo "$process" >"$state/$host.pid"
 done
-echo "router: $LAN 192.168.1.1, $WAN 198.51.100.2; hosts: lan 192.168.1.10, internet 198.51.100.1"
+rm "$state/tools.tar"
+trap - EXIT
+told "router: $LAN 192.168.1.1, $WAN 198.51.100.2; hosts: lan 192.168.1.10, internet 198.51.100.1"
 "$lab/probe.sh" | sed 's/^/not to be had here: /'

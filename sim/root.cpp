@@ -1,27 +1,18 @@
 #include "sim/root.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
-#include <stdexcept>
 
 namespace sim {
 
 namespace fs = std::filesystem;
 
 namespace {
-
-// Memory, where there is some to be had as a folder; tests make thousands of these.
-std::string temporaryFolder() {
-  const char *memory = "/dev/shm";
-  return access(memory, W_OK) == 0 ? memory : fs::temp_directory_path().string();
-}
 
 bool exists(const std::string &path) {
   return access(path.c_str(), F_OK) == 0;
@@ -42,57 +33,11 @@ void writeAll(int fd, const std::string &content) {
   }
 }
 
-constexpr char kName[] = "orba-device-";
-
-// Whoever uses a folder holds its lock, however that ends. Negative when there is
-// no such folder, or it is in use.
-int lockFolder(const std::string &path) {
-  int folder = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-  if (folder < 0 || flock(folder, LOCK_EX | LOCK_NB) == 0) return folder;
-  close(folder);
-  return -1;
-}
-
-// What runs that were killed have left behind.
-void removeUnused(const std::string &where) {
-  std::error_code ignored;
-  for (const fs::directory_entry &entry : fs::directory_iterator(where, ignored)) {
-    if (!entry.path().filename().string().starts_with(kName)) continue;
-    struct stat status;
-    if (lstat(entry.path().c_str(), &status) != 0 || status.st_uid != geteuid()) continue;
-    if (int folder = lockFolder(entry.path()); folder >= 0) {
-      fs::remove_all(entry.path(), ignored);
-      close(folder);
-    }
-  }
-}
-
 }  // namespace
 
 Root::~Root() {
-  if (upper_.empty()) return;
-  close(lock_);
   // What is in a folder sorts behind it.
   for (auto path = made_.rbegin(); path != made_.rend(); ++path) ::remove(path->c_str());
-  std::error_code ignored;
-  if (rmdir(upper_.c_str()) != 0) fs::remove_all(upper_, ignored);
-}
-
-void Root::makeUpper() {
-  if (!upper_.empty()) return;
-  static const std::string where = temporaryFolder();
-  static const bool cleaned = (removeUnused(where), true);
-  (void)cleaned;
-  std::string pattern = where + "/" + kName + "XXXXXX";
-  // Another process may have taken it for one that is not used.
-  do {
-    pattern.replace(pattern.size() - 6, 6, "XXXXXX");
-    if (mkdtemp(pattern.data()) == nullptr) {
-      throw std::runtime_error("cannot make a folder for the simulated device: " + pattern);
-    }
-    lock_ = lockFolder(pattern);
-  } while (lock_ < 0 || !exists(pattern));
-  upper_ = pattern;
 }
 
 void Root::makeFolder(const std::string &folder) {
@@ -106,7 +51,7 @@ void Root::makeFolder(const std::string &folder) {
 }
 
 std::string Root::upperOf(const std::string &path) const {
-  return (upper_.empty() ? "/nonexistent" : upper_) + inside(path);
+  return (upper_ ? upper_->path() : "/nonexistent") + inside(path);
 }
 
 std::string Root::lowerOf(const std::string &path) const {
@@ -114,7 +59,7 @@ std::string Root::lowerOf(const std::string &path) const {
 }
 
 bool Root::inUpper(const std::string &path) const {
-  return !upper_.empty() && exists(upperOf(path));
+  return upper_ && exists(upperOf(path));
 }
 
 bool Root::inLower(const std::string &path) const {
@@ -144,7 +89,7 @@ std::string Root::forWriting(const std::string &path) {
     errno = EACCES;
     return {};
   }
-  makeUpper();
+  if (!upper_) upper_.emplace("orba-device-");
   std::string upper = upperOf(path);
   makeFolder(upper.substr(0, upper.rfind('/')));
   made_.insert(upper);
@@ -168,7 +113,7 @@ bool Root::remove(const std::string &path) {
   bool there = inUpper(path) || inLower(path);
   std::string real = upperOf(path);
   std::error_code ignored;
-  if (!upper_.empty() && ::unlink(real.c_str()) != 0) fs::remove_all(real, ignored);
+  if (upper_ && ::unlink(real.c_str()) != 0) fs::remove_all(real, ignored);
   folders_.clear();  // whether it was one, or was in the way of one
   removed_.insert(path);
   return there;
@@ -176,7 +121,7 @@ bool Root::remove(const std::string &path) {
 
 std::optional<std::string> Root::content(const std::string &path) const {
   bool lower = !inUpper(path) && inLower(path);
-  if (upper_.empty() && !lower) return {};
+  if (!upper_ && !lower) return {};
   int fd = open((lower ? lowerOf(path) : upperOf(path)).c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0) return {};
   std::string content;

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "sim/lower_folder.h"
+#include "sim/temporary_folder.h"
 
 namespace sim {
 
@@ -38,15 +39,13 @@ class Root {
   const std::set<std::string> &looked() const { return looked_; }
 
  private:
-  void makeUpper();
   void makeFolder(const std::string &folder);
   std::string upperOf(const std::string &path) const;
   std::string lowerOf(const std::string &path) const;
   bool inUpper(const std::string &path) const;
   bool inLower(const std::string &path) const;
 
-  std::string upper_;
-  int lock_ = -1;
+  std::optional<TemporaryFolder> upper_;
   LowerFolder lower_;
   std::set<std::string> folders_;  // that were asked for in the upper folder
   std::set<std::string> made_;     // what may be in the upper folder, where it really is

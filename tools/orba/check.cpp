@@ -65,7 +65,7 @@ bool isNoOption(const std::string &text) {
 }
 
 bool isInterface(const std::string &text) {
-  return isNoOption(text) && text.find_first_of("+ /") == std::string::npos;
+  return isNoOption(text) && text.find_first_of("!+ /") == std::string::npos;
 }
 
 constexpr Form kAddress = {"an IPv4 address", isAddress, Use::kHost};

@@ -22,10 +22,10 @@ int forbidTyping() {
   std::unique_ptr<void, void (*)(scmp_filter_ctx)> filter(seccomp_init(SCMP_ACT_ALLOW),
                                                           seccomp_release);
   if (filter == nullptr) return -ENOMEM;
-  for (unsigned typing : {TIOCSTI, TIOCLINUX}) {
-    // The kernel looks at 32 bits of the request only, whatever stands above them.
+  for (scmp_datum_t typing : {TIOCSTI, TIOCLINUX}) {
+    // The kernel looks at 32 bits of the request only; a filter sees all 64.
     int error = seccomp_rule_add(filter.get(), SCMP_ACT_ERRNO(EPERM), SCMP_SYS(ioctl), 1,
-                                 SCMP_A1_32(SCMP_CMP_EQ, typing));
+                                 SCMP_A1(SCMP_CMP_MASKED_EQ, 0xffffffffU, typing));
     if (error != 0) return error;
   }
   return seccomp_load(filter.get());

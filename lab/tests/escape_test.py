@@ -54,6 +54,16 @@ class KeptIn(LabTest):
             words = (ORBA, "lab", "shell", "router", "test", "-e", f"/proc/self/fd/{file.fileno()}")
             self.assertEqual(run(*words, pass_fds=[file.fileno()]).returncode, 1)
 
+    def test_names_on_the_makers_terminal(self):
+        with tempfile.TemporaryDirectory() as folder:
+            with open(f"{folder}/customer.conf", "w", encoding="utf-8") as file:
+                file.write(example(self.EXAMPLE, vlanEnabled=1, wan1Vid="\x1b[2J\x9b"))
+            own = os.environ | {"ORBA_LAB_STATE": f"{folder}/lab"}
+            told = run(ORBA, "lab", "up", "--config", f"{folder}/customer.conf", env=own)
+            run(ORBA, "lab", "down", env=own)
+        self.assertIn("eth2.^[[2J", told.stdout)
+        self.assertNotRegex(told.stdout + told.stderr, "[\x1b\x9b]")
+
     def test_settings_of_the_kernel(self):
         for path in ("/proc/sys/kernel/core_pattern", "/proc/sys/vm/swappiness",
                      "/proc/sys/fs/pipe-max-size", "/sys/kernel/mm/ksm/run",

@@ -268,6 +268,8 @@ class Served(unittest.TestCase):
                 self.assertEqual(response.getheader("Connection"), "close")
                 self.assertIn("script-src 'self';", response.getheader("Content-Security-Policy"))
         self.assertEqual(self.wish("change", space=1, key=[], value="")[0], 400)
+        for deep in ("[" * 60000, '{"a":' * 12000):
+            self.assertEqual(self.ask("/api/change", "POST", deep, {"Content-Type": "application/json"})[0].status, 400)
         for space in ("1", True, 0, 10, 4294967297, 1e300, 1.5, None):
             self.assertEqual(self.wish("change", space=space, key="New", value="")[0], 422, space)
         self.assertNotIn("New", self.ask("/api/settings.conf")[1])

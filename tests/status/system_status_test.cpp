@@ -75,8 +75,9 @@ TEST(CpuLoad, IsTheSumOfAllButIdle) {
 }
 
 TEST(CpuLoad, IsReadFromTheProgramItself) {
-  // In its own words, but with no share of nothing: each one is to count.
-  FILE *top = popen("busybox top -n 1 2>&1 </dev/null | grep '^CPU' | sed 's/  0%/  1%/g'", "r");
+  // In its own words, but with no share of nothing or of all: each one is to count.
+  FILE *top = popen(
+      "busybox top -n 1 2>&1 </dev/null | grep '^CPU' | sed 's/  0%/  1%/g; s/100%/ 99%/'", "r");
   char line[256] = "";
   size_t length = fread(line, 1, sizeof line - 1, top);
   pclose(top);

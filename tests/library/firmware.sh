@@ -7,8 +7,9 @@ source=$1 work=$2 toolchain=$3 compiler=$4 emulator=("${@:5}")
 scripts=$(cd "$(dirname "$0")" && pwd)
 rm -rf "$work"
 mkdir -p "$work/your-image/lib"
-(cd "$source" && cp -r CMakeLists.txt CMakePresets.json cmake include man platform src "$work")
-cp "$toolchain" "$work/your-toolchain.cmake"
+cd "$source"
+cp -r CMakeLists.txt CMakePresets.json cmake include man platform src "$work"
+cp "$toolchain" "$work/your-toolchain.cmake"  # a preset names it from here
 cd "$work"
 
 cat >device.c <<'END'

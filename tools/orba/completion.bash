@@ -65,9 +65,10 @@ _orba() {
         ((COMP_CWORD > 4)) || offered=$(_orba_names list) ;;
       explain) offered=$(_orba_names explain; _orba_names list) ;;
       *)
-        # A subcommand's first positional may be an entry point.
+        # A subcommand's first positional may be an entry point. The help is read to its end: a
+        # reader that leaves at the match fails the line in a shell with pipefail.
         if [ "$before" = "${commands[0]}" ] &&
-          _orba_help Positionals "${commands[@]}" | grep -qE '^(ENTRY|GETTER) '; then
+          [ -n "$(_orba_help Positionals "${commands[@]}" | grep -E '^(ENTRY|GETTER) ')" ]; then
           offered=$(_orba_names list)
           [ "${commands[0]}" = show ] && offered+=' schedule'
         fi ;;

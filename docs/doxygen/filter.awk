@@ -7,7 +7,7 @@
 
 function end_text() {
   if (text != "" && group == "") print "/** @file\n" text "*/"
-  if (text != "" && group == "" && FILENAME ~ /orba_util/) print "/** @mainpage\n" text "*/"
+  if (text != "" && group == "" && FILENAME ~ /orba_util\.h$/) print "/** @mainpage\n" text "*/"
   if (text != "" && group != "") print "/** @} */\n/** @addtogroup " group "\n" text "@{ */"
   text = ""
 }

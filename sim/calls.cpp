@@ -135,9 +135,14 @@ auto memory(const char *name, Call call) {
   });
 }
 
+// A timer is late rather than early.
+long long inMilliseconds(const timeval &time) {
+  return time.tv_sec * 1000LL + (time.tv_usec + 999) / 1000;
+}
+
 void armTimer(Device &device, const itimerval &timer) {
-  long long first = timer.it_value.tv_sec * 1000LL + timer.it_value.tv_usec / 1000;
-  long long period = timer.it_interval.tv_sec * 1000LL + timer.it_interval.tv_usec / 1000;
+  long long first = inMilliseconds(timer.it_value);
+  long long period = inMilliseconds(timer.it_interval);
   device.clock().arm(first, period);
   device.record(Event::kTimer, first == 0    ? "stopped"
                                : period != 0 ? "every " + std::to_string(period) + " ms"
@@ -505,8 +510,10 @@ void sim_perror(const char *prefix) {
 int sim_socket(int family, int type, int protocol) {
   return answer(
       "socket", [=] { return socket(family, type, protocol); },
-      [](Device &device) {
-        if (device.hasSockets()) return device.held().take(openNull());
+      [=](Device &device) {
+        // Of any protocol of its type, as drivers are asked through.
+        bool known = (type & ~SOCK_CLOEXEC) == SOCK_DGRAM && protocol == 0;
+        if (device.hasSockets() && known) return device.held().take(openNull());
         errno = EAFNOSUPPORT;
         return -1;
       });

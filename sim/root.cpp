@@ -1,12 +1,17 @@
 #include "sim/root.h"
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
+#include <stdexcept>
+
+#include "sim/temporary_folder.h"
 
 namespace sim {
 
@@ -25,19 +30,69 @@ std::string inside(const std::string &path) {
   return normal ? path : (fs::path("/") / path).lexically_normal().string();
 }
 
-void writeAll(int fd, const std::string &content) {
+// Whether a path is a folder's or of what is in it.
+bool isWithin(const std::string &folder, const std::string &path) {
+  return path.starts_with(folder) &&
+         (path.size() == folder.size() || folder == "/" || path[folder.size()] == '/');
+}
+
+void writeFile(const std::string &path, const std::string &content, int flags) {
+  int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | flags, 0666);
+  if (fd < 0) return;
   for (size_t done = 0; done < content.size();) {
     ssize_t now = ::write(fd, content.data() + done, content.size() - done);
-    if (now < 0) return;
+    if (now < 0) break;
     done += static_cast<size_t>(now);
   }
+  close(fd);
+}
+
+std::set<Root *> &roots() {
+  static std::set<Root *> all;
+  return all;
+}
+
+void shareAll() {
+  for (Root *root : roots()) root->share();
+}
+
+// This process's folder, for all roots; it is there before anybody counts descriptors.
+const std::string &sharedFolder() {
+  static const TemporaryFolder folder("orba-device-");
+  return folder.path();
+}
+
+// A process that was forked from this one counts on by itself.
+std::string makeOwnFolder() {
+  static unsigned count = 0;
+  std::string path;
+  do {
+    path = sharedFolder() + "/" + std::to_string(count++);
+    if (mkdir(path.c_str(), 0777) == 0) return path;
+  } while (errno == EEXIST);
+  throw std::runtime_error("cannot make " + path);
 }
 
 }  // namespace
 
+Root::Root() {
+  static const int watched = pthread_atfork(shareAll, nullptr, nullptr);
+  (void)watched;
+  roots().insert(this);
+  sharedFolder();
+}
+
 Root::~Root() {
+  roots().erase(this);
   // What is in a folder sorts behind it.
   for (auto path = made_.rbegin(); path != made_.rend(); ++path) ::remove(path->c_str());
+  std::error_code ignored;
+  if (!upper_.empty() && rmdir(upper_.c_str()) != 0) fs::remove_all(upper_, ignored);
+}
+
+void Root::share() {
+  shared_ = true;
+  layOut("/");
 }
 
 void Root::makeFolder(const std::string &folder) {
@@ -51,19 +106,54 @@ void Root::makeFolder(const std::string &folder) {
 }
 
 std::string Root::upperOf(const std::string &path) const {
-  return (upper_ ? upper_->path() : "/nonexistent") + inside(path);
+  return (upper_.empty() ? "/nonexistent" : upper_) + inside(path);
 }
 
 std::string Root::lowerOf(const std::string &path) const {
   return removed_.count(path) == 0 ? lower_.find(inside(path)) : "";
 }
 
-bool Root::inUpper(const std::string &path) const {
-  return upper_ && exists(upperOf(path));
-}
-
 bool Root::inLower(const std::string &path) const {
   return !lowerOf(path).empty();
+}
+
+// Where nobody looks who has been told a place, nothing is in the way, and nothing of it is
+// anywhere else.
+bool Root::staysInMemory(const std::string &path, bool append) const {
+  const std::string file = inside(path);
+  if (shared_ || made_.count(upperOf(path)) != 0 || (append && inLower(path))) return false;
+  auto knows = [&](const std::string &told) { return isWithin(told, file); };
+  if (std::any_of(told_.begin(), told_.end(), knows)) return false;
+  return std::none_of(in_memory_.begin(), in_memory_.end(), [&](const auto &other) {
+    return other.first != file && (isWithin(other.first, file) || isWithin(file, other.first));
+  });
+}
+
+// The file, those in the folder that it may be, and what is a file where it needs a folder.
+void Root::layOut(const std::string &path) {
+  const std::string wanted = inside(path);
+  for (auto file = in_memory_.begin(); file != in_memory_.end();) {
+    const auto &[name, content] = *file;
+    if (isWithin(wanted, name) || isWithin(name, wanted)) {
+      writeOut(name, content, false);
+      file = in_memory_.erase(file);
+    } else {
+      ++file;
+    }
+  }
+  if (!upper_.empty()) told_.insert(wanted);
+}
+
+void Root::writeOut(const std::string &path, const std::string &content, bool append) {
+  writeFile(placeFor(path), content, append ? O_APPEND : O_TRUNC);
+}
+
+std::string Root::placeFor(const std::string &path) {
+  if (upper_.empty()) upper_ = makeOwnFolder();
+  std::string upper = upperOf(path);
+  makeFolder(upper.substr(0, upper.rfind('/')));
+  made_.insert(upper);
+  return upper;
 }
 
 std::string Root::forReading(const std::string &path) {
@@ -76,10 +166,15 @@ std::string Root::whereverItIs(const std::string &path) {
     errno = EACCES;
     return {};
   }
-  bool wanting = lower_.opened() || every_file_;
-  if (wanting && !inUpper(path)) {
+  layOut(path);
+  if (!lower_.opened() && !every_file_) return upperOf(path);
+  if (upper_.empty() || !exists(upperOf(path))) {
     if (std::string lower = lowerOf(path); !lower.empty()) return lower;
-    if (every_file_) write(path, *every_file_);
+    if (every_file_) {
+      writeOut(path, *every_file_, false);
+      removed_.erase(path);
+      told_.insert(inside(path));
+    }
   }
   return upperOf(path);
 }
@@ -89,40 +184,47 @@ std::string Root::forWriting(const std::string &path) {
     errno = EACCES;
     return {};
   }
-  if (!upper_) upper_.emplace("orba-device-");
-  std::string upper = upperOf(path);
-  makeFolder(upper.substr(0, upper.rfind('/')));
-  made_.insert(upper);
+  layOut(path);
+  std::string upper = placeFor(path);
+  told_.insert(inside(path));
   std::error_code ignored;
   if (inLower(path) && !exists(upper)) fs::copy(lowerOf(path), upper, ignored);
   return upper;
 }
 
 void Root::write(const std::string &path, const std::string &content, bool append) {
-  std::string real = forWriting(path);
-  if (real.empty()) return;
-  int fd = open(real.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | (append ? O_APPEND : O_TRUNC), 0666);
-  if (fd >= 0) {
-    writeAll(fd, content);
-    close(fd);
+  if (staysInMemory(path, append) && refused_.count(path) == 0) {
+    std::string &file = in_memory_[inside(path)];
+    append ? file += content : file = content;
+  } else if (std::string real = forWriting(path); !real.empty()) {
+    writeFile(real, content, append ? O_APPEND : O_TRUNC);
+  } else {
+    return;
   }
   removed_.erase(path);
 }
 
 bool Root::remove(const std::string &path) {
-  bool there = inUpper(path) || inLower(path);
-  std::string real = upperOf(path);
-  std::error_code ignored;
-  if (upper_ && ::unlink(real.c_str()) != 0) fs::remove_all(real, ignored);
-  folders_.clear();  // whether it was one, or was in the way of one
+  bool there = inLower(path);
+  const std::string gone = inside(path);
+  there |=
+      std::erase_if(in_memory_, [&](const auto &file) { return isWithin(gone, file.first); }) > 0;
+  if (!upper_.empty()) {
+    std::error_code ignored;
+    std::string real = upperOf(path);
+    bool on_disk =
+        ::unlink(real.c_str()) == 0 || (errno != ENOENT && fs::remove_all(real, ignored) > 0);
+    if (on_disk) folders_.clear();  // whether it was one, or was in the way of one
+    there |= on_disk;
+  }
   removed_.insert(path);
   return there;
 }
 
 std::optional<std::string> Root::content(const std::string &path) const {
-  bool lower = !inUpper(path) && inLower(path);
-  if (!upper_ && !lower) return {};
-  int fd = open((lower ? lowerOf(path) : upperOf(path)).c_str(), O_RDONLY | O_CLOEXEC);
+  if (auto file = in_memory_.find(inside(path)); file != in_memory_.end()) return file->second;
+  int fd = upper_.empty() ? -1 : open(upperOf(path).c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0 && lower_.opened()) fd = open(lowerOf(path).c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0) return {};
   std::string content;
   char block[4096];

@@ -2,20 +2,21 @@
 #ifndef ORBA_SIM_ROOT_H
 #define ORBA_SIM_ROOT_H
 
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
 
 #include "sim/lower_folder.h"
-#include "sim/temporary_folder.h"
 
 namespace sim {
 
-// What is written lands in a temporary folder that is made for the first of it
-// and goes away with the Root; what is not there is read from the lower folder, when there is one.
+// What is written is kept in memory until somebody is told where it really is: then it lands in a
+// temporary folder, which is made for the first of it and goes away with the Root. What is not
+// there is read from the lower folder, when there is one.
 class Root {
  public:
-  Root() = default;
+  Root();
   Root(const Root &) = delete;
   Root &operator=(const Root &) = delete;
   ~Root();
@@ -37,16 +38,24 @@ class Root {
   std::optional<std::string> content(const std::string &path) const;
   // Every path that was looked up for reading, there or not.
   const std::set<std::string> &looked() const { return looked_; }
+  // From now on, two processes have this device.
+  void share();
 
  private:
+  bool staysInMemory(const std::string &path, bool append) const;
+  void layOut(const std::string &path);
+  void writeOut(const std::string &path, const std::string &content, bool append);
+  std::string placeFor(const std::string &path);
   void makeFolder(const std::string &folder);
   std::string upperOf(const std::string &path) const;
   std::string lowerOf(const std::string &path) const;
-  bool inUpper(const std::string &path) const;
   bool inLower(const std::string &path) const;
 
-  std::optional<TemporaryFolder> upper_;
+  std::string upper_;  // the temporary folder, once it is made
   LowerFolder lower_;
+  std::map<std::string, std::string> in_memory_;  // files, by their paths on the device
+  bool shared_ = false;
+  std::set<std::string> told_;     // paths on the device that somebody knows the place of
   std::set<std::string> folders_;  // that were asked for in the upper folder
   std::set<std::string> made_;     // what may be in the upper folder, where it really is
   std::optional<std::string> every_file_;

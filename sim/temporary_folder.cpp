@@ -45,7 +45,7 @@ void removeUnused(const std::string &where, const std::string &name) {
 
 }  // namespace
 
-TemporaryFolder::TemporaryFolder(const std::string &name) {
+TemporaryFolder::TemporaryFolder(const std::string &name) : owner_(getpid()) {
   static const std::string where = whereToPutIt();
   static std::set<std::string> cleaned;
   if (cleaned.insert(name).second) removeUnused(where, name);
@@ -59,6 +59,7 @@ TemporaryFolder::TemporaryFolder(const std::string &name) {
 
 TemporaryFolder::~TemporaryFolder() {
   close(lock_);
+  if (getpid() != owner_) return;
   std::error_code ignored;
   if (rmdir(path_.c_str()) != 0) fs::remove_all(path_, ignored);
 }

@@ -2,6 +2,8 @@
 #ifndef ORBA_SIM_TEMPORARY_FOLDER_H
 #define ORBA_SIM_TEMPORARY_FOLDER_H
 
+#include <sys/types.h>
+
 #include <string>
 
 namespace sim {
@@ -21,6 +23,7 @@ class TemporaryFolder {
  private:
   std::string path_;
   int lock_ = -1;
+  pid_t owner_;
 };
 
 }  // namespace sim

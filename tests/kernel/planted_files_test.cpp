@@ -79,7 +79,7 @@ TEST_F(PlantedFiles, AreReplacedAndNotFollowed) {
         EXPECT_EQ(machine::read(writer.path), writer.text);
         struct stat status;
         if (lstat(writer.path, &status) == 0) {
-          EXPECT_TRUE(S_ISREG(status.st_mode));
+          EXPECT_EQ(status.st_mode, S_IFREG | 0644u);
           EXPECT_EQ(status.st_uid, 0u);
         }
       }

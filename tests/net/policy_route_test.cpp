@@ -200,6 +200,21 @@ TEST(PolicyTableNames, SurviveAWriteThatFails) {
   EXPECT_EQ(device.console(), std::string(kAppendTrace) + kTrace);
 }
 
+TEST(PolicyTableNames, AreWholeAfterShortReadsAndWrites) {
+  for (const std::string call : {"read", "write"}) {
+    sim::Device device;
+    device.file(kTables, std::string(kDefaults) + "202 pf_office\nlast\n");
+    sim::Faults &faults = device.faults();
+    faults.before([&](size_t number) {
+      if (faults.calls()[number - 1] == call)
+        faults.fail(0, sim::Faults::kOnce, sim::Faults::ways(call) - 1);
+    });
+    doPolicyRoutingRemove(202, "office");
+    EXPECT_EQ(device.text(kTables), std::string(kDefaults) + "last\n") << call;
+    EXPECT_THAT(faults.failed(), testing::ElementsAre(call));
+  }
+}
+
 // Another program appends a line in front of each call that the library makes,
 // where the file is replaced and where it is written in place.
 TEST(PolicyTableNames, LoseNoLineThatAnotherProgramAppends) {

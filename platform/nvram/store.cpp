@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -142,6 +143,8 @@ void Store::refresh(Space &space) try {
   });
   space.failure = 0;
 } catch (const std::system_error &) {
+  if (!space.known) throw;
+} catch (const std::bad_alloc &) {
   if (!space.known) throw;
 }
 

@@ -12,6 +12,15 @@ namespace orba {
 
 namespace {
 
+// Commands that have not come back yet.
+volatile int running;
+
+void run(const TextBuffer &line) {
+  running = running + 1;
+  (void)!system(line.text());
+  running = running - 1;
+}
+
 constexpr char kDiscard[] = " 1>/dev/null 2>&1";
 constexpr char kDiscardInBackground[] = " 1>/dev/null 2>&1 &";
 
@@ -21,7 +30,7 @@ int runFormatted(const char *format, va_list arguments, const char *redirection)
   Text<kCommandSize> line;
   int count = line.formatList(format, arguments);
   line.append(redirection);
-  if (mayRun(line)) (void)!system(line.text());
+  if (mayRun(line)) run(line);
   return count;
 }
 
@@ -62,6 +71,10 @@ void writeProduced(const IntoFile &parts) {
 
 }  // namespace
 
+bool commandRuns() {
+  return running != 0;
+}
+
 bool mayRun(const TextBuffer &line) {
   // Most lines have no quote, and are soon looked through for one.
   bool holds_option = strchr(line.text(), '\'') != nullptr &&
@@ -88,7 +101,7 @@ void runIntoFile(const char *format, ...) {
 
   line.append(kDiscard);
   if (!mayRun(line) || !parts.path.fits()) return;
-  (void)!system(line.text());
+  run(line);
   if (sizeOf(parts.path.text()) == before) writeProduced(parts);
 }
 

@@ -19,6 +19,10 @@ constexpr size_t kCommandSize = 1024;
 // it for an option. If not, one console trace says which of the two it was.
 bool mayRun(const TextBuffer &line);
 
+// Whether the code below a signal handler is in one of the runners. The C library's
+// system() holds a lock there, for which a second one would wait for ever.
+bool commandRuns();
+
 // Runs fixed command lines in order through doSystem.
 template <size_t N>
 void runAll(const char *const (&commands)[N]) {

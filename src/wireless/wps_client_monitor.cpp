@@ -40,6 +40,7 @@ void succeed(bool repeater) {
 }  // namespace orba
 
 void WPSAPCliTimerHandler(int) {
+  if (orba::commandRuns()) return;  // the next tick finds what this one would have
   orba::ErrnoKeeper errno_keeper;
   orba::Setting module_wps_mode = orba::setting("WscModeOption", orba::kModuleSpace);
   int status = getWscStatus("apcli0");

@@ -126,6 +126,7 @@ void startWatching() {
 }  // namespace orba
 
 void WPSAPTimerHandler(int) {
+  if (orba::commandRuns()) return;  // the next tick finds what this one would have
   orba::ErrnoKeeper errno_keeper;
   int status = getWscStatus("ra0");
   orba::writeStatus24(status);

@@ -129,6 +129,28 @@ TEST(Monitors, AnEndIsHandledOnce) {
   }
 }
 
+void tick(int signal_number) {
+  first_calls = first_calls + 1;
+  WPSAPTimerHandler(signal_number);
+}
+
+// The C library's system() holds a lock for a moment, for which a second one waits.
+TEST(Monitors, MayTickWhileTheProgramRunsCommands) {
+  machine::run(
+      [] {
+        machine::status = 3;
+        WPSAPStart();
+        setTimer(2500, tick);
+        for (int i = 0; i < 120; i++) {
+          for (int j = 0; j < 10; j++) doSystem("true");
+          wait(5);
+        }
+        stopTimer();
+        EXPECT_EQ(machine::read("/tmp/wpsStatus24"), "3\n");
+      },
+      8);
+}
+
 void count(int) {
   first_calls = first_calls + 1;
 }

@@ -10,6 +10,7 @@
 #include "sim/leds.h"
 #include "sim/radio.h"
 #include "sim/switch.h"
+#include "sim/system_v.h"
 #include "sim/wps_session.h"
 #include "tools/orba/bench.h"
 #include "tools/orba/entry.h"
@@ -103,6 +104,7 @@ class Player {
     device_.part<sim::Radio>();
     device_.part<sim::Switch>();
     device_.part<sim::WpsSession>();
+    device_.part<sim::SystemV>().alone();
   }
 
   void play(const Line &line) {

@@ -27,23 +27,21 @@ key_t keyFor(key_t wanted) {
   return device != nullptr ? device->part<SystemV>().key() : wanted;
 }
 
-// Runs the real call unless the device refuses it.
-template <typename Call>
-auto answerOrRefuse(const char *name, Call call) {
+// Runs the real call, or that of the process's own objects, unless the device refuses it.
+template <typename Call, typename Own>
+auto answerOrRefuse(const char *name, Call call, Own own) {
   return answer(name, call, [=](Device &device) {
     SystemV &part = device.part<SystemV>();
     if (part.refuses(name)) return Faults::failure(name).as<decltype(call())>();
-    auto result = call();
+    auto result = part.own() != nullptr ? own(*part.own()) : call();
     part.done(name);
     return result;
   });
 }
 
-// In a process that counts its calls, and so is the only one, who waits does so for ever.
+// In a process that is the only one, who waits does so for ever.
 template <typename Call>
-int operate(sembuf *operations, size_t count, bool forever, Call call) {
-  Device *device = Device::current();
-  if (device == nullptr || !device->faults().limited()) return call(operations);
+int operateAlone(const sembuf *operations, size_t count, bool forever, Call call) {
   std::vector<sembuf> at_once(operations, operations + count);
   for (sembuf &operation : at_once) {
     if ((operation.sem_flg & IPC_NOWAIT) != 0) forever = false;
@@ -54,6 +52,23 @@ int operate(sembuf *operations, size_t count, bool forever, Call call) {
   return result;
 }
 
+template <typename Call>
+int answerOperation(const char *name, int id, sembuf *operations, size_t count, bool forever,
+                    Call call) {
+  return answerOrRefuse(
+      name,
+      [=] {
+        // Whoever counts its calls is the only one.
+        Device *device = Device::current();
+        bool only = device != nullptr && device->faults().limited();
+        return only ? operateAlone(operations, count, forever, call) : call(operations);
+      },
+      [=](OwnSystemV &own) {
+        return operateAlone(operations, count, forever,
+                            [&](const sembuf *all) { return own.operate(id, all, count); });
+      });
+}
+
 }  // namespace
 
 SystemV::SystemV(Device &device) : Part(device), key_(newKey()), owner_(getpid()) {
@@ -62,7 +77,7 @@ SystemV::SystemV(Device &device) : Part(device), key_(newKey()), owner_(getpid()
 }
 
 SystemV::~SystemV() {
-  if (getpid() == owner_) removeAll();
+  if (getpid() == owner_ && !own_) removeAll();
 }
 
 void SystemV::removeAll() const {
@@ -83,43 +98,51 @@ SystemV &SystemV::after(std::function<void(const std::string &)> watcher) {
 
 }  // namespace sim
 
+using sim::answerOperation;
 using sim::answerOrRefuse;
 using sim::keyFor;
-using sim::operate;
+using sim::OwnSystemV;
 
 extern "C" {
 
 int sim_shmget(key_t key, size_t size, int flags) {
-  return answerOrRefuse("shmget", [=] { return shmget(keyFor(key), size, flags); });
+  return answerOrRefuse(
+      "shmget", [=] { return shmget(keyFor(key), size, flags); },
+      [=](OwnSystemV &own) { return own.segment(size, flags); });
 }
 
 void *sim_shmat(int id, const void *address, int flags) {
-  return answerOrRefuse("shmat", [=] { return shmat(id, address, flags); });
+  return answerOrRefuse(
+      "shmat", [=] { return shmat(id, address, flags); },
+      [=](OwnSystemV &own) { return own.attach(id); });
 }
 
 int sim_shmdt(const void *address) {
-  return answerOrRefuse("shmdt", [=] { return shmdt(address); });
+  return answerOrRefuse(
+      "shmdt", [=] { return shmdt(address); },
+      [=](OwnSystemV &own) { return own.detach(address); });
 }
 
 int sim_shmctl(int id, int command, shmid_ds *status) {
-  return answerOrRefuse("shmctl", [=] { return shmctl(id, command, status); });
+  return answerOrRefuse(
+      "shmctl", [=] { return shmctl(id, command, status); },
+      [=](OwnSystemV &own) { return own.controlSegment(id, command, status); });
 }
 
 int sim_semget(key_t key, int count, int flags) {
-  return answerOrRefuse("semget", [=] { return semget(keyFor(key), count, flags); });
+  return answerOrRefuse(
+      "semget", [=] { return semget(keyFor(key), count, flags); },
+      [=](OwnSystemV &own) { return own.semaphore(count, flags); });
 }
 
 int sim_semop(int id, sembuf *operations, size_t count) {
-  return answerOrRefuse("semop", [=] {
-    return operate(operations, count, true, [=](sembuf *all) { return semop(id, all, count); });
-  });
+  return answerOperation("semop", id, operations, count, true,
+                         [=](sembuf *all) { return semop(id, all, count); });
 }
 
 int sim_semtimedop(int id, sembuf *operations, size_t count, const timespec *timeout) {
-  return answerOrRefuse("semtimedop", [=] {
-    return operate(operations, count, false,
-                   [=](sembuf *all) { return semtimedop(id, all, count, timeout); });
-  });
+  return answerOperation("semtimedop", id, operations, count, false,
+                         [=](sembuf *all) { return semtimedop(id, all, count, timeout); });
 }
 
 int sim_semctl(int id, int number, int command, ...) {
@@ -127,7 +150,9 @@ int sim_semctl(int id, int number, int command, ...) {
   va_start(arguments, command);
   void *argument = va_arg(arguments, void *);  // as wide as the union it stands for
   va_end(arguments);
-  return answerOrRefuse("semctl", [=] { return semctl(id, number, command, argument); });
+  return answerOrRefuse(
+      "semctl", [=] { return semctl(id, number, command, argument); },
+      [=](OwnSystemV &own) { return own.controlSemaphore(id, number, command, argument); });
 }
 
 }  // extern "C"

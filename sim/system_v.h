@@ -5,9 +5,11 @@
 #include <sys/types.h>
 
 #include <functional>
+#include <optional>
 #include <set>
 #include <string>
 
+#include "sim/own_system_v.h"
 #include "sim/part.h"
 
 namespace sim {
@@ -21,6 +23,9 @@ class SystemV : public Part {
   explicit SystemV(Device &device);
   ~SystemV() override;
 
+  // The kernel's are not asked any more: they cost more than all else that a fuzzer does.
+  SystemV &alone() { return own_.emplace(), *this; }
+  OwnSystemV *own() { return own_ ? &*own_ : nullptr; }
   key_t key() const { return key_; }
   // The call of this name fails from now on.
   SystemV &refuse(const std::string &call) { return refused_.insert(call), *this; }
@@ -34,6 +39,7 @@ class SystemV : public Part {
   void removeAll() const;
 
  private:
+  std::optional<OwnSystemV> own_;
   key_t key_;
   pid_t owner_;
   std::set<std::string> refused_;

@@ -18,7 +18,7 @@ const bool kLongRun = getenv("ORBA_SOAK") != nullptr;
 constexpr size_t kCallsOfOrdinaryRun = 4;
 
 // What stands in an output buffer before a call, longer than any answer.
-const std::string kBefore(30000, 'x');
+const std::string kBefore(12000, 'x');
 
 // The row that is about an entry point.
 const Promise &promiseOf(const std::string &entry) {

@@ -55,7 +55,7 @@ int numberFrom(const Parameter &parameter, const std::string &word);
 tm timeFrom(const Parameter &parameter, const std::string &word);
 
 // The largest answer of any getter, with room to see one that goes beyond.
-constexpr size_t kOutputSize = size_t{64} * 1024;
+constexpr size_t kOutputSize = size_t{16} * 1024;
 
 // What a caller has left in the buffers that it hands over for an answer.
 inline std::string left_in_outputs;

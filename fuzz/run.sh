@@ -12,7 +12,7 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 export LLVM_PROFILE_FILE=/dev/null
 # What a finding was is told by playing it again, with whole call stacks.
-export ASAN_OPTIONS=malloc_context_size=0:quarantine_size_mb=4:${ASAN_OPTIONS:-}
+export ASAN_OPTIONS=malloc_context_size=0:quarantine_size_mb=1:thread_local_quarantine_size_kb=64:${ASAN_OPTIONS:-}
 build=build/fuzz
 [ "${1:-}" != --fast ] || { build=build/fuzz-fast; shift; }
 programs=$build/fuzz

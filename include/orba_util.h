@@ -690,7 +690,13 @@ void WPSSingleTriggerHandler(int signal_number);
 
 /* The monitors: each call is one tick of 100 ms. They run as SIGALRM handlers,
  * follow the driver's status to the end of the run or to 120 seconds, then
- * store the received credentials in the settings and reload the radio. */
+ * store the received credentials in the settings and reload the radio. A tick
+ * that interrupts one of the command runners leaves its work to the next.
+ *
+ * system() holds a lock for a moment: a program that calls it directly blocks
+ * SIGALRM meanwhile. The handlers use no heap, but read and write settings; over
+ * a store that uses it, as the bundled one does when another process has written,
+ * a program blocks SIGALRM around its own allocations. */
 void WPSAPTimerHandler(int signal_number);
 void WPSAPCliTimerHandler(int signal_number);
 

@@ -39,7 +39,8 @@
  * A file that cannot be read is reported once, and is never written over. While
  * that lasts, a process goes on with the settings that it knew. An empty file
  * cannot be read either (ENODATA): a commit never leaves one, so an editor is
- * at work. To empty a space, remove its file or write a comment into it.
+ * at work. To empty a space, write a comment into its file, or remove the file
+ * and its lock: a lock that is left stays its first writer's.
  *
  * Threads and signal handlers: any thread may call at any time. Signals are
  * held back while a call works, so a handler never meets a store at work on its

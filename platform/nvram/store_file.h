@@ -88,7 +88,7 @@ class Place {
 };
 
 /* Keeps other processes from replacing a file. EWOULDBLOCK while one of them
- * does. Only who may write to the file, or to its folder, can hold the lock. */
+ * does. Whoever may open the file to read can hold the lock. */
 class FileLock {
  public:
   explicit FileLock(const Place &place);

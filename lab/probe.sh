@@ -2,7 +2,7 @@
 # Names, a line each, what the library's rules need and this machine's kernel or
 # tools do not have.
 . "$(dirname "$0")/state.sh"
-on router sh -c '
+"$ORBA" lab shell router sh -c '
 lacks() { echo "$1"; }
 iptables -N lab_probe 2>/dev/null || lacks "the packet filter"
 rule() {  # name, rule...

@@ -12,17 +12,12 @@ root=/run/root
 mount -t tmpfs -o mode=755 run /run
 mkdir $root
 mount -t tmpfs -o mode=755 tree $root
-read_only() {  # mount point: it and what is mounted below it
-  sed -n "s|^[^ ]* [^ ]* [^ ]* [^ ]* \($1[^ ]*\) .*|\1|p" /proc/self/mountinfo | sort -u |
-    grep -E "^$1(/|\$)" | while read -r mounted; do mount -o remount,bind,ro "$mounted"; done
-}
 for folder in usr bin sbin lib lib32 lib64 libx32; do
   if [ -L "/$folder" ]; then
     cp --no-dereference "/$folder" "$root/$folder"
   elif [ -d "/$folder" ]; then
     mkdir "$root/$folder"
-    mount --rbind "/$folder" "$root/$folder"
-    read_only "$root/$folder"
+    mount --rbind "/$folder" "$root/$folder"  # read-only: programs.sh
   fi
 done
 cd $root

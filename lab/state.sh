@@ -10,6 +10,9 @@ else
   state=${XDG_RUNTIME_DIR:-/tmp}/orba-lab-$(id -u)
 fi
 
+# A user's search path may lack what only root used to need.
+PATH=$PATH:/usr/sbin:/sbin
+
 # Names may be a stranger's; a terminal is to obey nothing in them.
 told() { printf '%s\n' "$*" | cat -v; }
 
@@ -27,18 +30,6 @@ gives_up_root() {
   [ "$(id -u)" = 0 ] && [ "$(awk 'NR == 1 { print $3 }' /proc/self/uid_map)" -gt 65533 ]
 }
 
-# Runs a command on a host of the lab: in its network, and on the router in its
-# files as well.
-on() {  # router|lan|internet command...
-  host=$1
-  shift
-  process=$(cat "$state/$host.pid" 2>/dev/null || echo none)
-  # After a lab's end the number may be another process's.
-  [ -e "/proc/$process/root/run/lab/tools" ] ||
-    fail "no lab is up; 'orba lab up --config FILE' makes one"
-  user="--user --preserve-credentials"
-  ! gives_up_root || user="--user --setuid 0 --setgid 0"
-  [ "$(readlink /proc/self/ns/user)" != "$(readlink "/proc/$process/ns/user")" ] || user=
-  PATH=/run/lab/tools:/usr/sbin:/usr/bin:/sbin:/bin \
-    nsenter $user -m -n -p -i -u -t "$process" --wd="/proc/$process/root/root" -- "$@"
-}
+# A process's number and when it started, in ticks since the machine did: after its
+# end the number may be another's.
+identity() { sed -n "s/^.*)\( [^ ]*\)\{19\} \([^ ]*\) .*/$1 \2/p" "/proc/$1/stat"; }

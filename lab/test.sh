@@ -17,7 +17,7 @@ echo "$said"
 # The tests enter the hosts' networks, which belong to the lab's user.
 cd "$lab/tests"
 enter=
-[ "$(id -u)" = 0 ] || enter="nsenter --preserve-credentials -U -t $(cat "$state/router.pid")"
+[ "$(id -u)" = 0 ] || enter="nsenter --preserve-credentials -U -t $(cut -d " " -f 1 "$state/router.pid")"
 if [ $# -gt 0 ]; then
   $enter python3 -B -m unittest -v "$@"
 else

@@ -8,8 +8,7 @@ ORBA=${ORBA:-orba}
 "$lab/down.sh"
 
 for tool in ip iptables ebtables brctl arp arping busybox python3; do
-  command -v "$tool" >/dev/null || PATH=$PATH:/usr/sbin:/sbin command -v "$tool" >/dev/null ||
-    fail "$tool is not installed"
+  command -v "$tool" >/dev/null || fail "$tool is not installed"
 done
 # The root of a user's lab is that user, and of root's nobody: a number of those
 # that Debian reserves which belongs to no user and no group.
@@ -46,13 +45,14 @@ export LAN WAN ETHERNET OTHERS
 
 # Everything hangs on one process, the router's first: when it ends, however it
 # ends, the kernel ends all others and takes the namespaces with them. Nobody may
-# not look into every folder, so it is given the script and the tools.
+# not look into every folder, so it is given the scripts and the tools.
 tar -C "$lab/tools" -cf "$state/tools.tar" .
+programs=$(cat "$lab/programs.sh")
 script=$(cat "$lab/router.sh")
-(cd / && exec $as_nobody unshare $spaces sh -c "$script" router.sh <"$state/tools.tar") \
-  >"$state/log" 2>&1 &
+(cd / && exec setsid $as_nobody unshare --user --map-root-user --mount sh -c "$programs" programs.sh \
+  unshare $spaces sh -c "$script" router.sh <"$state/tools.tar") >"$state/log" 2>&1 &
 holder=$!
-echo "$holder" >"$state/holder.pid"
+identity "$holder" >"$state/holder.pid"
 
 tries=0
 until grep -q '^ready$' "$state/log" 2>/dev/null; do
@@ -66,10 +66,10 @@ done
 
 # The hosts' processes, by this machine's numbers.
 router=$(cat "/proc/$holder/task/$holder/children" | tr -d ' ')
-echo "$router" >"$state/router.pid"
+identity "$router" >"$state/router.pid"
 for process in $(cat "/proc/$router/task/$router/children"); do
   host=$(tr '\0' '\n' <"/proc/$process/environ" | sed -n 's/^LAB_HOST=//p')
-  [ -z "$host" ] || echo "$process" >"$state/$host.pid"
+  [ -z "$host" ] || identity "$process" >"$state/$host.pid"
 done
 rm "$state/tools.tar"
 trap - EXIT

@@ -1,10 +1,57 @@
 """Nobody in the lab reaches the machine that it is on."""
 
+import contextlib
 import os
+import pty
 import re
+import shlex
+import signal
+import subprocess
 import tempfile
 
-from lab import ORBA, STATE, LabTest, example, run, shell
+from lab import ORBA, STATE, LabTest, example, run, shell, waits
+
+# Stays behind in the lab, and reads what is typed on the terminal that it was started
+# from: by way of the session's terminal, or of what it was given for its standard three.
+THIEF = """
+import os, select, signal
+for number in (signal.SIGHUP, signal.SIGTTIN, signal.SIGTTOU): signal.signal(number, signal.SIG_IGN)
+if os.fork(): os._exit(0)
+if os.fork():
+    os.setsid()
+    terminals = [fd for fd in (0, 1, 2) if os.isatty(fd)]
+else:
+    os.setpgid(0, 0)
+    terminals = [os.open("/dev/tty", os.O_RDWR)]
+    os.tcsetpgrp(terminals[0], os.getpgrp())
+for fd in select.select(terminals, [], [], 3)[0]:
+    with open("/tmp/stolen", "ab") as file: file.write(os.read(fd, 99))
+"""
+
+
+class Terminal:
+    """A terminal, and a shell on it that runs a command."""
+
+    def __init__(self, command):
+        self.process, self.end = pty.fork()
+        if self.process == 0:
+            os.execvp("sh", ["sh", "-c", command])
+
+    def type(self, text):
+        os.write(self.end, text.encode())
+
+    def shown(self, until="\0"):
+        """What it shows, to a line that begins so, the command's end or a long silence."""
+        text = ""
+        with contextlib.suppress(OSError):  # the command's end
+            while f"\n{until}" not in text and waits(self.end, 5):
+                text += os.read(self.end, 4096).decode(errors="replace")
+        return text
+
+    def __del__(self):
+        os.kill(self.process, signal.SIGKILL)
+        os.waitpid(self.process, 0)
+        os.close(self.end)
 
 
 class KeptIn(LabTest):
@@ -14,15 +61,83 @@ class KeptIn(LabTest):
         """The exit code of what the router's root tries."""
         return run(ORBA, "lab", "shell", "router", "sh", "-c", command).returncode
 
+    def test_what_is_typed_on_its_makers_terminal(self):
+        shell("router", f"printf %s {shlex.quote(THIEF)} >/tmp/thief")
+        in_lab = f"{ORBA} lab shell router python3 /tmp/thief"
+        ways = (in_lab, f"{in_lab} </dev/null", f"{in_lab} </dev/null 2>&1 | cat",
+                f"{in_lab} </dev/null >/dev/null", f"{ORBA} apply doSystemBackGround 'python3 /tmp/thief'")
+        terminals = {way: Terminal(f"{way}; sleep 1; echo; echo ready; read -r line; echo got $line")
+                     for way in ways}
+        for way, terminal in terminals.items():
+            terminal.shown("ready")
+            terminal.type("secret\n")
+            self.assertIn("got secret", terminal.shown(), way)
+        self.assertNotEqual(self.attempt("test -s /tmp/stolen"), 0)
+
+    def test_a_terminal_of_its_own_is_one(self):
+        """Whoever is kept from the maker's terminal has another."""
+        command = "stty size; read -r line; tty -s && echo told $line; read -r never; exit 3"
+        terminal = Terminal(f"stty rows 7 cols 90; {ORBA} lab shell router sh -c '{command}'; echo ended $?; stty -a")
+        terminal.shown("7 90")
+        terminal.type("something\n")
+        terminal.shown("told something")
+        terminal.type("\x03")
+        self.assertRegex(terminal.shown(), r"ended 130(.|\n)* icanon")
+
+    def test_keys(self):
+        session = run("keyctl", "session", "-", "sh", "-c",
+                      "keyctl add user orba-lab secret @s && keyctl search @s user orba-lab && "
+                      f"{ORBA} lab shell router keyctl search @s user orba-lab")
+        self.assertEqual(len(re.findall(r"^\d+$", session.stdout, re.MULTILINE)), 2, session)
+        self.assertNotEqual(session.returncode, 0)
+
+    def test_a_number_that_came_to_be_a_strangers(self):
+        ready = "mount -t tmpfs run /run && mkdir -p /run/lab/tools && echo && exec sleep infinity"
+        spaces = ("unshare", "--user", "--map-root-user", "--mount", "--net", "--ipc", "--uts")
+        stranger = subprocess.Popen((*spaces, "sh", "-c", ready), stdout=subprocess.PIPE)
+        self.addCleanup(stranger.communicate)
+        self.addCleanup(stranger.kill)
+        stranger.stdout.readline()
+        with tempfile.TemporaryDirectory() as folder:
+            run("cp", "-r", STATE, f"{folder}/lab")
+            for name in ("router", "holder"):
+                with open(f"{STATE}/{name}.pid", encoding="ascii") as file:
+                    number = file.read().split()[0]
+                run("sed", "-i", f"s/^{number}/{stranger.pid}/", f"{folder}/lab/{name}.pid")
+            own = os.environ | {"ORBA_LAB_STATE": f"{folder}/lab"}
+            for words in (("lab", "shell", "router", "true"), ("apply", "getNums", "a", ";")):
+                self.assertIn("no lab is up", run(ORBA, *words, env=own).stderr, words)
+            run(ORBA, "lab", "down", env=own)
+            self.assertIsNone(stranger.poll())
+
+    def test_lab_of_a_user(self):
+        """Made with a user's search path; what it signals is its own."""
+        with tempfile.TemporaryDirectory() as folder:
+            os.chmod(folder, 0o777)
+            as_user = ()
+            if not self.users_own():
+                as_user = ("setpriv", "--reuid", "65532", "--regid", "65532", "--clear-groups")
+            own = os.environ | {"ORBA_LAB_STATE": f"{folder}/lab", "PATH": "/usr/bin:/bin"}
+            config = f"{os.environ['EXAMPLES']}/{self.EXAMPLE}.conf"
+            made = run(*as_user, ORBA, "lab", "up", "--config", config, env=own)
+            self.assertEqual(made.returncode, 0, made.stderr)
+            signalled = run(*as_user, "setsid", "sh", "-c",
+                            f"{ORBA} lab shell router sh -c 'kill -TERM 0'; echo went on", env=own)
+            run(*as_user, ORBA, "lab", "down", env=own)
+        self.assertEqual(signalled.stdout, "went on\n", signalled)
+
+    def users_own(self):
+        """Whether the lab's root is its maker, as which these tests run then."""
+        with open("/proc/self/uid_map", encoding="ascii") as file:
+            return file.read().split()[2] == "1"
+
     def test_nobody_on_the_machine(self):
         with open(f"{STATE}/router.pid", encoding="ascii") as file:
-            process = file.read().strip()
+            process = file.read().split()[0]
         for kind in ("mnt", "pid", "net", "ipc", "uts"):
             theirs, mine = (os.readlink(f"/proc/{p}/ns/{kind}") for p in (process, "self"))
             self.assertNotEqual(theirs, mine, kind)
-        with open("/proc/self/uid_map", encoding="ascii") as file:
-            users_own = file.read().split()[2] == "1"  # these tests run as the lab's root then
-        if not users_own:
+        if not self.users_own():
             with open(f"/proc/{process}/status", encoding="ascii") as file:
                 ids = re.findall(r"^[UG]id:\s+(\d+)", file.read(), re.MULTILINE)
             self.assertNotIn("0", ids)
@@ -37,6 +152,10 @@ class KeptIn(LabTest):
             self.assertEqual(os.stat(f"{folder}/open").st_size, 0)
         for path in ("/x", "/usr/x", "/usr/bin/x", "/bin/sh", "/usr/sbin/ip", "/usr/lib/x"):
             self.assertNotEqual(self.attempt(f": >>{path}"), 0, path)
+        # Nor does its root undo that the programs are there to be read.
+        for undo in ("mount -o remount,bind,rw /usr", "mount --bind /usr /mnt && mount -o remount,bind,rw /mnt",
+                     "unshare --mount mount -o remount,bind,rw /usr"):
+            self.assertNotEqual(self.attempt(f"mkdir -p /tmp/usr; {undo.replace('/mnt', '/tmp/usr')}"), 0, undo)
         # What it may write is its own.
         for path in ("/etc/x", "/tmp/x", "/var/x", "/run/x", "x"):
             shell("router", f"echo in >{path}")
@@ -59,10 +178,16 @@ class KeptIn(LabTest):
             with open(f"{folder}/customer.conf", "w", encoding="utf-8") as file:
                 file.write(example(self.EXAMPLE, vlanEnabled=1, wan1Vid="\x1b[2J\x9b"))
             own = os.environ | {"ORBA_LAB_STATE": f"{folder}/lab"}
-            told = run(ORBA, "lab", "up", "--config", f"{folder}/customer.conf", env=own)
+            maker = Terminal(f"ORBA_LAB_STATE={folder}/lab {ORBA} lab up --config {folder}/customer.conf;"
+                             "echo; echo ready; sleep 9")
+            told = maker.shown("ready")
+            with open(f"{folder}/lab/router.pid", encoding="ascii") as file, \
+                    open(f"/proc/{file.read().split()[0]}/stat", encoding="ascii") as status:
+                terminal_number = status.read().rsplit(")", 1)[1].split()[4]
             run(ORBA, "lab", "down", env=own)
-        self.assertIn("eth2.^[[2J", told.stdout)
-        self.assertNotRegex(told.stdout + told.stderr, "[\x1b\x9b]")
+        self.assertIn("eth2.^[[2J", told)
+        self.assertNotRegex(told, "[\x1b\x9b]")
+        self.assertEqual(terminal_number, "0")
 
     def test_settings_of_the_kernel(self):
         for path in ("/proc/sys/kernel/core_pattern", "/proc/sys/vm/swappiness",

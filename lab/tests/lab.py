@@ -49,7 +49,7 @@ def run(*words, **more):
 def on(host):
     """Sockets made inside belong to this host of the lab."""
     with open(f"{STATE}/{host}.pid", encoding="ascii") as file:
-        process = file.read().strip()
+        process = file.read().split()[0]
     home = os.open("/proc/self/ns/net", os.O_RDONLY)
     there = os.open(f"/proc/{process}/ns/net", os.O_RDONLY)
     if libc.setns(there, 0) != 0:

@@ -186,7 +186,7 @@ bool apply(const ApplyOptions &options) {
   if (config.empty() && !options.on_this_machine) config = labConfig();
   std::vector<nvram::Entry> settings;
   if (!config.empty()) settings = readConfig(config);
-  if (!options.on_this_machine) enterLab();
+  if (!options.on_this_machine) enterLab("router");
 
   std::optional<ScratchStore> store;
   if (!config.empty()) store.emplace(settings);

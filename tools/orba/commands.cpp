@@ -42,7 +42,7 @@ std::vector<nvram::Entry> configOf(const Options &options) {
 void prepareDevice(sim::Device &device, const Options &options) {
   if (!options.root.empty()) device.lowerRoot(options.root);
   if (options.in_lab) {
-    enterLab();
+    enterLab("router");
     putSurroundings(device);
   } else {
     setUpBench(device);

@@ -13,6 +13,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 
 namespace orba::tool {
 
@@ -39,13 +40,25 @@ std::string stateFolder() {
   return folder;
 }
 
-// The number of the router's first process. After a lab's end the number may be
-// another process's, and its namespaces this machine's own.
-std::string router() {
-  std::string process;
-  std::ifstream(stateFolder() + "/router.pid") >> process;
-  std::error_code ignored;
-  if (process.empty() || !fs::exists("/proc/" + process + "/root/run/lab/tools", ignored)) {
+// When a process started, in ticks since the machine did; "" when there is none. The
+// name of its program, which stands before that, may hold anything.
+std::string startOf(const std::string &process) {
+  std::ifstream file("/proc/" + process + "/stat");
+  std::string status;
+  std::getline(file, status, '\0');
+  std::istringstream fields(status.substr(status.rfind(')') + 1));
+  std::string field;
+  constexpr int kStart = 22, kFirstBehindName = 3;
+  for (int number = kFirstBehindName; number <= kStart; number++) fields >> field;
+  return fields ? field : "";
+}
+
+// The number of a host's first process. After a lab's end it may be another process's,
+// into whose namespaces nobody is to be led: that one has started at another time.
+std::string firstProcess(const std::string &host) {
+  std::string process, start;
+  std::ifstream(stateFolder() + "/" + host + ".pid") >> process >> start;
+  if (start.empty() || startOf(process) != start) {
     throw NoLab("no lab is up; 'orba lab up --config FILE' makes one");
   }
   return process;
@@ -67,9 +80,16 @@ void enterNamespace(const std::string &process, const char *kind) {
   if (there) return;
   int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0 || setns(fd, 0) != 0) {
-    throw NoLab("cannot enter the lab's router (" + path + "): " + strerror(errno));
+    throw NoLab("cannot enter the lab (" + path + "): " + strerror(errno));
   }
   close(fd);
+}
+
+std::vector<char *> arguments(const std::vector<std::string> &words) {
+  std::vector<char *> arguments;
+  for (const std::string &word : words) arguments.push_back(const_cast<char *>(word.c_str()));
+  arguments.push_back(nullptr);
+  return arguments;
 }
 
 }  // namespace
@@ -77,20 +97,19 @@ void enterNamespace(const std::string &process, const char *kind) {
 void runLabScript(const std::string &script, const std::vector<std::string> &words) {
   fs::path path = scriptFolder() / script;
   setenv("ORBA", fs::read_symlink("/proc/self/exe").c_str(), 1);
-  std::vector<char *> arguments = {const_cast<char *>(path.c_str())};
-  for (const std::string &word : words) arguments.push_back(const_cast<char *>(word.c_str()));
-  arguments.push_back(nullptr);
-  execv(path.c_str(), arguments.data());
+  std::vector<std::string> command = {path};
+  command.insert(command.end(), words.begin(), words.end());
+  execv(path.c_str(), arguments(command).data());
   throw NoLab(path.string() + ": " + strerror(errno));
 }
 
 std::string labConfig() {
-  router();
+  firstProcess("router");
   return stateFolder() + "/config";
 }
 
-void enterLab() {
-  std::string process = router();
+void enterLab(const std::string &host) {
+  std::string process = firstProcess(host);
   // A user namespace lets nobody give up groups.
   if (geteuid() == 0) (void)!setgroups(0, nullptr);
   // The user namespace owns the others, so it comes first; the files come last,
@@ -114,6 +133,21 @@ void enterLab() {
   }
   if (child < 0) throw NoLab(std::string("cannot start a process: ") + strerror(errno));
   setenv("PATH", "/run/lab/tools:/usr/sbin:/usr/bin:/sbin:/bin", 1);
+}
+
+void runInLab(const std::vector<std::string> &words) {
+  std::string host = words.empty() ? "router" : words.front();
+  if (host != "router" && host != "lan" && host != "internet") {
+    throw NoLab("there is no host '" + host + "'; router, lan and internet are");
+  }
+  enterLab(host);
+  std::vector<std::string> command(words.begin() + (words.empty() ? 0 : 1), words.end());
+  if (command.empty()) {
+    setenv("PS1", (host + "# ").c_str(), 1);
+    command = {"sh"};
+  }
+  execvp(command.front().c_str(), arguments(command).data());
+  throw NoLab(command.front() + ": " + strerror(errno));
 }
 
 }  // namespace orba::tool

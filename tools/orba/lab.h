@@ -19,10 +19,15 @@ struct NoLab : std::runtime_error {
 // The configuration that the lab was made for. Throws NoLab when no lab is up.
 std::string labConfig();
 
-// Moves this process into the lab's router: its network, its files, its process
-// numbers. There is no way back; what goes on is a child of the process that
-// called, which only waits for it. Throws NoLab when no lab is up.
-void enterLab();
+// Moves this process into a host of the lab, "router", "lan" or "internet": its
+// network, its files, its process numbers. There is no way back; what goes on is a
+// child of the process that called, which only waits for it. Throws NoLab when no lab
+// is up.
+void enterLab(const std::string &host);
+
+// Becomes a command on a host of the lab. From the words, the host first: without any
+// it is the router, and without a command a shell. Throws NoLab when that cannot be.
+[[noreturn]] void runInLab(const std::vector<std::string> &words);
 
 }  // namespace orba::tool
 

@@ -9,23 +9,25 @@ import signal
 import subprocess
 import tempfile
 
-from lab import ORBA, STATE, LabTest, example, run, shell, waits
+from lab import EXAMPLES, ORBA, STATE, LabTest, example, run, shell, waits
 
 # Stays behind in the lab, and reads what is typed on the terminal that it was started
 # from: by way of the session's terminal, or of what it was given for its standard three.
 THIEF = """
-import os, select, signal
+import os, signal
 for number in (signal.SIGHUP, signal.SIGTTIN, signal.SIGTTOU): signal.signal(number, signal.SIG_IGN)
 if os.fork(): os._exit(0)
-if os.fork():
-    os.setsid()
-    terminals = [fd for fd in (0, 1, 2) if os.isatty(fd)]
-else:
-    os.setpgid(0, 0)
-    terminals = [os.open("/dev/tty", os.O_RDWR)]
-    os.tcsetpgrp(terminals[0], os.getpgrp())
-for fd in select.select(terminals, [], [], 3)[0]:
-    with open("/tmp/stolen", "ab") as file: file.write(os.read(fd, 99))
+for way in ("/dev/tty", 0, 1, 2):
+    if os.fork(): continue
+    if way == "/dev/tty":
+        os.setpgid(0, 0)
+        way = os.open(way, os.O_RDWR)
+        os.tcsetpgrp(way, os.getpgrp())
+    else:
+        os.setsid()
+    if os.isatty(way) and (line := os.read(way, 99)):
+        with open("/tmp/stolen", "ab") as file: file.write(line)
+    break
 """
 
 
@@ -65,7 +67,7 @@ class KeptIn(LabTest):
         shell("router", f"printf %s {shlex.quote(THIEF)} >/tmp/thief")
         in_lab = f"{ORBA} lab shell router python3 /tmp/thief"
         ways = (in_lab, f"{in_lab} </dev/null", f"{in_lab} </dev/null 2>&1 | cat",
-                f"{in_lab} </dev/null >/dev/null", f"{ORBA} apply doSystemBackGround 'python3 /tmp/thief'")
+                f"{in_lab} </dev/null >/dev/null", f"{ORBA} apply doSystemBackGround 'sleep 9 & python3 /tmp/thief'")
         terminals = {way: Terminal(f"{way}; sleep 1; echo; echo ready; read -r line; echo got $line")
                      for way in ways}
         for way, terminal in terminals.items():
@@ -73,6 +75,8 @@ class KeptIn(LabTest):
             terminal.type("secret\n")
             self.assertIn("got secret", terminal.shown(), way)
         self.assertNotEqual(self.attempt("test -s /tmp/stolen"), 0)
+        # What a command leaves behind on purpose stays, its terminal gone.
+        self.assertEqual(self.attempt("pgrep -f 'sleep [9]'"), 0)
 
     def test_a_terminal_of_its_own_is_one(self):
         """Whoever is kept from the maker's terminal has another."""
@@ -114,12 +118,13 @@ class KeptIn(LabTest):
         """Made with a user's search path; what it signals is its own."""
         with tempfile.TemporaryDirectory() as folder:
             os.chmod(folder, 0o777)
-            as_user = ()
-            if not self.users_own():
-                as_user = ("setpriv", "--reuid", "65532", "--regid", "65532", "--clear-groups")
+            as_user = ("setpriv", "--reuid", "65532", "--regid", "65532", "--clear-groups")
+            if self.users_own():
+                as_user = ()
             own = os.environ | {"ORBA_LAB_STATE": f"{folder}/lab", "PATH": "/usr/bin:/bin"}
-            config = f"{os.environ['EXAMPLES']}/{self.EXAMPLE}.conf"
-            made = run(*as_user, ORBA, "lab", "up", "--config", config, env=own)
+            made = run(*as_user, ORBA, "lab", "up", "--config", f"{EXAMPLES}/{self.EXAMPLE}.conf", env=own)
+            if "failed to execute" in made.stderr or made.returncode == 77:
+                self.skipTest(made.stderr)  # the folder, or namespaces, are not for users here
             self.assertEqual(made.returncode, 0, made.stderr)
             signalled = run(*as_user, "setsid", "sh", "-c",
                             f"{ORBA} lab shell router sh -c 'kill -TERM 0'; echo went on", env=own)
@@ -147,28 +152,26 @@ class KeptIn(LabTest):
             os.chmod(folder, 0o777)
             open(f"{folder}/open", "w", encoding="ascii").close()
             os.chmod(f"{folder}/open", 0o666)
-            self.assertNotEqual(self.attempt(f"echo in >>{folder}/open"), 0)
-            self.assertNotEqual(self.attempt(f"echo in >/proc/1/cwd/../{folder}/open"), 0)
+            for way in (folder, f"/proc/1/cwd/../{folder}"):
+                self.assertNotEqual(self.attempt(f"echo in >>{way}/open"), 0)
             self.assertEqual(os.stat(f"{folder}/open").st_size, 0)
         for path in ("/x", "/usr/x", "/usr/bin/x", "/bin/sh", "/usr/sbin/ip", "/usr/lib/x"):
             self.assertNotEqual(self.attempt(f": >>{path}"), 0, path)
         # Nor does its root undo that the programs are there to be read.
-        for undo in ("mount -o remount,bind,rw /usr", "mount --bind /usr /mnt && mount -o remount,bind,rw /mnt",
-                     "unshare --mount mount -o remount,bind,rw /usr"):
-            self.assertNotEqual(self.attempt(f"mkdir -p /tmp/usr; {undo.replace('/mnt', '/tmp/usr')}"), 0, undo)
+        for undo in ("mount -o remount,bind,rw /usr", "unshare --mount mount -o remount,bind,rw /usr",
+                     "mkdir /tmp/usr && mount --bind /usr /tmp/usr && mount -o remount,bind,rw /tmp/usr"):
+            self.assertNotEqual(self.attempt(undo), 0, undo)
         # What it may write is its own.
         for path in ("/etc/x", "/tmp/x", "/var/x", "/run/x", "x"):
             shell("router", f"echo in >{path}")
             self.assertFalse(os.path.exists(os.path.abspath(path)), path)
 
     def test_terminal_and_open_files(self):
-        typing = ("import fcntl, os, pty; pid, end = pty.fork()\n"
-                  "if pid: os._exit(os.waitpid(pid, 0)[1] >> 8)\n"
-                  "os.execv(os.environ['ORBA'], ['orba', 'lab', 'shell', 'router', 'python3', '-c',"
-                  " 'import ctypes, os; terminal = os.open(\"/dev/tty\", os.O_RDWR)\\n'"
-                  " 'typed = lambda ask: ctypes.CDLL(None).ioctl(terminal, ctypes.c_ulong(ask), b\"x\") == 0\\n'"
-                  " 'os._exit(any(map(typed, (0x5412, 0x541c, 0x100005412))))'])")
-        self.assertEqual(run("python3", "-c", typing).returncode, 0)
+        typed = ("import ctypes, os; terminal = os.open('/dev/tty', os.O_RDWR)\n"
+                 "typed = lambda ask: ctypes.CDLL(None).ioctl(terminal, ctypes.c_ulong(ask), b'x') == 0\n"
+                 "os._exit(3 + any(map(typed, (0x5412, 0x541c, 0x100005412))))")
+        shown = Terminal(f"{ORBA} lab shell router python3 -c {shlex.quote(typed)}; echo ended $?").shown()
+        self.assertEqual(shown, "ended 3\r\n")
         with open("/etc/passwd", "rb") as file:
             words = (ORBA, "lab", "shell", "router", "test", "-e", f"/proc/self/fd/{file.fileno()}")
             self.assertEqual(run(*words, pass_fds=[file.fileno()]).returncode, 1)
@@ -181,20 +184,19 @@ class KeptIn(LabTest):
             maker = Terminal(f"ORBA_LAB_STATE={folder}/lab {ORBA} lab up --config {folder}/customer.conf;"
                              "echo; echo ready; sleep 9")
             told = maker.shown("ready")
-            with open(f"{folder}/lab/router.pid", encoding="ascii") as file, \
-                    open(f"/proc/{file.read().split()[0]}/stat", encoding="ascii") as status:
-                terminal_number = status.read().rsplit(")", 1)[1].split()[4]
+            # It outlives that terminal, and has none.
+            terminal = run(ORBA, "lab", "shell", "router", "cut", "-d", " ", "-f", "7", "/proc/1/stat", env=own)
             run(ORBA, "lab", "down", env=own)
         self.assertIn("eth2.^[[2J", told)
         self.assertNotRegex(told, "[\x1b\x9b]")
-        self.assertEqual(terminal_number, "0")
+        self.assertEqual(terminal.stdout, "0\n", terminal)
 
     def test_settings_of_the_kernel(self):
         for path in ("/proc/sys/kernel/core_pattern", "/proc/sys/vm/swappiness",
                      "/proc/sys/fs/pipe-max-size", "/sys/kernel/mm/ksm/run",
                      "/sys/class/net/br0/mtu", "/proc/sysrq-trigger"):
-            self.assertNotEqual(self.attempt(f": >>{path}"), 0, path)
-            self.assertNotEqual(self.attempt(f"mount -o remount,rw /proc/sys; : >>{path}"), 0, path)
+            self.assertNotEqual(
+                self.attempt(f"sh -c ': >>{path}' || {{ mount -o remount,rw /proc/sys; : >>{path}; }}"), 0, path)
         shell("router", "echo 1 >/proc/sys/net/ipv4/ip_forward")
 
     def test_shared_memory_and_names(self):

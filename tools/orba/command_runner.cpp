@@ -55,7 +55,7 @@ int exitCode(int status) {
 
 // The wait status of a shell that ran the command. Spawned as system() does it:
 // a fork would copy what this program knows for every command anew.
-int inShell(const std::string &command, int output, int errors) {
+int inShell(const std::string &command, int output, int errors, short flags = 0) {
   fflush(nullptr);
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
@@ -63,13 +63,17 @@ int inShell(const std::string &command, int output, int errors) {
   posix_spawn_file_actions_adddup2(&actions, output, kKept);
   posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
   std::string text = command;
+  posix_spawnattr_t attributes;
+  posix_spawnattr_init(&attributes);
+  posix_spawnattr_setflags(&attributes, flags);
   char shell[] = "sh", option[] = "-c";
   char *words[] = {shell, option, text.data(), nullptr};
   pid_t child = 0;
   int status = 127 << 8;
-  if (posix_spawn(&child, "/bin/sh", &actions, nullptr, words, environ) == 0) {
+  if (posix_spawn(&child, "/bin/sh", &actions, &attributes, words, environ) == 0) {
     waitpid(child, &status, 0);
   }
+  posix_spawnattr_destroy(&attributes);
   posix_spawn_file_actions_destroy(&actions);
   return status;
 }
@@ -107,7 +111,8 @@ int CommandRunner::run(const char *line) {
   for (const sim::ShellCommand &command : commandsOf(line)) {
     if (command.background) {
       ran_.push_back({withoutDiscards(command.whole), 0, "", true});
-      status = std::system((command.whole + " &").c_str());
+      // It outlives this call, and the terminal that is gone with it.
+      status = inShell(command.whole + " &", STDOUT_FILENO, STDERR_FILENO, POSIX_SPAWN_SETSID);
     } else {
       status = runCommand(command.whole);
     }

@@ -7,7 +7,8 @@ namespace sim {
 namespace {
 
 char quoted(char c) {
-  return static_cast<char>(static_cast<unsigned char>(c) | 0x80);
+  auto byte = static_cast<unsigned char>(c);
+  return static_cast<char>(byte < 0x80 ? byte | 0x80 : 0xff);
 }
 
 bool isOneOf(char c, std::string_view some) {

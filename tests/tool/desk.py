@@ -4,8 +4,10 @@
   desk.py ORBA
 """
 import contextlib
+import json
 import os
 import pty
+import re
 import subprocess
 import sys
 import tempfile
@@ -26,7 +28,7 @@ def on_a_terminal(*words):
         while block := terminal.read(4096):
             shown += block
     run.wait()
-    text = shown.decode().replace("\r\n", "\n")
+    text = re.sub("\x1b\\[[0-9]*m", "", shown.decode().replace("\r\n", "\n"))  # but for colours of its own
     told = [c for c in text if c not in "\n\t" and (c < " " or "\x7f" <= c < "\xa0" or c in "\u202e\x9b")]
     assert not told, (words, text)
     return text
@@ -48,13 +50,22 @@ def folder_of(run):
 
 
 with tempfile.TemporaryDirectory() as folder:
-    config = f"{folder}/customer.conf"
+    config = f"{folder}/{HARM}.conf"
     with open(config, "w", encoding="utf-8") as file:
         file.write(f"ModelName={HARM}\nMacFilterAction=DROP\nMACFilterRules={HARM}\nHostName=x\n")
-    for words in (["show", "getModelName"], ["plan", "getModelName"], ["plan", "MACFilterRun"],
-                  ["plan", "firewall_init", "--tables"], ["plan", "MACFilterRun", "--raw"]):
-        assert "\\x1b]0,mine\\x07" in on_a_terminal(*words, "-c", config), words
+    plain = f"{folder}/{HARM}.plain"
+    with open(plain, "w", encoding="ascii") as file:
+        file.write("HostName=x\n")
+    for words in (["show", "getModelName", "-c", config], ["plan", "getModelName", "-c", config],
+                  ["plan", "MACFilterRun", "-c", config], ["plan", "MACFilterRun", "--raw", "-c", config],
+                  ["plan", "firewall_init", "--tables", "-c", config], ["check", "-c", config],
+                  ["check", "-c", plain], ["diff", plain, config], ["plan", "getModelName", "-d", config]):
+        assert "\\x1b]0,mine\\x07" in on_a_terminal(*words), words
     assert HARM in answers_of(["show", "getModelName", "-c", config])  # for a program, as it is
+    for words in (["plan", "MACFilterRun"], ["show", "getModelName"], ["check"]):
+        words += ["--json", "-c", config]
+        assert json.loads(on_a_terminal(*words)) == json.loads(answers_of(words)), words
+        assert "\u202e" in answers_of(words), words
 
     # A folder of device files that leads to others' and waits for ever.
     device, secret = f"{folder}/device", f"{folder}/secret"

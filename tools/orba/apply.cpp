@@ -204,7 +204,7 @@ bool apply(const ApplyOptions &options) {
 
   Judgement judgement = judge(runner.ran());
   if (options.json) {
-    std::cout << dumped(asJson(call, runner, expected, judgement, text)) << "\n";
+    printJson(std::cout, asJson(call, runner, expected, judgement, text));
   } else {
     std::cout << forReader(text);
     print(call, runner, expected, judgement);

@@ -82,7 +82,7 @@ Exit showSchedule(const Options &options) {
   prepare(device, options);
   Week week = plannedWeek(device);
   if (options.json) {
-    std::cout << dumped(week.asJson()) << "\n";
+    printJson(std::cout, week.asJson());
   } else {
     week.print(std::cout);
   }
@@ -109,7 +109,7 @@ Exit list(bool json) {
     }
     std::cout << "  " << std::left << std::setw(44) << entry.usage() << " " << entry.line << "\n";
   }
-  if (json) std::cout << dumped(all) << "\n";
+  if (json) printJson(std::cout, all);
   return kDone;
 }
 
@@ -128,9 +128,9 @@ Exit plan(const Options &options) {
   sim::Device device;
   Call call = callOn(device, options);
   if (options.json && options.tables) {
-    std::cout << dumped(tablesAsJson(device)) << "\n";
+    printJson(std::cout, tablesAsJson(device));
   } else if (options.json) {
-    std::cout << dumped(planAsJson(call, device, shown)) << "\n";
+    printJson(std::cout, planAsJson(call, device, shown));
   } else if (options.raw) {
     printRaw(std::cout, device);
   } else if (options.tables) {
@@ -151,11 +151,12 @@ Exit diff(const Options &options) {
   if (!options.picture.empty()) {
     writePicture(options.picture, after, originsOf(after, prepare), &difference);
   } else if (options.json) {
-    std::cout << dumped(differenceAsJson(difference)) << "\n";
+    printJson(std::cout, differenceAsJson(difference));
   } else if (difference.none()) {
     std::cout << options.entry << ": no difference\n";
   } else {
-    std::cout << "--- " << options.config << "\n+++ " << options.changed_config << "\n";
+    std::cout << "--- " << visible(options.config) << "\n+++ " << visible(options.changed_config)
+              << "\n";
     printDifference(std::cout, difference, isatty(STDOUT_FILENO) != 0);
   }
   return difference.none() ? kDone : kFound;
@@ -170,7 +171,7 @@ Exit show(const Options &options) {
                                      {"returned", call.answer.returned},
                                      {"outputs", call.answer.outputs},
                                      {"printed", device.printed()}};
-    std::cout << dumped(answer) << "\n";
+    printJson(std::cout, answer);
     return kDone;
   }
   if (options.entry == kStatistics && !options.raw && !call.answer.outputs[0].empty()) {
@@ -194,9 +195,10 @@ Exit check(const Options &options) {
   sim::Device device;
   putSettings(readConfig(options.config), device);
   std::vector<Finding> findings = checkSettings(device);
+  std::string name = visible(options.config);
   nlohmann::ordered_json all = nlohmann::ordered_json::array();
   for (const Finding &finding : findings) {
-    if (!options.json) std::cout << options.config << ": " << finding.line() << "\n";
+    if (!options.json) std::cout << name << ": " << finding.line() << "\n";
     all.push_back({{"key", finding.key},
                    {"space", finding.space},
                    {"record", finding.record},
@@ -205,8 +207,8 @@ Exit check(const Options &options) {
                    {"reason", finding.reason},
                    {"effect", finding.effect}});
   }
-  if (options.json) std::cout << dumped(all) << "\n";
-  if (findings.empty() && !options.json) std::cout << options.config << ": nothing found\n";
+  if (options.json) printJson(std::cout, all);
+  if (findings.empty() && !options.json) std::cout << name << ": nothing found\n";
   return findings.empty() ? kDone : kFound;
 }
 

@@ -110,7 +110,7 @@ void listSettings(std::ostream &out, bool json) {
           << firstWords(description.meaning) << "\n";
     }
   }
-  if (json) out << dumped(all) << "\n";
+  if (json) printJson(out, all);
 }
 
 bool explainSetting(std::ostream &out, const std::string &key, bool json) {
@@ -135,7 +135,7 @@ bool explainSetting(std::ostream &out, const std::string &key, bool json) {
     out << "\n";
     all.push_back(key);
   }
-  if (json && !all.empty()) out << dumped(all) << "\n";
+  if (json && !all.empty()) printJson(out, all);
   return !all.empty();
 }
 
@@ -148,15 +148,14 @@ void explainEntry(std::ostream &out, const Entry &entry, bool json) {
     for (const Deeds &each : behaviour.deeds) {
       deeds.push_back({{"call", each.call}, {"situation", each.situation}, {"lines", each.lines}});
     }
-    out << dumped({{"entry", entry.name},
-                   {"subsystem", entry.subsystem},
-                   {"line", entry.line},
-                   {"reads", settingTexts(behaviour.reads)},
-                   {"writes", settingTexts(behaviour.writes)},
-                   {"files_read", behaviour.files_read},
-                   {"files_written", behaviour.files_written},
-                   {"deeds", deeds}})
-        << "\n";
+    printJson(out, {{"entry", entry.name},
+                    {"subsystem", entry.subsystem},
+                    {"line", entry.line},
+                    {"reads", settingTexts(behaviour.reads)},
+                    {"writes", settingTexts(behaviour.writes)},
+                    {"files_read", behaviour.files_read},
+                    {"files_written", behaviour.files_written},
+                    {"deeds", deeds}});
     return;
   }
   out << entry.usage() << " (" << entry.subsystem << ")\n  " << entry.line << "\n\n";

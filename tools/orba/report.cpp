@@ -106,8 +106,12 @@ nlohmann::ordered_json originsAsJson(const std::vector<Origin> &origins) {
 
 }  // namespace
 
-std::string dumped(const nlohmann::ordered_json &value) {
-  return value.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+std::string dumped(const nlohmann::ordered_json &value, bool ascii) {
+  return value.dump(2, ' ', ascii, nlohmann::ordered_json::error_handler_t::replace);
+}
+
+void printJson(std::ostream &out, const nlohmann::ordered_json &value) {
+  out << dumped(value, isatty(STDOUT_FILENO) != 0) << "\n";
 }
 
 std::string inWords(const Event &event) {
@@ -152,12 +156,12 @@ void printPlan(std::ostream &out, const Call &call, const sim::Device &device,
     out << "answer: " << forReader(output) << "\n";
   for (const std::string &path : filesWritten(device)) {
     std::string content = device.text(path).value_or("");
-    out << path << ":\n"
+    out << visible(path) << ":\n"
         << forReader(content) << (content.empty() || content.back() == '\n' ? "" : "\n");
   }
   if (!device.missing().empty()) {
     out << "settings asked for and missing:";
-    for (const auto &name : device.missing()) out << " " << settingName(name);
+    for (const auto &name : device.missing()) out << " " << visible(settingName(name));
     out << "\n";
   }
 }

@@ -31,8 +31,11 @@ nlohmann::ordered_json planAsJson(const Call &call, const sim::Device &device,
 void printTables(std::ostream &out, const sim::Device &device);
 nlohmann::ordered_json tablesAsJson(const sim::Device &device);
 
-// The text of a JSON value; bytes that are no UTF-8 are replaced.
-std::string dumped(const nlohmann::ordered_json &value);
+// The text of a JSON value; bytes that are no UTF-8 are replaced. With `ascii`, every
+// other character is escaped.
+std::string dumped(const nlohmann::ordered_json &value, bool ascii = false);
+// A JSON value as a line for standard output: in ASCII when that is a terminal.
+void printJson(std::ostream &out, const nlohmann::ordered_json &value);
 
 // "reads: cat /proc/uptime": anything that was done, but for its command alone.
 std::string inWords(const sim::Event &event);

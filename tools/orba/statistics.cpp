@@ -3,6 +3,8 @@
 #include <iomanip>
 #include <sstream>
 
+#include "tools/orba/report.h"
+
 namespace orba::tool {
 
 namespace {
@@ -30,7 +32,7 @@ void printStatistics(std::ostream &out, const std::string &answer) {
     out << std::left << std::setw(7) << source << std::right;
     std::istringstream counters(group);
     for (std::string counter; std::getline(counters, counter, ',');)
-      out << std::setw(14) << counter;
+      out << std::setw(14) << visible(counter);
     out << "\n";
   }
 }

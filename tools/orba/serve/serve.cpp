@@ -238,7 +238,7 @@ void serve(const ServeOptions &options) {
     kill(getpid(), SIGTERM);
   });
   while (!server.is_running() && !ended) std::this_thread::yield();
-  std::cout << "http://" << inUrl(options.address) << ":" << port << guard.invitation()
+  std::cout << "http://" << visible(inUrl(options.address)) << ":" << port << guard.invitation()
             << "  (Ctrl-C stops)" << std::endl;
   if (!isLoopback(options.address)) {
     std::cout << "Whoever reads along on the way can see and change these settings." << std::endl;

@@ -11,6 +11,8 @@
 #include <system_error>
 #include <utility>
 
+#include "terminal.h"
+
 namespace nvram {
 namespace {
 
@@ -26,7 +28,7 @@ void report(const std::string &path, const std::vector<Damage> &now,
             const std::vector<Damage> &before) {
   for (const Damage &damage : now) {
     if (std::find(before.begin(), before.end(), damage) != before.end()) continue;
-    fprintf(stderr, "%s:%d: %s\n", path.c_str(), damage.line, damage.what.c_str());
+    fprintf(stderr, "%s:%d: %s\n", visible(path).c_str(), damage.line, damage.what.c_str());
   }
 }
 
@@ -130,7 +132,7 @@ auto Store::told(Space &space, Read read) try {
 } catch (const std::system_error &error) {
   if (error.code().value() != space.failure) {
     space.failure = error.code().value();
-    fprintf(stderr, "%s: cannot be read: %s\n", space.path.c_str(), error.what());
+    fprintf(stderr, "%s: cannot be read: %s\n", visible(space.path).c_str(), error.what());
   }
   throw;
 }
@@ -187,7 +189,7 @@ void Store::merge(Space &space, Settings changes) {
     place.syncNames(lock.file());
   } catch (const std::system_error &error) {
     if (takeBack(space, place)) throw;
-    fprintf(stderr, "%s: changed, but a power cut may undo it: %s\n", space.path.c_str(),
+    fprintf(stderr, "%s: changed, but a power cut may undo it: %s\n", visible(space.path).c_str(),
             error.what());
   }
   space.text = std::move(text);

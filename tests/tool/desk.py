@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """A customer's files on the desk of somebody who may do more than they.
 
-  desk.py ORBA
+  desk.py ORBA FOLDER_OF_NVRAM_PROGRAMS
 """
 import contextlib
 import json
@@ -13,15 +13,15 @@ import sys
 import tempfile
 import time
 
-orba = sys.argv[1]
+orba, programs = sys.argv[1:]
 # A command of a terminal, one above ASCII, and one that turns the direction of writing.
 HARM = "\x1b]0,mine\x07\x9b31m\u202e"
 
 
-def on_a_terminal(*words):
-    """What the tool writes to a terminal, which may not be told to do anything."""
+def on_a_terminal(*words, program=orba):
+    """What is written to a terminal, which may not be told to do anything."""
     ours, its = pty.openpty()
-    run = subprocess.Popen([orba, *words], stdout=its, stderr=its)
+    run = subprocess.Popen([program, *words], stdout=its, stderr=its)
     os.close(its)
     shown = b""
     with open(ours, "rb", buffering=0) as terminal, contextlib.suppress(OSError):  # EIO at its end
@@ -34,8 +34,8 @@ def on_a_terminal(*words):
     return text
 
 
-def answers_of(words):
-    return subprocess.run([orba, *words], capture_output=True, text=True, timeout=20).stdout
+def answers_of(words, program=orba):
+    return subprocess.run([program, *words], capture_output=True, text=True, timeout=20).stdout
 
 
 def folder_of(run):
@@ -66,6 +66,15 @@ with tempfile.TemporaryDirectory() as folder:
         words += ["--json", "-c", config]
         assert json.loads(on_a_terminal(*words)) == json.loads(answers_of(words)), words
         assert "\u202e" in answers_of(words), words
+
+    os.environ["ORBA_NVRAM_DIR"] = f"{folder}/{HARM}"
+    os.makedirs(f"{folder}/{HARM}/space3.conf")
+    subprocess.run([f"{programs}/nvram_set", "HostName", HARM], check=True)
+    for words in (["get", "HostName"], ["show"], ["get", HARM], ["set", f"#{HARM}", ""], ["show", HARM],
+                  ["show", "-s3"]):
+        program = f"{programs}/nvram_{words.pop(0)}"
+        assert "\\U0000202e" in on_a_terminal(*words, program=program), words
+    assert answers_of(["HostName"], f"{programs}/nvram_get") == f"{HARM}\n"
 
     # A folder of device files that leads to others' and waits for ever.
     device, secret = f"{folder}/device", f"{folder}/secret"

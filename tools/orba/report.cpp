@@ -7,7 +7,6 @@
 #include <sstream>
 
 #include "sim/packet_filter.h"
-#include "tools/orba/svg.h"
 
 namespace orba::tool {
 
@@ -79,20 +78,6 @@ void printOrigins(std::ostream &out, const std::vector<Origin> &origins) {
   if (!because.empty()) out << "        because of " << because << "\n";
 }
 
-// With what is not seen spelled out, but for the characters in `between`, for each of
-// which `shown` is called.
-template <typename Shown>
-std::string spelledOut(const std::string &text, const char *between, Shown shown) {
-  std::string spelled;
-  for (size_t at = 0; at <= text.size();) {
-    size_t end = std::min(text.find_first_of(between, at), text.size());
-    for (const std::string &c : charactersOf(text.substr(at, end - at))) spelled += c;
-    if (end < text.size()) spelled += shown(text[end]);
-    at = end + 1;
-  }
-  return spelled;
-}
-
 nlohmann::ordered_json originsAsJson(const std::vector<Origin> &origins) {
   nlohmann::ordered_json json = nlohmann::ordered_json::array();
   for (const Origin &origin : origins) {
@@ -124,15 +109,6 @@ std::vector<std::string> linesIn(const std::string &text) {
   std::istringstream stream(text);
   for (std::string line; std::getline(stream, line);) lines.push_back(line);
   return lines;
-}
-
-std::string visible(const std::string &text) {
-  return spelledOut(text, "\n", [](char) { return "\\n"; });
-}
-
-std::string forReader(const std::string &lines, int descriptor) {
-  if (isatty(descriptor) == 0) return lines;
-  return spelledOut(lines, "\n\t", [](char between) { return std::string(1, between); });
 }
 
 void printPlan(std::ostream &out, const Call &call, const sim::Device &device,

@@ -6,6 +6,7 @@
 #include <ostream>
 
 #include "sim/device.h"
+#include "terminal.h"
 #include "tools/orba/entry.h"
 #include "tools/orba/origin.h"
 
@@ -43,11 +44,8 @@ std::string inWords(const sim::Event &event);
 // The lines of a text, the last one with or without its newline.
 std::vector<std::string> linesIn(const std::string &text);
 
-// A text that may hold anything, as one line that is safe to show on a terminal.
-std::string visible(const std::string &text);
-// Lines for standard output, or another descriptor: as they are for a program that
-// reads them, safe on a terminal.
-std::string forReader(const std::string &lines, int descriptor = 1);
+using nvram::forReader;
+using nvram::visible;
 
 }  // namespace orba::tool
 

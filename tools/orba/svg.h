@@ -5,12 +5,11 @@
 #include <string>
 #include <vector>
 
+#include "terminal.h"
+
 namespace orba::tool {
 
-// What is seen of a text, by characters in UTF-8. What is not to be seen or makes
-// other text be seen otherwise (control characters, directions of writing, bytes
-// that are no UTF-8) is spelled out: "\x1b", "\U0000202e".
-std::vector<std::string> charactersOf(const std::string &text);
+using nvram::charactersOf;
 
 // The text as a stretch of XML text or of an attribute's value.
 std::string xmlText(const std::string &text);

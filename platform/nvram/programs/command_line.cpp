@@ -1,7 +1,13 @@
 #include "command_line.h"
 
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <cstring>
+#include <iostream>
+#include <sstream>
+
+#include "terminal.h"
 
 CommandLine::CommandLine(const char *name, const char *about)
     : name_(name), app_(std::make_unique<CLI::App>(about, name)) {
@@ -12,6 +18,7 @@ CommandLine::CommandLine(const char *name, const char *about)
   app_->positionals_at_end();
   app_->footer(
       "The settings are in the folder that ORBA_NVRAM_DIR names, /var/lib/orba otherwise.\n"
+      "On a terminal, what would tell it something is spelled out, such as \\x1b.\n"
       "Exit status: 0 done, 1 no such key, 2 wrong usage, 3 the store cannot be read or "
       "written.");
 }
@@ -27,17 +34,25 @@ int CommandLine::parse(int argc, char **argv) {
     app_->parse(argc, argv);
     return -1;
   } catch (const CLI::ParseError &error) {
-    return app_->exit(error) == 0 ? exitFine : exitUsage;
+    std::ostringstream complained;
+    const int code = app_->exit(error, std::cout, complained);
+    std::cerr << nvram::forReader(complained.str(), STDERR_FILENO);
+    return code == 0 ? exitFine : exitUsage;
   }
 }
 
 int CommandLine::storeError(int error) const {
-  fprintf(stderr, "%s: space %d: %s\n", name_, space, strerror(error));
+  complain("space " + std::to_string(space) + ": " + strerror(error));
   return exitStoreError;
 }
 
+void CommandLine::complain(const std::string &what) const {
+  fprintf(stderr, "%s: %s\n", name_, nvram::forReader(what, STDERR_FILENO).c_str());
+}
+
 int CommandLine::print(const std::string &text) const {
-  if (fwrite(text.data(), 1, text.size(), stdout) == text.size() && fflush(stdout) == 0) {
+  const std::string shown = nvram::forReader(text);
+  if (fwrite(shown.data(), 1, shown.size(), stdout) == shown.size() && fflush(stdout) == 0) {
     return exitFine;
   }
   perror(name_);

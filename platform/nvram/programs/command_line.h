@@ -21,7 +21,9 @@ class CommandLine {
   /* -1 to go on, otherwise the exit status. */
   int parse(int argc, char **argv);
   int storeError(int error) const;
-  /* Writes `text` and says whether it all arrived. */
+  /* Says on standard error what was wrong. */
+  void complain(const std::string &what) const;
+  /* Writes `text`, spelled out for a terminal, and says whether it all arrived. */
   int print(const std::string &text) const;
 
   int space = 1;

@@ -13,6 +13,6 @@ int main(int argc, char **argv) {
   const char *value = nvram_get(line.space, key.c_str());
   if (value != nullptr) return line.print(value + std::string("\n"));
   if (errno != ENOENT) return line.storeError(errno);
-  fprintf(stderr, "nvram_get: no setting \"%s\" in space %d\n", key.c_str(), line.space);
+  line.complain("no setting \"" + key + "\" in space " + std::to_string(line.space));
   return exitNoSuchKey;
 }

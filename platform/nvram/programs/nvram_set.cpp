@@ -14,7 +14,7 @@ int main(int argc, char **argv) {
   if (const int status = line.parse(argc, argv); status >= 0) return status;
 
   if (!nvram::validKey(key)) {
-    fprintf(stderr, "nvram_set: \"%s\" cannot be the name of a setting\n", key.c_str());
+    line.complain("\"" + key + "\" cannot be the name of a setting");
     return exitUsage;
   }
   if (nvram_set(line.space, key.c_str(), value.c_str()) == 0) return exitFine;

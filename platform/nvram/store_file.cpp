@@ -58,27 +58,46 @@ void requireTrusted(const struct stat &folder) {
   if (!ours(folder.st_uid) && !shared) refuse(EPERM, "its folder belongs to somebody else");
 }
 
-// Of an absolute path.
-std::string folderOf(const std::string &path) {
-  return path.substr(0, std::max<std::size_t>(path.rfind('/'), 1));
+// Where a link leads. Who made it decides that.
+std::string targetOf(const Descriptor &link) {
+  if (!ours(statusOf(link).st_uid)) refuse(EPERM, "a link to it is somebody else's");
+  char target[PATH_MAX];
+  const ssize_t length = readlinkat(link.number(), "", target, sizeof target);
+  if (length < 0) fail();
+  if (length == sizeof target) refuse(ENAMETOOLONG, "a link to it");
+  return std::string(target, static_cast<std::size_t>(length));
 }
 
-// Where `path` leads, so that nothing there is a link any more.
-std::string followed(std::string path) {
+Descriptor rootFolder() {
+  return Descriptor(open("/", O_PATH | O_DIRECTORY | O_CLOEXEC));
+}
+
+// Goes along an absolute path name by name, to the folder of the last one. That is left
+// in `path`, is no link, and need not be there.
+Descriptor enterFolderOf(std::string &path) {
   constexpr int most = 40;  // links, as the kernel has it
-  for (int links = 0; links < most; ++links) {
-    const int number = open(path.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC);
-    if (number < 0 && errno == ENOENT) return path;
-    const Descriptor link(number);
-    const struct stat status = statusOf(link);
-    if (!S_ISLNK(status.st_mode)) return path;
-    if (!ours(status.st_uid)) refuse(EPERM, "a link to it is somebody else's");
-    char target[PATH_MAX];
-    const ssize_t length = readlinkat(link.number(), "", target, sizeof target);
-    if (length < 0) fail();
-    if (length == sizeof target) refuse(ENAMETOOLONG, "a link to it");
-    const std::string to(target, static_cast<std::size_t>(length));
-    path = to.front() == '/' ? to : folderOf(path) + '/' + to;
+  Descriptor folder = rootFolder();
+  for (int links = 0; links < most;) {
+    path.erase(0, path.find_first_not_of('/'));
+    const std::string name = path.substr(0, path.find('/'));
+    const bool last = path.find_first_not_of('/', name.size()) == path.npos;
+    const int number = openat(folder.number(), name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC);
+    if (last && number < 0 && errno == ENOENT) {
+      path = name;
+      return folder;
+    }
+    Descriptor next(number);
+    if (S_ISLNK(statusOf(next).st_mode)) {
+      path.replace(0, name.size(), targetOf(next));
+      if (path.front() == '/') folder = rootFolder();
+      ++links;
+    } else if (last) {
+      path = name;
+      return folder;
+    } else {
+      path.erase(0, name.size());
+      folder = std::move(next);
+    }
   }
   refuse(ELOOP, "links to it");
 }
@@ -149,8 +168,15 @@ Descriptor::Descriptor(int number) : number_(number) {
   if (number_ < 0) fail();
 }
 
+Descriptor::Descriptor(Descriptor &&other) noexcept : number_(std::exchange(other.number_, -1)) {}
+
+Descriptor &Descriptor::operator=(Descriptor &&other) noexcept {
+  std::swap(number_, other.number_);
+  return *this;
+}
+
 Descriptor::~Descriptor() {
-  close(number_);
+  if (number_ >= 0) close(number_);
 }
 
 std::optional<Identity> identify(const std::string &path) {
@@ -167,15 +193,12 @@ std::optional<File> readFile(const std::string &path) try {
   throw;
 }
 
-void makeFolder(const std::string &folder) {
-  if (mkdir(folder.c_str(), 0755) != 0 && errno != EEXIST) fail();
+void makeFolder(std::string folder) {
+  const Descriptor within = enterFolderOf(folder);
+  if (mkdirat(within.number(), folder.c_str(), 0755) != 0 && errno != EEXIST) fail();
 }
 
-Place::Place(const std::string &path)
-    : name_(followed(path)),
-      folder_(::open(followed(folderOf(name_)).c_str(),
-                     O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC)) {
-  name_.erase(0, name_.rfind('/') + 1);
+Place::Place(std::string path) : folder_(enterFolderOf(path)), name_(std::move(path)) {
   requireTrusted(statusOf(folder_));
 }
 

@@ -21,8 +21,8 @@ class Descriptor {
   /* Takes what open() returned. */
   explicit Descriptor(int number);
   ~Descriptor();
-  Descriptor(const Descriptor &) = delete;
-  Descriptor &operator=(const Descriptor &) = delete;
+  Descriptor(Descriptor &&other) noexcept;
+  Descriptor &operator=(Descriptor &&other) noexcept;
 
   int number() const { return number_; }
 
@@ -52,16 +52,16 @@ struct File {
 std::optional<Identity> identify(const std::string &path);
 std::optional<File> readFile(const std::string &path);
 
-/* Makes `folder` unless it is there. */
-void makeFolder(const std::string &folder);
+/* Makes `folder` unless it is there; links of others on the way are refused. */
+void makeFolder(std::string folder);
 
 /* Where the file of a path is, or will be, once links are followed. EPERM when
- * somebody else made one of them, or could change the folder: it has to belong
+ * somebody else made one on the way, or could change the folder: it has to belong
  * to this process's user or to root, and not everyone may write to it. A folder
  * that its owner opened to a group will do for the members, but not for root. */
 class Place {
  public:
-  explicit Place(const std::string &path);
+  explicit Place(std::string path);
 
   const std::string &name() const { return name_; }
   int folder() const { return folder_.number(); }
@@ -83,8 +83,8 @@ class Place {
   void syncNames(const Descriptor &within, const char *folder = ".") const;
 
  private:
-  std::string name_;
   Descriptor folder_;
+  std::string name_;
 };
 
 /* Keeps other processes from replacing a file. EWOULDBLOCK while one of them

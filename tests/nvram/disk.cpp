@@ -227,8 +227,9 @@ WITH_REAL(int, openat, int folder, const char *name, int flags, ...) {
                  });
 }
 
-WITH_REAL(int, mkdir, const char *path, mode_t mode) {
-  return watched([&] { return __real_mkdir(path, mode); }, [&](Disk &disk) { disk.made(path); });
+WITH_REAL(int, mkdirat, int folder, const char *name, mode_t mode) {
+  return watched([&] { return __real_mkdirat(folder, name, mode); },
+                 [&](Disk &disk) { disk.made(pathOf(folder, name)); });
 }
 
 WITH_REAL(int, unlinkat, int folder, const char *name, int flags) {

@@ -164,14 +164,17 @@ TEST_F(Users, HaveAStoreBelowAFolderThatTheyCannotList) {
 
 // What one may do in a folder of one's own, or as a member in a shared one.
 TEST_F(Users, CannotLeadRootAstray) {
-  const std::string secret = root / "secret", fresh = root / "fresh";
+  const std::string own = root / "own", secret = own + "/space1.conf", fresh = root / "fresh";
+  fs::create_directory(own);
   std::ofstream(secret) << "a=secret\n";
   const std::string conf = folder.file("space1.conf"), lock = folder.file("space1.lock");
+  const std::string up = folder.file("up");
   const struct {
     uid_t owner;
     mode_t mode;
     std::function<void()> attack;
     const char *told;
+    const char *named = "";  // behind the folder
   } attacks[] = {
       {kOwner, 0755, [] {}, "its folder belongs to somebody else"},
       {kOwner, 0755, [&] { symlink(secret.c_str(), conf.c_str()); }, "a link to it is somebody"},
@@ -182,10 +185,13 @@ TEST_F(Users, CannotLeadRootAstray) {
       {0, 0775, [&] { symlink(secret.c_str(), conf.c_str()); }, "a link to it is somebody"},
       {0, 0775, [&] { symlink(fresh.c_str(), lock.c_str()); }, ""},
       {0, 0775, [&] { mkfifo(conf.c_str(), 0666); }, "Operation not permitted"},
+      {kOwner, 0755, [&] { symlink(root.c_str(), up.c_str()); }, "a link to it is", "/up/own"},
+      {kOwner, 0755, [&] { symlink(root.c_str(), up.c_str()); }, "a link to it is", "/up/fresh"},
+      {kOwner, 0755, [&] { symlink(own.c_str(), up.c_str()); }, "a link to it is", "/up/."},
   };
   for (const auto &attack : attacks) {
     SCOPED_TRACE(&attack - attacks);
-    fs::remove(fresh);
+    fs::remove_all(fresh);
     fs::remove_all(folder.path());
     fs::create_directory(folder.path());
     share(attack.owner, kGroup, attack.mode);
@@ -193,6 +199,7 @@ TEST_F(Users, CannotLeadRootAstray) {
     const pid_t root_process = startProcess([&] {
       ASSERT_NE(freopen(folder.errors().c_str(), "w", stderr), nullptr);
       ASSERT_EQ(setgroups(1, &kGroup), 0);  // which is no reason to trust its members
+      setenv("ORBA_NVRAM_DIR", (folder.path() + attack.named).c_str(), 1);
       EXPECT_EQ(nvram_get(1, "a"), nullptr);
       EXPECT_NE(failureOfSet("new"), 0);
     });

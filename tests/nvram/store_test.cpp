@@ -269,13 +269,14 @@ TEST(Store, IsWhereItWasAtFirstAndWhereItsLinksLead) {
     EXPECT_EQ(nvram_set(1, "a", "2"), 0);
     EXPECT_EQ(failureOf(nvram_get(2, "a")), ENOENT);
   });
-  // One link to a file that is there, one to a file that is not there yet, and
-  // a folder that is one.
+  // One link to a file that is there, one to a file that is not there yet, a
+  // folder that is one, and one on the way to it.
   create_directory(other);
   create_symlink("../store/space1.conf", other / "space1.conf");
   create_symlink(path / "second.conf", other / "space2.conf");
   create_directory_symlink(other, path.parent_path() / "linked");
-  setenv("ORBA_NVRAM_DIR", (path.parent_path() / "linked/").c_str(), 1);
+  create_directory_symlink(".", path.parent_path() / "up");
+  setenv("ORBA_NVRAM_DIR", (path.parent_path() / "up//./linked/").c_str(), 1);
   inProcess([&] {
     EXPECT_STREQ(nvram_get(1, "a"), "2");
     EXPECT_EQ(nvram_set(1, "a", "3"), 0);

@@ -34,38 +34,20 @@ int runFormatted(const char *format, va_list arguments, const char *redirection)
   return count;
 }
 
-// "producer > path" or "producer >> path", taken apart at its last '>'.
-struct IntoFile {
-  Text<kCommandSize> producer;
-  Text<128> path;
-  bool append = false;
-
-  explicit IntoFile(const char *line) {
-    const char *arrow = strrchr(line, '>');
-    if (arrow == nullptr) return;
-    const char *target = arrow + 1 + strspn(arrow + 1, " ");
-    path.append(target, strcspn(target, " "));
-    append = arrow > line && arrow[-1] == '>';
-    producer.append(line, static_cast<size_t>(arrow - line) - (append ? 1 : 0));
-  }
-
-  bool echoed() const { return !append && strncmp(producer.text(), "echo ", 5) == 0; }
-};
-
 off_t sizeOf(const char *path) {
   struct stat status;
   return stat(path, &status) == 0 ? status.st_size : 0;
 }
 
-void writeProduced(const IntoFile &parts) {
-  Pipe pipe(parts.producer.text());
+void writeProduced(const char *producer, const char *path, int how) {
+  Pipe pipe(producer);
   if (!pipe) return;
-  File file(parts.path.text(), parts.append ? "a" : "w");
+  Descriptor file(open(path, O_WRONLY | O_CREAT | how, 0666));
   if (!file) return;
   char block[512];
   size_t length;
   while ((length = fread(block, 1, sizeof block, pipe.get())) > 0) {
-    fwrite(block, 1, length, file.get());
+    (void)!write(file.get(), block, length);
   }
 }
 
@@ -77,8 +59,8 @@ bool commandRuns() {
 
 bool mayRun(const TextBuffer &line) {
   // Most lines have no quote, and are soon looked through for one.
-  bool holds_option = strchr(line.text(), '\'') != nullptr &&
-                      strstr(line.text(), ShellWord::kOption) != nullptr;
+  bool holds_option =
+      strchr(line.text(), '\'') != nullptr && strstr(line.text(), ShellWord::kOption) != nullptr;
   if (line.fits() && !holds_option) return true;
   debug("command %s, not run: %.80s...\n", line.fits() ? "with an option for a value" : "too long",
         line.text());
@@ -91,18 +73,27 @@ void runIntoFile(const char *format, ...) {
   va_start(arguments, format);
   line.formatList(format, arguments);
   va_end(arguments);
-  IntoFile parts(line.text());
+  // "producer > path" or "producer >> path", taken apart at its last '>'.
+  const char *arrow = strrchr(line.text(), '>');
+  line.append(kDiscard);
+  if (!mayRun(line) || arrow == nullptr) return;
+  bool append = arrow[-1] == '>';
+  Text<kCommandSize> producer;
+  producer.append(line.text(), static_cast<size_t>(arrow - line.text()) - (append ? 1 : 0));
+  arrow += 1 + strspn(arrow + 1, " ");
+  Text<128> path;
+  path.append(arrow, strcspn(arrow, " "));
+
   // A file that an echo makes is emptied first, so that what stands in it
   // afterwards is the echo's. One that another program fills is left to the shell,
   // which empties it: what stands there afterwards, whoever wrote it, is not
   // fetched again.
-  if (parts.echoed()) Descriptor(open(parts.path.text(), O_WRONLY | O_TRUNC));
-  off_t before = parts.append ? sizeOf(parts.path.text()) : 0;
-
-  line.append(kDiscard);
-  if (!mayRun(line) || !parts.path.fits()) return;
+  bool echoed = strncmp(producer.text(), "echo ", 5) == 0;
+  if (!append && echoed) Descriptor(open(path.text(), O_WRONLY | O_TRUNC));
+  off_t before = append ? sizeOf(path.text()) : 0;
   run(line);
-  if (sizeOf(parts.path.text()) == before) writeProduced(parts);
+  if (sizeOf(path.text()) != before) return;
+  writeProduced(producer.text(), path.text(), append ? O_APPEND : O_TRUNC);
 }
 
 int runDirectly(const char *format, ...) {

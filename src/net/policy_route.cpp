@@ -36,11 +36,15 @@ void writeMarkCommand(char verb, const Traffic &from, uint32_t mark, Command &co
   command.format("ebtables -%c Policy_Route ", verb);
   if (*from.mac != '\0') command.format(" --src %s", mac.text());
   if (!from.any()) command.append(" -p ipv4 ");
-  if (*from.address != '\0') command.format(" --ip-src %s", address.text());
-  if (*from.address != '\0' && *from.netmask != '\0') command.format("/%s", netmask.text());
-  if (from.protocol != -1) command.format(" --ip-proto %d", from.protocol);
+  if (*from.address != '\0') {
+    command.format(" --ip-src %s", address.text());
+    if (*from.netmask != '\0') command.format("/%s", netmask.text());
+  }
   // A port means nothing without a protocol.
-  if (from.protocol != -1 && from.port != 0) command.format(" --ip-sport %d", from.port);
+  if (from.protocol != -1) {
+    command.format(" --ip-proto %d", from.protocol);
+    if (from.port != 0) command.format(" --ip-sport %d", from.port);
+  }
   command.format(" -j mark --mark-or  0x%x --mark-target CONTINUE", mark);
 }
 
@@ -50,10 +54,10 @@ const char *routeVerb(int action) {
 }
 
 // Goes through a pipe, unlike the others; what it prints is read and dropped.
-void changeDefaultRoute(int action, const char *gateway, const char *ifname, const char *name) {
+void changeDefaultRoute(int action, const char *gateway, const char *ifname,
+                        const ShellWordPart &table) {
   ShellWord router(gateway);
   ShellWord device(ifname);
-  ShellWordPart table(name);
   Command command;
   command.format("ip route %s default  via %s dev %s table pf_%s", routeVerb(action), router.text(),
                  device.text(), table.text());
@@ -79,14 +83,15 @@ void run(const Traffic &from, const char *ifname, const char *name, int n, int a
   writeMarkCommand(action != 0 ? 'A' : 'D', from, mark, mark_command);
 
   // Stays empty for an interface that is no WAN; `ip` then rejects the route.
-  char gateway[32] = "";
+  char gateway[32];
+  *gateway = '\0';
   getGatewayByInterface(ifname, gateway);
 
   ShellWordPart table(name);
   doSystem("%s", mark_command.text());
   doSystem("ip rule %s fwmark 0x%x/0xe0000000 prio %d table pf_%s", action != 0 ? "add" : "del",
            mark, tableOfPolicy(n), table.text());
-  changeDefaultRoute(action, gateway, ifname, name);
+  changeDefaultRoute(action, gateway, ifname, table);
 }
 
 // Writes the names of all rules' tables at once, and not twice for each rule.

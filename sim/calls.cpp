@@ -391,6 +391,20 @@ int sim_mkdir(const char *path, mode_t mode) {
   return answerOfPath("mkdir", path, kWrites, [=](const char *real) { return mkdir(real, mode); });
 }
 
+char *sim_mkdtemp(char *path) {
+  int made = answerOfPath("mkdtemp", path, kWrites, [=](std::string real) {
+    if (mkdtemp(real.data()) == nullptr) return -1;
+    size_t length = strlen(path);
+    real.copy(path + length - 6, 6, real.size() - 6);
+    return 0;
+  });
+  return made == 0 ? path : nullptr;
+}
+
+int sim_rmdir(const char *path) {
+  return answerOfPath("rmdir", path, kWrites, [=](const char *real) { return rmdir(real); });
+}
+
 int sim_chmod(const char *path, mode_t mode) {
   return answerOfPath("chmod", path, kWrites, [=](const char *real) { return chmod(real, mode); });
 }

@@ -42,6 +42,8 @@ const std::map<std::string, Row> kRows = {
     {"lstat", {-1, {EIO}}},
     {"fstat", {-1, {EIO}}},
     {"mkdir", {-1, {EROFS}}},
+    {"mkdtemp", {-1, {EROFS}}},
+    {"rmdir", {-1, {EROFS}}},
     {"chmod", {-1, {EROFS}}},
     {"fchmod", {-1, {EPERM}}},
     {"truncate", {-1, {EROFS}}},

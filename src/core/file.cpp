@@ -1,10 +1,10 @@
 #include "core/file.h"
 
-#include <poll.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 
 namespace orba {
@@ -19,6 +19,15 @@ bool isOurs(const struct stat &status) {
 // What keeps everybody from making a file, so that a command does no harm there.
 bool nobodyCanMakeIt(int error) {
   return error == ENOENT || error == EACCES || error == EROFS;
+}
+
+// A folder, which only those can empty whose files are in it, is put aside whole: in the
+// place of an empty one of ours, whose name nobody has taken before.
+void clearAway(const char *path) {
+  if (unlink(path) == 0) return;
+  char aside[64];
+  snprintf(aside, sizeof aside, "%s.XXXXXX", path);
+  if (mkdtemp(aside) != nullptr && rename(path, aside) != 0) rmdir(aside);
 }
 
 }  // namespace
@@ -60,10 +69,10 @@ bool fileExists(const char *path) {
 
 void lockShortly(int fd) {
   constexpr int kAttempts = 1000;
-  constexpr int kPauseMilliseconds = 1;
+  constexpr int kPauseMicroseconds = 1000;
   for (int attempt = 0; attempt < kAttempts; attempt++) {
     if (flock(fd, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) return;
-    poll(nullptr, 0, kPauseMilliseconds);
+    usleep(kPauseMicroseconds);
   }
 }
 
@@ -76,19 +85,20 @@ int openOurs(const char *path, int access) {
   return -1;
 }
 
-void removeUnlessOurs(const char *path) {
+bool mayBeRead(const char *path, const char *folder) {
+  if (Descriptor(openOurs(path))) return true;
   struct stat status;
-  if (lstat(path, &status) == 0 && !isOurs(status)) unlink(path);
+  return errno == ENOENT && (stat(folder, &status) != 0 || (status.st_mode & 022) == 0);
 }
 
 bool claimFile(const char *path, mode_t mode) {
   // Again while somebody is quick to put the next one there, but not for ever.
-  for (int attempt = 0; attempt < 8; attempt++) {
+  for (int attempt = 0; attempt < 100; attempt++) {
     struct stat status;
     if (lstat(path, &status) == 0) {
       bool private_enough = (status.st_mode & 0777 & ~mode) == 0;
       if (isOurs(status)) return private_enough || chmod(path, status.st_mode & mode) == 0;
-      unlink(path);
+      clearAway(path);
     }
     Descriptor made(open(path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
     if (made) return true;

@@ -10,17 +10,14 @@ namespace orba {
 
 namespace {
 
-using Address = Text<64>;
-
 // The address goes into commands, and into quotes of their own, where quoting it
 // would not help: whoever wrote the file, what is no address is not used.
-void readGatewayAddress(Address &address) {
-  address.clear();
-  removeUnlessOurs("/var/wan1.info");
-  Pipe pipe("cat /var/wan1.info | sed -n 's/:.*//p'");
-  char word[64];
-  if (!pipe || fscanf(pipe.get(), "%63s", word) != 1) return;
-  if (isAddress(word)) address.assign(word);
+void readGatewayAddress(char (&address)[64]) {
+  if (mayBeRead("/var/wan1.info", "/var")) {
+    Pipe pipe("cat /var/wan1.info | sed -n 's/:.*//p'");
+    if (pipe && fscanf(pipe.get(), "%63s", address) == 1 && isAddress(address)) return;
+  }
+  *address = '\0';
 }
 
 // "? (10.0.0.1) at 00:11:22:33:44:55 [ether] on br0": the first two characters
@@ -41,11 +38,11 @@ void collectMac(const char *arp, GatewayMac &mac) {
 }  // namespace
 
 bool lookUpGateway(const GatewayLookup &lookup, GatewayMac &mac) {
-  Address address;
+  char address[64];
   readGatewayAddress(address);
-  runDirectly(lookup.wake, address.text());
+  runDirectly(lookup.wake, address);
   Text<128> command;
-  Pipe pipe(command.format(lookup.look_up, address.text()).text());
+  Pipe pipe(command.format(lookup.look_up, address).text());
   if (!pipe) return false;
   char reply[129];
   pipe.readAll(reply);

@@ -43,7 +43,6 @@ void writeProduced(const char *producer, const char *path, int how) {
   Pipe pipe(producer);
   if (!pipe) return;
   Descriptor file(open(path, O_WRONLY | O_CREAT | how, 0666));
-  if (!file) return;
   char block[512];
   size_t length;
   while ((length = fread(block, 1, sizeof block, pipe.get())) > 0) {
@@ -78,8 +77,7 @@ void runIntoFile(const char *format, ...) {
   line.append(kDiscard);
   if (!mayRun(line) || arrow == nullptr) return;
   bool append = arrow[-1] == '>';
-  Text<kCommandSize> producer;
-  producer.append(line.text(), static_cast<size_t>(arrow - line.text()) - (append ? 1 : 0));
+  size_t producer_length = static_cast<size_t>(arrow - line.text()) - (append ? 1 : 0);
   arrow += 1 + strspn(arrow + 1, " ");
   Text<128> path;
   path.append(arrow, strcspn(arrow, " "));
@@ -88,12 +86,13 @@ void runIntoFile(const char *format, ...) {
   // afterwards is the echo's. One that another program fills is left to the shell,
   // which empties it: what stands there afterwards, whoever wrote it, is not
   // fetched again.
-  bool echoed = strncmp(producer.text(), "echo ", 5) == 0;
+  bool echoed = strncmp(line.text(), "echo ", 5) == 0;
   if (!append && echoed) Descriptor(open(path.text(), O_WRONLY | O_TRUNC));
   off_t before = append ? sizeOf(path.text()) : 0;
   run(line);
   if (sizeOf(path.text()) != before) return;
-  writeProduced(producer.text(), path.text(), append ? O_APPEND : O_TRUNC);
+  line.cutTo(producer_length);
+  writeProduced(line.text(), path.text(), append ? O_APPEND : O_TRUNC);
 }
 
 int runDirectly(const char *format, ...) {

@@ -1,5 +1,6 @@
 #include "core/file.h"
 
+#include <poll.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 
@@ -69,10 +70,10 @@ bool fileExists(const char *path) {
 
 void lockShortly(int fd) {
   constexpr int kAttempts = 1000;
-  constexpr int kPauseMicroseconds = 1000;
+  constexpr int kPauseMilliseconds = 1;
   for (int attempt = 0; attempt < kAttempts; attempt++) {
     if (flock(fd, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) return;
-    usleep(kPauseMicroseconds);
+    poll(nullptr, 0, kPauseMilliseconds);
   }
 }
 
@@ -110,7 +111,7 @@ bool claimFile(const char *path, mode_t mode) {
 void writeOurs(const char *path, const char *text) {
   if (!claimFile(path)) return;
   Descriptor file(openOurs(path, O_WRONLY));
-  if (file && ftruncate(file.get(), 0) == 0) (void)!write(file.get(), text, strlen(text));
+  if (ftruncate(file.get(), 0) == 0) (void)!write(file.get(), text, strlen(text));
 }
 
 }  // namespace orba

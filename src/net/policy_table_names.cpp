@@ -109,16 +109,17 @@ class Content {
   const struct stat &status() const { return status_; }
   const char *text() const { return space_; }
   const char *kept() const { return space_ + size_; }
-  size_t keptLength() const { return kept_length_; }
+  size_t keptLength() const { return static_cast<size_t>(kept_end_ - kept()); }
 
   void keepAllBut(const Names &names) {
+    kept_end_ = space_ + size_;
     for (const char *line = space_; line < kept();) {
       const void *newline = memchr(line, '\n', static_cast<size_t>(kept() - line));
       const char *next = newline != nullptr ? static_cast<const char *>(newline) + 1 : kept();
       size_t length = static_cast<size_t>(next - line);
       if (!names.haveOneIn(line, next)) {
-        memcpy(space_ + size_ + kept_length_, line, length);
-        kept_length_ += length;
+        memcpy(kept_end_, line, length);
+        kept_end_ += length;
       }
       line = next;
     }
@@ -129,7 +130,7 @@ class Content {
   char *space_ = static_cast<char *>(MAP_FAILED);
   size_t size_ = 0;
   size_t length_ = 0;
-  size_t kept_length_ = 0;
+  char *kept_end_ = nullptr;
   bool whole_ = false;
 };
 
@@ -162,7 +163,7 @@ bool replace(int old_file, const Content &content) {
   if (!file) return false;
   if (writeAll(file.get(), content.kept(), content.keptLength()) &&
       fchown(file.get(), status.st_uid, status.st_gid) == 0 &&
-      fchmod(file.get(), status.st_mode & 07777) == 0 && fsync(file.get()) == 0 &&
+      fchmod(file.get(), status.st_mode) == 0 && fsync(file.get()) == 0 &&
       rename(kNewTableNames, kTableNames) == 0) {
     writeAppended(file.get(), old_file, content);
     return true;

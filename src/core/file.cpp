@@ -94,7 +94,7 @@ bool mayBeRead(const char *path, const char *folder) {
 
 bool claimFile(const char *path, mode_t mode) {
   // Again while somebody is quick to put the next one there, but not for ever.
-  for (int attempt = 0; attempt < 100; attempt++) {
+  for (int attempt = 0; attempt < 1000; attempt++) {
     struct stat status;
     if (lstat(path, &status) == 0) {
       bool private_enough = (status.st_mode & 0777 & ~mode) == 0;

@@ -63,7 +63,7 @@ void changeDefaultRoute(int action, const char *gateway, const char *ifname,
                  device.text(), table.text());
   if (!mayRun(command)) return;
   Pipe pipe(command.text());
-  char ignored[256];
+  char ignored[128];
   if (pipe) pipe.readLine(ignored);
 }
 

@@ -177,6 +177,15 @@ int sim_chmod(const char *, mode_t) {
 int sim_unlink(const char *) {
   return fail(ENOENT);
 }
+int sim_rename(const char *, const char *) {
+  return fail(ENOENT);
+}
+int sim_rmdir(const char *) {
+  return fail(ENOENT);
+}
+char *sim_mkdtemp(char *) {
+  return fail(EACCES), nullptr;
+}
 size_t sim_fwrite(const void *, size_t, size_t count, FILE *) {
   return count;
 }

@@ -61,7 +61,7 @@ std::string storeFolder() {
     if (here == nullptr) throw std::system_error(errno, std::generic_category());
     folder = std::string(here.get()) + '/' + folder;
   }
-  while (folder.ends_with('/')) folder.pop_back();
+  while (folder.size() > 1 && folder.ends_with('/')) folder.pop_back();
   return folder;
 }
 

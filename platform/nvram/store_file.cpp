@@ -195,6 +195,7 @@ std::optional<File> readFile(const std::string &path) try {
 
 void makeFolder(std::string folder) {
   const Descriptor within = enterFolderOf(folder);
+  if (folder.empty()) return;  // the root folder
   if (mkdirat(within.number(), folder.c_str(), 0755) != 0 && errno != EEXIST) fail();
 }
 

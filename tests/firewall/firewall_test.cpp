@@ -120,32 +120,4 @@ insmod /lib/modules/2.6.21/kernel/net/ipv4/netfilter/nf_nat_sip.ko)";
   EXPECT_EQ(modules("1"), kLoading);
 }
 
-TEST(FirewallFlushes, EmptyOneFeatureEach) {
-  sim::Device device;
-  device.file(kSynCookies, "1\n");
-  iptablesDMZFlush();
-  iptablesPortForwardFlush();
-  MACFilterFlush();
-  iptablesIPPortFilterFlush();
-  iptablesMaliciousFilterFlush();
-  EXPECT_EQ(transcript(device), R"(
-iptables -t filter -F DMZ 1>/dev/null 2>&1
-iptables -t nat -F DMZ 1>/dev/null 2>&1
-/bin/super_dmz -f
-iptables -t filter -F port_forward 1>/dev/null 2>&1
-iptables -t nat -F port_forward 1>/dev/null 2>&1
-ebtables -t nat -F MAC_Filter
-iptables -F macipport_filter 1>/dev/null 2>&1
-iptables -F macipport_input_filter 1>/dev/null 2>&1
-iptables -F malicious_filter  1>/dev/null 2>&1
-iptables -F synflood_filter  1>/dev/null 2>&1
-iptables -A malicious_filter -p tcp --syn -j synflood_filter 1>/dev/null 2>&1
-iptables -F malicious_input_filter  1>/dev/null 2>&1
-iptables -F synflood_input_filter  1>/dev/null 2>&1
-iptables -A malicious_input_filter -p tcp --syn -j synflood_input_filter 1>/dev/null 2>&1
-iptables -F PING_DEATH  1>/dev/null 2>&1
-echo 0 > /proc/sys/net/ipv4/tcp_syncookies)");
-  EXPECT_EQ(device.text(kSynCookies), "0\n");
-}
-
 }  // namespace

@@ -111,17 +111,6 @@ TEST(RoutingTableView, SaysWhenTheRulesGrowMeanwhile) {
   EXPECT_EQ(device.printed(), "fatal error in getRoutingTable\n");
 }
 
-TEST(RoutingTableView, LeavesTheBufferAloneWhenItCannotBeMade) {
-  sim::Device device;
-  char text[4096] = "before";
-  EXPECT_EQ(getRoutingTable(text), -1);
-  device.settings({{"RoutingRules", ";"}}).file(kRoutes, kernelRoutes({})).memoryRunsOut();
-  EXPECT_EQ(getRoutingTable(text), -1);
-  EXPECT_STREQ(text, "before");
-  device.memoryRunsOut(false);
-  EXPECT_EQ(getRoutingTable(text), 1);
-}
-
 TEST(RoutingTableView, IsCutAtItsBuffer) {
   sim::Device device;
   std::vector<std::string> routes;

@@ -107,9 +107,6 @@ TEST(PortStatus, IsFivePairsOfBits) {
     device.answer("switch reg r 80", reply);
     EXPECT_EQ(ask(getPortStatus), pairs) << reply;
   }
-  device.unstartable("switch reg r 80");
-  EXPECT_EQ(ask(getPortStatus), "");
-  EXPECT_EQ(device.openPipes(), 0);
   EXPECT_THAT(device.commands(), IsEmpty());
 }
 

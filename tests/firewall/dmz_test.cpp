@@ -36,7 +36,6 @@ TEST(Dmz, WithoutItsSettingsItSaysSoAndDoesNothing) {
       {"DMZEnable", "", "Warning: can't find \"DMZEnable\" in flash\n"},
       {"DMZAddress", "1", kIncomplete},
       {"DMZAvoidTCPPort80", "1", kIncomplete},
-      {"none", "0", ""},
       {"none", "3", ""},
       {"none", "", ""},
   };

@@ -49,7 +49,6 @@ TEST(Gateway, OfAWanIsConfiguredOrNotedWhenItCameUp) {
       {"eth2.20", "", "0 0.0.0.0"},
       {"eth2.20", ":eth2.20", "0 "},
       // What is no address is not used.
-      {"eth2.20", "-f/dev/zero:eth2.20", "0 0.0.0.0"},
       {"eth2.20", "10.0.1:eth2.20", "0 0.0.0.0"},
       {"eth2.20", "192.168.100.1001:eth2.20", "0 0.0.0.0"},
       {"eth2.20", endless + ":", "0 0.0.0.0"},  // the ':' is too far off
@@ -97,7 +96,6 @@ TEST(Gateway, OfTheDefaultRoute) {
       {"default by PPP", {kOffice, kDefaultByPpp, kDefault}, "0 ", "0 ", ""},
       {"no default, a gateway last", {kLan, kOffice}, "0 before", "0 192.168.1.9", ""},
       {"no routes", {}, "0 before", "0 before", ""},
-      {"malformed", {"garbage\n", kDefault}, "-1 before", "0 before", "Format error!"},
       {"later", {kOffice, "br0\t0\tx\n", kDefault}, "-1 before", "0 192.168.1.9", "Format error!"},
       {"cut off", {kOffice, "br0"}, "-1 before", "0 192.168.1.9", "Format error!"},
       {"endless", {std::string(1000, 'x') + "\n"}, "-1 before", "0 before", "Format error!"},
@@ -122,7 +120,6 @@ TEST(WanLink, IsBitZeroOfTheSwitchRegister) {
       {"value=0x0000e001", 1},
       {"switch reg read offset=3608, value=1\n", 1},
       {"value=2", 0},
-      {"value=", 0},
       {"", 0},
       {"0x1", 0},
       {std::string(251, ' ') + "value=1", 0},  // behind the 256th byte

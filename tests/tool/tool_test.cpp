@@ -108,7 +108,6 @@ TEST(Check, NamesRecordFieldValueAndReason) {
       {"DMZEnable", "2"},
       {"MACFilterRules", "00:11:22:33:44:55;;66:11:22:33:44:55"},
       {"websHostFilters", std::string(300, 'h')},
-      {"RoutingRules", "1,2"},
       {"StaticRoutingRules", "1,a,10.0.0.0,255.0.0.0,"},
       {"OperationMode", "4"},
       {"BlockLAND", ""},
@@ -127,7 +126,6 @@ TEST(Check, NamesRecordFieldValueAndReason) {
           "MACFilterRules, record 3: \"66:11:22:33:44:55\" stands behind an empty record; it is "
           "passed over",
           HasSubstr("is too long and loses its end; it is used without its end"),
-          "RoutingRules, record 1: \"1,2\" has fewer than 7 fields; it is passed over",
           HasSubstr("StaticRoutingRules, record 1"),
           HasSubstr("OperationMode: \"4\" is not 0 (bridge)")));
 }

@@ -129,7 +129,7 @@ static std::string faultOf(const char *text, Arguments... arguments) {
 
 TEST(PortForwardList, TellsWhichFieldIsAtFault) {
   using namespace orba;
-  EXPECT_EQ(faultOf<PortForward>("10.0.0.9,80,0,TCP", 0), "");
+  EXPECT_EQ(faultOf<PortForward>("10.0.0.9,65535,0,TCP", 0), "");
   EXPECT_EQ(faultOf<PortForward>("", 0), "0 is missing");
   EXPECT_EQ(faultOf<PortForward>("host,x,x,x", 0), "0 is not an IPv4 address");
   EXPECT_EQ(faultOf<PortForward>("any", 0), "1 is missing");

@@ -110,7 +110,9 @@ TEST(Gateway, OfTheDefaultRoute) {
     EXPECT_EQ(gatewayBy(getWanDefaultGateway), c.walked_gateway);
     EXPECT_EQ(device.console(), c.console);
   }
-  sim::Device device;
+  sim::Device device;  // without a route file
+  EXPECT_EQ(gatewayBy(getWanGateway), "-1 before");
+  EXPECT_EQ(gatewayBy(getWanDefaultGateway), "-1 before");
   getWanDefaultGateway(nullptr);
   EXPECT_EQ(device.console(), "defaultGtwy is NULL!");
 }

@@ -243,6 +243,26 @@ TEST(PolicyTableNames, LoseNoLineThatAnotherProgramAppends) {
   }
 }
 
+// What they append stays, also where the disk is full when it is to be moved up.
+TEST(PolicyTableNames, LeaveLinesOfOthersWhereTheyAreOnAFullDisk) {
+  for (size_t moment = 1;; moment++) {
+    sim::Device device;
+    device.file(kTables, "202 pf_office\n254 main\n").refuse(kNewTables);
+    const std::string path = device.root().forReading(kTables);
+    sim::Faults &faults = device.faults();
+    faults.before([&](size_t calls) {
+      if (calls == moment) std::ofstream(path, std::ios::app) << "100 theirs\n";
+      if (calls >= moment && faults.failed().empty() &&
+          faults.calls()[calls - 1] == std::string("write"))
+        faults.fail(0, sim::Faults::kOnce);
+    });
+    doPolicyRoutingRemove(202, "office");
+    faults.before(nullptr);
+    if (faults.failed().empty()) break;
+    EXPECT_EQ(device.text(kTables), "202 pf_office\n254 main\n100 theirs\n") << moment;
+  }
+}
+
 // The file is written once for all rules, not twice for each.
 TEST(PolicyTableNames, OfManyRulesAreWrittenInProportion) {
   size_t calls[2];

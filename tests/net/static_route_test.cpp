@@ -194,6 +194,11 @@ TEST(StaticRoutingRules, MissingOrWithoutARoute) {
   orba::WanStaticRoute cut(*orba::RuleList("10,a,b,c,d,12345").begin());
   EXPECT_FALSE(faulty(cut.fault()));
   EXPECT_EQ(cut.cut.field, 0);
+  // The WAN's number is the 128th character.
+  std::string text = "1,,10.8.9.0,255.255.255.0,10.0.0.7,2";
+  text.insert(2, 128 - text.size(), 'n');
+  orba::RuleList rules(text.c_str(), orba::WanStaticRoute::kRecordSize);
+  EXPECT_TRUE(orba::WanStaticRoute(*rules.begin()).side.is(""));
 }
 
 TEST(StaticRoute, IsRemovedByTheSameLine) {

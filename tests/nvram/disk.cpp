@@ -281,7 +281,11 @@ WITH_REAL(int, fchmod, int file, mode_t mode) {
 }
 
 WITH_REAL(int, futimens, int file, const timespec *times) {
-  return watched([&] { return __real_futimens(file, times); });
+  return watched([&] {
+    if (watching == nullptr || watching->keepsTimes()) return __real_futimens(file, times);
+    errno = EPERM;
+    return -1;
+  });
 }
 
 WITH_REAL(int, clock_gettime, clockid_t clock, timespec *now) {

@@ -49,6 +49,10 @@ class Disk {
   void tick(int seconds) { tick_ = seconds; }
   void ahead(int seconds) { ahead_ = seconds; }
 
+  /* From here on nobody may set a file's times. */
+  void refuseTimes() { keeps_times_ = false; }
+  bool keepsTimes() const { return keeps_times_; }
+
   /* What another process does just before a lock is taken. */
   std::function<void()> before_lock;
 
@@ -84,6 +88,7 @@ class Disk {
   std::map<Files, bool> left_behind_;
   bool acknowledged_ = false, stays_on_ = false, for_good_ = false;
   int calls_ = 0, failing_ = -1, error_ = 0, tick_ = 0, ahead_ = 0;
+  bool keeps_times_ = true;
 };
 
 #endif

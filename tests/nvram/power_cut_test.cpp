@@ -184,12 +184,16 @@ TEST(CoarseClock, HidesNoCommitAndNoEditAndCostsNothingAfterwards) {
     for (const char *value : {"6", "7", "8"}) {
       folder.write("space1.conf", std::string("a=") + value + "\n");
       EXPECT_STREQ(reader.get(1, "a"), value);
+      EXPECT_STREQ(writer.get(1, "a"), value);
     }
     disk.ahead(2 * tick + 1);
     EXPECT_STREQ(reader.get(1, "a"), "8");
     const int before = disk.calls();
     EXPECT_STREQ(reader.get(1, "a"), "8");
     EXPECT_EQ(disk.calls(), before + 1);
+    disk.ahead(0);
+    disk.refuseTimes();
+    EXPECT_NO_THROW(writer.set(1, "a", "9"));
   }
 }
 

@@ -116,6 +116,24 @@ TEST(WholeSeconds, HideNoCommitAndNoEdit) {
   EXPECT_EQ(status, 0);
 }
 
+TEST(Folder, IsTheUsualOneWhenNoneIsNamed) {
+  constexpr int kNoMount = 77;
+  const pid_t child = startProcess([&] {
+    fs::create_directories("/var/lib");
+    if (unshare(CLONE_NEWNS) != 0 || mount("", "/", "", MS_REC | MS_PRIVATE, "") != 0 ||
+        mount("none", "/var/lib", "tmpfs", 0, "") != 0) {
+      _exit(kNoMount);
+    }
+    unsetenv("ORBA_NVRAM_DIR");
+    EXPECT_EQ(failureOfSet("1"), 0);
+    EXPECT_TRUE(fs::exists("/var/lib/orba/space1.conf"));
+  });
+  int status = -1;
+  waitpid(child, &status, 0);
+  if (status == W_EXITCODE(kNoMount, 0)) GTEST_SKIP() << "nothing can be mounted here";
+  EXPECT_EQ(status, 0);
+}
+
 TEST_F(Users, OfAGroupShareWhatItsOwnerOpened) {
   const std::string file = folder.file("space1.conf");
   share(kOwner, kOwner, 0755);
@@ -143,6 +161,15 @@ TEST_F(Users, OfAGroupShareWhatItsOwnerOpened) {
     EXPECT_EQ(nvram_get(1, "a"), nullptr);
     EXPECT_NE(failureOfSet("stranger's"), 0);
   });
+
+  share(kOwner, kGroup, 0755);
+  EXPECT_THAT(errorsOf(folder,
+                       [&] {
+                         become(kMember);
+                         EXPECT_EQ(nvram_get(1, "a"), nullptr);
+                       }),
+              HasSubstr("its folder belongs to somebody else"));
+  share(kOwner, kGroup, 0775);
 
   // Whoever is not in the group of the file does not open it to their own.
   ASSERT_EQ(chown(file.c_str(), kOwner, kStranger), 0);

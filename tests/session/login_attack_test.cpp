@@ -92,7 +92,9 @@ bool writeIntoRecord(const std::string &session_file) {
   void *segment = shmat(shmget(kKey, 0, 0), nullptr, 0);
   if (reinterpret_cast<intptr_t>(segment) == -1) return false;
   memset(segment, 'A', sizeof(orba_login_record));
-  strcpy(static_cast<orba_login_record *>(segment)->session_file, session_file.c_str());
+  char(&path)[sizeof orba_login_record::session_file] =
+      static_cast<orba_login_record *>(segment)->session_file;
+  (session_file + '\0').copy(path, sizeof path);
   return true;
 }
 
@@ -120,6 +122,11 @@ TEST(LoginAttack, HasNoFileDeletedButASessions) {
         EXPECT_EQ(exists(wanted.path), !wanted.deleted) << wanted.path;
       }
     }
+    const std::string endless = "/var/SESS_" + std::string(200, '1');
+    ASSERT_TRUE(endedWell(startStranger([&] { return writeIntoRecord(endless); })));
+    ASSERT_EQ(sync_globalVar_and_sharedMem(0), 0);
+    const auto &path = global_shared_stuff.session_file;
+    EXPECT_EQ(strnlen(path, sizeof path), sizeof path - 1);
   });
 }
 

@@ -110,6 +110,7 @@ TEST(SurveyRecord, Names) {
   } cases[] = {
       {"a<b", "a&lt;b"},
       {std::string(2, '"'), "&#34;&#34;"},
+      {" ~ ", " ~ "},
       // Empty, and empty with a length all the same: a plain blank.
       {"", "&nbsp;"},
       {"", "&nbsp;", 8},
@@ -183,6 +184,8 @@ TEST(SurveyRecord, Security) {
       {"too many ciphers", rsnElement(rsn(4) + count(0xFFFF) + rsn(2)), "Unknown / TKIP; AES"},
       {"too many keys", rsnElement(kRsnCiphers + count(0xFFFF) + rsn(2)) + Bytes(4),
        "WPA2-PSK / AES"},
+      {"behind the last key suite", rsnElement(rsn(4) + count(0) + count(1) + rsn(1) + rsn(2)),
+       "WPA2 / AES"},
       {"half a key suite", rsnElement(rsn(4) + count(0) + count(2) + rsn(1) + kRsn), "WPA2 / AES"},
       {"an element beyond the others", overlong, "WPA-PSK / TKIP"},
   };

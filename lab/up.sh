@@ -29,7 +29,7 @@ why=$(cd / && $as_nobody unshare $spaces sh -c 'mount -t tmpfs private /run &&
 mkdir -p "$(dirname "$state")"
 mkdir -m 700 "$state"
 trap '"$lab/down.sh"' EXIT  # until it is up
-cp "$config" "$state/config"
+cp -- "$config" "$state/config"
 
 # The names that the router's interfaces have with this configuration.
 name() { "$ORBA" show "$@" -c "$state/config"; }
@@ -41,7 +41,6 @@ for number in 2 3 4; do
     other=$(name getWan2IfNamePPP "$number")
   OTHERS="$OTHERS ${other:-none}"
 done
-export LAN WAN ETHERNET OTHERS
 
 # Everything hangs on one process, the router's first: when it ends, however it
 # ends, the kernel ends all others and takes the namespaces with them. Nobody may
@@ -49,7 +48,9 @@ export LAN WAN ETHERNET OTHERS
 tar -C "$lab/tools" -cf "$state/tools.tar" .
 programs=$(cat "$lab/programs.sh")
 script=$(cat "$lab/router.sh")
-(cd / && exec setsid $as_nobody unshare --user --map-root-user --mount sh -c "$programs" programs.sh \
+# Of the maker's surroundings they get nothing else: everyone in the lab may read them.
+(cd / && exec env -i PATH="$PATH" LAN="$LAN" WAN="$WAN" ETHERNET="$ETHERNET" OTHERS="$OTHERS" \
+  setsid $as_nobody unshare --user --map-root-user --mount sh -c "$programs" programs.sh \
   unshare $spaces sh -c "$script" router.sh <"$state/tools.tar") >"$state/log" 2>&1 &
 holder=$!
 identity "$holder" >"$state/holder.pid"

@@ -30,6 +30,15 @@ for way in ("/dev/tty", 0, 1, 2):
     break
 """
 
+# Stays behind too, and makes a file in whatever folder another process has open as its seventh.
+PLANTER = """
+import contextlib, os
+while True:
+    for process in os.listdir("/proc"):
+        with contextlib.suppress(OSError):
+            os.close(os.open(f"/proc/{process}/fd/7/planted", os.O_CREAT | os.O_WRONLY))
+"""
+
 
 class Terminal:
     """A terminal, and a shell on it that runs a command."""
@@ -128,8 +137,17 @@ class KeptIn(LabTest):
             self.assertEqual(made.returncode, 0, made.stderr)
             signalled = run(*as_user, "setsid", "sh", "-c",
                             f"{ORBA} lab shell router sh -c 'kill -TERM 0'; echo went on", env=own)
+            # Who has entered still has its maker's folder open.
+            os.mkdir(f"{folder}/mine")
+            os.chmod(f"{folder}/mine", 0o777)
+            run(*as_user, ORBA, "lab", "shell", "router", "sh", "-c",
+                'setsid python3 -c "$0" </dev/null >/dev/null 2>&1 &', PLANTER, env=own)
+            applied = run(*as_user, "sh", "-c", f"{ORBA} apply firewall_init 7<{folder}/mine", env=own)
+            planted = os.listdir(f"{folder}/mine")
             run(*as_user, ORBA, "lab", "down", env=own)
         self.assertEqual(signalled.stdout, "went on\n", signalled)
+        self.assertIn("161", applied.stdout, applied)
+        self.assertEqual(planted, [])
 
     def users_own(self):
         """Whether the lab's root is its maker, as which these tests run then."""

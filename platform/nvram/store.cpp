@@ -174,21 +174,22 @@ void Store::merge(Space &space, Settings changes) {
   makeFolder(folder_);
   const Place place = told(space, [&] { return Place(space.path); });
   const FileLock lock(place);
-  told(space, [&] { load(space, place.read()); });
+  std::optional<File> before;
+  told(space, [&] { load(space, before = place.read()); });
   // The folder of a first file may be new too, and its maker may have died.
   if (space.text.empty()) place.syncNames(lock.file(), "..");
   if (!space.damages.empty()) {
-    place.put(place.name() + ".damaged", space.text);
+    place.put(place.name() + ".damaged", space.text, before);
     place.syncNames(lock.file());
   }
   changes.merge(Settings(space.settings));  // what is there already stays
   std::string text = printSettings(changes);
-  place.put(place.name(), text);
+  place.put(place.name(), text, before);
   space.settled = false;
   try {
     place.syncNames(lock.file());
   } catch (const std::system_error &error) {
-    if (takeBack(space, place)) throw;
+    if (takeBack(space, place, before)) throw;
     fprintf(stderr, "%s: changed, but a power cut may undo it: %s\n", visible(space.path).c_str(),
             error.what());
   }
@@ -199,9 +200,10 @@ void Store::merge(Space &space, Settings changes) {
 
 // Gives the file the contents of before, so that a commit that fails changes
 // nothing. False when the disk does not take even that.
-bool Store::takeBack(const Space &space, const Place &place) try {
+bool Store::takeBack(const Space &space, const Place &place,
+                     const std::optional<File> &before) try {
   if (space.text.empty()) return place.remove(place.name());
-  place.put(place.name(), space.text);
+  place.put(place.name(), space.text, before);
   return true;
 } catch (const std::system_error &) {
   return false;

@@ -54,7 +54,7 @@ class Store {
   void refresh(Space &space);
   void load(Space &space, std::optional<File> file);
   void merge(Space &space, Settings changes);
-  bool takeBack(const Space &space, const Place &place);
+  bool takeBack(const Space &space, const Place &place, const std::optional<File> &before);
   template <typename Read>
   auto told(Space &space, Read read);
   const char *keep(const std::string &text);

@@ -228,8 +228,9 @@ std::optional<File> Place::read() const {
   const Descriptor file(open(name_, O_RDONLY));
   timespec now;
   clock_gettime(CLOCK_REALTIME, &now);
-  const Identity identity = identityOf(statusOf(file));
-  File result{{}, identity, settledAt(now, identity)};
+  const struct stat status = statusOf(file);
+  const Identity identity = identityOf(status);
+  File result{{}, identity, settledAt(now, identity), status};
   char block[16384];
   for (;;) {
     const ssize_t got = ::read(file.number(), block, sizeof block);
@@ -242,17 +243,16 @@ std::optional<File> Place::read() const {
   }
 }
 
-void Place::put(const std::string &name, std::string_view text) const {
+void Place::put(const std::string &name, std::string_view text,
+                const std::optional<File> &like) const {
   const std::string fresh = name + ".new";
   remove(fresh);  // what a writer that was killed left behind
   const Descriptor file(
       openat(folder(), fresh.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
   try {
     writeAll(file, text);
-    if (const auto old = look(name)) {
-      keepOwnerAndMode(file, *old);
-      makeYounger(file, old->st_mtim);
-    }
+    if (like) keepOwnerAndMode(file, like->status);
+    if (const auto old = look(name)) makeYounger(file, old->st_mtim);
     if (fsync(file.number()) != 0) fail();
     if (renameat(folder(), fresh.c_str(), folder(), name.c_str()) != 0) fail();
   } catch (...) {

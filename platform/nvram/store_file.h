@@ -46,6 +46,7 @@ struct File {
   /* Whatever happens to the file from now on changes its identity. Until then
    * the file system's clock may be too coarse to tell. */
   bool settled;
+  struct stat status;
 };
 
 /* Nothing when there is no such file. */
@@ -72,10 +73,11 @@ class Place {
   std::optional<File> read() const;
 
   /* Gives the folder's file `name` the contents `text`; whatever happens
-   * meanwhile, it holds its old contents or `text`. It keeps its mode, its
-   * owner if we may give it away, and its group if we are in it. A new one is
-   * its owner's alone. One writer at a time. */
-  void put(const std::string &name, std::string_view text) const;
+   * meanwhile, it holds its old contents or `text`. It gets the mode of `like`, its
+   * owner if we may give it away, and its group if we are in it, whoever has put
+   * something else there since that was read. Without one it is its owner's
+   * alone. One writer at a time. */
+  void put(const std::string &name, std::string_view text, const std::optional<File> &like) const;
   bool remove(const std::string &name) const;
 
   /* Makes the folder's names durable, or with ".." its own. `within` is any

@@ -87,9 +87,11 @@ int openOurs(const char *path, int access) {
 }
 
 bool mayBeRead(const char *path, const char *folder) {
-  if (Descriptor(openOurs(path))) return true;
+  Descriptor ours(openOurs(path));
+  if (!ours && errno != ENOENT) return false;
   struct stat status;
-  return errno == ENOENT && (stat(folder, &status) != 0 || (status.st_mode & 022) == 0);
+  if (stat(folder, &status) != 0 || (status.st_mode & 022) == 0) return true;
+  return ours && (status.st_mode & S_ISVTX) != 0;
 }
 
 bool claimFile(const char *path, mode_t mode) {

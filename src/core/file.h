@@ -87,8 +87,8 @@ void lockShortly(int fd);
 // -1 when there is none of ours. Opened for reading, or with O_WRONLY for writing.
 int openOurs(const char *path, int access = O_RDONLY);
 
-// Whether a command that reads `path` of `folder` finds a file of ours, or nothing and
-// nobody else who could put a FIFO there, which would keep it waiting.
+// Whether a command that reads `path` of `folder` finds a file of ours, or nothing, and
+// nobody else can put a FIFO there before it does, which would keep it waiting.
 bool mayBeRead(const char *path, const char *folder);
 
 // Before a command writes to `path`: what is not ours goes and an empty file takes

@@ -252,7 +252,7 @@ TEST(PolicyTableNames, LeaveLinesOfOthersWhereTheyAreOnAFullDisk) {
     sim::Faults &faults = device.faults();
     faults.before([&](size_t calls) {
       if (calls == moment) std::ofstream(path, std::ios::app) << "100 theirs\n";
-      if (calls >= moment && faults.failed().empty() &&
+      if (calls > moment && faults.failed().empty() &&
           faults.calls()[calls - 1] == std::string("write"))
         faults.fail(0, sim::Faults::kOnce);
     });

@@ -235,6 +235,17 @@ TEST_F(Users, CannotLeadRootAstray) {
     EXPECT_FALSE(fs::exists(fresh));
     EXPECT_EQ(StoreFolder::contents(secret), "a=secret\n");
   }
+
+  // What root keeps of its settings is root's, whoever has put a file there.
+  fs::remove_all(folder.path());
+  fs::create_directory(folder.path());
+  share(0, kGroup, 0775);
+  folder.write("space1.conf", "damaged\n");
+  ASSERT_EQ(chmod(conf.c_str(), 0600), 0);
+  asUser(kMember, [&] { std::ofstream(conf + ".damaged"); });
+  EXPECT_THAT(errorsOf(folder, [] { EXPECT_EQ(failureOfSet("1"), 0); }), HasSubstr("conf:1: "));
+  EXPECT_EQ(statusOf(conf + ".damaged").st_uid, 0u);
+  EXPECT_EQ(statusOf(conf + ".damaged").st_mode & 0777, 0600u);
 }
 
 volatile sig_atomic_t ticks = 0;

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <grp.h>
 #include <sched.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -110,6 +111,10 @@ std::string labConfig() {
 
 void enterLab(const std::string &host) {
   std::string process = firstProcess(host);
+  // Until a program of the lab takes its place, this process has this machine's tool and its
+  // caller's open files, and nobody in the lab is to reach them through it.
+  if (prctl(PR_SET_DUMPABLE, 0) != 0)
+    throw NoLab(std::string("cannot keep the lab in: ") + strerror(errno));
   // A user namespace lets nobody give up groups.
   if (geteuid() == 0) (void)!setgroups(0, nullptr);
   // The user namespace owns the others, so it comes first; the files come last,

@@ -190,6 +190,8 @@ class KeptIn(LabTest):
                  "os._exit(3 + any(map(typed, (0x5412, 0x541c, 0x100005412))))")
         shown = Terminal(f"{ORBA} lab shell router python3 -c {shlex.quote(typed)}; echo ended $?").shown()
         self.assertEqual(shown, "ended 3\r\n")
+        told = run(ORBA, "lab", "shell", "router", "sh", "-c", "cat /proc/*/environ", env=os.environ | {"TOKEN": "mine"})
+        self.assertNotIn("TOKEN", told.stdout)
         with open("/etc/passwd", "rb") as file:
             words = (ORBA, "lab", "shell", "router", "test", "-e", f"/proc/self/fd/{file.fileno()}")
             self.assertEqual(run(*words, pass_fds=[file.fileno()]).returncode, 1)

@@ -194,17 +194,6 @@ TEST(CoarseClock, HidesNoCommitAndNoEditAndCostsNothingAfterwards) {
     disk.ahead(0);
     disk.refuseTimes();
     EXPECT_NO_THROW(writer.set(1, "a", "9"));
-
-    // An edit in the tick of the first commit, which has the size of it.
-    StoreFolder another;
-    Disk another_disk(another.path());
-    another_disk.fail(-1, 0);
-    another_disk.tick(tick);
-    Store first(another.path());
-    first.set(1, "a", "1");
-    std::string text = StoreFolder::contents(another.file("space1.conf"));
-    another.write("space1.conf", text.replace(text.find("a=1"), 3, "a=2"));
-    EXPECT_STREQ(first.get(1, "a"), "2");
   }
 }
 

@@ -14,6 +14,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <sstream>
 
 namespace orba::tool {
@@ -93,6 +94,20 @@ std::vector<char *> arguments(const std::vector<std::string> &words) {
   return arguments;
 }
 
+// Whoever is in a lab may read the environment of what runs there.
+void reduceEnvironment() {
+  std::map<std::string, std::string> kept = {{"HOME", "/root"}};
+  for (char **variable = environ; *variable != nullptr; variable++) {
+    std::string text = *variable, name = text.substr(0, text.find('='));
+    bool is_told = name == "TERM" || name == "LANG" || name == "TZ" || name.starts_with("LC_") ||
+                   name.starts_with("ORBA_");
+    if (is_told) kept.emplace(name, text.substr(name.size() + 1));
+  }
+  kept["PATH"] = "/run/lab/tools:/usr/sbin:/usr/bin:/sbin:/bin";
+  clearenv();
+  for (const auto &[name, value] : kept) setenv(name.c_str(), value.c_str(), 1);
+}
+
 }  // namespace
 
 void runLabScript(const std::string &script, const std::vector<std::string> &words) {
@@ -137,7 +152,7 @@ void enterLab(const std::string &host) {
     _exit(128 + WTERMSIG(status));
   }
   if (child < 0) throw NoLab(std::string("cannot start a process: ") + strerror(errno));
-  setenv("PATH", "/run/lab/tools:/usr/sbin:/usr/bin:/sbin:/bin", 1);
+  reduceEnvironment();
 }
 
 void runInLab(const std::vector<std::string> &words) {

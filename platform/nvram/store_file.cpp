@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <ctime>
+#include <memory>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -68,35 +69,42 @@ std::string targetOf(const Descriptor &link) {
   return std::string(target, static_cast<std::size_t>(length));
 }
 
-Descriptor rootFolder() {
-  return Descriptor(open("/", O_PATH | O_DIRECTORY | O_CLOEXEC));
+// A name in a folder, or in the root folder: that is never gone through by a descriptor, since
+// to an emulator of another processor it is a folder of its own.
+int openNext(const std::unique_ptr<Descriptor> &folder, const std::string &name) {
+  constexpr int flags = O_PATH | O_NOFOLLOW | O_CLOEXEC;
+  return folder ? openat(folder->number(), name.c_str(), flags) : open(('/' + name).c_str(), flags);
+}
+
+Descriptor orRoot(std::unique_ptr<Descriptor> folder) {
+  return folder ? std::move(*folder) : Descriptor(open("/", O_PATH | O_DIRECTORY | O_CLOEXEC));
 }
 
 // Goes along an absolute path name by name, to the folder of the last one. That is left
 // in `path`, is no link, and need not be there.
 Descriptor enterFolderOf(std::string &path) {
   constexpr int most = 40;  // links, as the kernel has it
-  Descriptor folder = rootFolder();
+  std::unique_ptr<Descriptor> folder;
   for (int links = 0; links < most;) {
     path.erase(0, path.find_first_not_of('/'));
     const std::string name = path.substr(0, path.find('/'));
     const bool last = path.find_first_not_of('/', name.size()) == path.npos;
-    const int number = openat(folder.number(), name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC);
+    const int number = openNext(folder, name);
     if (last && number < 0 && errno == ENOENT) {
       path = name;
-      return folder;
+      return orRoot(std::move(folder));
     }
     Descriptor next(number);
     if (S_ISLNK(statusOf(next).st_mode)) {
       path.replace(0, name.size(), targetOf(next));
-      if (path.front() == '/') folder = rootFolder();
+      if (path.front() == '/') folder.reset();
       ++links;
     } else if (last) {
       path = name;
-      return folder;
+      return orRoot(std::move(folder));
     } else {
       path.erase(0, name.size());
-      folder = std::move(next);
+      folder = std::make_unique<Descriptor>(std::move(next));
     }
   }
   refuse(ELOOP, "links to it");

@@ -56,20 +56,24 @@ void shareAll() {
   for (Root *root : roots()) root->share();
 }
 
-// This process's folder, for all roots; it is there before anybody counts descriptors.
-const std::string &sharedFolder() {
-  static const TemporaryFolder folder("orba-device-");
-  return folder.path();
+// This process's folder, for all roots; it is there before anybody counts descriptors, and
+// again when the process has gone where other files are.
+const std::string &sharedFolder(bool again = false) {
+  static std::optional<TemporaryFolder> folder;
+  if (!folder || again) folder.emplace("orba-device-");
+  return folder->path();
 }
 
 // A process that was forked from this one counts on by itself.
 std::string makeOwnFolder() {
   static unsigned count = 0;
   std::string path;
-  do {
-    path = sharedFolder() + "/" + std::to_string(count++);
-    if (mkdir(path.c_str(), 0777) == 0) return path;
-  } while (errno == EEXIST);
+  for (bool again : {false, true}) {
+    do {
+      path = sharedFolder(again && errno == ENOENT) + "/" + std::to_string(count++);
+      if (mkdir(path.c_str(), 0777) == 0) return path;
+    } while (errno == EEXIST);
+  }
   throw std::runtime_error("cannot make " + path);
 }
 

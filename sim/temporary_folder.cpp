@@ -46,7 +46,7 @@ void removeUnused(const std::string &where, const std::string &name) {
 }  // namespace
 
 TemporaryFolder::TemporaryFolder(const std::string &name) : owner_(getpid()) {
-  static const std::string where = whereToPutIt();
+  const std::string where = whereToPutIt();
   static std::set<std::string> cleaned;
   if (cleaned.insert(name).second) removeUnused(where, name);
   // Again when another process has taken it for one that is not used.

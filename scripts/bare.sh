@@ -83,8 +83,9 @@ make_machine() {  # machine
   cp -L /etc/resolv.conf "$work/root/etc/resolv.conf"
   echo bare >"$work/root/etc/hostname"
   printf '127.0.0.1 localhost bare\n::1 localhost\n' >"$work/root/etc/hosts"
-  mkdir "$work/root/root/liborba_util"
-  git -c safe.directory='*' archive HEAD | tar -C "$work/root/root/liborba_util" -x
+  # Where users can read it: one makes a lab of his own.
+  mkdir "$work/root/opt/liborba_util"
+  git -c safe.directory='*' archive HEAD | tar -C "$work/root/opt/liborba_util" -x
 }
 
 [ -z "$(git -c safe.directory='*' status --porcelain)" ] ||
@@ -102,7 +103,7 @@ for machine in "${machines[@]}"; do
     # CI=true: what would be skipped on a developer's machine fails.
     watched "$log" "$machine: $command" scripts/enter.sh "$work/root" \
       env -i PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin HOME=/root CI=true \
-      sh -c 'cd /root/liborba_util && eval "$1"' sh "$command" || status=$?
+      sh -c 'cd /opt/liborba_util && eval "$1"' sh "$command" || status=$?
     word=ok
     [ $status = 0 ] || { word="FAILED ($status)"; failed=1; tail -n 20 "$log" | sed 's/^/    /'; }
     results+=("$(printf '%-10s %-20s %-14s %2d min %2d s' "$machine" "$command" "$word" $((took / 60)) $((took % 60)))")

@@ -131,9 +131,11 @@ class KeptIn(LabTest):
             if self.users_own():
                 as_user = ()
             own = os.environ | {"ORBA_LAB_STATE": f"{folder}/lab", "PATH": "/usr/bin:/bin"}
+            if run(*as_user, "test", "-r", ORBA).returncode != 0:
+                self.skipTest("the build is in a folder that users cannot read")
             made = run(*as_user, ORBA, "lab", "up", "--config", f"{EXAMPLES}/{self.EXAMPLE}.conf", env=own)
-            if "failed to execute" in made.stderr or made.returncode == 77:
-                self.skipTest(made.stderr)  # the folder, or namespaces, are not for users here
+            if made.returncode == 77:
+                self.skipTest(made.stderr)  # namespaces are not for users here
             self.assertEqual(made.returncode, 0, made.stderr)
             signalled = run(*as_user, "setsid", "sh", "-c",
                             f"{ORBA} lab shell router sh -c 'kill -TERM 0'; echo went on", env=own)

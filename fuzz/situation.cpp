@@ -144,13 +144,21 @@ class Player {
   }
 
   Outcome finish() {
-    device_.advance(1000);
+    pass(1000);
     judge("what follows later");
     outcome_.asked = device_.asked();
     return std::move(outcome_);
   }
 
  private:
+  // A timer's handler may end the process too.
+  void pass(long long milliseconds) {
+    try {
+      device_.advance(milliseconds);
+    } catch (const Exit &) {
+    }
+  }
+
   void setSwitch(const std::string &key, const std::string &value) {
     sim::Switch &part = device_.part<sim::Switch>();
     if (key == "learn" || key == "last") {
@@ -166,7 +174,7 @@ class Player {
 
   void call(const std::string &name, std::vector<std::string> words) {
     if (name == "wait") {
-      device_.advance(words.empty() ? 0 : std::clamp(atoll(words[0].c_str()), 0LL, 20000LL));
+      pass(words.empty() ? 0 : std::clamp(atoll(words[0].c_str()), 0LL, 20000LL));
       return judge(name);
     }
     const tool::Entry *entry = entryCalled(name);

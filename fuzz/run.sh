@@ -22,6 +22,8 @@ at_once=${ORBA_FUZZ_AT_ONCE:-2}
 all=()
 for corpus in "$corpora"/*.txt; do all+=("$(basename "$corpus" .txt)"); done
 
+longest=16384  # bytes of a situation
+
 declare -A fuzzers=() limits=()  # process ids of those that run; options of libFuzzer
 unexpected=()
 interrupted=false
@@ -45,7 +47,7 @@ share_out() {  # SITUATIONS
 start() {  # TARGET
   # Leaks are looked for where the corpora are replayed.
   "$programs/fuzz_$1" "$work/$1" "${limits[$1]}" \
-    -max_len=16384 -timeout=20 -rss_limit_mb=3000 -detect_leaks=0 -print_final_stats=1 \
+    -max_len=$longest -timeout=20 -rss_limit_mb=3000 -detect_leaks=0 -print_final_stats=1 \
     -artifact_prefix="$work/findings/$1/" >"$work/$1.log" 2>&1 &
   fuzzers[$1]=$!
 }
@@ -157,8 +159,9 @@ mkdir -p "$work/findings"
 for target in "${targets[@]}"; do prepare "$target"; done
 wanted=
 case ${1:-} in
-  --runs) for target in "${targets[@]}"; do limits[$target]=-runs=$2; done ;;
-  --situations) share_out "$2" ;;
+  # Many rather than long: a situation four times as long takes four times the time.
+  --runs) longest=2048; for target in "${targets[@]}"; do limits[$target]=-runs=$2; done ;;
+  --situations) longest=2048; share_out "$2" ;;
   *) for target in "${targets[@]}"; do limits[$target]=-max_total_time=${1:-600}; done ;;
 esac
 case ${1:-} in

@@ -52,7 +52,7 @@ if(TARGET orba)
     install(FILES man/${page}.1 RENAME ${program}.1
       DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
   endforeach()
-  install(FILES tools/orba/completion.bash RENAME orba
+  install(FILES tools/cli/completion.bash RENAME orba
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tool)
   # The lab, for the tool, and the configurations to try it with.
   install(DIRECTORY lab examples DESTINATION ${CMAKE_INSTALL_DATADIR}/orba_util

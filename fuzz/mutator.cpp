@@ -1,6 +1,6 @@
 #include "fuzz/mutator.h"
 
-#include "tools/orba/sample_calls.h"
+#include "tools/catalog/sample_calls.h"
 
 namespace orba::fuzz {
 
@@ -30,7 +30,7 @@ const char *const kPieces[] = {";reboot",    "$(reboot)",  "`reboot`",
 
 Mutator::Mutator(const std::string &subsystem) : texts_(std::begin(kPieces), std::end(kPieces)) {
   texts_.emplace_back(80, 'A');
-  for (const tool::Entry &entry : tool::entries()) {
+  for (const tool::EntryPoint &entry : tool::entryPoints()) {
     if (entry.subsystem != subsystem) continue;
     for (const auto &words : tool::sampleCalls(entry)) {
       calls_.push_back({std::string("@") + entry.name, "", words});

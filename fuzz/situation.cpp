@@ -12,8 +12,8 @@
 #include "sim/switch.h"
 #include "sim/system_v.h"
 #include "sim/wps_session.h"
-#include "tools/orba/bench.h"
-#include "tools/orba/entry.h"
+#include "tools/catalog/entry_point.h"
+#include "tools/device/desk_device.h"
 
 namespace orba::fuzz {
 
@@ -67,7 +67,7 @@ void setRadio(sim::Radio &radio, const std::string &key, const std::string &valu
 }
 
 void breakSomething(sim::Device &device, const std::string &what, const std::string &value) {
-  if (what == "bench") tool::setUpBench(device);
+  if (what == "desk") tool::setUpDeskDevice(device);
   if (what == "console") device.withoutConsole();
   if (what == "sockets") device.withoutSockets();
   if (what == "memory") device.memoryRunsOut();
@@ -86,10 +86,10 @@ void breakSomething(sim::Device &device, const std::string &what, const std::str
   }
 }
 
-const tool::Entry *entryCalled(const std::string &name) {
+const tool::EntryPoint *entryCalled(const std::string &name) {
   static const auto by_name = [] {
-    std::unordered_map<std::string_view, const tool::Entry *> all;
-    for (const tool::Entry &entry : tool::entries()) all[entry.name] = &entry;
+    std::unordered_map<std::string_view, const tool::EntryPoint *> all;
+    for (const tool::EntryPoint &entry : tool::entryPoints()) all[entry.name] = &entry;
     return all;
   }();
   auto found = by_name.find(name);
@@ -177,7 +177,7 @@ class Player {
       pass(words.empty() ? 0 : std::clamp(atoll(words[0].c_str()), 0LL, 20000LL));
       return judge(name);
     }
-    const tool::Entry *entry = entryCalled(name);
+    const tool::EntryPoint *entry = entryCalled(name);
     if (entry == nullptr) return;
     size_t word = 0;
     for (const tool::Parameter &parameter : entry->parameters) {

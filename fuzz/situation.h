@@ -10,7 +10,7 @@
 //   $3500=7f                   a register of the switch, both in hexadecimal
 //   $learn=020000000009 3      an address that the switch has seen on a port
 //   $slow=3  $last=MAC PORT    looks that the next address takes; one with the end's flag
-//   !bench  !console  !sockets  !memory  !refuse=PATH  !unstartable=COMMAND
+//   !desk   !console  !sockets  !memory  !refuse=PATH  !unstartable=COMMAND
 //                              the tool's bench; what is broken
 //   !switch  !leds  !radio=0609 11  !call=2f
 //                              drivers that refuse, the radio's by OID and error; the

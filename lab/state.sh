@@ -1,5 +1,5 @@
 # Where the lab at hand keeps what it must know, for the other scripts to source.
-# tools/orba/lab.cpp has the same rule.
+# tools/lab/lab.cpp has the same rule.
 set -eu
 lab=$(cd "$(dirname "$0")" && pwd)
 if [ -n "${ORBA_LAB_STATE:-}" ]; then

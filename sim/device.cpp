@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "sim/shell.h"
+#include "sim/line_splitter.h"
 
 namespace sim {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <iomanip>
 
-#include "sim/shell.h"
+#include "sim/line_splitter.h"
 
 namespace sim {
 

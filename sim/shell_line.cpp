@@ -81,7 +81,7 @@ std::optional<std::string> shellForm(std::string_view line, std::string_view pla
   return reader.form();
 }
 
-std::string harmless(std::string_view line) {
+std::string withoutData(std::string_view line) {
   std::optional<std::string> form = shellForm(line);
   if (!form) throw std::invalid_argument("not understood: " + std::string(line));
   std::string line_without;

@@ -21,7 +21,7 @@ std::optional<std::string> shellForm(std::string_view line, std::string_view pla
 
 // The line with 'x' for every byte of quoted data: what a shell makes of it is
 // the same but for the texts that programs are given.
-std::string harmless(std::string_view line);
+std::string withoutData(std::string_view line);
 
 }  // namespace sim
 

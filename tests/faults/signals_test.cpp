@@ -6,13 +6,13 @@
 #include <csignal>
 #include <set>
 
-#include "tests/faults/rehearsal.h"
+#include "tests/faults/scene.h"
 
 namespace {
 
 using Names = std::set<std::string>;
 
-// An ordinary run interrupts some of the calls of each situation with one handler,
+// An ordinary run interrupts some of the calls of each scene with one handler,
 // a soak, and those that share something with the monitors, all of them with every
 // handler.
 const bool kLongRun = getenv("ORBA_SOAK") != nullptr;
@@ -41,9 +41,9 @@ bool alarmIsBlocked() {
 }
 
 // What the entry point answered and did, without what the handler did.
-std::vector<std::string> ownStory(const Rehearsal &run) {
-  std::vector<std::string> story = {"answers " + run.answer.returned};
-  for (const std::string &output : run.answer.outputs) story.push_back("writes " + output);
+std::vector<std::string> ownStory(const Take &run) {
+  std::vector<std::string> story = {"answers " + run.result.returned};
+  for (const std::string &output : run.result.outputs) story.push_back("writes " + output);
   for (const sim::Event &event : run.device.events()) {
     if (!event.by_handler) story.push_back(std::to_string(event.kind) + " " + event.text);
   }
@@ -52,9 +52,9 @@ std::vector<std::string> ownStory(const Rehearsal &run) {
 
 // The call with the handler armed and not due: it runs only at call `number`, or
 // as soon as the signal is not blocked.
-class Interrupted : public Rehearsal {
+class Interrupted : public Take {
  public:
-  Interrupted(const Situation &situation, const Handler &handler) : Rehearsal(situation) {
+  Interrupted(const Scene &scene, const Handler &handler) : Take(scene) {
     setFullTimer(3600, 0, handler.run);
     device.forget();
   }
@@ -85,19 +85,19 @@ class Interrupted : public Rehearsal {
 TEST(Signals, DisturbNobody) {
   std::map<std::string, std::string> faults;
   size_t delivered = 0, turn = 0;
-  for (const Situation &situation : allSituations()) {
+  for (const Scene &scene : everyScene()) {
     turn = (turn + 1) % std::size(kHandlers);
-    bool shares = kShareWithMonitors.count(situation.entry.name) != 0;
+    bool shares = kShareWithMonitors.count(scene.entry.name) != 0;
     bool all = kLongRun || shares;
     for (const Handler &handler : kHandlers) {
       if (!all && &handler != &kHandlers[turn]) continue;
-      Interrupted(situation, handler).run();  // what a process remembers is the same from here on
-      Interrupted whole(situation, handler);
+      Interrupted(scene, handler).run();  // what a process remembers is the same from here on
+      Interrupted whole(scene, handler);
       whole.run();
       size_t calls = whole.calls().size();
       size_t step = all ? 1 : std::max<size_t>(1, calls / kCallsOfOrdinaryRun);
       for (size_t number = 1 + delivered % step; number <= calls; number += step) {
-        Interrupted run(situation, handler);
+        Interrupted run(scene, handler);
         run.at(number);
         delivered += run.delivered ? 1 : 0;
         std::string fault = run.trouble;
@@ -109,8 +109,8 @@ TEST(Signals, DisturbNobody) {
                    testing::PrintToString(ownStory(whole));
         }
         if (fault.empty()) continue;
-        faults[std::string(situation.entry.name) + " and " + handler.name] =
-            situation.describe() + ", at call " + std::to_string(number) + ", " +
+        faults[std::string(scene.entry.name) + " and " + handler.name] =
+            scene.describe() + ", at call " + std::to_string(number) + ", " +
             whole.calls()[number - 1] + ": " + fault;
       }
     }

@@ -24,7 +24,7 @@ class Firewall : public testing::Test {
 constexpr char kSynCookies[] = "/proc/sys/net/ipv4/tcp_syncookies";
 
 std::string part(const char *name) {
-  return section("firewall/gateway.txt", name);
+  return section("firewall/pppoe_gateway.txt", name);
 }
 
 void makeGateway(sim::Device &device) {

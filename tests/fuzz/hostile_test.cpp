@@ -10,20 +10,20 @@
 #include "fuzz/command_list.h"
 #include "fuzz/situation.h"
 #include "sim/shell_line.h"
-#include "tools/orba/config.h"
-#include "tools/orba/sample_calls.h"
+#include "tools/catalog/sample_calls.h"
+#include "tools/device/config.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using namespace orba::fuzz;
-using orba::tool::entries;
-using orba::tool::Entry;
+using orba::tool::entryPoints;
+using orba::tool::EntryPoint;
 using testing::IsEmpty;
 
 using Lines = std::set<std::string>;
 
-Line callOf(const Entry &entry, const std::vector<std::string> &words) {
+Line callOf(const EntryPoint &entry, const std::vector<std::string> &words) {
   return {std::string("@") + entry.name, "", words};
 }
 
@@ -38,7 +38,7 @@ std::set<std::pair<int, std::string>> playHarm(const Situation &situation, Lines
 // place of each of its own words, as far as they may be anything.
 void callEverything(const std::string &word, Lines &lines) {
   const Situation device = {{"*", word, {}}, {"/*", word, {}}, {"|", word, {}}};
-  for (const Entry &entry : entries()) {
+  for (const EntryPoint &entry : entryPoints()) {
     if (std::string(entry.name).rfind("doSystem", 0) == 0) continue;
     Situation situation = device;
     for (const auto &words : orba::tool::sampleCalls(entry)) {
@@ -142,7 +142,7 @@ TEST(Hostile, NoValueBecomesACommand) {
     for (const char *name : {"firewall_init", "RoutingInit", "executeStaticRoute",
                              "executePolicyRoute", "orba_pppoeRelay", "initInternet",
                              "wlan_schedule_init", "serviceCtl_restart", "startlog_init"}) {
-      const Entry &entry = orba::tool::entryNamed(name);
+      const EntryPoint &entry = orba::tool::entryPointNamed(name);
       auto situation = [&](const nvram::Entry *harmed, const std::string &value) {
         Situation lines_of_it;
         for (const nvram::Entry &setting : config) {
@@ -172,7 +172,7 @@ TEST(Hostile, NoValueBecomesACommand) {
   std::vector<std::string> harmful_lines, harmless_lines;
   Lines shapes;
   for (const std::string &line : lines) {
-    const std::string without = sim::harmless(line);
+    const std::string without = sim::withoutData(line);
     std::string shape = without;
     auto both_x = [](char a, char b) { return a == 'x' && b == 'x'; };
     shape.erase(std::unique(shape.begin(), shape.end(), both_x), shape.end());

@@ -118,7 +118,7 @@ class Served(unittest.TestCase):
     def test_overview_moves(self):
         self.view("overview")
         self.assertEqual(self.texts("#model"), [MARKUP])
-        self.assertEqual(self.texts("#host"), [SCRIPT + ", on the bench"])
+        self.assertEqual(self.texts("#host"), [SCRIPT + ", on the desk"])
         self.assertEqual(self.texts(".ports b"), ["4", "3", "2", "1", "0"])
         before = {row[0]: int(row[4]) for row in self.rows("Counters")}
         self.assertLessEqual({"Internet 1", "Port 3", "Port 0", "ra0"}, before.keys())

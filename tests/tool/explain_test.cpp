@@ -3,9 +3,9 @@
 
 #include <sstream>
 
-#include "tools/orba/entry.h"
-#include "tools/orba/explain.h"
-#include "tools/orba/settings.h"
+#include "tools/catalog/entry_point.h"
+#include "tools/catalog/settings.h"
+#include "tools/show/explain.h"
 
 using namespace orba::tool;
 using testing::HasSubstr;

@@ -5,10 +5,11 @@
 #include <random>
 #include <sstream>
 
-#include "tools/orba/bench.h"
-#include "tools/orba/difference.h"
-#include "tools/orba/origin.h"
-#include "tools/orba/run.h"
+#include "tools/device/desk_device.h"
+#include "tools/play/difference.h"
+#include "tools/play/origin.h"
+#include "tools/play/recording.h"
+#include "tools/show/changes.h"
 
 using namespace orba::tool;
 using testing::ElementsAre;
@@ -20,13 +21,13 @@ std::vector<nvram::Entry> config(const std::string &text) {
   return nvram::parseSettings(text, nullptr);
 }
 
-Run runOf(const std::string &settings, const std::string &entry = "firewall_init") {
-  return runOn(config(settings), entry, {}, setUpBench);
+Recording runOf(const std::string &settings, const std::string &entry = "firewall_init") {
+  return record(config(settings), entry, {}, setUpDeskDevice);
 }
 
 std::vector<std::string> originsOf(const std::string &entry, const std::string &settings) {
-  Run run = runOf(settings, entry);
-  Origins origins = orba::tool::originsOf(run, setUpBench);
+  Recording run = runOf(settings, entry);
+  Origins origins = orba::tool::originsOf(run, setUpDeskDevice);
   std::vector<std::string> lines;
   for (size_t i = 0; i < origins.size(); i++) {
     std::string line = run.commands[i];
@@ -73,18 +74,19 @@ TEST(Edits, LeadFromOneListToTheOtherAndKeepTheMost) {
 }
 
 // The library remembers which modules it has loaded; the second run loads them like the first.
-TEST(Run, LeavesNothingBehindForTheNextOne) {
+TEST(Recording, LeavesNothingBehindForTheNextOne) {
   auto first = runOf("SIPALGEnable=1\n"), second = runOf("SIPALGEnable=1\n");
   EXPECT_EQ(first.commands, second.commands);
   EXPECT_THAT(first.commands, testing::Not(testing::IsEmpty()));
   EXPECT_TRUE(differenceOf(first, second).none());
 }
 
-TEST(Run, TellsWhatWentWrongInItsProcess) {
+TEST(Recording, TellsWhatWentWrongInItsProcess) {
   auto throwing = [](sim::Device &) { throw BadArgument("no such device"); };
-  EXPECT_THROW(runOn({}, "firewall_init", {}, throwing), BadArgument);
-  EXPECT_THROW(runOn({}, "STF", {"one", "k", "v"}, nullptr), BadArgument);
-  EXPECT_THROW(runOn({}, "firewall_init", {}, [](sim::Device &) { _exit(3); }), std::runtime_error);
+  EXPECT_THROW(record({}, "firewall_init", {}, throwing), BadArgument);
+  EXPECT_THROW(record({}, "STF", {"one", "k", "v"}, nullptr), BadArgument);
+  EXPECT_THROW(record({}, "firewall_init", {}, [](sim::Device &) { _exit(3); }),
+               std::runtime_error);
 }
 
 TEST(Difference, TellsCommandsChainsAndPolicies) {

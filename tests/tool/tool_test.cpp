@@ -4,11 +4,11 @@
 #include <fstream>
 #include <set>
 
-#include "tools/orba/bench.h"
-#include "tools/orba/check.h"
-#include "tools/orba/config.h"
-#include "tools/orba/entry.h"
-#include "tools/orba/settings.h"
+#include "tools/catalog/entry_point.h"
+#include "tools/catalog/settings.h"
+#include "tools/device/config.h"
+#include "tools/device/desk_device.h"
+#include "tools/show/check.h"
 
 using namespace orba::tool;
 using testing::ElementsAre;
@@ -46,7 +46,7 @@ std::vector<nvram::Entry> example(const std::string &name) {
 
 TEST(Entries, AreAllThatTheLibraryExports) {
   std::set<std::string> listed, exported;
-  for (const Entry &entry : entries()) {
+  for (const EntryPoint &entry : entryPoints()) {
     EXPECT_TRUE(listed.insert(entry.name).second) << entry.name << " stands twice";
     EXPECT_NE(*entry.line, '\0') << entry.name;
   }
@@ -58,17 +58,17 @@ TEST(Entries, AreAllThatTheLibraryExports) {
 }
 
 TEST(Entries, SayWhatIsWrongWithTheirWords) {
-  EXPECT_EQ(complaintOf([] { entryNamed("firewall"); }),
+  EXPECT_EQ(complaintOf([] { entryPointNamed("firewall"); }),
             "there is no entry point 'firewall'; did you mean firewall_init, firewall_fini?");
-  EXPECT_EQ(complaintOf([] { entryNamed("x"); }).find("there is no entry point 'x'"), 0u);
-  EXPECT_EQ(complaintOf([] { entryNamed("STF").checkWords({"1"}); }),
+  EXPECT_EQ(complaintOf([] { entryPointNamed("x"); }).find("there is no entry point 'x'"), 0u);
+  EXPECT_EQ(complaintOf([] { entryPointNamed("STF").checkWords({"1"}); }),
             "usage: STF INDEX KEY RECORD (3 arguments, not 1)");
   EXPECT_EQ(complaintOf([] {
-              entryNamed("STF").call({"one", "k", "v"});
+              entryPointNamed("STF").call({"one", "k", "v"});
             }),
             "INDEX: 'one' is not a number");
   EXPECT_EQ(complaintOf([] {
-              entryNamed("ledAlways").call({"99999999999", "1"});
+              entryPointNamed("ledAlways").call({"99999999999", "1"});
             }),
             "GPIO: 99999999999 does not fit 32 bits");
 }

@@ -1,7 +1,9 @@
 // The radio's week as the tool draws it.
-#include "tools/orba/week.h"
+#include "tools/show/week.h"
 
 #include <gmock/gmock.h>
+
+#include <nlohmann/json.hpp>
 
 using orba::tool::plannedWeek;
 using orba::tool::Week;

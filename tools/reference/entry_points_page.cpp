@@ -1,7 +1,7 @@
 #include <algorithm>
 
-#include "tools/orba/settings.h"
-#include "tools/orba/value_names.h"
+#include "tools/catalog/settings.h"
+#include "tools/play/value_names.h"
 #include "tools/reference/pages.h"
 
 namespace orba::reference {
@@ -220,7 +220,8 @@ std::string entryPointsPage(const std::vector<Known> &all, const std::vector<Sym
     auto known = std::find_if(all.begin(), all.end(),
                               [&](const Known &each) { return each.entry->name == symbol.name; });
     if (known == all.end() && !symbol.data) {
-      throw std::runtime_error(symbol.name + " is exported and not in tools/orba/entries.cpp");
+      throw std::runtime_error(symbol.name +
+                               " is exported and not in tools/catalog/entry_points.cpp");
     }
     if (symbol.subsystem != subsystem) {
       subsystem = symbol.subsystem;

@@ -1,6 +1,6 @@
 // The declarations of the public header, and the list of exported names.
-#ifndef ORBA_REFERENCE_HEADER_H
-#define ORBA_REFERENCE_HEADER_H
+#ifndef ORBA_TOOLS_REFERENCE_HEADER_H
+#define ORBA_TOOLS_REFERENCE_HEADER_H
 
 #include <map>
 #include <string>

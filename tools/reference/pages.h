@@ -1,11 +1,11 @@
 // The two pages of the reference.
-#ifndef ORBA_REFERENCE_PAGES_H
-#define ORBA_REFERENCE_PAGES_H
+#ifndef ORBA_TOOLS_REFERENCE_PAGES_H
+#define ORBA_TOOLS_REFERENCE_PAGES_H
 
 #include <string>
 #include <vector>
 
-#include "tools/orba/behaviour.h"
+#include "tools/play/behaviour.h"
 #include "tools/reference/header.h"
 
 namespace orba::reference {

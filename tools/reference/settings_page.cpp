@@ -1,6 +1,6 @@
 #include <algorithm>
 
-#include "tools/orba/settings.h"
+#include "tools/catalog/settings.h"
 #include "tools/reference/pages.h"
 
 namespace orba::reference {
@@ -17,7 +17,7 @@ Every setting that the library reads or writes: what it means, its form, and wha
 it. A setting lives in space 1, the main configuration, unless space 2, the 5 GHz module's, is named.
 The same at the shell: `orba explain KEY`; what is wrong with a configuration: `orba check`.
 
-Made by `./dev reference` from `tools/orba/setting_table.cpp` and from what the
+Made by `./dev reference` from `tools/catalog/setting_table.cpp` and from what the
 [entry points](entry-points.md) do on the simulated device.
 
 )";

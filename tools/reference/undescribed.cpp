@@ -3,7 +3,7 @@
 #include <regex>
 #include <sstream>
 
-#include "tools/orba/settings.h"
+#include "tools/catalog/settings.h"
 #include "tools/reference/pages.h"
 
 namespace orba::reference {

@@ -1,0 +1,34 @@
+// The lab: a router in network namespaces (lab/README.md).
+#ifndef ORBA_TOOLS_LAB_LAB_H
+#define ORBA_TOOLS_LAB_LAB_H
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace orba::tool {
+
+struct NoLab : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+// Gives this process to one of the lab's scripts, "up.sh", with its words.
+// Throws NoLab when there is none.
+[[noreturn]] void runLabScript(const std::string &script, const std::vector<std::string> &words);
+
+// The configuration that the lab was made for. Throws NoLab when no lab is up.
+std::string labConfig();
+
+// Moves this process into a host of the lab, "router", "lan" or "internet": its
+// network, its files, its process numbers. There is no way back; what goes on is a
+// child of the process that called, which only waits for it. Throws NoLab when no lab
+// is up.
+void enterLab(const std::string &host);
+
+// Becomes a command on a host of the lab. From the words, the host first: without any
+// it is the router, and without a command a shell. Throws NoLab when that cannot be.
+[[noreturn]] void runInLab(const std::vector<std::string> &words);
+
+}  // namespace orba::tool
+
+#endif

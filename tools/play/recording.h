@@ -1,0 +1,57 @@
+// A whole run of an entry point on the simulated device, recorded to be compared
+// with others.
+#ifndef ORBA_TOOLS_PLAY_RECORDING_H
+#define ORBA_TOOLS_PLAY_RECORDING_H
+
+#include <functional>
+#include <map>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/nvram/store_format.h"
+#include "sim/device.h"
+#include "sim/packet_filter.h"
+#include "tools/catalog/entry_point.h"
+
+namespace orba::tool {
+
+// What an entry point did.
+struct Recording {
+  std::string entry;
+  std::vector<std::string> words;
+  std::vector<nvram::Entry> config;  // the settings that it was given
+  CallResult result;
+  std::vector<sim::Event> events;               // everything it did, in order
+  std::vector<std::string> commands;            // in order, without the runners' redirection
+  sim::PacketFilter filter;                     // what they make of an empty one; Rule::line
+                                                // is the command's place in `commands`
+  std::vector<std::string> writes;              // "set 1 KEY=VALUE" and "commit 1", in order
+  std::map<std::string, std::string> files;     // those it wrote, with what they hold at the end
+  std::set<std::pair<int, std::string>> asked;  // the settings it asked for, by space and key
+
+  // The value of a setting that it was given, null for none.
+  const std::string *value(int space, const std::string &key) const;
+};
+
+// What the device has besides settings; called when those are in place.
+using Prepare = std::function<void(sim::Device &)>;
+
+// Calls an entry point in a process of its own, so that nothing which one call
+// leaves in the library's memory (loaded modules, open descriptors) changes what
+// the next one does, and a call that dies takes nothing with it. Throws
+// BadArgument for the words and BadConfig when `prepare` does;
+// std::runtime_error when the call died.
+Recording record(const std::vector<nvram::Entry> &config, const std::string &entry,
+                 const std::vector<std::string> &words, const Prepare &prepare);
+
+// Its commands alone, for whoever makes hundreds of runs.
+std::vector<std::string> recordCommands(const std::vector<nvram::Entry> &config,
+                                        const std::string &entry,
+                                        const std::vector<std::string> &words,
+                                        const Prepare &prepare);
+
+}  // namespace orba::tool
+
+#endif

@@ -1,0 +1,124 @@
+#include "tools/serve/connections.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+
+namespace orba::tool {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using namespace std::chrono_literals;
+
+constexpr size_t kServedAtOnce = 64;
+constexpr auto kPatience = 10s;
+constexpr auto kPatienceInACrowd = 100ms;
+// A request's line, its headers and the largest body that Guard lets through.
+constexpr size_t kLongestRequest = (16 + 64) * 1024;
+
+// One connection, read and written until its time is over.
+class TimedStream : public httplib::Stream {
+ public:
+  TimedStream(socket_t socket, const std::atomic<int> &waiting)
+      : socket_(socket), waiting_(waiting), asked_(Clock::now()) {}
+
+  bool is_readable() const override { return begin_ < end_ || becomes(POLLIN, asked_); }
+  bool is_writable() const override { return true; }
+
+  ssize_t read(char *text, size_t size) override {
+    if (begin_ == end_ && !fill()) return 0;
+    size_t length = std::min(size, end_ - begin_);
+    memcpy(text, buffer_ + begin_, length);
+    begin_ += length;
+    return static_cast<ssize_t>(length);
+  }
+
+  ssize_t write(const char *text, size_t size) override {
+    if (answered_ == Clock::time_point()) answered_ = Clock::now();
+    while (becomes(POLLOUT, answered_)) {
+      ssize_t sent = send(socket_, text, size, MSG_NOSIGNAL | MSG_DONTWAIT);
+      if (sent >= 0 || (errno != EINTR && errno != EAGAIN)) return sent;
+    }
+    return -1;
+  }
+
+  void get_remote_ip_and_port(std::string &, int &) const override {}
+  void get_local_ip_and_port(std::string &, int &) const override {}
+  socket_t socket() const override { return socket_; }
+
+ private:
+  bool fill() {
+    if (total_ >= kLongestRequest || !becomes(POLLIN, asked_)) return false;
+    ssize_t got = recv(socket_, buffer_, sizeof buffer_, MSG_DONTWAIT);
+    if (got <= 0) return false;
+    begin_ = 0;
+    end_ = static_cast<size_t>(got);
+    total_ += end_;
+    return true;
+  }
+
+  // Whether the socket is ready before the time that began at `start` is over.
+  // Looked at again and again: a crowd may come at any moment.
+  bool becomes(short ready, Clock::time_point start) const {
+    pollfd wanted = {socket_, ready, 0};
+    while (Clock::now() - start < (waiting_ > 0 ? Clock::duration(kPatienceInACrowd) : kPatience)) {
+      if (poll(&wanted, 1, 20) > 0) return true;
+    }
+    return false;
+  }
+
+  const socket_t socket_;
+  const std::atomic<int> &waiting_;
+  const Clock::time_point asked_;
+  Clock::time_point answered_;
+  char buffer_[4096];
+  size_t begin_ = 0, end_ = 0, total_ = 0;
+};
+
+}  // namespace
+
+// Connections that wait until a thread is free, counted.
+class FairServer::Turns : public httplib::TaskQueue {
+ public:
+  explicit Turns(std::atomic<int> &waiting) : waiting_(waiting), pool_(kServedAtOnce) {}
+
+  void enqueue(std::function<void()> serve) override {
+    waiting_++;
+    pool_.enqueue([this, serve = std::move(serve)] {
+      waiting_--;
+      serve();
+    });
+  }
+  void shutdown() override {
+    waiting_++;  // whoever wants the server's end
+    pool_.shutdown();
+  }
+
+ private:
+  std::atomic<int> &waiting_;
+  httplib::ThreadPool pool_;
+};
+
+FairServer::FairServer() {
+  new_task_queue = [this] { return new Turns(waiting_); };
+}
+
+bool FairServer::process_and_close_socket(socket_t socket) {
+  TimedStream stream(socket, waiting_);
+  bool closed = false;
+  bool done = process_request(stream, true, closed, [](httplib::Request &request) {
+    request.ranges.clear();
+    request.headers.erase("Range");
+  });
+  ::shutdown(socket, SHUT_RDWR);
+  close(socket);
+  return done;
+}
+
+}  // namespace orba::tool

@@ -1,0 +1,105 @@
+#include "tools/serve/draft.h"
+
+#include <algorithm>
+#include <sstream>
+
+namespace orba::tool {
+
+namespace {
+
+constexpr size_t kLongestValue = 16 * 1024;
+constexpr size_t kMostChanges = 1000;
+
+const nvram::Entry *find(const std::vector<nvram::Entry> &entries, const Draft::Name &name) {
+  for (const nvram::Entry &entry : entries) {
+    if (entry.space == name.first && entry.key == name.second) return &entry;
+  }
+  return nullptr;
+}
+
+// From 1; 0 when the space has no settings.
+size_t lastLineOf(const std::vector<nvram::Entry> &entries, int space) {
+  int last = 0;
+  for (const nvram::Entry &entry : entries) {
+    if (entry.space == space) last = std::max(last, entry.line);
+  }
+  return static_cast<size_t>(last);
+}
+
+// Only of text that was read without a fault before, or that this file wrote.
+std::vector<nvram::Entry> parsed(const std::string &text) {
+  std::vector<nvram::Damage> damages;
+  return nvram::parseSettings(text, &damages);
+}
+
+}  // namespace
+
+Draft::Draft(std::string text) : text_(std::move(text)), kept_(parsed(text_)) {}
+
+Draft::Value Draft::kept(const Name &name) const {
+  const nvram::Entry *entry = find(kept_, name);
+  return entry != nullptr ? Value(entry->value) : std::nullopt;
+}
+
+std::vector<nvram::Entry> Draft::changed() const {
+  return parsed(text());
+}
+
+std::string Draft::text() const {
+  std::vector<std::string> lines;
+  std::istringstream text(text_);
+  for (std::string line; std::getline(text, line);) lines.push_back(line + "\n");
+
+  // What is new goes below the last setting of its space.
+  std::vector<std::string> below(lines.size());
+  std::string new_sections;
+  int section = 0;
+  for (const auto &[name, value] : changes_) {
+    std::string line = value ? nvram::printSetting(name.second, *value) : "";
+    size_t last = lastLineOf(kept_, name.first);
+    if (const nvram::Entry *entry = find(kept_, name)) {
+      lines[static_cast<size_t>(entry->line) - 1] = line;
+    } else if (last > 0) {
+      below[last - 1] += line;
+    } else {
+      if (section != name.first) new_sections += "\n[" + std::to_string(name.first) + "]\n";
+      section = name.first;
+      new_sections += line;
+    }
+  }
+  std::string changed;
+  for (size_t i = 0; i < lines.size(); i++) changed += lines[i] + below[i];
+  return changed + new_sections;
+}
+
+void Draft::change(const Name &name, const Value &value) {
+  if (name.first < nvram::kFirstSpace || name.first > nvram::kLastSpace) {
+    throw BadChange("there is no space " + std::to_string(name.first));
+  }
+  if (!nvram::validKey(name.second)) throw BadChange("this is no name for a setting");
+  if (value && value->size() > kLongestValue) throw BadChange("this value is too long");
+  if (value && value->find('\0') != std::string::npos) {
+    throw BadChange("a value cannot hold a NUL byte");
+  }
+  if (value == kept(name)) {
+    changes_.erase(name);
+  } else {
+    if (changes_.size() >= kMostChanges) throw BadChange("these are too many changes");
+    changes_[name] = value;
+  }
+  version_++;
+}
+
+void Draft::keep() {
+  text_ = text();
+  kept_ = parsed(text_);
+  changes_.clear();
+  version_++;
+}
+
+void Draft::discard() {
+  changes_.clear();
+  version_++;
+}
+
+}  // namespace orba::tool

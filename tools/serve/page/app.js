@@ -1,0 +1,84 @@
+// The page: its views, and the changes that wait to be kept.
+import {announce, ask, wish} from "./api.js";
+import {changes} from "./changes.js";
+import {firewall} from "./firewall.js";
+import {network} from "./network.js";
+import {overview} from "./overview.js";
+import {radio} from "./radio.js";
+import {settings} from "./settings.js";
+
+const kViews = {overview, network, radio, firewall, settings, changes};
+
+const byId = (id) => document.getElementById(id);
+let view = null;
+let timer = 0;
+
+async function attempt(act) {
+  const trouble = byId("trouble");
+  try {
+    await act();
+    trouble.hidden = true;
+  } catch (error) {
+    trouble.textContent = error instanceof TypeError ? "The server does not answer. Is orba serve still running?"
+      : `That did not work: ${error.message}`;
+    trouble.hidden = false;
+  }
+}
+
+// Looks once, and again after the view's period for as long as it is shown.
+async function look() {
+  clearTimeout(timer);
+  const shown = view;
+  if (!document.hidden) await attempt(shown.look);
+  document.body.dataset.ready = shown.name;
+  if (view === shown && shown.period) timer = setTimeout(look, shown.period);
+}
+
+function show() {
+  const [wanted, query] = location.hash.slice(1).split("?");
+  const name = Object.hasOwn(kViews, wanted) ? wanted : "overview";
+  delete document.body.dataset.ready;
+  for (const link of document.querySelectorAll("nav a")) {
+    if (link.hash === `#${name}`) link.setAttribute("aria-current", "page");
+    else link.removeAttribute("aria-current");
+  }
+  byId("main").replaceChildren();
+  view = {name, ...kViews[name](byId("main"), new URLSearchParams(query))};
+  look();
+}
+
+const counted = (count, noun) => `${count} ${noun}${count === 1 ? "" : "s"}`;
+
+// How much comes of the changes, as soon as it is known.
+let told = 0;
+async function tellEffect(text, version) {
+  byId("pending-text").textContent = `${text}.`;
+  told = version;
+  if (byId("pending").hidden) return;
+  const {effects} = await ask("effects");
+  const commands = effects.reduce((sum, {difference}) => sum + difference.commands.length, 0);
+  if (told === version) byId("pending-text").textContent = `${text}: ${counted(commands, "command")} would differ.`;
+}
+
+document.addEventListener("changes", ({detail}) => {
+  const count = detail.list.length;
+  byId("pending").hidden = count === 0;
+  tellEffect(`${counted(count, "change")} not kept yet`, detail.version);
+  byId("count").hidden = count === 0;
+  byId("count").textContent = count;
+});
+
+for (const name of ["keep", "discard"]) {
+  byId(name).addEventListener("click", () => attempt(() => wish(name).then(announce).then(look)));
+}
+window.addEventListener("hashchange", show);
+window.addEventListener("unhandledrejection", (event) => attempt(() => Promise.reject(event.reason)));
+document.addEventListener("visibilitychange", () => document.hidden || look());
+
+attempt(async () => {
+  const {answers} = await ask("status");
+  byId("model").textContent = answers.getModelName || "Router";
+  byId("host").textContent = `${answers.getHostName || "no name"}, on the desk`;
+  announce(await ask("changes"));
+});
+show();

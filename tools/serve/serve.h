@@ -1,0 +1,27 @@
+// The device on the desk in a browser.
+#ifndef ORBA_TOOLS_SERVE_SERVE_H
+#define ORBA_TOOLS_SERVE_SERVE_H
+
+#include <stdexcept>
+#include <string>
+
+namespace orba::tool {
+
+struct CannotServe : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+struct ServeOptions {
+  std::string config;
+  std::string root;
+  std::string device;
+  std::string address = "127.0.0.1";
+  int port = 8088;  // 0: any that is free
+};
+
+// Answers until SIGINT or SIGTERM. Throws BadConfig, CannotServe.
+void serve(const ServeOptions &options);
+
+}  // namespace orba::tool
+
+#endif

@@ -1,0 +1,44 @@
+// What the page asks for, as JSON: the texts of the getters as they write them,
+// and what a change of the configuration would do.
+#ifndef ORBA_TOOLS_SERVE_VIEWS_H
+#define ORBA_TOOLS_SERVE_VIEWS_H
+
+#include <ctime>
+#include <nlohmann/json_fwd.hpp>
+#include <string>
+#include <vector>
+
+#include "platform/nvram/store_format.h"
+#include "sim/device.h"
+#include "tools/serve/draft.h"
+
+namespace orba::tool {
+
+using Json = nlohmann::ordered_json;
+
+// The device on the desk, but for its settings.
+struct DeskDevice {
+  std::string root;    // a folder with the device's files, or empty
+  std::string device;  // a file with what it has and finds, or empty
+  time_t started_at = 0;
+
+  // When its settings are in place.
+  void prepare(sim::Device &device) const;
+};
+
+// Each makes a device of its own, so they may be called in any order, but only
+// one at a time.
+Json statusView(const DeskDevice &desk, const Draft &draft, long long milliseconds);
+Json networkView(const DeskDevice &desk, const Draft &draft);
+Json radioView(const DeskDevice &desk, const Draft &draft);
+Json settingsView(const Draft &draft);
+Json changesView(const Draft &draft);
+// The same with what comes of them: the commands that would be others, entry
+// point by entry point, and what is newly wrong with the settings.
+Json effectsView(const DeskDevice &desk, const Draft &draft);
+// The firewall as an SVG; with the changes, what they add and take is marked.
+std::string firewallView(const DeskDevice &desk, const Draft &draft, bool with_changes);
+
+}  // namespace orba::tool
+
+#endif

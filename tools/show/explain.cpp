@@ -1,0 +1,236 @@
+#include "tools/show/explain.h"
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <iomanip>
+#include <sstream>
+
+#include "tools/catalog/settings.h"
+#include "tools/play/behaviour.h"
+#include "tools/text/json.h"
+#include "tools/text/lines.h"
+
+namespace orba::tool {
+
+namespace {
+
+using nlohmann::ordered_json;
+
+constexpr size_t kWidth = 88;
+
+// Words in lines of a terminal's width; every line but the first begins with `indent`.
+std::string wrapped(const std::string &text, const std::string &indent) {
+  std::istringstream words(text);
+  std::string result;
+  size_t column = indent.size();
+  for (std::string word; words >> word;) {
+    if (result.empty()) {
+      result = word;
+    } else if (column + 1 + word.size() <= kWidth) {
+      result += " " + word;
+      column++;
+    } else {
+      result += "\n" + indent + word;
+      column = indent.size();
+    }
+    column += word.size();
+  }
+  return result;
+}
+
+void printItem(std::ostream &out, const char *name, const std::string &text) {
+  const std::string indent(13, ' ');
+  if (text.empty()) return;
+  out << "  " << std::left << std::setw(11) << name << wrapped(text, indent) << "\n";
+}
+
+std::string inSpace(int space) {
+  return space == 1 ? "" : " in space " + std::to_string(space);
+}
+
+template <typename Names>
+std::string joined(const Names &names) {
+  std::string text;
+  for (const std::string &name : names) text += (text.empty() ? "" : ", ") + name;
+  return text;
+}
+
+std::vector<std::string> settingTexts(const std::set<SettingName> &names) {
+  std::vector<std::string> texts;
+  for (const auto &[space, key] : names) texts.push_back(key + inSpace(space));
+  return texts;
+}
+
+// ---- settings ----
+
+struct Users {
+  std::vector<std::string> readers;
+  std::vector<std::string> writers;
+};
+
+Users usersOf(const SettingName &setting) {
+  Users users;
+  for (const auto &[entry, behaviour] : everyBehaviour()) {
+    if (behaviour.reads.count(setting) != 0) users.readers.emplace_back(entry->name);
+    if (behaviour.writes.count(setting) != 0) users.writers.emplace_back(entry->name);
+  }
+  return users;
+}
+
+ordered_json asJson(const SettingDescription &description, const std::string &key) {
+  return {{"key", key},
+          {"space", description.space},
+          {"group", description.group},
+          {"meaning", description.meaning},
+          {"form", description.form},
+          {"example", description.exampleOf(key)},
+          {"without", description.fallback}};
+}
+
+// The first sentence, or its part in front of a colon or a semicolon.
+std::string firstWords(const std::string &text) {
+  size_t end = text.size() - 1;  // the last full stop
+  for (const char *mark : {". ", ": ", "; "}) end = std::min(end, text.find(mark));
+  return text.substr(0, end);
+}
+
+void listSettings(std::ostream &out, bool json) {
+  ordered_json all = ordered_json::array();
+  std::string group;
+  for (const SettingDescription &description : settingDescriptions()) {
+    if (!json && group != description.group) {
+      out << (group.empty() ? "" : "\n") << description.group << "\n";
+      group = description.group;
+    }
+    for (const auto &[key, example] : description.keysWithExamples()) {
+      all.push_back(asJson(description, key));
+    }
+    const auto keys = description.keysWithExamples();
+    std::string title = keys.front().first + (keys.size() > 1 ? " ... " + keys.back().first : "");
+    if (!json) {
+      out << "  " << std::left << std::setw(44) << title + inSpace(description.space) << " "
+          << firstWords(description.meaning) << "\n";
+    }
+  }
+  if (json) printJson(out, all);
+}
+
+bool explainSetting(std::ostream &out, const std::string &key, bool json) {
+  ordered_json all = ordered_json::array();
+  for (int space : {1, 2}) {
+    const SettingDescription *description = descriptionOf(key, space);
+    if (description == nullptr) continue;
+    Users users = usersOf({space, key});
+    if (json) {
+      ordered_json one = asJson(*description, key);
+      one["read_by"] = users.readers;
+      one["written_by"] = users.writers;
+      all.push_back(one);
+      continue;
+    }
+    out << key << inSpace(space) << " (" << description->group << ")\n";
+    out << "  " << wrapped(description->meaning, "  ") << "\n\n";
+    printItem(out, "is", description->form + "; for example " + description->exampleOf(key));
+    printItem(out, "without it", description->fallback);
+    printItem(out, "read by", joined(users.readers));
+    printItem(out, "written by", joined(users.writers));
+    out << "\n";
+    all.push_back(key);
+  }
+  if (json && !all.empty()) printJson(out, all);
+  return !all.empty();
+}
+
+// ---- entry points ----
+
+void explainEntry(std::ostream &out, const EntryPoint &entry, bool json) {
+  Behaviour behaviour = behaviourOf(entry);
+  if (json) {
+    ordered_json deeds = ordered_json::array();
+    for (const Deeds &each : behaviour.deeds) {
+      deeds.push_back({{"call", each.call}, {"situation", each.situation}, {"lines", each.lines}});
+    }
+    printJson(out, {{"entry", entry.name},
+                    {"subsystem", entry.subsystem},
+                    {"line", entry.line},
+                    {"reads", settingTexts(behaviour.reads)},
+                    {"writes", settingTexts(behaviour.writes)},
+                    {"files_read", behaviour.files_read},
+                    {"files_written", behaviour.files_written},
+                    {"deeds", deeds}});
+    return;
+  }
+  out << entry.usage() << " (" << entry.subsystem << ")\n  " << entry.line << "\n\n";
+  printItem(out, "reads", joined(settingTexts(behaviour.reads)));
+  printItem(out, "writes", joined(settingTexts(behaviour.writes)));
+  printItem(out, "files read", joined(behaviour.files_read));
+  printItem(out, "written", joined(behaviour.files_written));
+  for (const Deeds &deeds : behaviour.deeds) {
+    out << "\n" << deeds.call << (deeds.call.empty() || deeds.situation.empty() ? "" : ", ");
+    out << (deeds.situation.empty() ? "" : "with " + deeds.situation + ":")
+        << (deeds.call.empty() && deeds.situation.empty() ? "runs:" : "") << "\n";
+    for (const std::string &line : deeds.lines) out << "  " << visible(line) << "\n";
+  }
+}
+
+// ---- near names ----
+
+char lower(char c) {
+  return static_cast<char>(tolower(static_cast<unsigned char>(c)));
+}
+
+// How many letters must be added, left out or changed, whatever their case.
+size_t distance(const std::string &a, const std::string &b) {
+  std::vector<size_t> row(b.size() + 1);
+  for (size_t j = 0; j <= b.size(); j++) row[j] = j;
+  for (size_t i = 1; i <= a.size(); i++) {
+    size_t diagonal = row[0];
+    row[0] = i;
+    for (size_t j = 1; j <= b.size(); j++) {
+      size_t changed = diagonal + (lower(a[i - 1]) == lower(b[j - 1]) ? 0 : 1);
+      diagonal = row[j];
+      row[j] = std::min({changed, row[j] + 1, row[j - 1] + 1});
+    }
+  }
+  return row[b.size()];
+}
+
+bool contains(const std::string &text, const std::string &part) {
+  return std::search(text.begin(), text.end(), part.begin(), part.end(),
+                     [](char a, char b) { return lower(a) == lower(b); }) != text.end();
+}
+
+std::vector<std::string> nearTo(const std::string &name) {
+  std::set<std::pair<size_t, std::string>> near;  // the nearest first
+  auto consider = [&](const std::string &other) {
+    size_t steps = distance(name, other);
+    bool part = name.size() > 2 && contains(other, name);
+    if (part || steps <= 1 + name.size() / 4) near.emplace(part ? 1 : steps, other);
+  };
+  for (const SettingDescription &description : settingDescriptions()) {
+    for (const auto &[key, example] : description.keysWithExamples()) consider(key);
+  }
+  for (const EntryPoint &entry : entryPoints()) consider(entry.name);
+  constexpr size_t kMost = 8;
+  std::vector<std::string> names;
+  for (const auto &[steps, other] : near) {
+    if (names.size() < kMost) names.push_back(other);
+  }
+  return names;
+}
+
+}  // namespace
+
+void explain(std::ostream &out, const std::string &name, bool json) {
+  if (name.empty()) return listSettings(out, json);
+  if (explainSetting(out, name, json)) return;
+  for (const EntryPoint &entry : entryPoints()) {
+    if (entry.name == name) return explainEntry(out, entry, json);
+  }
+  std::string near = joined(nearTo(name));
+  throw BadArgument(
+      "there is no setting and no entry point '" + name + "'" +
+      (near.empty() ? "; 'orba explain' shows all settings" : "; did you mean " + near + "?"));
+}
+
+}  // namespace orba::tool

@@ -1,0 +1,156 @@
+#include "tools/show/report.h"
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <iomanip>
+#include <sstream>
+
+#include "sim/packet_filter.h"
+#include "tools/play/event_words.h"
+#include "tools/text/lines.h"
+
+namespace orba::tool {
+
+namespace {
+
+using sim::Event;
+
+std::string settingName(const std::pair<int, std::string> &name) {
+  return name.first == 1 ? name.second
+                         : name.second + " (space " + std::to_string(name.first) + ")";
+}
+
+std::vector<std::string> filesWritten(const sim::Device &device) {
+  std::vector<std::string> paths;
+  for (const Event &event : device.events()) {
+    if (event.kind != Event::kFile || !device.text(event.text)) continue;
+    if (std::find(paths.begin(), paths.end(), event.text) == paths.end()) {
+      paths.push_back(event.text);
+    }
+  }
+  return paths;
+}
+
+void printOrigins(std::ostream &out, const std::vector<Origin> &origins) {
+  std::string made_from, because;
+  for (const Origin &origin : origins) {
+    std::string &list = origin.role == Origin::kBecause ? because : made_from;
+    list += (list.empty() ? "" : "; ") + visible(nameOf(origin));
+  }
+  if (!made_from.empty()) out << "        from " << made_from << "\n";
+  if (!because.empty()) out << "        because of " << because << "\n";
+}
+
+nlohmann::ordered_json originsAsJson(const std::vector<Origin> &origins) {
+  nlohmann::ordered_json json = nlohmann::ordered_json::array();
+  for (const Origin &origin : origins) {
+    json.push_back({{"role", roleName(origin.role)},
+                    {"space", origin.space},
+                    {"key", origin.key},
+                    {"record", origin.record}});
+  }
+  return json;
+}
+
+}  // namespace
+
+void printPlan(std::ostream &out, const Call &call, const sim::Device &device,
+               const Origins *origins) {
+  int number = 0;
+  bool timed = device.clock().elapsed() > 0;
+  for (const Event &event : device.events()) {
+    if (timed) out << std::setw(8) << event.at << " ms ";
+    if (event.kind == Event::kCommand) {
+      out << std::setw(4) << ++number << "  " << visible(sim::withoutRunnerRedirection(event.text))
+          << "\n";
+      if (origins != nullptr) printOrigins(out, origins->at(static_cast<size_t>(number) - 1));
+    } else {
+      out << "      -- " << visible(inWords(event)) << "\n";
+    }
+  }
+  out << "\n" << call.entry.name << ": " << number << (number == 1 ? " command" : " commands");
+  if (!call.result.returned.empty()) out << ", returns " << visible(call.result.returned);
+  out << "\n";
+  for (const std::string &output : call.result.outputs)
+    out << "answer: " << forReader(output) << "\n";
+  for (const std::string &path : filesWritten(device)) {
+    std::string content = device.text(path).value_or("");
+    out << visible(path) << ":\n"
+        << forReader(content) << (content.empty() || content.back() == '\n' ? "" : "\n");
+  }
+  if (!device.missing().empty()) {
+    out << "settings asked for and missing:";
+    for (const auto &name : device.missing()) out << " " << visible(settingName(name));
+    out << "\n";
+  }
+}
+
+nlohmann::ordered_json tablesAsJson(const sim::Device &device) {
+  sim::PacketFilter filter;
+  for (const Event &event : device.events()) {
+    if (event.kind == Event::kCommand || event.kind == Event::kPipe) filter.run(event.text);
+  }
+  nlohmann::ordered_json json;
+  for (const auto &[program, tables] : filter.programs()) {
+    for (const auto &[table, chains] : tables) {
+      for (const auto &[name, chain] : chains) {
+        nlohmann::ordered_json rules = nlohmann::ordered_json::array();
+        for (const sim::PacketFilter::Rule &rule : chain.rules) rules.push_back(rule.text);
+        json[program][table][name] = {{"policy", chain.policy}, {"rules", rules}};
+      }
+    }
+  }
+  return json;
+}
+
+void printTables(std::ostream &out, const sim::Device &device) {
+  sim::PacketFilter filter;
+  std::vector<std::string> routing;
+  for (const Event &event : device.events()) {
+    if (event.kind != Event::kCommand && event.kind != Event::kPipe) continue;
+    filter.run(event.text);
+    for (const char *program : {"ip ", "route "}) {
+      if (event.text.rfind(program, 0) == 0) {
+        routing.push_back(sim::withoutRunnerRedirection(event.text));
+      }
+    }
+  }
+  std::ostringstream chains;
+  filter.print(chains);
+  out << forReader(chains.str());
+  if (!routing.empty()) out << "routing\n";
+  for (const std::string &command : routing) out << "  " << visible(command) << "\n";
+}
+
+void printRaw(std::ostream &out, const sim::Device &device) {
+  for (const std::string &line : device.shellLines()) out << forReader(line) << "\n";
+}
+
+nlohmann::ordered_json planAsJson(const Call &call, const sim::Device &device,
+                                  const Origins *origins) {
+  nlohmann::ordered_json plan;
+  plan["entry"] = call.entry.name;
+  plan["arguments"] = call.words;
+  plan["returned"] = call.result.returned;
+  plan["outputs"] = call.result.outputs;
+  plan["events"] = nlohmann::ordered_json::array();
+  size_t number = 0;
+  for (const Event &event : device.events()) {
+    plan["events"].push_back(
+        {{"kind", nameOf(event.kind)}, {"text", event.text}, {"ms", event.at}});
+    if (event.kind == Event::kCommand && origins != nullptr) {
+      plan["events"].back()["origins"] = originsAsJson(origins->at(number++));
+    }
+  }
+  plan["files"] = nlohmann::ordered_json::object();
+  for (const std::string &path : filesWritten(device)) {
+    plan["files"][path] = device.text(path).value_or("");
+  }
+  plan["missing"] = nlohmann::ordered_json::array();
+  for (const auto &[space, key] : device.missing()) {
+    plan["missing"].push_back({{"space", space}, {"key", key}});
+  }
+  return plan;
+}
+
+}  // namespace orba::tool

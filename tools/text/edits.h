@@ -1,0 +1,28 @@
+// Two lists of lines, laid side by side.
+#ifndef ORBA_TOOLS_TEXT_EDITS_H
+#define ORBA_TOOLS_TEXT_EDITS_H
+
+#include <string>
+#include <vector>
+
+namespace orba::tool {
+
+// One line of either list, or of both.
+struct Edit {
+  enum Kind { kKept, kAdded, kRemoved, kMoved };
+  Kind kind;
+  std::string text;
+  size_t before = 0, after = 0;  // its places in the lists, from 1; 0 where it is not
+};
+using Edits = std::vector<Edit>;
+
+// The least that makes `after` of `before`, kept lines and all.
+Edits editsBetween(const std::vector<std::string> &before, const std::vector<std::string> &after);
+// The same; a line that went from one place to another is told once, where it is now.
+Edits editsWithMoves(const std::vector<std::string> &before, const std::vector<std::string> &after);
+// Whether anything is not kept.
+bool changes(const Edits &edits);
+
+}  // namespace orba::tool
+
+#endif

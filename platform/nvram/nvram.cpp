@@ -53,12 +53,12 @@ void afterFork() {
 
 // When the library is loaded: a fork may be the first thing that another
 // thread does while the store is in use for the first time.
-[[maybe_unused]] const int fork_is_watched = pthread_atfork(beforeFork, afterFork, afterFork);
+[[maybe_unused]] const int kForkIsWatched = pthread_atfork(beforeFork, afterFork, afterFork);
 
 // Never destroyed: the texts it gave out are promised until the process ends.
 nvram::Store &store() {
-  static nvram::Store *const only = new nvram::Store(nvram::storeFolder());
-  return *only;
+  static nvram::Store &only = *new nvram::Store(nvram::storeFolder());
+  return only;
 }
 
 template <typename Result, typename Work>
@@ -153,19 +153,19 @@ int nvram_commit(int space) {
 int getNthValueSafe(int index, const char *value, char separator, char *out, int size) {
   if (out == nullptr || size < 1) return -1;
   // strchr would find the terminator, were it the separator.
-  const auto nextSeparator = [&](const char *from) {
+  const auto next_separator = [&](const char *from) {
     return separator == '\0' ? nullptr : strchr(from, separator);
   };
   const char *piece = value != nullptr && *value != '\0' && index >= 0 ? value : nullptr;
   for (; piece != nullptr && index > 0; --index) {
-    piece = nextSeparator(piece);
+    piece = next_separator(piece);
     if (piece != nullptr) ++piece;
   }
   if (piece == nullptr) {
     out[0] = '\0';
     return -1;
   }
-  const char *end = nextSeparator(piece);
+  const char *end = next_separator(piece);
   size_t length = end != nullptr ? static_cast<size_t>(end - piece) : strlen(piece);
   if (length >= static_cast<size_t>(size)) length = static_cast<size_t>(size) - 1;
   memmove(out, piece, length);

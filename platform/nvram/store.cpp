@@ -16,7 +16,7 @@
 namespace nvram {
 namespace {
 
-constexpr const char *usualFolder = "/var/lib/orba";
+constexpr const char *kUsualFolder = "/var/lib/orba";
 
 void requireValid(std::string_view key) {
   if (!validKey(key)) throw std::system_error(std::make_error_code(std::errc::invalid_argument));
@@ -55,7 +55,7 @@ Settings parseSpace(std::string_view text, int number, std::vector<Damage> *dama
 
 std::string storeFolder() {
   const char *named = secure_getenv("ORBA_NVRAM_DIR");
-  std::string folder = named != nullptr && *named != '\0' ? named : usualFolder;
+  std::string folder = named != nullptr && *named != '\0' ? named : kUsualFolder;
   if (folder.front() != '/') {
     const std::unique_ptr<char, decltype(&free)> here(getcwd(nullptr, 0), free);
     if (here == nullptr) throw std::system_error(errno, std::generic_category());

@@ -72,8 +72,9 @@ std::string targetOf(const Descriptor &link) {
 // A name in a folder, or in the root folder: that is never gone through by a descriptor, since
 // to an emulator of another processor it is a folder of its own.
 int openNext(const std::unique_ptr<Descriptor> &folder, const std::string &name) {
-  constexpr int flags = O_PATH | O_NOFOLLOW | O_CLOEXEC;
-  return folder ? openat(folder->number(), name.c_str(), flags) : open(('/' + name).c_str(), flags);
+  constexpr int kFlags = O_PATH | O_NOFOLLOW | O_CLOEXEC;
+  return folder ? openat(folder->number(), name.c_str(), kFlags)
+                : open(('/' + name).c_str(), kFlags);
 }
 
 Descriptor orRoot(std::unique_ptr<Descriptor> folder) {
@@ -83,9 +84,9 @@ Descriptor orRoot(std::unique_ptr<Descriptor> folder) {
 // Goes along an absolute path name by name, to the folder of the last one. That is left
 // in `path`, is no link, and need not be there.
 Descriptor enterFolderOf(std::string &path) {
-  constexpr int most = 40;  // links, as the kernel has it
+  constexpr int kMostLinks = 40;  // as the kernel has it
   std::unique_ptr<Descriptor> folder;
-  for (int links = 0; links < most;) {
+  for (int links = 0; links < kMostLinks;) {
     path.erase(0, path.find_first_not_of('/'));
     const std::string name = path.substr(0, path.find('/'));
     const bool last = path.find_first_not_of('/', name.size()) == path.npos;
@@ -162,8 +163,8 @@ bool isShared(const std::optional<struct stat> &file) {
 }
 
 std::string lockOf(const std::string &name) {
-  constexpr std::string_view ending = ".conf";
-  return (name.ends_with(ending) ? name.substr(0, name.size() - ending.size()) : name) + ".lock";
+  constexpr std::string_view kEnding = ".conf";
+  return (name.ends_with(kEnding) ? name.substr(0, name.size() - kEnding.size()) : name) + ".lock";
 }
 
 }  // namespace

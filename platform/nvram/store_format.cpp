@@ -6,20 +6,20 @@
 namespace nvram {
 namespace {
 
-constexpr std::string_view fileComment =
+constexpr std::string_view kFileComment =
     "# Router settings, one KEY=VALUE a line; \\n, \\r, \\t, \\\\ and \\xHH stand for single "
     "bytes.\n";
 
-constexpr std::string_view byteOrderMark = "\xef\xbb\xbf";  // some editors begin with it
+constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";  // some editors begin with it
 
 // The escapes with a letter of their own: the byte and the letter.
 constexpr std::pair<char, char> kNamedEscapes[] = {
     {'\\', '\\'}, {'\n', 'n'}, {'\r', 'r'}, {'\t', 't'}};
 
 void appendHex(std::string &out, char byte) {
-  constexpr char digits[] = "0123456789abcdef";
+  constexpr char kDigits[] = "0123456789abcdef";
   const auto value = static_cast<unsigned char>(byte);
-  out += {'\\', 'x', digits[value >> 4], digits[value & 15]};
+  out += {'\\', 'x', kDigits[value >> 4], kDigits[value & 15]};
 }
 
 void appendByte(std::string &out, char byte) {
@@ -165,7 +165,7 @@ bool validKey(std::string_view key) {
 
 std::vector<Entry> parseSettings(std::string_view text, std::vector<Damage> *damages, int space) {
   Parser parser(damages, space);
-  if (text.starts_with(byteOrderMark)) text.remove_prefix(byteOrderMark.size());
+  if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
   while (!text.empty()) {
     const auto end = text.find('\n');
     parser.take(text.substr(0, end));
@@ -177,20 +177,20 @@ std::vector<Entry> parseSettings(std::string_view text, std::vector<Damage> *dam
 std::string printSetting(std::string_view key, std::string_view value) {
   std::string line;
   for (std::size_t i = 0; i < key.size(); ++i) {
-    const bool atAnEnd = i == 0 || i + 1 == key.size();
-    key[i] == ' ' && atAnEnd ? appendHex(line, ' ') : appendByte(line, key[i]);
+    const bool at_an_end = i == 0 || i + 1 == key.size();
+    key[i] == ' ' && at_an_end ? appendHex(line, ' ') : appendByte(line, key[i]);
   }
   line += '=';
   for (std::size_t i = 0; i < value.size(); ++i) {
-    const bool atTheEnd = i + 1 == value.size();
-    value[i] == ' ' && atTheEnd ? appendHex(line, ' ') : appendByte(line, value[i]);
+    const bool at_the_end = i + 1 == value.size();
+    value[i] == ' ' && at_the_end ? appendHex(line, ' ') : appendByte(line, value[i]);
   }
   line += '\n';
   return line;
 }
 
 std::string printSettings(const Settings &settings) {
-  std::string text(fileComment);
+  std::string text(kFileComment);
   for (const auto &[key, value] : settings) text += printSetting(key, value);
   return text;
 }

@@ -9,7 +9,7 @@ namespace nvram {
 namespace {
 
 std::string escaped(const char *mark, uint32_t number, int digits) {
-  static const char kDigits[] = "0123456789abcdef";
+  static constexpr char kDigits[] = "0123456789abcdef";
   std::string text = mark;
   for (int shift = (digits - 1) * 4; shift >= 0; shift -= 4) text += kDigits[number >> shift & 15];
   return text;

@@ -42,7 +42,7 @@ void A_SHAFinal(A_SHA_CTX *ctx, unsigned char digest[20]) {
   orba::storeBigEndian(length, ctx->bitLengthHigh);
   orba::storeBigEndian(length + 4, ctx->bitLengthLow);
 
-  const unsigned char kEndOfMessage = 0x80;
+  constexpr unsigned char kEndOfMessage = 0x80;
   const unsigned char zero = 0;
   A_SHAUpdate(ctx, &kEndOfMessage, 1);
   while (ctx->blockBytes != 56) A_SHAUpdate(ctx, &zero, 1);

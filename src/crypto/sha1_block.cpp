@@ -47,12 +47,12 @@ template <unsigned t>
   if constexpr (t >= 16) {
     word = rotateLeft(words[(t + 13) % 16] ^ words[(t + 8) % 16] ^ words[(t + 2) % 16] ^ word, 1);
   }
-  constexpr unsigned first = 80 - t;
-  uint32_t a = value[first % 5];
-  uint32_t &b = value[(first + 1) % 5];
-  uint32_t c = value[(first + 2) % 5];
-  uint32_t d = value[(first + 3) % 5];
-  uint32_t &e = value[(first + 4) % 5];
+  constexpr unsigned kFirst = 80 - t;
+  uint32_t a = value[kFirst % 5];
+  uint32_t &b = value[(kFirst + 1) % 5];
+  uint32_t c = value[(kFirst + 2) % 5];
+  uint32_t d = value[(kFirst + 3) % 5];
+  uint32_t &e = value[(kFirst + 4) % 5];
   e += roundTerm<t / 20>(b, c, d) + word;
   e += rotateLeft(a, 5);
   b = rotateLeft(b, 30);

@@ -12,7 +12,7 @@ namespace {
 
 // Whether this process has loaded the SIP modules. Another process does not
 // know, and loads them again, which does no harm.
-int sipAlgModulesLoaded = 0;
+int sip_alg_modules_loaded = 0;
 
 constexpr const char *kFilterChains[] = {
     chain::kPortForward,         chain::kDmz,
@@ -125,12 +125,12 @@ void switchSipModules() {
     return;
   }
   int wanted = enable.number();
-  if (wanted == 1 && sipAlgModulesLoaded == 0) {
+  if (wanted == 1 && sip_alg_modules_loaded == 0) {
     runAll(kLoadSip);
-    sipAlgModulesLoaded = 1;
-  } else if (wanted == 0 && sipAlgModulesLoaded == 1) {
+    sip_alg_modules_loaded = 1;
+  } else if (wanted == 0 && sip_alg_modules_loaded == 1) {
     runAll(kUnloadSip);
-    sipAlgModulesLoaded = 0;
+    sip_alg_modules_loaded = 0;
   }
 }
 

@@ -37,10 +37,10 @@ int copyAddress(const char *ifname, unsigned long question, char *dst) {
 using NameOfWan = void(int wan, InterfaceName &name);
 using AddressOfInterface = int(const char *ifname, char *dst);
 
-int copyDefaultWanAddress(NameOfWan nameOf, AddressOfInterface addressOf, char *dst) {
+int copyDefaultWanAddress(NameOfWan name_of, AddressOfInterface address_of, char *dst) {
   InterfaceName name;
-  nameOf(setting("default_wan").number(), name);
-  if (addressOf(name.text(), dst) == 0) return 1;
+  name_of(setting("default_wan").number(), name);
+  if (address_of(name.text(), dst) == 0) return 1;
   *dst = '\0';
   return 0;
 }

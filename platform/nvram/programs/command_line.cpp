@@ -37,13 +37,13 @@ int CommandLine::parse(int argc, char **argv) {
     std::ostringstream complained;
     const int code = app_->exit(error, std::cout, complained);
     std::cerr << nvram::forReader(complained.str(), STDERR_FILENO);
-    return code == 0 ? exitFine : exitUsage;
+    return code == 0 ? kExitFine : kExitUsage;
   }
 }
 
 int CommandLine::storeError(int error) const {
   complain("space " + std::to_string(space) + ": " + strerror(error));
-  return exitStoreError;
+  return kExitStoreError;
 }
 
 void CommandLine::complain(const std::string &what) const {
@@ -53,8 +53,8 @@ void CommandLine::complain(const std::string &what) const {
 int CommandLine::print(const std::string &text) const {
   const std::string shown = nvram::forReader(text);
   if (fwrite(shown.data(), 1, shown.size(), stdout) == shown.size() && fflush(stdout) == 0) {
-    return exitFine;
+    return kExitFine;
   }
   perror(name_);
-  return exitStoreError;
+  return kExitStoreError;
 }

@@ -10,7 +10,7 @@ namespace CLI {
 class App;
 }
 
-enum Exit { exitFine = 0, exitNoSuchKey = 1, exitUsage = 2, exitStoreError = 3 };
+enum Exit { kExitFine = 0, kExitNoSuchKey = 1, kExitUsage = 2, kExitStoreError = 3 };
 
 class CommandLine {
  public:

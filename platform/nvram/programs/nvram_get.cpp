@@ -14,5 +14,5 @@ int main(int argc, char **argv) {
   if (value != nullptr) return line.print(value + std::string("\n"));
   if (errno != ENOENT) return line.storeError(errno);
   line.complain("no setting \"" + key + "\" in space " + std::to_string(line.space));
-  return exitNoSuchKey;
+  return kExitNoSuchKey;
 }

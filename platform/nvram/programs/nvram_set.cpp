@@ -15,8 +15,8 @@ int main(int argc, char **argv) {
 
   if (!nvram::validKey(key)) {
     line.complain("\"" + key + "\" cannot be the name of a setting");
-    return exitUsage;
+    return kExitUsage;
   }
-  if (nvram_set(line.space, key.c_str(), value.c_str()) == 0) return exitFine;
+  if (nvram_set(line.space, key.c_str(), value.c_str()) == 0) return kExitFine;
   return line.storeError(errno);
 }

@@ -38,11 +38,11 @@ int lastLineOf(std::string_view text) {
 
 Settings parseSpace(std::string_view text, int number, std::vector<Damage> *damages) {
   Settings settings;
-  for (Entry &entry : parseSettings(text, damages, number)) {
-    if (entry.space == number) {
-      settings.insert_or_assign(std::move(entry.key), std::move(entry.value));
+  for (Setting &setting : parseSettings(text, damages, number)) {
+    if (setting.space == number) {
+      settings.insert_or_assign(std::move(setting.key), std::move(setting.value));
     } else {
-      damages->push_back({entry.line, "belongs to another space"});
+      damages->push_back({setting.line, "belongs to another space"});
     }
   }
   if (!text.empty() && text.back() != '\n') {

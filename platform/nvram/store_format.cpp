@@ -112,9 +112,9 @@ class Parser {
     takeSetting(line);
   }
 
-  std::vector<Entry> entries() && {
-    std::erase_if(entries_, [](const Entry &entry) { return entry.key.empty(); });
-    return std::move(entries_);
+  std::vector<Setting> settings() && {
+    std::erase_if(settings_, [](const Setting &setting) { return setting.key.empty(); });
+    return std::move(settings_);
   }
 
  private:
@@ -138,21 +138,22 @@ class Parser {
     if (space_ != 0) add({space_, std::move(*key), std::move(*value), line_});
   }
 
-  void add(Entry entry) {
-    const auto [earlier, isNew] = places_.try_emplace({entry.space, entry.key}, entries_.size());
-    if (!isNew) {
-      auto &replaced = entries_[earlier->second];
+  void add(Setting setting) {
+    const auto [earlier, is_new] =
+        places_.try_emplace({setting.space, setting.key}, settings_.size());
+    if (!is_new) {
+      Setting &replaced = settings_[earlier->second];
       damaged("sets the key of line " + std::to_string(replaced.line) + " again");
       replaced.key.clear();
-      earlier->second = entries_.size();
+      earlier->second = settings_.size();
     }
-    entries_.push_back(std::move(entry));
+    settings_.push_back(std::move(setting));
   }
 
   std::vector<Damage> *damages_;
   int space_;  // 0: below a section line that names none
   int line_ = 0;
-  std::vector<Entry> entries_;  // without a key: replaced by a later line
+  std::vector<Setting> settings_;  // without a key: replaced by a later line
   std::map<std::pair<int, std::string>, std::size_t> places_;
 };
 
@@ -163,7 +164,7 @@ bool validKey(std::string_view key) {
          key.find_first_of(std::string_view("=\n\0", 3)) == key.npos;
 }
 
-std::vector<Entry> parseSettings(std::string_view text, std::vector<Damage> *damages, int space) {
+std::vector<Setting> parseSettings(std::string_view text, std::vector<Damage> *damages, int space) {
   Parser parser(damages, space);
   if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
   while (!text.empty()) {
@@ -171,7 +172,7 @@ std::vector<Entry> parseSettings(std::string_view text, std::vector<Damage> *dam
     parser.take(text.substr(0, end));
     text.remove_prefix(end == text.npos ? text.size() : end + 1);
   }
-  return std::move(parser).entries();
+  return std::move(parser).settings();
 }
 
 std::string printSetting(std::string_view key, std::string_view value) {

@@ -27,14 +27,17 @@ namespace nvram {
 inline constexpr int kFirstSpace = 1;
 inline constexpr int kLastSpace = 9;
 
+/* Those of one space, by key. */
 using Settings = std::map<std::string, std::string, std::less<>>;
 
-struct Entry {
+/* As a line of a text sets it. */
+struct Setting {
   int space;
   std::string key;
   std::string value;
   int line;  // from 1
 };
+using Entry = Setting;  // the tool's word for it
 
 struct Damage {
   int line;  // from 1
@@ -48,9 +51,9 @@ bool validKey(std::string_view key);
 /* The settings of `text` in their order. Lines before any section line belong
  * to `space`. A line that is none of the above is left out and added to
  * `damages`. A key that stands twice in a space is a damage too, and only its
- * later line is among the entries. */
-std::vector<Entry> parseSettings(std::string_view text, std::vector<Damage> *damages,
-                                 int space = kFirstSpace);
+ * later line counts. */
+std::vector<Setting> parseSettings(std::string_view text, std::vector<Damage> *damages,
+                                   int space = kFirstSpace);
 
 /* One "KEY=VALUE" line with its newline. */
 std::string printSetting(std::string_view key, std::string_view value);

@@ -28,7 +28,7 @@ TEST(StoreFormat, PrintsWhatAPersonCanReadAndEdit) {
 
 TEST(StoreFormat, ReadsAHandWrittenConfigurationOfTwoSpaces) {
   std::vector<Damage> damages;
-  const auto entries = parseSettings(
+  const auto settings = parseSettings(
       "# both radios\r\n"
       "OperationMode=1\r\n"
       "\n"
@@ -40,7 +40,7 @@ TEST(StoreFormat, ReadsAHandWrittenConfigurationOfTwoSpaces) {
       "wan_ipaddr=10.0.0.2",
       &damages);
   EXPECT_THAT(
-      entries,
+      settings,
       ElementsAre(FieldsAre(1, "OperationMode", "1", 2), FieldsAre(1, "SSID1", " two  words ", 5),
                   FieldsAre(2, "SSIDSTA", "a=b=c", 7), FieldsAre(1, "wan_ipaddr", "10.0.0.2", 9)));
   EXPECT_THAT(damages, IsEmpty());

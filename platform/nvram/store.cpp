@@ -7,7 +7,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
-#include <new>
 #include <system_error>
 #include <utility>
 
@@ -19,7 +18,7 @@ namespace {
 constexpr const char *kUsualFolder = "/var/lib/orba";
 
 void requireValid(std::string_view key) {
-  if (!validKey(key)) throw std::system_error(std::make_error_code(std::errc::invalid_argument));
+  if (!validKey(key)) refuse(EINVAL, "no such key");
 }
 
 // Those in `now` that are not in `before`: a file that was changed elsewhere
@@ -58,7 +57,7 @@ std::string storeFolder() {
   std::string folder = named != nullptr && *named != '\0' ? named : kUsualFolder;
   if (folder.front() != '/') {
     const std::unique_ptr<char, decltype(&free)> here(getcwd(nullptr, 0), free);
-    if (here == nullptr) throw std::system_error(errno, std::generic_category());
+    if (here == nullptr) refuse(errno, "no current folder");
     folder = std::string(here.get()) + '/' + folder;
   }
   while (folder.size() > 1 && folder.ends_with('/')) folder.pop_back();
@@ -71,11 +70,9 @@ Store::Store(std::string folder) : folder_(std::move(folder)) {
   }
 }
 
-Store::Space &Store::at(int space) {
-  if (space < kFirstSpace || space > kLastSpace) {
-    throw std::system_error(std::make_error_code(std::errc::invalid_argument));
-  }
-  return spaces_[static_cast<std::size_t>(space - kFirstSpace)];
+Store::Space &Store::at(int number) {
+  if (number < kFirstSpace || number > kLastSpace) refuse(EINVAL, "no such space");
+  return spaces_[static_cast<std::size_t>(number - kFirstSpace)];
 }
 
 int Store::numberOf(const Space &space) const {
@@ -86,48 +83,47 @@ const char *Store::keep(const std::string &text) {
   return kept_.insert(text).first->c_str();
 }
 
-const char *Store::get(int space, std::string_view key) {
-  const Settings &all = settings(space);
+const char *Store::get(int number, std::string_view key) {
+  const Settings &all = settings(number);
   const auto found = all.find(key);
   return found == all.end() ? nullptr : keep(found->second);
 }
 
-const char *Store::getBuffered(int space, std::string_view key) {
-  const Settings &changes = at(space).changes;
+const char *Store::getBuffered(int number, std::string_view key) {
+  const Settings &changes = at(number).changes;
   const auto found = changes.find(key);
-  return found == changes.end() ? get(space, key) : keep(found->second);
+  return found == changes.end() ? get(number, key) : keep(found->second);
 }
 
-void Store::set(int space, std::string_view key, std::string_view value) {
-  Space &place = at(space);
+void Store::set(int number, std::string_view key, std::string_view value) {
+  Space &space = at(number);
   requireValid(key);
-  merge(place, {{std::string(key), std::string(value)}});
-  const auto buffered = place.changes.find(key);
-  if (buffered != place.changes.end()) place.changes.erase(buffered);
+  merge(space, {{std::string(key), std::string(value)}});
+  std::erase_if(space.changes, [key](const auto &change) { return change.first == key; });
 }
 
-void Store::setBuffered(int space, std::string_view key, std::string_view value) {
-  Space &place = at(space);
+void Store::setBuffered(int number, std::string_view key, std::string_view value) {
+  Space &space = at(number);
   requireValid(key);
-  place.changes.insert_or_assign(std::string(key), std::string(value));
+  space.changes.insert_or_assign(std::string(key), std::string(value));
 }
 
-void Store::commit(int space) {
-  Space &place = at(space);
-  if (place.changes.empty()) return;
-  merge(place, place.changes);
-  place.changes.clear();
+void Store::commit(int number) {
+  Space &space = at(number);
+  if (space.changes.empty()) return;
+  merge(space, space.changes);
+  space.changes.clear();
 }
 
-const Settings &Store::settings(int space) {
-  Space &place = at(space);
-  refresh(place);
-  return place.settings;
+const Settings &Store::settings(int number) {
+  Space &space = at(number);
+  refresh(space);
+  return space.settings;
 }
 
-// What `read` returns. Why it cannot is reported once.
+// What `read` returns. Why it cannot is told once.
 template <typename Read>
-auto Store::told(Space &space, Read read) try {
+auto Store::readOrTell(Space &space, Read read) try {
   return read();
 } catch (const std::system_error &error) {
   if (error.code().value() != space.failure) {
@@ -139,14 +135,12 @@ auto Store::told(Space &space, Read read) try {
 
 // What was known is answered for as long as the file cannot be read.
 void Store::refresh(Space &space) try {
-  told(space, [&] {
+  readOrTell(space, [&] {
     if (space.known && space.settled && identify(space.path) == space.identity) return;
     load(space, readFile(space.path));
   });
   space.failure = 0;
-} catch (const std::system_error &) {
-  if (!space.known) throw;
-} catch (const std::bad_alloc &) {
+} catch (const std::exception &) {
   if (!space.known) throw;
 }
 
@@ -172,10 +166,10 @@ void Store::load(Space &space, std::optional<File> file) {
 // Writes the file's settings of this moment with `changes` over them.
 void Store::merge(Space &space, Settings changes) {
   makeFolder(folder_);
-  const Place place = told(space, [&] { return Place(space.path); });
+  const Place place = readOrTell(space, [&] { return Place(space.path); });
   const FileLock lock(place);
   std::optional<File> before;
-  told(space, [&] { load(space, before = place.read()); });
+  readOrTell(space, [&] { load(space, before = place.read()); });
   // The folder of a first file may be new too, and its maker may have died.
   if (space.text.empty()) place.syncNames(lock.file(), "..");
   if (!space.damages.empty()) {

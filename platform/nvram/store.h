@@ -1,8 +1,7 @@
-/* The settings of all spaces, as this process sees them. What the functions do
- * is told in nvram.h. Not for two threads at a time. Everything throws
- * std::system_error; std::errc::invalid_argument for an unknown space or a key
- * that no setting can have, std::errc::operation_would_block
- * while another process commits. */
+/* The settings of all spaces, each known by its number, as this process sees
+ * them. What the functions do is told in nvram.h. Not for two threads at a time.
+ * Everything throws std::system_error: EINVAL for an unknown space or a key that
+ * no setting can have, EWOULDBLOCK while another process commits. */
 #ifndef NVRAM_STORE_H
 #define NVRAM_STORE_H
 
@@ -27,14 +26,14 @@ class Store {
 
   /* The texts stay readable as long as the store lives; nullptr without such a
    * setting. */
-  const char *get(int space, std::string_view key);
-  const char *getBuffered(int space, std::string_view key);
+  const char *get(int number, std::string_view key);
+  const char *getBuffered(int number, std::string_view key);
 
-  void set(int space, std::string_view key, std::string_view value);
-  void setBuffered(int space, std::string_view key, std::string_view value);
-  void commit(int space);
+  void set(int number, std::string_view key, std::string_view value);
+  void setBuffered(int number, std::string_view key, std::string_view value);
+  void commit(int number);
 
-  const Settings &settings(int space);
+  const Settings &settings(int number);
 
  private:
   struct Space {
@@ -49,14 +48,14 @@ class Store {
     int failure = 0;  // errno that was reported and still holds
   };
 
-  Space &at(int space);
+  Space &at(int number);
   int numberOf(const Space &space) const;
   void refresh(Space &space);
   void load(Space &space, std::optional<File> file);
   void merge(Space &space, Settings changes);
   bool takeBack(const Space &space, const Place &place, const std::optional<File> &before);
   template <typename Read>
-  auto told(Space &space, Read read);
+  auto readOrTell(Space &space, Read read);
   const char *keep(const std::string &text);
 
   std::string folder_;

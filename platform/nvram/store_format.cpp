@@ -16,22 +16,18 @@ constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";  // some editors beg
 constexpr std::pair<char, char> kNamedEscapes[] = {
     {'\\', '\\'}, {'\n', 'n'}, {'\r', 'r'}, {'\t', 't'}};
 
-void appendHex(std::string &out, char byte) {
-  constexpr char kDigits[] = "0123456789abcdef";
-  const auto value = static_cast<unsigned char>(byte);
-  out += {'\\', 'x', kDigits[value >> 4], kDigits[value & 15]};
-}
-
-void appendByte(std::string &out, char byte) {
+// A blank that an editor might lose is `exposed`.
+void appendByte(std::string &out, char byte, bool exposed) {
   for (const auto &[meant, letter] : kNamedEscapes) {
     if (byte == meant) {
       out += {'\\', letter};
       return;
     }
   }
+  constexpr char kDigits[] = "0123456789abcdef";
   const auto value = static_cast<unsigned char>(byte);
-  if (value < 0x20 || value == 0x7f) {
-    appendHex(out, byte);
+  if (value < 0x20 || value == 0x7f || (value == ' ' && exposed)) {
+    out += {'\\', 'x', kDigits[value >> 4], kDigits[value & 15]};
   } else {
     out += byte;
   }
@@ -177,15 +173,10 @@ std::vector<Setting> parseSettings(std::string_view text, std::vector<Damage> *d
 
 std::string printSetting(std::string_view key, std::string_view value) {
   std::string line;
-  for (std::size_t i = 0; i < key.size(); ++i) {
-    const bool at_an_end = i == 0 || i + 1 == key.size();
-    key[i] == ' ' && at_an_end ? appendHex(line, ' ') : appendByte(line, key[i]);
-  }
+  for (std::size_t i = 0; i < key.size(); ++i)
+    appendByte(line, key[i], i == 0 || i + 1 == key.size());
   line += '=';
-  for (std::size_t i = 0; i < value.size(); ++i) {
-    const bool at_the_end = i + 1 == value.size();
-    value[i] == ' ' && at_the_end ? appendHex(line, ' ') : appendByte(line, value[i]);
-  }
+  for (std::size_t i = 0; i < value.size(); ++i) appendByte(line, value[i], i + 1 == value.size());
   line += '\n';
   return line;
 }

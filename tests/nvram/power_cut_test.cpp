@@ -51,6 +51,15 @@ Settings with(Settings changes, const Settings &before) {
   return changes;
 }
 
+// Why `work` failed, 0 when it did not.
+template <typename Work>
+int reasonOf(Work work) try {
+  work();
+  return 0;
+} catch (const std::system_error &failure) {
+  return failure.code().value();
+}
+
 void buffer(Store &store) {
   for (const auto &[key, value] : kChanges) store.setBuffered(1, key, value);
 }
@@ -124,19 +133,17 @@ TEST(FailingDisk, LeavesTheNewContentsOrSaysWhyNotAndLeavesTheOld) {
         buffer(store);
         Disk disk(folder.path());
         disk.fail(call, error, for_good);
-        int reason = 0;
-        try {
-          store.commit(1);
-        } catch (const std::system_error &failure) {
-          reason = failure.code().value();
-          ++reported;
-        }
+        const int reason = reasonOf([&] { store.commit(1); });
+        reported += reason != 0;
         if (disk.calls() > call) ++failures, calls = call + 2;
         disk.fail(-1, 0);
         EXPECT_EQ(openDescriptors(), open);
         // A leftover that cannot be removed is told by what it leads to.
         EXPECT_TRUE(reason == 0 || reason == error || reason == EEXIST) << reason;
         EXPECT_EQ(settingsOf(folder), reason == 0 ? fresh : old);
+        if (reason == 0 && before.count("space1.conf.damaged") != 0) {
+          EXPECT_EQ(folder.read("space1.conf.damaged"), before.at("space1.conf"));
+        }
         const bool told = testing::internal::GetCapturedStderr().find("a power cut may undo it") !=
                           std::string::npos;
         not_taken_back += told;
@@ -160,6 +167,30 @@ TEST(FailingDisk, LeavesTheNewContentsOrSaysWhyNotAndLeavesTheOld) {
   EXPECT_GT(failures, 400);
   EXPECT_GT(reported, failures / 2);
   EXPECT_GT(not_taken_back, 0);
+}
+
+TEST(FailingDisk, LeavesAReaderWithWhatItKnew) {
+  StoreFolder folder(kMemory);
+  Disk disk(folder.path());
+  int call = 0;
+  for (bool failed = true; failed; ++call) {
+    SCOPED_TRACE(call);
+    testing::internal::CaptureStderr();
+    disk.fail(-1, 0);
+    folder.write("space1.conf", "a=old\n");
+    Store store(folder.path());
+    EXPECT_STREQ(store.get(1, "a"), "old");
+    folder.write("space1.conf", "a=edited\n");
+    disk.fail(call, EMFILE);
+    const std::string known = store.get(1, "a");
+    failed = disk.calls() > call;
+    EXPECT_EQ(known, failed ? "old" : "edited");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              failed ? folder.file("space1.conf") + ": cannot be read: Too many open files\n" : "");
+    disk.fail(-1, 0);
+    EXPECT_STREQ(store.get(1, "a"), "edited");
+  }
+  EXPECT_GT(call, 10);
 }
 
 // Every file has the size of the one before, and the clock stands still.
@@ -211,13 +242,7 @@ TEST(Lock, OfAFileThatIsNoLongerThereIsNone) {
       fs::permissions(folder.file("space1.conf.fresh"), fs::perms(0660));
       fs::rename(folder.file("space1.conf.fresh"), folder.file("space1.conf"));
     };
-    int reason = 0;
-    try {
-      store.set(1, "b", "ours");
-    } catch (const std::system_error &failure) {
-      reason = failure.code().value();
-    }
-    EXPECT_EQ(reason, EWOULDBLOCK);
+    EXPECT_EQ(reasonOf([&] { store.set(1, "b", "ours"); }), EWOULDBLOCK);
     EXPECT_EQ(folder.read("space1.conf"), "a=theirs\n");
     store.set(1, "b", "ours");
     EXPECT_EQ(settingsOf(folder), (Settings{{"a", "theirs"}, {"b", "ours"}}));

@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -46,6 +47,14 @@ class StoreFolder {
  private:
   std::string root_;
 };
+
+/* What errno says of a call that failed, 0 of one that did not. */
+inline int failureOf(int result) {
+  return result == -1 ? errno : 0;
+}
+inline int failureOf(const char *value) {
+  return value == nullptr ? errno : 0;
+}
 
 /* Starts a process that runs `body` and ends with 0 if its expectations hold. */
 template <typename Body>

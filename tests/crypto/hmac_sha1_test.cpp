@@ -16,14 +16,14 @@ std::string hmac(std::string *key, const std::string &text) {
 }
 
 TEST(HmacSha1, Rfc2202AndWhatBecomesOfTheCallersKey) {
-  const std::string longKey(80, '\xaa');
+  const std::string long_key(80, '\xaa');
   const struct {
     std::string key, text;
     const char *digest;
   } cases[] = {
       {std::string(20, '\x0b'), "Hi There", "b617318655057264e28bc0b6fb378c8ef146be00"},
       {"Jefe", "what do ya want for nothing?", "effcdf6ae5eb2fa2d27416d5f184df9c259a7c79"},
-      {longKey, "Test Using Larger Than Block-Size Key - Hash Key First",
+      {long_key, "Test Using Larger Than Block-Size Key - Hash Key First",
        "aa4ae5e15272d00e95705637ce8a3b55ed402112"},
   };
   for (const auto &[key, text, digest] : cases) {

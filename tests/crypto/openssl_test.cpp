@@ -17,9 +17,9 @@ TEST(AgainstOpenSsl, DigestsAndBlocksOfRandomInputs) {
   const auto number = [&](int least, int most) {
     return std::uniform_int_distribution(least, most)(random);
   };
-  const auto text = [&](int leastByte) {
+  const auto text = [&](int least_byte) {
     std::string bytes(number(0, 130), '\0');
-    for (char &c : bytes) c = static_cast<char>(number(leastByte, 255));
+    for (char &c : bytes) c = static_cast<char>(number(least_byte, 255));
     return bytes;
   };
   for (int i = 0; i < 300; ++i) {
@@ -32,11 +32,11 @@ TEST(AgainstOpenSsl, DigestsAndBlocksOfRandomInputs) {
               reinterpret_cast<unsigned char *>(key.data()), static_cast<int>(key.size()), digest);
     ASSERT_EQ(hex(digest, 20), hex(expected, 20)) << i;
 
-    const int saltLen = static_cast<int>(salt.size());
+    const int salt_length = static_cast<int>(salt.size());
     const int iterations = number(1, 30), block = number(1, 3);
     PKCS5_PBKDF2_HMAC(passphrase.data(), static_cast<int>(passphrase.size()), bytesOf(salt),
-                      saltLen, iterations, EVP_sha1(), 60, expected);
-    F(passphrase.c_str(), bytesOf(salt), saltLen, iterations, block, digest);
+                      salt_length, iterations, EVP_sha1(), 60, expected);
+    F(passphrase.c_str(), bytesOf(salt), salt_length, iterations, block, digest);
     ASSERT_EQ(hex(digest, 20), hex(expected + 20 * (block - 1), 20)) << i;
   }
 }

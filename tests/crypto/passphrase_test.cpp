@@ -47,15 +47,15 @@ TEST(PasswordHash, KeysOfTheStandardToTheFortiethByte) {
 }
 
 TEST(PasswordHash, RefusesWhatIsTooLongAndLeavesTheKeyUntouched) {
-  const std::string sixtyThree(63, 'p'), sixtyFour(64, 'p'), name(33, 'n');
+  const std::string sixty_three(63, 'p'), sixty_four(64, 'p'), name(33, 'n');
   const struct {
     const char *passphrase;
     int ssid_length, result;
   } cases[] = {
-      {sixtyThree.c_str(), 32, 1},
-      {sixtyFour.c_str(), 32, 0},
-      {sixtyThree.c_str(), 33, 0},
-      {sixtyThree.c_str(), -1, 0},
+      {sixty_three.c_str(), 32, 1},
+      {sixty_four.c_str(), 32, 0},
+      {sixty_three.c_str(), 33, 0},
+      {sixty_three.c_str(), -1, 0},
       {nullptr, 4, 0},
       {"", 0, 1},
   };

@@ -70,19 +70,19 @@ TEST(Sha1, CollectsBigEndianWordsAndCarriesTheBitLength) {
 
   // The last block ends with both halves, the high one first. Taken over by
   // hand, it hashes to the same digest, and the counters stay.
-  A_SHA_CTX byHand = ctx;
-  byHand.schedule[1] = 0x65800000;
-  byHand.schedule[14] = 1;
-  byHand.schedule[15] = 24;
-  shaHashBlock(&byHand);
+  A_SHA_CTX by_hand = ctx;
+  by_hand.schedule[1] = 0x65800000;
+  by_hand.schedule[14] = 1;
+  by_hand.schedule[15] = 24;
+  shaHashBlock(&by_hand);
   std::string state;
-  for (uint32_t word : byHand.state) {
+  for (uint32_t word : by_hand.state) {
     for (int shift = 24; shift >= 0; shift -= 8) state += static_cast<char>(word >> shift);
   }
   EXPECT_EQ(finish(&ctx), hex(bytesOf(state), 20));
-  EXPECT_EQ(byHand.schedule[16], 0xC2C4C6C8u);
-  EXPECT_EQ(byHand.blockBytes, 5u);
-  EXPECT_EQ(byHand.bitLengthLow, 24u);
+  EXPECT_EQ(by_hand.schedule[16], 0xC2C4C6C8u);
+  EXPECT_EQ(by_hand.blockBytes, 5u);
+  EXPECT_EQ(by_hand.bitLengthLow, 24u);
 }
 
 TEST(Sha1, AForeignByteCountStaysInsideTheBlock) {

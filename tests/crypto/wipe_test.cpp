@@ -64,25 +64,25 @@ TEST(Wipe, NoPadAndNoKeyStaysOnTheStack) {
 #endif
   // The secrets are worked out last: before, they could reach a painted stack
   // in a register that holds them still.
-  const auto afterKey = stackAfter([] { PasswordHash(kPassphrase, kSsid, 4, key); });
+  const auto after_key = stackAfter([] { PasswordHash(kPassphrase, kSsid, 4, key); });
   Words secrets(20);
   memcpy(secrets.data(), key, 40);
   for (int i = 0; i < 10; ++i) secrets[10 + i] = __builtin_bswap32(secrets[i]);
-  const auto afterBlock = stackAfter([] { F(kPassphrase, kSsid, 4, 4096, 1, key); });
-  const auto afterHmac = stackAfter([] {
+  const auto after_block = stackAfter([] { F(kPassphrase, kSsid, 4, 4096, 1, key); });
+  const auto after_hmac = stackAfter([] {
     unsigned char copy[sizeof(kPassphrase)];
     memcpy(copy, kPassphrase, sizeof(copy));
     hmac_sha1(kSsid, 4, copy, sizeof(copy) - 1, key);
   });
-  const auto afterPlainHash = stackAfter([] { padSecrets(0x36); });
+  const auto after_plain_hash = stackAfter([] { padSecrets(0x36); });
   for (unsigned char mask : {0x36, 0x5C}) {
     const Words pad = padSecrets(mask);
     secrets.insert(secrets.end(), pad.begin(), pad.end());
   }
-  EXPECT_GT(found(afterPlainHash, secrets), 10) << "what is not wiped can be seen";
-  EXPECT_EQ(found(afterKey, secrets), 0);
-  EXPECT_EQ(found(afterBlock, secrets), 0);
-  EXPECT_EQ(found(afterHmac, secrets), 0);
+  EXPECT_GT(found(after_plain_hash, secrets), 10) << "what is not wiped can be seen";
+  EXPECT_EQ(found(after_key, secrets), 0);
+  EXPECT_EQ(found(after_block, secrets), 0);
+  EXPECT_EQ(found(after_hmac, secrets), 0);
 }
 
 }  // namespace

@@ -201,6 +201,13 @@ int watched(Real real) {
   return watched(real, [](Disk &) {});
 }
 
+// Whether a read or a write of `size` may be made, if of the half.
+bool mayMove(size_t &size) {
+  if (watching == nullptr || !watching->fails(true)) return true;
+  size = (size + 1) / 2;
+  return errno == 0;
+}
+
 }  // namespace
 
 // Visible, since the libraries that the program links ask for the same calls.
@@ -300,19 +307,11 @@ WITH_REAL(int, flock, int file, int operation) {
 }
 
 WITH_REAL(ssize_t, read, int file, void *bytes, size_t size) {
-  if (watching != nullptr && watching->fails(true)) {
-    if (errno != 0) return -1;
-    size = (size + 1) / 2;
-  }
-  return __real_read(file, bytes, size);
+  return mayMove(size) ? __real_read(file, bytes, size) : -1;
 }
 
 WITH_REAL(ssize_t, write, int file, const void *bytes, size_t size) {
-  if (watching != nullptr && watching->fails(true)) {
-    if (errno != 0) return -1;
-    size = (size + 1) / 2;
-  }
-  const ssize_t written = __real_write(file, bytes, size);
+  const ssize_t written = mayMove(size) ? __real_write(file, bytes, size) : -1;
   if (watching != nullptr && written > 0) {
     watching->wrote(file, {static_cast<const char *>(bytes), static_cast<size_t>(written)});
   }

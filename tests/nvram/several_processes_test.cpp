@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr int keys = 8;
+constexpr int kKeys = 8;
 
 std::string numbered(const std::string &name, int number) {
   return name + std::to_string(number);
@@ -38,7 +38,7 @@ struct Crowd {
 int writersGeneration(const Crowd &crowd, int writer, int seen) {
   seen = std::max(seen, crowd.acknowledged[writer].load());
   std::string whole = textOf(seen);
-  for (int i = 0; i < keys; ++i) {
+  for (int i = 0; i < kKeys; ++i) {
     const char *value = nvram_get(1, numbered(writer == 0 ? "a" : "b", i).c_str());
     const int now = value == nullptr ? 0 : atoi(value);
     if (now != seen) whole = textOf(now);
@@ -66,7 +66,7 @@ TEST_P(TwoWriters, LoseAndMixNothingUnderFourReaders) {
     // Whoever follows a writer that was killed goes on from what it left.
     crowd.acknowledged[writer] = writersGeneration(crowd, writer, 0);
     for (int next = crowd.acknowledged[writer] + 1; next <= commits; ++next) {
-      for (int i = 0; i < keys; ++i) {
+      for (int i = 0; i < kKeys; ++i) {
         const std::string key = numbered(writer == 0 ? "a" : "b", i);
         EXPECT_EQ(nvram_bufset(1, key.c_str(), textOf(next).c_str()), 0);
       }
@@ -78,11 +78,11 @@ TEST_P(TwoWriters, LoseAndMixNothingUnderFourReaders) {
     int seen[2] = {};
     while (!crowd.over && !testing::Test::HasFailure()) {
       for (const int writer : {0, 1}) seen[writer] = writersGeneration(crowd, writer, seen[writer]);
-      crowd.reads += 2 * keys;
+      crowd.reads += 2 * kKeys;
     }
   };
   // A writer is killed every twenty commits, wherever it then is.
-  const auto writeAndDie = [&](int writer) {
+  const auto write_and_die = [&](int writer) {
     while (crowd.acknowledged[writer] < commits && !testing::Test::HasFailure()) {
       const int enough = crowd.acknowledged[writer] + 20;
       const pid_t child = startProcess([&] { write(writer); });
@@ -99,7 +99,7 @@ TEST_P(TwoWriters, LoseAndMixNothingUnderFourReaders) {
     }
   };
   std::vector<pid_t> writers, readers;
-  for (const int writer : {0, 1}) writers.push_back(startProcess([&] { writeAndDie(writer); }));
+  for (const int writer : {0, 1}) writers.push_back(startProcess([&] { write_and_die(writer); }));
   for (int i = 0; i < 4; ++i) readers.push_back(startProcess(read));
   for (const pid_t writer : writers) expectGoodEnd(writer);
   crowd.over = true;
@@ -115,9 +115,9 @@ TEST_P(TwoWriters, LoseAndMixNothingUnderFourReaders) {
 TEST(Threads, ShareTheStoreAndMayFork) {
   StoreFolder folder;
   inProcess([] {
-    constexpr int rounds = 20000;
+    constexpr int kRounds = 20000;
     const auto work = [](const std::string &name) {
-      for (int i = 0; i < rounds; ++i) {
+      for (int i = 0; i < kRounds; ++i) {
         const std::string key = numbered(name, i);
         EXPECT_EQ(nvram_bufset(1, key.c_str(), key.c_str()), 0);
         EXPECT_EQ(nvram_bufget(1, key.c_str()), key);
@@ -135,7 +135,7 @@ TEST(Threads, ShareTheStoreAndMayFork) {
       });
     }
     for (std::thread &thread : threads) thread.join();
-    for (int i = 0; i < rounds; ++i) {
+    for (int i = 0; i < kRounds; ++i) {
       EXPECT_EQ(nvram_get(1, numbered("a", i).c_str()), numbered("a", i));
       EXPECT_EQ(nvram_get(1, numbered("b", i).c_str()), numbered("b", i));
     }

@@ -26,6 +26,21 @@ TEST(StoreFormat, PrintsWhatAPersonCanReadAndEdit) {
       "SSID1= caf\xc3\xa9 = \"open\"\\x20\n");
 }
 
+TEST(StoreFormat, BringsAnyBytesBack) {
+  Settings settings = {{"escapes", "\\n\\x41\\\\"}}, read;
+  for (int byte = 1; byte < 256; ++byte) {
+    const char c = static_cast<char>(byte);
+    settings[std::to_string(byte)] = {c, 'x', c};
+    if (c != '=' && c != '\n') settings[{'k', c}] = settings[{' ', c, 'k', c}] = c;
+  }
+  std::vector<Damage> damages;
+  for (const Setting &setting : parseSettings(printSettings(settings), &damages)) {
+    read[setting.key] = setting.value;
+  }
+  EXPECT_EQ(read, settings);
+  EXPECT_THAT(damages, IsEmpty());
+}
+
 TEST(StoreFormat, ReadsAHandWrittenConfigurationOfTwoSpaces) {
   std::vector<Damage> damages;
   const auto settings = parseSettings(
@@ -71,14 +86,14 @@ TEST(StoreFormat, NamesEachBadLineAndKeepsTheGoodOnes) {
   EXPECT_THAT(parseSettings(text, &damages),
               ElementsAre(FieldsAre(1, "good", "1", 1), FieldsAre(1, "same", "2", 12),
                           FieldsAre(2, "same", "3", 18)));
-  const std::string noEscape = "holds a backslash that begins no known escape";
-  const std::string noSpace = "names no space; the lines up to the next section are left out";
+  const std::string no_escape = "holds a backslash that begins no known escape";
+  const std::string no_space = "names no space; the lines up to the next section are left out";
   EXPECT_THAT(damages,
               ElementsAre(FieldsAre(2, "has no '='"), FieldsAre(3, "has no key before '='"),
-                          FieldsAre(4, "has a blank before '='"), FieldsAre(5, noEscape),
-                          FieldsAre(6, noEscape), FieldsAre(7, noEscape), FieldsAre(8, noEscape),
+                          FieldsAre(4, "has a blank before '='"), FieldsAre(5, no_escape),
+                          FieldsAre(6, no_escape), FieldsAre(7, no_escape), FieldsAre(8, no_escape),
                           FieldsAre(9, "holds a NUL byte"),
                           FieldsAre(10, "has a key that no setting can have"),
-                          FieldsAre(12, "sets the key of line 11 again"), FieldsAre(13, noSpace),
-                          FieldsAre(15, noSpace), FieldsAre(16, noSpace)));
+                          FieldsAre(12, "sets the key of line 11 again"), FieldsAre(13, no_space),
+                          FieldsAre(15, no_space), FieldsAre(16, no_space)));
 }

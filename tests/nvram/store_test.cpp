@@ -9,28 +9,6 @@ namespace {
 
 using testing::EndsWith;
 
-TEST(Store, AnyBytesComeBackInAnotherProcess) {
-  StoreFolder folder;
-  std::map<std::string, std::string> settings = {{"long", std::string(200'000, ';')},
-                                                 {"escapes", "\\n\\x41\\\\"}};
-  for (int byte = 1; byte < 256; ++byte) {
-    const char c = static_cast<char>(byte);
-    settings[std::to_string(byte)] = {c, 'x', c};
-    if (c != '=' && c != '\n') settings[{'k', c}] = settings[{' ', c, 'k', c}] = c;
-  }
-  inProcess([&] {
-    for (const auto &[key, value] : settings) {
-      EXPECT_EQ(nvram_bufset(2, key.c_str(), value.c_str()), 0);
-    }
-    EXPECT_EQ(nvram_commit(2), 0);
-  });
-  const std::string errors = errorsOf(folder, [&] {
-    for (const auto &[key, value] : settings) EXPECT_EQ(nvram_bufget(2, key.c_str()), value);
-    EXPECT_EQ(nvram_get(1, "long"), nullptr);
-  });
-  EXPECT_EQ(errors, "");
-}
-
 TEST(Store, BufferedChangesAreThisProcessesUntilCommitted) {
   StoreFolder folder;
   folder.write("space1.conf", "# by hand\nssid=old\nmode=1\n");

@@ -14,6 +14,8 @@
 namespace {
 
 namespace fs = std::filesystem;
+using testing::_;
+using testing::ElementsAre;
 using testing::HasSubstr;
 
 constexpr uid_t kOwner = 1501, kMember = 1502, kStranger = 1503;
@@ -38,10 +40,11 @@ void asUser(uid_t user, Body body) {
   });
 }
 
-struct stat statusOf(const std::string &file) {
+// Owner, group and mode.
+std::vector<unsigned> rightsOf(const std::string &file) {
   struct stat status {};
   EXPECT_EQ(lstat(file.c_str(), &status), 0) << file;
-  return status;
+  return {status.st_uid, status.st_gid, status.st_mode & 07777};
 }
 
 // For others to enter.
@@ -141,7 +144,7 @@ TEST_F(Users, OfAGroupShareWhatItsOwnerOpened) {
   share(kOwner, kOwner, 0755);
   asUser(kOwner, [&] {
     EXPECT_EQ(failureOfSet("owner's"), 0);
-    EXPECT_EQ(statusOf(file).st_mode & 0777, 0600u);
+    EXPECT_THAT(rightsOf(file), ElementsAre(kOwner, kOwner, 0600));
     allot(file, kOwner, kGroup, 0660);
     share(kOwner, kGroup, 0775);
   });
@@ -152,8 +155,7 @@ TEST_F(Users, OfAGroupShareWhatItsOwnerOpened) {
         EXPECT_EQ(failureOfSet(std::to_string(user).c_str()), 0);
         EXPECT_EQ(nvram_get(1, "a"), std::to_string(user));
       });
-      EXPECT_EQ(statusOf(file).st_gid, kGroup);
-      EXPECT_EQ(statusOf(file).st_mode & 0777, 0660u);
+      EXPECT_THAT(rightsOf(file), ElementsAre(user, kGroup, 0660));
     }
   }
   const char *const closed = "its folder belongs to somebody else";
@@ -166,8 +168,7 @@ TEST_F(Users, OfAGroupShareWhatItsOwnerOpened) {
   allot(file, kOwner, kStranger, 0654);
   fs::remove(folder.file("space1.lock"));
   asUser(kMember, [] { EXPECT_EQ(failureOfSet("member's"), 0); });
-  EXPECT_EQ(statusOf(file).st_gid, kMember);
-  EXPECT_EQ(statusOf(file).st_mode & 0777, 0644u);
+  EXPECT_THAT(rightsOf(file), ElementsAre(kMember, kMember, 0644));
 }
 
 TEST_F(Users, ReadWhatTheyMayAndBelowAFolderThatTheyCannotList) {
@@ -238,8 +239,7 @@ TEST_F(Users, CannotLeadRootAstray) {
   ASSERT_EQ(chmod(conf.c_str(), 0600), 0);
   asUser(kMember, [&] { std::ofstream(conf + ".damaged"); });
   EXPECT_THAT(errorsOf(folder, [] { EXPECT_EQ(failureOfSet("1"), 0); }), HasSubstr("conf:1: "));
-  EXPECT_EQ(statusOf(conf + ".damaged").st_uid, 0u);
-  EXPECT_EQ(statusOf(conf + ".damaged").st_mode & 0777, 0600u);
+  EXPECT_THAT(rightsOf(conf + ".damaged"), ElementsAre(0, _, 0600));
 }
 
 volatile sig_atomic_t ticks = 0;

@@ -187,6 +187,10 @@ TEST(Store, IsWhereItWasAtFirstAndWhereItsLinksLead) {
   for (const char *name : {"space1.conf", "space2.conf"}) EXPECT_TRUE(is_symlink(other / name));
   EXPECT_THAT(folder.read("space1.conf"), EndsWith("\na=3\n"));
   EXPECT_THAT(folder.read("second.conf"), EndsWith("\na=4\n"));
+  for (const auto &[name, why] : {std::pair("space1.conf", ENOTDIR), {"no/such", ENOENT}}) {
+    setenv("ORBA_NVRAM_DIR", folder.file(name).c_str(), 1);
+    inProcess([why = why] { EXPECT_EQ(failureOf(nvram_set(1, "a", "5")), why); });
+  }
 }
 
 TEST(Store, KnowsTimesThatTakeMoreThan32Bits) {
@@ -198,15 +202,6 @@ TEST(Store, KnowsTimesThatTakeMoreThan32Bits) {
     EXPECT_EQ(nvram_set(1, "a", "2"), 0);
     EXPECT_STREQ(nvram_get(1, "a"), "2");
   });
-}
-
-TEST(StoreFailure, OfTheFolderSaysWhy) {
-  StoreFolder folder;
-  folder.write("plain", "");
-  for (const auto &[name, why] : {std::pair("plain", ENOTDIR), {"no/such", ENOENT}}) {
-    setenv("ORBA_NVRAM_DIR", folder.file(name).c_str(), 1);
-    inProcess([why] { EXPECT_EQ(failureOf(nvram_set(1, "a", "1")), why); });
-  }
 }
 
 TEST(GetNthValueSafe, CopiesOnePiece) {

@@ -1,3 +1,7 @@
+// The room tools/catalog: what there is, as tables: the library's entry points, the
+// words to try them with, every setting with its form. What is done with them is
+// another room's.
+//
 // The table of entry points, and how words from a command line reach them.
 #ifndef ORBA_TOOLS_CATALOG_ENTRY_POINT_H
 #define ORBA_TOOLS_CATALOG_ENTRY_POINT_H

@@ -1,3 +1,6 @@
+// The room tools/device: the devices that calls are made on, and where what they have
+// comes from: a configuration, the desk's usual device and its files, this machine.
+//
 // Reading configuration files onto the simulated device.
 #ifndef ORBA_TOOLS_DEVICE_CONFIG_H
 #define ORBA_TOOLS_DEVICE_CONFIG_H

@@ -1,3 +1,6 @@
+// The room tools/firewall: whatever is asked about the firewall that a run has made:
+// what its rules say, what its chains look like, and next what a packet meets.
+//
 // The chains of a packet filter as they are drawn: with what was there before.
 #ifndef ORBA_TOOLS_FIREWALL_CHAINS_H
 #define ORBA_TOOLS_FIREWALL_CHAINS_H

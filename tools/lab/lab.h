@@ -1,3 +1,6 @@
+// The room tools/lab: what is done for real: entering a lab, closing it in, running the
+// library's commands there and judging what came of them.
+//
 // The lab: a router in network namespaces (lab/README.md).
 #ifndef ORBA_TOOLS_LAB_LAB_H
 #define ORBA_TOOLS_LAB_LAB_H

@@ -1,3 +1,7 @@
+// The room tools/play: calls made on such a device, and what is found out by comparing
+// them: a run, the difference of two, where a command comes from, what an entry point
+// does at all. Nothing here is printed.
+//
 // A whole run of an entry point on the simulated device, recorded to be compared
 // with others.
 #ifndef ORBA_TOOLS_PLAY_RECORDING_H

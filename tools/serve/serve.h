@@ -1,3 +1,6 @@
+// The room tools/serve: the page. What it shows is asked of the other rooms; here is who
+// may ask, what is being edited, and how a view is put together.
+//
 // The device on the desk in a browser.
 #ifndef ORBA_TOOLS_SERVE_SERVE_H
 #define ORBA_TOOLS_SERVE_SERVE_H

@@ -1,3 +1,6 @@
+// The room tools/show: answers, put for people and for programs: plans, changes,
+// explanations, findings, tables. What is found out elsewhere is worded here.
+//
 // What came of a call on the simulated device, for people and for programs.
 #ifndef ORBA_TOOLS_SHOW_REPORT_H
 #define ORBA_TOOLS_SHOW_REPORT_H

@@ -1,3 +1,6 @@
+// The room tools/text: what is done to any text, whatever it is about: taken apart,
+// compared, made safe to show, written as JSON or SVG. Nothing here knows of routers.
+//
 // Texts that may hold anything, by lines, and as people may see them.
 #ifndef ORBA_TOOLS_TEXT_LINES_H
 #define ORBA_TOOLS_TEXT_LINES_H

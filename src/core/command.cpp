@@ -34,6 +34,16 @@ int runFormatted(const char *format, va_list arguments, const char *redirection)
   return count;
 }
 
+int runEach(const char *commands, int (*run_one)(const char *format, ...)) {
+  int result = 0;
+  while (*commands != '\0') {
+    int length = static_cast<int>(strcspn(commands, "\n"));
+    result = run_one("%.*s", length, commands);
+    commands += length + 1;
+  }
+  return result;
+}
+
 off_t sizeOf(const char *path) {
   struct stat status;
   return stat(path, &status) == 0 ? status.st_size : 0;
@@ -101,6 +111,14 @@ int runDirectly(const char *format, ...) {
   int count = runFormatted(format, arguments, "");
   va_end(arguments);
   return count;
+}
+
+int runAll(const char *commands) {
+  return runEach(commands, doSystem);
+}
+
+int runAllDirectly(const char *commands) {
+  return runEach(commands, runDirectly);
 }
 
 }  // namespace orba

@@ -23,15 +23,17 @@ bool mayRun(const TextBuffer &line);
 // system() holds a lock there, for which a second one would wait for ever.
 bool commandRuns();
 
-// Runs fixed command lines in order through doSystem.
-template <size_t N>
-void runAll(const char *const (&commands)[N]) {
-  for (const char *command : commands) doSystem("%s", command);
-}
+// Runs fixed commands in order through doSystem. They are one text, each on a line
+// of its own with its newline: pointers to them would cost the device 12 bytes apiece.
+// Returns what the last one returned.
+int runAll(const char *commands);
 
 // Hands a line to the shell with nothing appended: for the commands whose
 // output stays where it is.
 int runDirectly(const char *format, ...) __attribute__((format(printf, 1, 2)));
+
+// The same for fixed commands, as runAll has them.
+int runAllDirectly(const char *commands);
 
 // Runs a line that ends in its own "> file" or ">> file". The redirection that
 // doSystem appends stands behind the line's own, so the shell makes the file

@@ -11,14 +11,13 @@ namespace orba {
 namespace {
 
 // Everyone else. TFTP is left out on purpose: it stays open to untrusted sources.
-constexpr const char *kDropUntrusted[] = {
-    "iptables -A MCL_IPCHAIN -p tcp --dport 21 -j DROP",
-    "iptables -A MCL_IPCHAIN -p tcp --dport 23 -j DROP",
-    "iptables -A MCL_IPCHAIN -p tcp --dport 80 -j DROP",
-    "iptables -A MCL_IPCHAIN -p udp --dport 161 -j DROP",
-    "iptables -A MCL_IPCHAIN -p icmp --icmp-type 8 -j DROP",
-    "iptables -A MCL_IPCHAIN -p tcp --dport 22 -j DROP",
-};
+constexpr char kDropUntrusted[] =
+    "iptables -A MCL_IPCHAIN -p tcp --dport 21 -j DROP\n"
+    "iptables -A MCL_IPCHAIN -p tcp --dport 23 -j DROP\n"
+    "iptables -A MCL_IPCHAIN -p tcp --dport 80 -j DROP\n"
+    "iptables -A MCL_IPCHAIN -p udp --dport 161 -j DROP\n"
+    "iptables -A MCL_IPCHAIN -p icmp --icmp-type 8 -j DROP\n"
+    "iptables -A MCL_IPCHAIN -p tcp --dport 22 -j DROP\n";
 
 void acceptTrusted(const Record &source) {
   ShellWord word(source.slice());

@@ -9,53 +9,50 @@ namespace {
 
 // Once the built-in chains are empty most of the deletions find nothing; they
 // are for a firewall that was built by halves.
-constexpr const char *kUnhookAndFlush[] = {
-    "iptables -F INPUT 1>/dev/null 2>&1",
-    "iptables -F FORWARD 1>/dev/null 2>&1",
-    "iptables -F OUTPUT 1>/dev/null 2>&1",
-    "iptables -F DMZ 1>/dev/null 2>&1",
-    "iptables -F MCL_FILTER 1>/dev/null 2>&1",
-    "iptables -F MCL_IPCHAIN 1>/dev/null 2>&1",
-    "iptables -F macipport_filter 1>/dev/null 2>&1",
-    "iptables -F macipport_input_filter 1>/dev/null 2>&1",
-    "iptables -F malicious_filter 1>/dev/null 2>&1",
-    "iptables -F malicious_input_filter 1>/dev/null 2>&1",
-    "iptables -F port_forward 1>/dev/null 2>&1",
-    "iptables -F synflood_filter 1>/dev/null 2>&1",
+constexpr char kUnhookAndFlush[] =
+    "iptables -F INPUT 1>/dev/null 2>&1\n"
+    "iptables -F FORWARD 1>/dev/null 2>&1\n"
+    "iptables -F OUTPUT 1>/dev/null 2>&1\n"
+    "iptables -F DMZ 1>/dev/null 2>&1\n"
+    "iptables -F MCL_FILTER 1>/dev/null 2>&1\n"
+    "iptables -F MCL_IPCHAIN 1>/dev/null 2>&1\n"
+    "iptables -F macipport_filter 1>/dev/null 2>&1\n"
+    "iptables -F macipport_input_filter 1>/dev/null 2>&1\n"
+    "iptables -F malicious_filter 1>/dev/null 2>&1\n"
+    "iptables -F malicious_input_filter 1>/dev/null 2>&1\n"
+    "iptables -F port_forward 1>/dev/null 2>&1\n"
+    "iptables -F synflood_filter 1>/dev/null 2>&1\n"
     // No chain has two underscores: what others put into synflood_input_filter
     // outlives a rebuild, and is meant to.
-    "iptables -F synflood__input_filter 1>/dev/null 2>&1",
-    "iptables -F web_filter 1>/dev/null 2>&1",
-    "iptables -F PING_DEATH  1>/dev/null 2>&1",
-    "iptables -D FORWARD -j macipport_filter 1>/dev/null 2>&1",
-    "iptables -F macipport_filter 1>/dev/null 2>&1",
-    "iptables -D FORWARD -j web_filter  1>/dev/null 2>&1",
-    "iptables -F web_filter  1>/dev/null 2>&1",
-    "iptables -D FORWARD -j malicious_filter 1>/dev/null 2>&1",
-    "iptables -F malicious_filter  1>/dev/null 2>&1",
-    "iptables -D INPUT -j malicious_input_filter 1>/dev/null 2>&1",
-    "iptables -F malicious_input_filter  1>/dev/null 2>&1",
-};
+    "iptables -F synflood__input_filter 1>/dev/null 2>&1\n"
+    "iptables -F web_filter 1>/dev/null 2>&1\n"
+    "iptables -F PING_DEATH  1>/dev/null 2>&1\n"
+    "iptables -D FORWARD -j macipport_filter 1>/dev/null 2>&1\n"
+    "iptables -F macipport_filter 1>/dev/null 2>&1\n"
+    "iptables -D FORWARD -j web_filter  1>/dev/null 2>&1\n"
+    "iptables -F web_filter  1>/dev/null 2>&1\n"
+    "iptables -D FORWARD -j malicious_filter 1>/dev/null 2>&1\n"
+    "iptables -F malicious_filter  1>/dev/null 2>&1\n"
+    "iptables -D INPUT -j malicious_input_filter 1>/dev/null 2>&1\n"
+    "iptables -F malicious_input_filter  1>/dev/null 2>&1\n";
 
-constexpr const char *kResetBuiltIn[] = {
+constexpr char kResetBuiltIn[] =
     // Not a rule of this firewall's, but of others that may stand there.
-    "iptables -D FORWARD -d 224.0.0.0/3 -j ACCEPT",
-    "iptables -t nat -D PREROUTING -d 224.0.0.0/3 -j ACCEPT",
-    "iptables -t filter -D INPUT -j MCL_IPCHAIN 1>/dev/null 2>&1",
-    "iptables -t filter -F MCL_FILTER",
-    "iptables -t filter -F MCL_IPCHAIN",
-    "iptables -P INPUT ACCEPT",
-    "iptables -P OUTPUT ACCEPT",
-};
+    "iptables -D FORWARD -d 224.0.0.0/3 -j ACCEPT\n"
+    "iptables -t nat -D PREROUTING -d 224.0.0.0/3 -j ACCEPT\n"
+    "iptables -t filter -D INPUT -j MCL_IPCHAIN 1>/dev/null 2>&1\n"
+    "iptables -t filter -F MCL_FILTER\n"
+    "iptables -t filter -F MCL_IPCHAIN\n"
+    "iptables -P INPUT ACCEPT\n"
+    "iptables -P OUTPUT ACCEPT\n";
 
-constexpr const char *kRemoveNat[] = {
-    "iptables -t nat -D POSTROUTING -j LAN_NAT_CHAIN 1>/dev/null 2>&1",
-    "/bin/super_dmz -f",
-    "iptables -t nat -D PREROUTING -j port_forward 1>/dev/null 2>&1",
-    "iptables -t nat -F port_forward  1>/dev/null 2>&1; iptables -t nat -X port_forward  1>/dev/null 2>&1",
-    "iptables -t nat -D PREROUTING -j DMZ 1>/dev/null 2>&1",
-    "iptables -t nat -F DMZ 1>/dev/null 2>&1; iptables -t nat -X DMZ  1>/dev/null 2>&1",
-};
+constexpr char kRemoveNat[] =
+    "iptables -t nat -D POSTROUTING -j LAN_NAT_CHAIN 1>/dev/null 2>&1\n"
+    "/bin/super_dmz -f\n"
+    "iptables -t nat -D PREROUTING -j port_forward 1>/dev/null 2>&1\n"
+    "iptables -t nat -F port_forward  1>/dev/null 2>&1; iptables -t nat -X port_forward  1>/dev/null 2>&1\n"
+    "iptables -t nat -D PREROUTING -j DMZ 1>/dev/null 2>&1\n"
+    "iptables -t nat -F DMZ 1>/dev/null 2>&1; iptables -t nat -X DMZ  1>/dev/null 2>&1\n";
 
 }  // namespace
 

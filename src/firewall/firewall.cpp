@@ -108,15 +108,13 @@ void buildNat() {
   iptablesDMZRun();
 }
 
-constexpr const char *kLoadSip[] = {
-    "insmod /lib/modules/2.6.21/kernel/net/netfilter/nf_conntrack_sip.ko",
-    "insmod /lib/modules/2.6.21/kernel/net/ipv4/netfilter/nf_nat_sip.ko",
-};
+constexpr char kLoadSip[] =
+    "insmod /lib/modules/2.6.21/kernel/net/netfilter/nf_conntrack_sip.ko\n"
+    "insmod /lib/modules/2.6.21/kernel/net/ipv4/netfilter/nf_nat_sip.ko\n";
 
-constexpr const char *kUnloadSip[] = {
-    "rmmod nf_nat_sip.ko",
-    "rmmod nf_conntrack_sip.ko",
-};
+constexpr char kUnloadSip[] =
+    "rmmod nf_nat_sip.ko\n"
+    "rmmod nf_conntrack_sip.ko\n";
 
 void switchSipModules() {
   Setting enable = setting("SIPALGEnable");

@@ -34,10 +34,13 @@ void runInternetScript() {
 
 // At the end of the start-up the wireless interfaces leave the LAN bridge and
 // the client link is off.
-constexpr const char *kLeaveTheBridge[] = {
-    "brctl delif br0 ra0", "brctl delif br0 ra1",    "brctl delif br0 ra2",
-    "brctl delif br0 ra3", "brctl delif br0 apcli0", "iwpriv apcli0 set ApCliEnable=0",
-};
+constexpr char kLeaveTheBridge[] =
+    "brctl delif br0 ra0\n"
+    "brctl delif br0 ra1\n"
+    "brctl delif br0 ra2\n"
+    "brctl delif br0 ra3\n"
+    "brctl delif br0 apcli0\n"
+    "iwpriv apcli0 set ApCliEnable=0\n";
 
 // A port as a shell takes it: the blanks around it are no part of it.
 class Port : public Text<32> {
@@ -108,9 +111,7 @@ int management_init(void) {
   WPSRestart();
   doSystem("killall -q syslogd");
   doSystem("syslogd -C8 1>/dev/null 2>&1");
-  int last = 0;
-  for (const char *command : kLeaveTheBridge) last = runDirectly("%s", command);
-  return last;
+  return runAllDirectly(kLeaveTheBridge);
 }
 
 void serviceCtl_restart(int which) {

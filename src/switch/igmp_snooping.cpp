@@ -24,35 +24,30 @@ constexpr int kPorts = 4;
 
 // For the WAN on each of the ports 1 to 4: its port control register, snooping on
 // the three others, and the port map, which marks the WAN's place before "111".
-constexpr const char *kSnoopingOn[kPorts][5] = {
-    {
-        "switch reg w 0x2008 0x9355",
-        "switch igmpsnoop enable 1",
-        "switch igmpsnoop enable 2",
-        "switch igmpsnoop enable 3",
-        "switch igmpsnoop on 100 1000111",
-    },
-    {
-        "switch reg w 0x2108 0x9355",
-        "switch igmpsnoop enable 0",
-        "switch igmpsnoop enable 2",
-        "switch igmpsnoop enable 3",
-        "switch igmpsnoop on 100 0100111",
-    },
-    {
-        "switch reg w 0x2208 0x9355",
-        "switch igmpsnoop enable 0",
-        "switch igmpsnoop enable 1",
-        "switch igmpsnoop enable 3",
-        "switch igmpsnoop on 100 0010111",
-    },
-    {
-        "switch reg w 0x2308 0x9355",
-        "switch igmpsnoop enable 0",
-        "switch igmpsnoop enable 1",
-        "switch igmpsnoop enable 2",
-        "switch igmpsnoop on 100 0001111",
-    },
+constexpr const char *kSnoopingOn[kPorts] = {
+    "switch reg w 0x2008 0x9355\n"
+    "switch igmpsnoop enable 1\n"
+    "switch igmpsnoop enable 2\n"
+    "switch igmpsnoop enable 3\n"
+    "switch igmpsnoop on 100 1000111\n",
+
+    "switch reg w 0x2108 0x9355\n"
+    "switch igmpsnoop enable 0\n"
+    "switch igmpsnoop enable 2\n"
+    "switch igmpsnoop enable 3\n"
+    "switch igmpsnoop on 100 0100111\n",
+
+    "switch reg w 0x2208 0x9355\n"
+    "switch igmpsnoop enable 0\n"
+    "switch igmpsnoop enable 1\n"
+    "switch igmpsnoop enable 3\n"
+    "switch igmpsnoop on 100 0010111\n",
+
+    "switch reg w 0x2308 0x9355\n"
+    "switch igmpsnoop enable 0\n"
+    "switch igmpsnoop enable 1\n"
+    "switch igmpsnoop enable 2\n"
+    "switch igmpsnoop on 100 0001111\n",
 };
 
 // A gateway that does not answer is looked for by the address it last had.
@@ -69,7 +64,7 @@ void saveOrRecall(GatewayMac &mac) {
 void startSnooping(int port) {
   runDirectly("switch igmpsnoop off");
   if (port < 1 || port > kPorts) return;
-  for (const char *command : kSnoopingOn[port - 1]) runDirectly("%s", command);
+  runAllDirectly(kSnoopingOn[port - 1]);
 }
 
 // The WAN scripts have noted a connection.

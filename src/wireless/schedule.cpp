@@ -26,11 +26,10 @@ struct Timetable {
   }
 };
 
-constexpr const char *kStartAfresh[] = {
-    "killall -q  crond",
-    "rm /etc/admin",
-    "touch /etc/admin",
-};
+constexpr char kStartAfresh[] =
+    "killall -q  crond\n"
+    "rm /etc/admin\n"
+    "touch /etc/admin\n";
 
 void startTable() {
   runAll(kStartAfresh);

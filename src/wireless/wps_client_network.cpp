@@ -17,12 +17,11 @@ namespace {
 constexpr char kInfoFile[] = "/tmp/apcli.info";
 constexpr mode_t kForUsAlone = 0600;
 
-constexpr const char *kGatherInfo[] = {
-    "iwpriv apcli0 stat | grep SSID > /tmp/apcli.info",
-    "iwpriv apcli0 stat | grep AuthType >> /tmp/apcli.info",
-    "iwpriv apcli0 stat | grep EncrypType >> /tmp/apcli.info",
-    "iwpriv apcli0 stat | grep \"Key \" >> /tmp/apcli.info",
-};
+constexpr char kGatherInfo[] =
+    "iwpriv apcli0 stat | grep SSID > /tmp/apcli.info\n"
+    "iwpriv apcli0 stat | grep AuthType >> /tmp/apcli.info\n"
+    "iwpriv apcli0 stat | grep EncrypType >> /tmp/apcli.info\n"
+    "iwpriv apcli0 stat | grep \"Key \" >> /tmp/apcli.info\n";
 
 bool infoIsEmpty() {
   struct stat status;
@@ -34,8 +33,7 @@ bool infoIsEmpty() {
 // signal handler.
 void gatherInfo() {
   runAll(kGatherInfo);
-  if (!infoIsEmpty()) return;
-  for (const char *command : kGatherInfo) runDirectly("%s", command);
+  if (infoIsEmpty()) runAllDirectly(kGatherInfo);
 }
 
 constexpr size_t kLineSize = 128;

@@ -58,22 +58,22 @@ void restartWps() {
   resetTimerAll();
 }
 
-constexpr const char *kPushButton[] = {
-    "iwpriv ra0 set WscConfMode=7",
-    "iwpriv ra0 set WscMode=2",
-    "iwpriv ra0 set WscGetConf=1",
-};
+constexpr char kPushButton[] =
+    "iwpriv ra0 set WscConfMode=7\n"
+    "iwpriv ra0 set WscMode=2\n"
+    "iwpriv ra0 set WscGetConf=1\n";
 
-constexpr const char *kPushButtonOfSecondInterface[] = {
-    "iwpriv rai0 set WscMode=2",
-    "iwpriv rai0 set WscGetConf=1",
-};
+constexpr char kPushButtonOfSecondInterface[] =
+    "iwpriv rai0 set WscMode=2\n"
+    "iwpriv rai0 set WscGetConf=1\n";
 
-constexpr const char *kPushButtonOfClient[] = {
-    "iwpriv apcli0 set ApCliEnable=0", "iwpriv apcli0 set ApCliBssid=\"\"",
-    "iwpriv apcli0 set WscConfMode=1", "iwpriv apcli0 set WscMode=2",
-    "iwpriv apcli0 set ApCliEnable=1", "iwpriv apcli0 set WscGetConf=1",
-};
+constexpr char kPushButtonOfClient[] =
+    "iwpriv apcli0 set ApCliEnable=0\n"
+    "iwpriv apcli0 set ApCliBssid=\"\"\n"
+    "iwpriv apcli0 set WscConfMode=1\n"
+    "iwpriv apcli0 set WscMode=2\n"
+    "iwpriv apcli0 set ApCliEnable=1\n"
+    "iwpriv apcli0 set WscGetConf=1\n";
 
 }  // namespace
 
@@ -99,7 +99,7 @@ void WPSAPPBCStartAll(void) {
 }
 
 void WPSAPCliPBCStart(void) {
-  for (const char *command : orba::kPushButtonOfClient) orba::runDirectly("%s", command);
+  orba::runAllDirectly(orba::kPushButtonOfClient);
   resetTimerAllApCli();
   orba::showWpsRunning();
   orba::startWpsMonitor(WPSAPCliTimerHandler);

@@ -67,11 +67,10 @@ bool takesCredentials() {
   return wps_state.configured == 0 || (wps_state.configured == 1 && wps_state.enrollee == 1);
 }
 
-constexpr const char *kReloadRadio[] = {
-    "ifconfig ra0 down",
-    "ralink_init make_wireless_config rt2860",
-    "ifconfig ra0 up",
-};
+constexpr char kReloadRadio[] =
+    "ifconfig ra0 down\n"
+    "ralink_init make_wireless_config rt2860\n"
+    "ifconfig ra0 up\n";
 
 void takeCredentials() {
   WscProfile profile = {};

@@ -4,7 +4,6 @@
 #include "core/command.h"
 #include "core/setting.h"
 #include "core/shell_word.h"
-#include "firewall/chains.h"
 
 namespace orba {
 
@@ -22,9 +21,9 @@ constexpr char kDropUntrusted[] =
 void acceptTrusted(const Record &source) {
   ShellWord word(source.slice());
   if (isRange(source)) {
-    doSystem("iptables -A %s -m iprange --src-range %s -j ACCEPT", chain::kMclIpChain, word.text());
+    doSystem("iptables -A MCL_IPCHAIN -m iprange --src-range %s -j ACCEPT", word.text());
   } else {
-    doSystem("iptables -A %s -s %s -j ACCEPT", chain::kMclIpChain, word.text());
+    doSystem("iptables -A MCL_IPCHAIN -s %s -j ACCEPT", word.text());
   }
 }
 
@@ -35,8 +34,7 @@ void acceptTrusted(const Record &source) {
 int iptablesAclRun(void) {
   using namespace orba;
   // In front, so that the services' own rules are consulted first.
-  doSystem("iptables -t filter -I %s -j %s 1>/dev/null 2>&1", chain::kMclIpChain,
-           chain::kMclFilter);
+  doSystem("iptables -t filter -I MCL_IPCHAIN -j MCL_FILTER 1>/dev/null 2>&1");
   if (setting("aclMode").number() != 1) return 0;
   for (Record source : trustedSources(setting("aclRules").text())) acceptTrusted(source);
   runAll(kDropUntrusted);

@@ -2,45 +2,52 @@
 #include "core/command.h"
 #include "core/setting.h"
 #include "core/shell_word.h"
-#include "firewall/chains.h"
 #include "net/interface_name.h"
 
 namespace orba {
 
 namespace {
 
-void filterPings(const char *side, bool drop) {
-  if (drop) {
-    doSystem("iptables -A %s -i %s -p icmp --icmp-type echo-request -j DROP",
-             chain::kMaliciousInputFilter, side);
-  } else {
-    doSystem("iptables -A %s -i %s -p icmp --icmp-type echo-request -j ACCEPT",
-             chain::kMaliciousInputFilter, side);
-  }
-}
-
 // Flag combinations that no honest sender makes.
-void blockPortScan(const char *chain) {
-  doSystem("iptables -A %s -p tcp --tcp-flags ALL FIN,URG,PSH -j DROP", chain);
-  doSystem("iptables -A %s -p tcp --tcp-flags ALL SYN,RST,ACK,FIN,URG -j DROP", chain);
-  doSystem("iptables -A %s -p tcp --tcp-flags ALL NONE -j DROP", chain);
-  doSystem("iptables -A %s -p tcp --tcp-flags SYN,RST SYN,RST -j DROP", chain);
-  doSystem("iptables -A %s -p tcp --tcp-flags SYN,FIN SYN,FIN -j DROP", chain);
-}
-
-void limitPings(const char *chain) {
-  doSystem("iptables -A %s -p icmp --icmp-type echo-request -m state --state NEW -j %s", chain,
-           chain::kPingDeath);
-}
+constexpr char kBlockPortScan[] =
+    "iptables -A malicious_filter -p tcp --tcp-flags ALL FIN,URG,PSH -j DROP\n"
+    "iptables -A malicious_filter -p tcp --tcp-flags ALL SYN,RST,ACK,FIN,URG -j DROP\n"
+    "iptables -A malicious_filter -p tcp --tcp-flags ALL NONE -j DROP\n"
+    "iptables -A malicious_filter -p tcp --tcp-flags SYN,RST SYN,RST -j DROP\n"
+    "iptables -A malicious_filter -p tcp --tcp-flags SYN,FIN SYN,FIN -j DROP\n"
+    "iptables -A malicious_input_filter -p tcp --tcp-flags ALL FIN,URG,PSH -j DROP\n"
+    "iptables -A malicious_input_filter -p tcp --tcp-flags ALL SYN,RST,ACK,FIN,URG -j DROP\n"
+    "iptables -A malicious_input_filter -p tcp --tcp-flags ALL NONE -j DROP\n"
+    "iptables -A malicious_input_filter -p tcp --tcp-flags SYN,RST SYN,RST -j DROP\n"
+    "iptables -A malicious_input_filter -p tcp --tcp-flags SYN,FIN SYN,FIN -j DROP\n";
 
 // Drops long pings, and lets one echo request a second through.
-void blockPingOfDeath() {
-  doSystem("iptables -A %s -p icmp -m length ! --length 0:1536 -j DROP", chain::kPingDeath);
-  doSystem("iptables -A %s -p icmp --icmp-type echo-request -m limit --limit 1/s -j RETURN",
-           chain::kPingDeath);
-  doSystem("iptables -A %s -p icmp -j DROP", chain::kPingDeath);
-  limitPings(chain::kMaliciousInputFilter);
-  limitPings(chain::kMaliciousFilter);
+constexpr char kBlockPingOfDeath[] =
+    "iptables -A PING_DEATH -p icmp -m length ! --length 0:1536 -j DROP\n"
+    "iptables -A PING_DEATH -p icmp --icmp-type echo-request -m limit --limit 1/s -j RETURN\n"
+    "iptables -A PING_DEATH -p icmp -j DROP\n"
+    "iptables -A malicious_input_filter -p icmp --icmp-type echo-request -m state --state NEW -j PING_DEATH\n"
+    "iptables -A malicious_filter -p icmp --icmp-type echo-request -m state --state NEW -j PING_DEATH\n";
+
+// Puts the jumps of TCP SYN packets back in front of what follows.
+constexpr char kRestartChains[] =
+    "iptables -F malicious_filter  1>/dev/null 2>&1\n"
+    "iptables -F synflood_filter  1>/dev/null 2>&1\n"
+    "iptables -A malicious_filter -p tcp --syn -j synflood_filter 1>/dev/null 2>&1\n"
+    "iptables -F malicious_input_filter  1>/dev/null 2>&1\n"
+    "iptables -F synflood_input_filter  1>/dev/null 2>&1\n"
+    "iptables -A malicious_input_filter -p tcp --syn -j synflood_input_filter 1>/dev/null 2>&1\n"
+    "iptables -F PING_DEATH  1>/dev/null 2>&1\n";
+
+void filterPings(bool drop_from_wan, bool drop_from_lan) {
+  doSystem(
+      drop_from_wan
+          ? "iptables -A malicious_input_filter -i ! br+ -p icmp --icmp-type echo-request -j DROP"
+          : "iptables -A malicious_input_filter -i ! br+ -p icmp --icmp-type echo-request -j ACCEPT");
+  doSystem(
+      drop_from_lan
+          ? "iptables -A malicious_input_filter -i br+ -p icmp --icmp-type echo-request -j DROP"
+          : "iptables -A malicious_input_filter -i br+ -p icmp --icmp-type echo-request -j ACCEPT");
 }
 
 // The PPP daemon's stand-in until the peer has given an address.
@@ -57,15 +64,8 @@ void blockLand() {
   bool known = getIfIp(wan.text(), address) != -1;
   if (getWANLinkStatus() == 0 || isNegotiating(wan, address) || !known) return;
   ShellWord own(address);
-  doSystem("iptables -A %s ! -i br+ -s %s -d %s -j DROP", chain::kMaliciousInputFilter, own.text(),
+  doSystem("iptables -A malicious_input_filter ! -i br+ -s %s -d %s -j DROP", own.text(),
            own.text());
-}
-
-// Puts the jump of TCP SYN packets back in front of what follows.
-void restartChain(const char *chain, const char *syn_chain) {
-  doSystem("iptables -F %s  1>/dev/null 2>&1", chain);
-  doSystem("iptables -F %s  1>/dev/null 2>&1", syn_chain);
-  doSystem("iptables -A %s -p tcp --syn -j %s 1>/dev/null 2>&1", chain, syn_chain);
 }
 
 }  // namespace
@@ -73,20 +73,15 @@ void restartChain(const char *chain, const char *syn_chain) {
 }  // namespace orba
 
 int iptablesMaliciousFilterRun(void) {
-  namespace chain = orba::chain;
   orba::Setting wan_ping = orba::setting("WANPingFilter");
   orba::Setting port_scan = orba::setting("BlockPortScan");
   orba::Setting syn_flood = orba::setting("BlockSynFlood");
   if (wan_ping.missing() || port_scan.missing() || syn_flood.missing()) return 0;
 
-  orba::filterPings("! br+", wan_ping.on());
-  orba::filterPings("br+", orba::setting("LANPingFilter").on());
-  if (port_scan.on()) {
-    orba::blockPortScan(chain::kMaliciousFilter);
-    orba::blockPortScan(chain::kMaliciousInputFilter);
-  }
+  orba::filterPings(wan_ping.on(), orba::setting("LANPingFilter").on());
+  if (port_scan.on()) orba::runAll(orba::kBlockPortScan);
   if (syn_flood.on()) orba::runIntoFile("echo 1 > /proc/sys/net/ipv4/tcp_syncookies");
-  if (orba::setting("BlockPingofDeath").on()) orba::blockPingOfDeath();
+  if (orba::setting("BlockPingofDeath").on()) orba::runAll(orba::kBlockPingOfDeath);
   if (orba::setting("BlockLAND").on()) orba::blockLand();
   return 0;
 }
@@ -94,10 +89,7 @@ int iptablesMaliciousFilterRun(void) {
 // Also takes away the rule for answers to the router's own connections, which
 // stands in malicious_input_filter; only firewall_init brings it back.
 int iptablesMaliciousFilterFlush(void) {
-  namespace chain = orba::chain;
-  orba::restartChain(chain::kMaliciousFilter, chain::kSynFloodFilter);
-  orba::restartChain(chain::kMaliciousInputFilter, chain::kSynFloodInputFilter);
-  doSystem("iptables -F %s  1>/dev/null 2>&1", chain::kPingDeath);
+  orba::runAll(orba::kRestartChains);
   orba::runIntoFile("echo 0 > /proc/sys/net/ipv4/tcp_syncookies");
   return 0;
 }

@@ -3,7 +3,6 @@
 
 #include "core/command.h"
 #include "core/shell_word.h"
-#include "firewall/chains.h"
 #include "firewall/forwarding_wan.h"
 #include "firewall/super_dmz.h"
 
@@ -15,15 +14,15 @@ namespace {
 // the rest, so the last one, which was to spare the web port, never matches:
 // the order is meant to stay.
 constexpr char kTranslateToDmz[] =
-    "iptables -t nat -A %s -i %s -p tcp --dport 7547 -j RETURN"
-    ";iptables -t nat -A %s -i %s -p tcp --dport 161 -j RETURN"
-    ";iptables -t nat -A %s -j DNAT -i %s --to %s"
-    ";iptables -t nat -A %s -j DNAT -i %s -p tcp --to %s";
+    "iptables -t nat -A DMZ -i %s -p tcp --dport 7547 -j RETURN"
+    ";iptables -t nat -A DMZ -i %s -p tcp --dport 161 -j RETURN"
+    ";iptables -t nat -A DMZ -j DNAT -i %s --to %s"
+    ";iptables -t nat -A DMZ -j DNAT -i %s -p tcp --to %s";
 constexpr char kTranslateToDmzAvoidingWebPort[] =
-    "iptables -t nat -A %s -i %s -p tcp --dport 7547 -j RETURN"
-    ";iptables -t nat -A %s -i %s -p tcp --dport 161 -j RETURN"
-    ";iptables -t nat -A %s -j DNAT -i %s --to %s"
-    ";iptables -t nat -A %s -j DNAT -i %s -p tcp --dport ! %s --to %s";
+    "iptables -t nat -A DMZ -i %s -p tcp --dport 7547 -j RETURN"
+    ";iptables -t nat -A DMZ -i %s -p tcp --dport 161 -j RETURN"
+    ";iptables -t nat -A DMZ -j DNAT -i %s --to %s"
+    ";iptables -t nat -A DMZ -j DNAT -i %s -p tcp --dport ! %s --to %s";
 
 void runIptablesDmz() {
   Setting address = setting("DMZAddress");
@@ -36,16 +35,14 @@ void runIptablesDmz() {
   forwardingWan(interface);
   ShellWord wan_word(interface.text());
   ShellWord host_word(address.text());
-  const char *dmz = chain::kDmz;
   const char *wan = wan_word.text();
   const char *host = host_word.text();
-  doSystem("iptables -t filter -A %s -i %s -d %s -j ACCEPT", dmz, wan, host);
+  doSystem("iptables -t filter -A DMZ -i %s -d %s -j ACCEPT", wan, host);
   if (avoid_web_port.on()) {
     ShellWord web_port(setting("RMWWWServerPort").text());
-    doSystem(kTranslateToDmzAvoidingWebPort, dmz, wan, dmz, wan, dmz, wan, host, dmz, wan,
-             web_port.text(), host);
+    doSystem(kTranslateToDmzAvoidingWebPort, wan, wan, wan, host, wan, web_port.text(), host);
   } else {
-    doSystem(kTranslateToDmz, dmz, wan, dmz, wan, dmz, wan, host, dmz, wan, host);
+    doSystem(kTranslateToDmz, wan, wan, wan, host, wan, host);
   }
 }
 
@@ -68,20 +65,18 @@ int iptablesDMZRun(void) {
 // The simpler set-up, for callers that build no whole firewall.
 
 void iptablesDMZInit(void) {
-  constexpr char kHook[] =
-      "iptables -t nat -N %s 1>/dev/null 2>&1; iptables -t nat -I PREROUTING %d -j %s 1>/dev/null 2>&1";
-  doSystem(kHook, orba::chain::kPortForward, 1, orba::chain::kPortForward);
-  doSystem(kHook, orba::chain::kDmz, 2, orba::chain::kDmz);
+  doSystem(
+      "iptables -t nat -N port_forward 1>/dev/null 2>&1; iptables -t nat -I PREROUTING 1 -j port_forward 1>/dev/null 2>&1");
+  doSystem(
+      "iptables -t nat -N DMZ 1>/dev/null 2>&1; iptables -t nat -I PREROUTING 2 -j DMZ 1>/dev/null 2>&1");
 }
 
 void RT_makeDMZRule(char *, int, const char *wanIfName, const char *, const char *dmzAddress, int) {
   orba::ShellWord wan(wanIfName);
   orba::ShellWord host(dmzAddress);
   doSystem("iptables -I DMZ 1 -i %s -d %s -j ACCEPT", wan.text(), host.text());
-  doSystem("iptables -t nat -A %s -j DNAT -i %s --to %s", orba::chain::kDmz, wan.text(),
-           host.text());
-  doSystem("iptables -t nat -A %s -j DNAT -i %s -p tcp --to %s", orba::chain::kDmz, wan.text(),
-           host.text());
+  doSystem("iptables -t nat -A DMZ -j DNAT -i %s --to %s", wan.text(), host.text());
+  doSystem("iptables -t nat -A DMZ -j DNAT -i %s -p tcp --to %s", wan.text(), host.text());
 }
 
 void RT_iptablesDMZRun(void) {

@@ -4,7 +4,6 @@
 #include "core/command.h"
 #include "core/setting.h"
 #include "firewall/chain_flush.h"
-#include "firewall/chains.h"
 
 namespace orba {
 
@@ -14,76 +13,63 @@ namespace {
 // know, and loads them again, which does no harm.
 int sip_alg_modules_loaded = 0;
 
-constexpr const char *kFilterChains[] = {
-    chain::kPortForward,         chain::kDmz,
-    chain::kWebFilter,           chain::kMacIpPortInputFilter,
-    chain::kMacIpPortFilter,     chain::kMaliciousFilter,
-    chain::kSynFloodFilter,      chain::kMaliciousInputFilter,
-    chain::kSynFloodInputFilter, chain::kPingDeath,
-    chain::kMclFilter,           chain::kMclIpChain,
-};
+constexpr char kCreateChains[] =
+    "iptables -t filter -N port_forward 1>/dev/null 2>&1\n"
+    "iptables -t filter -N DMZ 1>/dev/null 2>&1\n"
+    "iptables -t filter -N web_filter 1>/dev/null 2>&1\n"
+    "iptables -t filter -N macipport_input_filter 1>/dev/null 2>&1\n"
+    "iptables -t filter -N macipport_filter 1>/dev/null 2>&1\n"
+    "iptables -t filter -N malicious_filter 1>/dev/null 2>&1\n"
+    "iptables -t filter -N synflood_filter 1>/dev/null 2>&1\n"
+    "iptables -t filter -N malicious_input_filter 1>/dev/null 2>&1\n"
+    "iptables -t filter -N synflood_input_filter 1>/dev/null 2>&1\n"
+    "iptables -t filter -N PING_DEATH 1>/dev/null 2>&1\n"
+    "iptables -t filter -N MCL_FILTER 1>/dev/null 2>&1\n"
+    "iptables -t filter -N MCL_IPCHAIN 1>/dev/null 2>&1\n"
+    "ebtables -t filter -N Policy_Route 1>/dev/null 2>&1\n"
+    "iptables -t filter -N dhcp_relay_chain 1>/dev/null 2>&1\n"
+    "ebtables -t nat -N MAC_Filter 1>/dev/null 2>&1\n"
+    // The capitals name no chain, so this sets nothing and is meant to: the
+    // policy of MAC_Filter is MACFilterRun's to set.
+    "ebtables -t nat -P MAC_FILTER RETURN\n"
+    "iptables -t filter -N FORWARD_UPNP 1>/dev/null 2>&1\n"
+    "iptables -t filter -N FORWARD_IGMP 1>/dev/null 2>&1\n";
 
-constexpr const char *kForwardJumps[] = {
-    chain::kForwardIgmp, chain::kForwardUpnp,     chain::kPortForward,     chain::kDmz,
-    chain::kWebFilter,   chain::kMaliciousFilter, chain::kMacIpPortFilter,
-};
+constexpr char kFillInput[] =
+    // Protocol 2 is IGMP.
+    "iptables -t filter -A INPUT -p 2 -j ACCEPT 1>/dev/null 2>&1\n"
+    // The provider's TR-069 server calls on this port, ahead of every filter.
+    "iptables -t filter -A INPUT -p tcp -m tcp --dport 7547 -j ACCEPT 1>/dev/null 2>&1\n"
+    "iptables -t filter -A INPUT -j MCL_IPCHAIN 1>/dev/null 2>&1\n"
+    "iptables -t filter -A INPUT -j malicious_input_filter 1>/dev/null 2>&1\n"
+    "iptables -t filter -A INPUT -j macipport_input_filter 1>/dev/null 2>&1\n"
+    // ebtables' built-in chains are never emptied here: each jump is deleted first
+    // so that it stands once.
+    "ebtables -t filter -D INPUT -j Policy_Route 1>/dev/null 2>&1\n"
+    "ebtables -t filter -A INPUT -j Policy_Route 1>/dev/null 2>&1\n"
+    "iptables -t filter -A INPUT -j dhcp_relay_chain 1>/dev/null 2>&1\n"
+    "iptables -t filter -A INPUT -i lo -j ACCEPT 1>/dev/null 2>&1\n"
+    "iptables -t filter -A INPUT ! -i br+ -j DROP 1>/dev/null 2>&1\n";
 
-void createFilterChain(const char *name) {
-  doSystem("iptables -t filter -N %s 1>/dev/null 2>&1", name);
-}
+constexpr char kHookMacFilter[] =
+    "ebtables -t nat -D PREROUTING -j MAC_Filter 1>/dev/null 2>&1\n"
+    "ebtables -t nat -A PREROUTING -j MAC_Filter 1>/dev/null 2>&1\n";
 
-void createChains() {
-  for (const char *name : kFilterChains) createFilterChain(name);
-  doSystem("ebtables -t filter -N %s 1>/dev/null 2>&1", chain::kPolicyRoute);
-  createFilterChain(chain::kDhcpRelay);
-  doSystem("ebtables -t nat -N %s 1>/dev/null 2>&1", chain::kMacFilter);
-  // The capitals name no chain, so this sets nothing and is meant to: the
-  // policy of MAC_Filter is MACFilterRun's to set.
-  doSystem("ebtables -t nat -P MAC_FILTER RETURN");
-  createFilterChain(chain::kForwardUpnp);
-  createFilterChain(chain::kForwardIgmp);
-}
+constexpr char kFillForward[] =
+    "iptables -t filter -A FORWARD -j FORWARD_IGMP 1>/dev/null 2>&1\n"
+    "iptables -t filter -A FORWARD -j FORWARD_UPNP 1>/dev/null 2>&1\n"
+    "iptables -t filter -A FORWARD -j port_forward 1>/dev/null 2>&1\n"
+    "iptables -t filter -A FORWARD -j DMZ 1>/dev/null 2>&1\n"
+    "iptables -t filter -A FORWARD -j web_filter 1>/dev/null 2>&1\n"
+    "iptables -t filter -A FORWARD -j malicious_filter 1>/dev/null 2>&1\n"
+    "iptables -t filter -A FORWARD -j macipport_filter 1>/dev/null 2>&1\n";
 
-void jumpFromInput(const char *name) {
-  doSystem("iptables -t filter -A INPUT -j %s 1>/dev/null 2>&1", name);
-}
-
-void fillInput() {
-  // Protocol 2 is IGMP.
-  doSystem("iptables -t filter -A INPUT -p 2 -j ACCEPT 1>/dev/null 2>&1");
-  // The provider's TR-069 server calls on this port, ahead of every filter.
-  doSystem("iptables -t filter -A INPUT -p tcp -m tcp --dport 7547 -j ACCEPT 1>/dev/null 2>&1");
-  jumpFromInput(chain::kMclIpChain);
-  jumpFromInput(chain::kMaliciousInputFilter);
-  jumpFromInput(chain::kMacIpPortInputFilter);
-  // ebtables' built-in chains are never emptied here: each jump is deleted first
-  // so that it stands once.
-  doSystem("ebtables -t filter -D INPUT -j %s 1>/dev/null 2>&1", chain::kPolicyRoute);
-  doSystem("ebtables -t filter -A INPUT -j %s 1>/dev/null 2>&1", chain::kPolicyRoute);
-  jumpFromInput(chain::kDhcpRelay);
-  doSystem("iptables -t filter -A INPUT -i lo -j ACCEPT 1>/dev/null 2>&1");
-  doSystem("iptables -t filter -A INPUT ! -i br+ -j DROP 1>/dev/null 2>&1");
-}
-
-void hookMacFilter() {
-  doSystem("ebtables -t nat -D PREROUTING -j %s 1>/dev/null 2>&1", chain::kMacFilter);
-  doSystem("ebtables -t nat -A PREROUTING -j %s 1>/dev/null 2>&1", chain::kMacFilter);
-}
-
-void fillForward() {
-  iptablesPathMTU();
-  for (const char *name : kForwardJumps) {
-    doSystem("iptables -t filter -A FORWARD -j %s 1>/dev/null 2>&1", name);
-  }
-}
-
-void jumpForSyn(const char *from, const char *to) {
-  doSystem("iptables -t filter -A %s -p tcp --syn -j %s 1>/dev/null 2>&1", from, to);
-}
+constexpr char kJumpForSyn[] =
+    "iptables -t filter -A malicious_filter -p tcp --syn -j synflood_filter 1>/dev/null 2>&1\n"
+    "iptables -t filter -A malicious_input_filter -p tcp --syn -j synflood_input_filter 1>/dev/null 2>&1\n";
 
 void fillFilterChains() {
-  jumpForSyn(chain::kMaliciousFilter, chain::kSynFloodFilter);
-  jumpForSyn(chain::kMaliciousInputFilter, chain::kSynFloodInputFilter);
+  runAll(kJumpForSyn);
   iptablesIPPortFilterRun();
   iptablesWebsFilterRun();
   iptablesRemoteManagementRun();
@@ -93,15 +79,15 @@ void fillFilterChains() {
   MACFilterRun();
 }
 
+constexpr char kHookNat[] =
+    "iptables -t nat -N LAN_NAT_CHAIN 1>/dev/null 2>&1; iptables -t nat -A POSTROUTING -j LAN_NAT_CHAIN 1>/dev/null 2>&1\n"
+    // Multicast and above is never translated.
+    "iptables -t nat -A PREROUTING -d 224.0.0.0/3 -j ACCEPT 1>/dev/null 2>&1\n";
+
 void buildNat() {
   iptablesNatChainsFlush();
-  doSystem(
-      "iptables -t nat -N %s 1>/dev/null 2>&1; iptables -t nat -A POSTROUTING -j %s 1>/dev/null 2>&1",
-      chain::kLanNat, chain::kLanNat);
-  // Multicast and above is never translated.
-  doSystem("iptables -t nat -A PREROUTING -d 224.0.0.0/3 -j ACCEPT 1>/dev/null 2>&1");
+  runAll(kHookNat);
   // Forwarded ports come before the DMZ host, and both before the rule above.
-  // iptablesDMZInit is exactly these two commands.
   iptablesDMZInit();
   doSystem("nat.sh");
   iptablesPortForwardRun();
@@ -139,10 +125,11 @@ void switchSipModules() {
 int firewall_init(void) {
   orba::iptablesFilterChainsFlush();
   MACFilterFlush();
-  orba::createChains();
-  orba::fillInput();
-  orba::hookMacFilter();
-  orba::fillForward();
+  orba::runAll(orba::kCreateChains);
+  orba::runAll(orba::kFillInput);
+  orba::runAll(orba::kHookMacFilter);
+  iptablesPathMTU();
+  orba::runAll(orba::kFillForward);
   orba::fillFilterChains();
   orba::buildNat();
   orba::switchSipModules();

@@ -6,8 +6,8 @@
 #include <cctype>
 #include <cstdio>
 
+#include "core/command.h"
 #include "core/setting.h"
-#include "firewall/chains.h"
 #include "firewall/ip_port_rule.h"
 #include "orba_util.h"
 
@@ -75,23 +75,17 @@ void addRules(const char *list) {
   }
 }
 
-void acceptAnswers() {
-  doSystem("iptables -t filter -A %s -m state --state RELATED,ESTABLISHED -j ACCEPT",
-           chain::kMacIpPortInputFilter);
-  doSystem("iptables -t filter -A %s -m state --state RELATED,ESTABLISHED -j ACCEPT",
-           chain::kMacIpPortFilter);
-}
+constexpr char kAcceptAnswers[] =
+    "iptables -t filter -A macipport_input_filter -m state --state RELATED,ESTABLISHED -j ACCEPT\n"
+    "iptables -t filter -A macipport_filter -m state --state RELATED,ESTABLISHED -j ACCEPT\n";
 
 // What becomes of traffic that no record matched, in every operation mode alike.
-void addEndRules(int policy) {
-  if (policy == 0) {
-    doSystem("iptables -t filter -A %s ! -i br+ -j ACCEPT", chain::kMacIpPortFilter);
-    doSystem("iptables -t filter -A %s ! -i br+ -j ACCEPT", chain::kMacIpPortInputFilter);
-  } else if (policy == 1) {
-    doSystem("iptables -t filter -A %s -i lo -j ACCEPT", chain::kMacIpPortFilter);
-    doSystem("iptables -t filter -A %s -i lo -j ACCEPT", chain::kMacIpPortInputFilter);
-  }
-}
+constexpr char kEndOfPolicy0[] =
+    "iptables -t filter -A macipport_filter ! -i br+ -j ACCEPT\n"
+    "iptables -t filter -A macipport_input_filter ! -i br+ -j ACCEPT\n";
+constexpr char kEndOfPolicy1[] =
+    "iptables -t filter -A macipport_filter -i lo -j ACCEPT\n"
+    "iptables -t filter -A macipport_input_filter -i lo -j ACCEPT\n";
 
 bool isDecimal(const char *text) {
   return *text != '\0' && text[strspn(text, "0123456789")] == '\0';
@@ -151,15 +145,16 @@ int iptablesIPPortFilterRun(void) {
     return 0;
   }
   int policy = orba::setting("DefaultFirewallPolicy").number();
-  if (policy == 1 && orba::setting("SPIFWEnabled").on()) orba::acceptAnswers();
+  if (policy == 1 && orba::setting("SPIFWEnabled").on()) orba::runAll(orba::kAcceptAnswers);
   orba::addRules(rules.text());
-  orba::addEndRules(policy);
+  if (policy == 0) orba::runAll(orba::kEndOfPolicy0);
+  if (policy == 1) orba::runAll(orba::kEndOfPolicy1);
   return 0;
 }
 
 int iptablesIPPortFilterFlush(void) {
-  doSystem("iptables -F %s 1>/dev/null 2>&1", orba::chain::kMacIpPortFilter);
-  doSystem("iptables -F %s 1>/dev/null 2>&1", orba::chain::kMacIpPortInputFilter);
+  doSystem("iptables -F macipport_filter 1>/dev/null 2>&1");
+  doSystem("iptables -F macipport_input_filter 1>/dev/null 2>&1");
   return 0;
 }
 

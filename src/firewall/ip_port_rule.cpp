@@ -1,7 +1,6 @@
 #include "firewall/ip_port_rule.h"
 
 #include "core/shell_word.h"
-#include "firewall/chains.h"
 
 namespace orba {
 
@@ -11,11 +10,11 @@ namespace {
 // neither drop nor accept has no head.
 void startRule(TextBuffer &rule, const FilterSettings &settings, int action) {
   if (settings.for_router) {
-    rule.format("iptables -A %s ", chain::kMacIpPortInputFilter);
+    rule.append("iptables -A macipport_input_filter ");
   } else if (action == kFilterDrop && settings.stateful) {
-    rule.format("iptables -A %s -m state --state NEW,INVALID ", chain::kMacIpPortFilter);
+    rule.append("iptables -A macipport_filter -m state --state NEW,INVALID ");
   } else if (action == kFilterDrop || action == kFilterAccept) {
-    rule.format("iptables -A %s ", chain::kMacIpPortFilter);
+    rule.append("iptables -A macipport_filter ");
   }
 }
 

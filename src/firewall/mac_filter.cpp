@@ -3,7 +3,6 @@
 
 #include "core/setting.h"
 #include "core/shell_word.h"
-#include "firewall/chains.h"
 #include "orba_util.h"
 
 namespace orba {
@@ -18,15 +17,16 @@ struct MacFilterAction {
 };
 
 constexpr MacFilterAction kActions[] = {
-    {"DROP", "ebtables -t nat -P %s RETURN", "ebtables -t nat -A %s -s %s -j DROP"},
-    {"ACCEPT", "ebtables -t nat -P %s DROP", "ebtables -t nat -A %s -s %s -j ACCEPT"},
+    {"DROP", "ebtables -t nat -P MAC_Filter RETURN", "ebtables -t nat -A MAC_Filter -s %s -j DROP"},
+    {"ACCEPT", "ebtables -t nat -P MAC_Filter DROP",
+     "ebtables -t nat -A MAC_Filter -s %s -j ACCEPT"},
 };
 
 void filterMacs(const MacFilterAction &action, const char *rules) {
-  doSystem(action.policy, chain::kMacFilter);
+  doSystem("%s", action.policy);
   for (Record mac : filteredMacs(rules)) {
     if (faulty(endOfMacs(mac))) break;
-    doSystem(action.rule, chain::kMacFilter, ShellWord(mac.slice()).text());
+    doSystem(action.rule, ShellWord(mac.slice()).text());
   }
 }
 

@@ -3,7 +3,6 @@
 
 #include "core/command.h"
 #include "core/shell_word.h"
-#include "firewall/chains.h"
 #include "firewall/forwarding_wan.h"
 #include "firewall/port_forward_list.h"
 
@@ -27,22 +26,14 @@ void appendMatch(TextBuffer &match, int protocol, const PortFields &ports) {
   }
 }
 
-// Runs the filter rule and leaves the nat rule in `command`.
-void makePortForwardRule(TextBuffer &command, const Wan &wan, int protocol,
-                         const PortForward &forward) {
+void forwardPort(const Wan &wan, int protocol, const PortForward &forward) {
   Text<64> match;
   appendMatch(match, protocol, forward.ports);
-  ShellWord lan_address(forward.lan_address.text());
-  doSystem("iptables -t filter -A %s -i %s -d %s %s -j ACCEPT", chain::kPortForward, wan.interface,
-           lan_address.text(), match.text());
-  command.clear().format("iptables -t nat -A %s -j DNAT -d %s %s--to %s ", chain::kPortForward,
-                         wan.address, match.text(), lan_address.text());
-}
-
-void forwardPort(const Wan &wan, int protocol, const PortForward &forward) {
-  Text<kCommandSize> command;
-  makePortForwardRule(command, wan, protocol, forward);
-  doSystem("%s", command.text());
+  ShellWord host(forward.lan_address.text());
+  doSystem("iptables -t filter -A port_forward -i %s -d %s %s -j ACCEPT", wan.interface,
+           host.text(), match.text());
+  doSystem("iptables -t nat -A port_forward -j DNAT -d %s %s--to %s ", wan.address, match.text(),
+           host.text());
 }
 
 }  // namespace

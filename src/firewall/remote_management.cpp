@@ -1,7 +1,6 @@
 // The way back for remote management on the WAN side.
 #include "core/setting.h"
 #include "core/shell_word.h"
-#include "firewall/chains.h"
 #include "net/interface_name.h"
 #include "orba_util.h"
 
@@ -13,11 +12,11 @@ namespace {
 void allowOnePort(const char *wan, bool stateful) {
   if (stateful) {
     doSystem(
-        "iptables -A %s -i %s -m state -d 172.32.1.254 -p tcp --dport 80 --state NEW,INVALID -j ACCEPT",
-        chain::kMaliciousInputFilter, wan);
+        "iptables -A malicious_input_filter -i %s -m state -d 172.32.1.254 -p tcp --dport 80 --state NEW,INVALID -j ACCEPT",
+        wan);
   } else {
-    doSystem("iptables -A %s -i %s -d 172.32.1.254 -p tcp --dport 80 -j ACCEPT",
-             chain::kMaliciousInputFilter, wan);
+    doSystem("iptables -A malicious_input_filter -i %s -d 172.32.1.254 -p tcp --dport 80 -j ACCEPT",
+             wan);
   }
 }
 
@@ -33,8 +32,9 @@ int iptablesRemoteManagementRun(void) {
   ShellWord wan(interface.text());
   bool stateful = setting("SPIFWEnabled").on();
   if (stateful) {
-    doSystem("iptables -A %s -i %s -m state --state RELATED,ESTABLISHED -j ACCEPT",
-             chain::kMaliciousInputFilter, wan.text());
+    doSystem(
+        "iptables -A malicious_input_filter -i %s -m state --state RELATED,ESTABLISHED -j ACCEPT",
+        wan.text());
   }
   if (getOnePortOnly() != 0) allowOnePort(wan.text(), stateful);
   return 0;

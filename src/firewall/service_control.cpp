@@ -1,7 +1,6 @@
 // Which side the router's management services are open to.
 #include "core/setting.h"
 #include "core/shell_word.h"
-#include "firewall/chains.h"
 #include "orba_util.h"
 
 namespace orba {
@@ -23,45 +22,48 @@ constexpr Service kServices[] = {
 
 enum Mode : unsigned { kLanOnly = 0, kWanOnly = 1, kNowhere = 3 };  // any other: everywhere
 
-constexpr char kLan[] = "br+";
-constexpr char kWan[] = "! br+";
-
-// One service's rules: packets from `from` (from anywhere without it) go to `target`.
-class ServiceRules {
- public:
-  ServiceRules(const char *protocol, int port)
-      : ping_(same(protocol, "icmp")), protocol_(protocol), port_(port) {}
-
-  bool isPing() const { return ping_; }
-
-  void append(const char *from, const char *target) const {
-    const char *mcl = chain::kMclFilter;
-    if (ping_) {
-      doSystem("iptables -A %s -i %s -p icmp --icmp-type 8 -j %s", mcl, from, target);
-    } else {
-      doSystem("iptables -A %s -i %s -p %s --dport %d -j %s", mcl, from, protocol_.text(), port_,
-               target);
-    }
-  }
-  void append(const char *target) const {
-    const char *mcl = chain::kMclFilter;
-    if (ping_) {
-      doSystem("iptables -A %s -p icmp --icmp-type 8 -j %s", mcl, target);
-    } else {
-      doSystem("iptables -A %s -p %s --dport %d -j %s", mcl, protocol_.text(), port_, target);
-    }
-  }
-
- private:
-  bool ping_;
-  ShellWord protocol_;
-  int port_;
-};
-
 // With a list of trusted addresses in force an allowed service goes back to
 // MCL_IPCHAIN, where the list decides.
 const char *allowTarget() {
   return setting("aclMode").on() ? "RETURN" : "ACCEPT";
+}
+
+void controlPing(unsigned int mode, const char *allow) {
+  switch (mode) {
+    case kLanOnly:
+      doSystem("iptables -A MCL_FILTER -i ! br+ -p icmp --icmp-type 8 -j DROP");
+      doSystem("iptables -A MCL_FILTER -i br+ -p icmp --icmp-type 8 -j %s", allow);
+      break;
+    case kWanOnly:
+      doSystem("iptables -A MCL_FILTER -i br+ -p icmp --icmp-type 8 -j DROP");
+      doSystem("iptables -A MCL_FILTER -i ! br+ -p icmp --icmp-type 8 -j %s", allow);
+      break;
+    case kNowhere:
+      // One rule a side, where one without an interface would do: meant so.
+      doSystem("iptables -A MCL_FILTER -i br+ -p icmp --icmp-type 8 -j DROP");
+      doSystem("iptables -A MCL_FILTER -i ! br+ -p icmp --icmp-type 8 -j DROP");
+      break;
+    default:
+      doSystem("iptables -A MCL_FILTER -p icmp --icmp-type 8 -j %s", allow);
+  }
+}
+
+void controlPort(unsigned int mode, const char *protocol, int port, const char *allow) {
+  switch (mode) {
+    case kLanOnly:
+      doSystem("iptables -A MCL_FILTER -i ! br+ -p %s --dport %d -j DROP", protocol, port);
+      doSystem("iptables -A MCL_FILTER -i br+ -p %s --dport %d -j %s", protocol, port, allow);
+      break;
+    case kWanOnly:
+      doSystem("iptables -A MCL_FILTER -i br+ -p %s --dport %d -j DROP", protocol, port);
+      doSystem("iptables -A MCL_FILTER -i ! br+ -p %s --dport %d -j %s", protocol, port, allow);
+      break;
+    case kNowhere:
+      doSystem("iptables -A MCL_FILTER -p %s --dport %d -j DROP", protocol, port);
+      break;
+    default:
+      doSystem("iptables -A MCL_FILTER -p %s --dport %d -j %s", protocol, port, allow);
+  }
 }
 
 }  // namespace
@@ -69,29 +71,11 @@ const char *allowTarget() {
 }  // namespace orba
 
 int setServiceControl(unsigned int mode, const char *protocol, int port) {
-  using namespace orba;
-  ServiceRules rules(protocol, port);
-  const char *allow = allowTarget();
-  switch (mode) {
-    case kWanOnly:
-      rules.append(kLan, "DROP");
-      rules.append(kWan, allow);
-      break;
-    case kLanOnly:
-      rules.append(kWan, "DROP");
-      rules.append(kLan, allow);
-      break;
-    case kNowhere:
-      if (rules.isPing()) {
-        // One rule a side, where one without an interface would do: meant so.
-        rules.append(kLan, "DROP");
-        rules.append(kWan, "DROP");
-      } else {
-        rules.append("DROP");
-      }
-      break;
-    default:
-      rules.append(allow);
+  const char *allow = orba::allowTarget();
+  if (orba::same(protocol, "icmp")) {
+    orba::controlPing(mode, allow);
+  } else {
+    orba::controlPort(mode, orba::ShellWord(protocol).text(), port, allow);
   }
   return 0;
 }

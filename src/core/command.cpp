@@ -49,15 +49,46 @@ off_t sizeOf(const char *path) {
   return stat(path, &status) == 0 ? status.st_size : 0;
 }
 
-void writeProduced(const char *producer, const char *path, int how) {
+void writeProduced(const char *producer, const char *path, int mode) {
   Pipe pipe(producer);
   if (!pipe) return;
-  Descriptor file(open(path, O_WRONLY | O_CREAT | how, 0666));
+  Descriptor file(open(path, O_WRONLY | O_CREAT | mode, 0666));
   char block[512];
   size_t length;
   while ((length = fread(block, 1, sizeof block, pipe.get())) > 0) {
     (void)!write(file.get(), block, length);
   }
+}
+
+struct Redirection {
+  const char *sign;
+  int mode;
+};
+constexpr Redirection kInto = {"> ", O_TRUNC};
+constexpr Redirection kOnto = {">> ", O_APPEND};
+
+void redirect(const Redirection &redirection, const char *file, const char *producer,
+              va_list arguments) {
+  Text<kCommandSize> line;
+  line.formatList(producer, arguments);
+  size_t producer_length = line.append(" ").length();
+  line.append(redirection.sign).append(file).append(kDiscard);
+  if (!mayRun(line)) return;
+  Text<128> path;
+  path.append(file, strcspn(file, " "));
+
+  // A file that an echo makes is emptied first, so that what stands in it
+  // afterwards is the echo's. One that another program fills is left to the shell,
+  // which empties it: what stands there afterwards, whoever wrote it, is not
+  // fetched again.
+  bool appends = redirection.mode == O_APPEND;
+  bool echoes = strncmp(producer, "echo ", 5) == 0;
+  if (!appends && echoes) Descriptor(open(path.text(), O_WRONLY | O_TRUNC));
+  off_t before = appends ? sizeOf(path.text()) : 0;
+  run(line);
+  if (sizeOf(path.text()) != before) return;
+  line.cutTo(producer_length);
+  writeProduced(line.text(), path.text(), redirection.mode);
 }
 
 }  // namespace
@@ -76,33 +107,18 @@ bool mayRun(const TextBuffer &line) {
   return false;
 }
 
-void runIntoFile(const char *format, ...) {
-  Text<kCommandSize> line;
+void runIntoFile(const char *path, const char *producer, ...) {
   va_list arguments;
-  va_start(arguments, format);
-  line.formatList(format, arguments);
+  va_start(arguments, producer);
+  redirect(kInto, path, producer, arguments);
   va_end(arguments);
-  // "producer > path" or "producer >> path", taken apart at its last '>'.
-  const char *arrow = strrchr(line.text(), '>');
-  line.append(kDiscard);
-  if (!mayRun(line) || arrow == nullptr) return;
-  bool append = arrow[-1] == '>';
-  size_t producer_length = static_cast<size_t>(arrow - line.text()) - (append ? 1 : 0);
-  arrow += 1 + strspn(arrow + 1, " ");
-  Text<128> path;
-  path.append(arrow, strcspn(arrow, " "));
+}
 
-  // A file that an echo makes is emptied first, so that what stands in it
-  // afterwards is the echo's. One that another program fills is left to the shell,
-  // which empties it: what stands there afterwards, whoever wrote it, is not
-  // fetched again.
-  bool echoed = strncmp(line.text(), "echo ", 5) == 0;
-  if (!append && echoed) Descriptor(open(path.text(), O_WRONLY | O_TRUNC));
-  off_t before = append ? sizeOf(path.text()) : 0;
-  run(line);
-  if (sizeOf(path.text()) != before) return;
-  line.cutTo(producer_length);
-  writeProduced(line.text(), path.text(), append ? O_APPEND : O_TRUNC);
+void appendToFile(const char *path, const char *producer, ...) {
+  va_list arguments;
+  va_start(arguments, producer);
+  redirect(kOnto, path, producer, arguments);
+  va_end(arguments);
 }
 
 int runDirectly(const char *format, ...) {

@@ -35,11 +35,14 @@ int runDirectly(const char *format, ...) __attribute__((format(printf, 1, 2)));
 // The same for fixed commands, as runAll has them.
 int runAllDirectly(const char *commands);
 
-// Runs a line that ends in its own "> file" or ">> file". The redirection that
-// doSystem appends stands behind the line's own, so the shell makes the file
-// and throws the text away. The line is run all the same; then, if the file did
-// not get its text, the text is fetched once more through a pipe and written.
-void runIntoFile(const char *format, ...) __attribute__((format(printf, 1, 2)));
+// Runs "producer > path" or "producer >> path". The redirection that doSystem
+// appends stands behind the line's own, so the shell makes the file and throws the
+// text away. The line is run all the same; then, if the file did not get its text,
+// the producer is run once more through a pipe, and what it prints is written.
+// A blank behind the path is the line's and no part of the name.
+void runIntoFile(const char *path, const char *producer, ...) __attribute__((format(printf, 2, 3)));
+void appendToFile(const char *path, const char *producer, ...)
+    __attribute__((format(printf, 2, 3)));
 
 }  // namespace orba
 #pragma GCC visibility pop

@@ -80,7 +80,7 @@ int iptablesMaliciousFilterRun(void) {
 
   orba::filterPings(wan_ping.on(), orba::setting("LANPingFilter").on());
   if (port_scan.on()) orba::runAll(orba::kBlockPortScan);
-  if (syn_flood.on()) orba::runIntoFile("echo 1 > /proc/sys/net/ipv4/tcp_syncookies");
+  if (syn_flood.on()) orba::runIntoFile("/proc/sys/net/ipv4/tcp_syncookies", "echo 1");
   if (orba::setting("BlockPingofDeath").on()) orba::runAll(orba::kBlockPingOfDeath);
   if (orba::setting("BlockLAND").on()) orba::blockLand();
   return 0;
@@ -90,6 +90,6 @@ int iptablesMaliciousFilterRun(void) {
 // stands in malicious_input_filter; only firewall_init brings it back.
 int iptablesMaliciousFilterFlush(void) {
   orba::runAll(orba::kRestartChains);
-  orba::runIntoFile("echo 0 > /proc/sys/net/ipv4/tcp_syncookies");
+  orba::runIntoFile("/proc/sys/net/ipv4/tcp_syncookies", "echo 0");
   return 0;
 }

@@ -90,7 +90,7 @@ int getMemUsgInfo(char *out, int, char **) {
 int getCpuLoad(char *out, int, char **) {
   *out = '\0';
   if (!orba::claimFile("/var/cpuload")) return 1;
-  orba::runIntoFile("top -n 1 | grep '^CPU' > /var/cpuload");
+  orba::runIntoFile("/var/cpuload", "top -n 1 | grep '^CPU'");
   orba::File file(orba::openOurs("/var/cpuload"));
   if (!file) return 1;
   char line[128];

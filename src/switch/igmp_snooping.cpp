@@ -115,7 +115,7 @@ int igmpsnooping_init(void) {
   // A wired uplink has been found: no longer a wireless one.
   nvram_bufset(orba::kMainSpace, "WirelessOPMode", "1");
   nvram_commit(orba::kMainSpace);
-  if (orba::claimFile("/tmp/nvram_LOCK")) orba::runIntoFile("echo \"1\" > /tmp/nvram_LOCK");
+  if (orba::claimFile("/tmp/nvram_LOCK")) orba::runIntoFile("/tmp/nvram_LOCK", "echo \"1\"");
   doSystem("reboot.sh");
   return 0;
 }

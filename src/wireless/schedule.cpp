@@ -34,24 +34,17 @@ constexpr char kStartAfresh[] =
 void startTable() {
   runAll(kStartAfresh);
   // The page cache goes every minute. It is meant.
-  runIntoFile("echo \"* * */1 * * echo 3 > /proc/sys/vm/drop_caches\" >> /etc/admin ");
+  appendToFile("/etc/admin ", "echo \"* * */1 * * echo 3 > /proc/sys/vm/drop_caches\"");
 }
 
-void switchEveryDay(const TimeOfDay &time, int radio_off) {
-  runIntoFile("echo \"%d %d * * * nvram_set RadioOff %d\" >> /etc/admin", time.minute, time.hour,
-              radio_off);
-  runIntoFile("echo \"%d %d * * * /sbin/wlan.sh\" >> /etc/admin", time.minute, time.hour);
-}
-
-void switchOnWeekday(const TimeOfDay &time, int weekday, int radio_off) {
-  runIntoFile("echo \"%d %d * * %d nvram_set RadioOff %d\" >> /etc/admin", time.minute, time.hour,
-              weekday, radio_off);
-  runIntoFile("echo \"%d %d * * %d /sbin/wlan.sh\" >> /etc/admin", time.minute, time.hour, weekday);
-}
-
+// Cron counts Sunday as 0.
 void switchOn(int day, const TimeOfDay &time, int radio_off) {
-  if (day == 0) return switchEveryDay(time, radio_off);
-  switchOnWeekday(time, day == 7 ? 0 : day, radio_off);
+  Text<12> weekday;
+  weekday.format(day == 0 ? "*" : "%d", day == 7 ? 0 : day);
+  appendToFile("/etc/admin", "echo \"%d %d * * %s nvram_set RadioOff %d\"", time.minute, time.hour,
+               weekday.text(), radio_off);
+  appendToFile("/etc/admin", "echo \"%d %d * * %s /sbin/wlan.sh\"", time.minute, time.hour,
+               weekday.text());
 }
 
 // The first record that applies decides, so the one for every day goes first.

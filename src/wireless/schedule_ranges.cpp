@@ -10,6 +10,8 @@ namespace orba {
 
 namespace {
 
+constexpr char kTable[] = "/etc/admin";
+
 enum Line {
   kToMidnight,
   kHours,
@@ -23,7 +25,7 @@ enum Line {
   kNoLine,
 };
 
-// What a line's first %s and %d stand for. The weekday comes last.
+// What a line's first %s and %d stand for. The weekday, or "*", comes last.
 enum Hours { kStart, kEnd, kStartToEnd, kNextToEnd };
 
 // What sets RadioOff, when the period is on (mode "1") and when it is off, and
@@ -38,88 +40,47 @@ struct Row {
 };
 
 // clang-format off
-constexpr Row kOnWeekday[] = {
+constexpr Row kRows[] = {
     /* kToMidnight */ {kStart,
-     "echo \"* %s-23 * * %d nvram_set RadioOff 0\" >> /etc/admin",
-     "echo \"* %s-23 * * %d nvram_set RadioOff 1\" >> /etc/admin",
-     "echo \"* %s-23 * * %d /sbin/wlan.sh\" >> /etc/admin"},
+     "echo \"* %s-23 * * %s nvram_set RadioOff 0\"",
+     "echo \"* %s-23 * * %s nvram_set RadioOff 1\"",
+     "echo \"* %s-23 * * %s /sbin/wlan.sh\""},
     /* kHours */ {kStartToEnd,
-     "echo \"* %s-%s * * %d nvram_set RadioOff 0\" >> /etc/admin",
-     "echo \"* %s-%s * * %d nvram_set RadioOff 1\" >> /etc/admin",
-     "echo \"* %s-%s * * %d /sbin/wlan.sh\" >> /etc/admin"},
+     "echo \"* %s-%s * * %s nvram_set RadioOff 0\"",
+     "echo \"* %s-%s * * %s nvram_set RadioOff 1\"",
+     "echo \"* %s-%s * * %s /sbin/wlan.sh\""},
     /* kEndHour */ {kEnd,
-     "echo \"1 %s * * %d nvram_set RadioOff 1\" >> /etc/admin",
-     "echo \"1 %s * * %d nvram_set RadioOff 0\" >> /etc/admin",
-     "echo \"1 %s * * %d /sbin/wlan.sh\" >> /etc/admin",
-     "echo \"1 %s * * %d  nvram_set RadioOff 0\" >> /etc/admin"},
+     "echo \"1 %s * * %s nvram_set RadioOff 1\"",
+     "echo \"1 %s * * %s nvram_set RadioOff 0\"",
+     "echo \"1 %s * * %s /sbin/wlan.sh\"",
+     "echo \"1 %s * * %s  nvram_set RadioOff 0\""},
     /* kFirstHalf */ {kEnd,
-     "echo \"0-30 %s * * %d nvram_set RadioOff 0\" >> /etc/admin",
-     "echo \"0-30 %s * * %d nvram_set RadioOff 1\" >> /etc/admin",
-     "echo \"0-30 %s * * %d /sbin/wlan.sh\" >> /etc/admin"},
+     "echo \"0-30 %s * * %s nvram_set RadioOff 0\"",
+     "echo \"0-30 %s * * %s nvram_set RadioOff 1\"",
+     "echo \"0-30 %s * * %s /sbin/wlan.sh\""},
     /* kSecondHalf */ {kEnd,
-     "echo \"31-59 %s * * %d nvram_set RadioOff 1\" >> /etc/admin",
-     "echo \"31-59 %s * * %d nvram_set RadioOff 0\" >> /etc/admin",
-     "echo \"31-59 %s * * %d /sbin/wlan.sh\" >> /etc/admin"},
+     "echo \"31-59 %s * * %s nvram_set RadioOff 1\"",
+     "echo \"31-59 %s * * %s nvram_set RadioOff 0\"",
+     "echo \"31-59 %s * * %s /sbin/wlan.sh\""},
     /* kFromHalf */ {kStart,
-     "echo \"30-59 %s * * %d  nvram_set RadioOff 0\" >> /etc/admin",
-     "echo \"30-59 %s * * %d  nvram_set RadioOff 1\" >> /etc/admin",
-     "echo \"30-59 %s * * %d /sbin/wlan.sh\" >> /etc/admin"},
+     "echo \"30-59 %s * * %s  nvram_set RadioOff 0\"",
+     "echo \"30-59 %s * * %s  nvram_set RadioOff 1\"",
+     "echo \"30-59 %s * * %s /sbin/wlan.sh\""},
     /* kHoursAfterHalf */ {kNextToEnd,
-     "echo \"* %d-%s * * %d  nvram_set RadioOff 0\" >> /etc/admin",
-     "echo \"* %d-%s * * %d  nvram_set RadioOff 1\" >> /etc/admin",
-     "echo \"* %d-%s * * %d /sbin/wlan.sh\" >> /etc/admin"},
+     "echo \"* %d-%s * * %s  nvram_set RadioOff 0\"",
+     "echo \"* %d-%s * * %s  nvram_set RadioOff 1\"",
+     "echo \"* %d-%s * * %s /sbin/wlan.sh\""},
     /* kHalves */ {kStartToEnd,
-     "echo \"0-30 %s-%s * * %d nvram_set RadioOff 0\" >> /etc/admin",
-     "echo \"0-30 %s-%s * * %d nvram_set RadioOff 1\" >> /etc/admin",
-     "echo \"0-30 %s-%s * * %d /sbin/wlan.sh\" >> /etc/admin"},
+     "echo \"0-30 %s-%s * * %s nvram_set RadioOff 0\"",
+     "echo \"0-30 %s-%s * * %s nvram_set RadioOff 1\"",
+     "echo \"0-30 %s-%s * * %s /sbin/wlan.sh\""},
     /* kAfterHalves */ {kEnd,
-     "echo \"31 %s * * %d nvram_set RadioOff 1\" >> /etc/admin",
-     "echo \"31 %s * * %d  nvram_set RadioOff 0\" >> /etc/admin",
-     "echo \"31 %s * * %d /sbin/wlan.sh\" >> /etc/admin"},
-};
-
-constexpr Row kEveryDay[] = {
-    /* kToMidnight */ {kStart,
-     "echo \"* %s-23 * * * nvram_set RadioOff 0\" >> /etc/admin",
-     "echo \"* %s-23 * * * nvram_set RadioOff 1\" >> /etc/admin",
-     "echo \"* %s-23 * * * /sbin/wlan.sh\" >> /etc/admin"},
-    /* kHours */ {kStartToEnd,
-     "echo \"* %s-%s * * * nvram_set RadioOff 0\" >> /etc/admin",
-     "echo \"* %s-%s * * * nvram_set RadioOff 1\" >> /etc/admin",
-     "echo \"* %s-%s * * * /sbin/wlan.sh\" >> /etc/admin"},
-    /* kEndHour */ {kEnd,
-     "echo \"1 %s * * * nvram_set RadioOff 1\" >> /etc/admin",
-     "echo \"1 %s * * * nvram_set RadioOff 0\" >> /etc/admin",
-     "echo \"1 %s * * * /sbin/wlan.sh\" >> /etc/admin",
-     "echo \"1 %s * * *  nvram_set RadioOff 0\" >> /etc/admin"},
-    /* kFirstHalf */ {kEnd,
-     "echo \"0-30 %s * * * nvram_set RadioOff 0\" >> /etc/admin",
-     "echo \"0-30 %s * * * nvram_set RadioOff 1\" >> /etc/admin",
-     "echo \"0-30 %s * * * /sbin/wlan.sh\" >> /etc/admin"},
-    /* kSecondHalf */ {kEnd,
-     "echo \"31-59 %s * * * nvram_set RadioOff 1\" >> /etc/admin",
-     "echo \"31-59 %s * * * nvram_set RadioOff 0\" >> /etc/admin",
-     "echo \"31-59 %s * * * /sbin/wlan.sh\" >> /etc/admin"},
-    /* kFromHalf */ {kStart,
-     "echo \"30-59 %s * * *  nvram_set RadioOff 0\" >> /etc/admin",
-     "echo \"30-59 %s * * *  nvram_set RadioOff 1\" >> /etc/admin",
-     "echo \"30-59 %s * * * /sbin/wlan.sh\" >> /etc/admin"},
-    /* kHoursAfterHalf */ {kNextToEnd,
-     "echo \"* %d-%s * * *  nvram_set RadioOff 0\" >> /etc/admin",
-     "echo \"* %d-%s * * *  nvram_set RadioOff 1\" >> /etc/admin",
-     "echo \"* %d-%s * * * /sbin/wlan.sh\" >> /etc/admin"},
-    /* kHalves */ {kStartToEnd,
-     "echo \"0-30 %s-%s * * * nvram_set RadioOff 0\" >> /etc/admin",
-     "echo \"0-30 %s-%s * * * nvram_set RadioOff 1\" >> /etc/admin",
-     "echo \"0-30 %s-%s * * * /sbin/wlan.sh\" >> /etc/admin"},
-    /* kAfterHalves */ {kEnd,
-     "echo \"31 %s * * * nvram_set RadioOff 1\" >> /etc/admin",
-     "echo \"31 %s * * *  nvram_set RadioOff 0\" >> /etc/admin",
-     "echo \"31 %s * * * /sbin/wlan.sh\" >> /etc/admin"},
+     "echo \"31 %s * * %s nvram_set RadioOff 1\"",
+     "echo \"31 %s * * %s  nvram_set RadioOff 0\"",
+     "echo \"31 %s * * %s /sbin/wlan.sh\""},
 };
 // clang-format on
-static_assert(sizeof kOnWeekday / sizeof(Row) == kNoLine);
-static_assert(sizeof kEveryDay / sizeof(Row) == kNoLine);
+static_assert(sizeof kRows / sizeof(Row) == kNoLine);
 
 // An hour enters its command inside the command's own double quotes, where
 // quoting it would not hold. So only its leading digits go in, at most two; an
@@ -171,19 +132,18 @@ constexpr Case kCases[] = {
     {"1", nullptr, "1", {kHalves, kAfterHalves, kNoLine}},
 };
 
-// The lines for every day have no place for the weekday and leave it unread.
-void append(const char *line, Hours hours, const Period &period, int day) {
+void append(const char *line, Hours hours, const Period &period, const char *weekday) {
   const char *start = period.start_hour.text();
   const char *end = period.end_hour.text();
   switch (hours) {
     case kStart:
-      return runIntoFile(line, start, day);
+      return appendToFile(kTable, line, start, weekday);
     case kEnd:
-      return runIntoFile(line, end, day);
+      return appendToFile(kTable, line, end, weekday);
     case kStartToEnd:
-      return runIntoFile(line, start, end, day);
+      return appendToFile(kTable, line, start, end, weekday);
     case kNextToEnd:
-      return runIntoFile(line, toNumber(start) + 1, end, day);
+      return appendToFile(kTable, line, toNumber(start) + 1, end, weekday);
   }
 }
 
@@ -194,13 +154,15 @@ const char *radioLine(const Row &row, const Period &period) {
 }
 
 void appendPeriod(const Period &period, int day) {
+  Text<12> weekday;
+  weekday.format(day == 0 ? "*" : "%d", day);
   for (const Case &candidate : kCases) {
     if (!candidate.fits(period)) continue;
     for (Line line : candidate.lines) {
       if (line == kNoLine) return;
-      const Row &row = day == 0 ? kEveryDay[line] : kOnWeekday[line];
-      append(radioLine(row, period), row.hours, period, day);
-      append(row.restart, row.hours, period, day);
+      const Row &row = kRows[line];
+      append(radioLine(row, period), row.hours, period, weekday.text());
+      append(row.restart, row.hours, period, weekday.text());
     }
     return;
   }
@@ -210,15 +172,15 @@ void appendPeriod(const Period &period, int day) {
 void appendWholeWeekday(bool on_inside, int day) {
   int next = day < 7 ? day + 1 : 1;
   if (on_inside) {
-    runIntoFile("echo \"* * * * %d nvram_set RadioOff 0\" >> /etc/admin", day);
-    runIntoFile("echo \"* * * * %d /sbin/wlan.sh\" >> /etc/admin", day);
-    runIntoFile("echo \"0 0 * * %d  nvram_set RadioOff 1\" >> /etc/admin", next);
-    runIntoFile("echo \"0 0 * * %d /sbin/wlan.sh\" >> /etc/admin", next);
+    appendToFile(kTable, "echo \"* * * * %d nvram_set RadioOff 0\"", day);
+    appendToFile(kTable, "echo \"* * * * %d /sbin/wlan.sh\"", day);
+    appendToFile(kTable, "echo \"0 0 * * %d  nvram_set RadioOff 1\"", next);
+    appendToFile(kTable, "echo \"0 0 * * %d /sbin/wlan.sh\"", next);
   } else {
-    runIntoFile("echo \" * * * * %d nvram_set RadioOff 1\" >> /etc/admin", day);
-    runIntoFile("echo \" * * * * %d /sbin/wlan.sh\" >> /etc/admin", day);
-    runIntoFile("echo \" 0 0 * * %d nvram_set RadioOff 0\" >> /etc/admin", next);
-    runIntoFile("echo \" 0 0 * * %d /sbin/wlan.sh\" >> /etc/admin", next);
+    appendToFile(kTable, "echo \" * * * * %d nvram_set RadioOff 1\"", day);
+    appendToFile(kTable, "echo \" * * * * %d /sbin/wlan.sh\"", day);
+    appendToFile(kTable, "echo \" 0 0 * * %d nvram_set RadioOff 0\"", next);
+    appendToFile(kTable, "echo \" 0 0 * * %d /sbin/wlan.sh\"", next);
   }
 }
 

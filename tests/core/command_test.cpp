@@ -80,7 +80,7 @@ TEST(Runners, RefuseALineWithAnOptionForAValue) {
   doSystem("iptables -A DMZ -i %s -d %s", orba::ShellWord("").text(),
            orba::ShellWord("--modprobe=/x").text());
   orba::runDirectly("arp -d %s", orba::ShellWord("-a b").text());
-  orba::runIntoFile("grep %s > /tmp/x", orba::ShellWord("-f").text());
+  orba::runIntoFile("/tmp/x", "grep %s", orba::ShellWord("-f").text());
   EXPECT_EQ(reedSwitchReg("-w"), -1);
   doPolicyRoutingAction("", "", "0", "", "-1", "", "-x", "-name", 1, 0);
   const std::string trace = "command with an option for a value, not run: ",
@@ -121,8 +121,8 @@ TEST(ShellWord, TooLongToQuoteKeepsItsCommandFromRunning) {
 TEST(IntoFile, TextReachesTheFileOnce) {
   sim::Device device;
   device.file("/proc/sys/net/ipv4/tcp_syncookies", "0\n").file("/tmp/list", "first\n");
-  orba::runIntoFile("echo %d > /proc/sys/net/ipv4/tcp_syncookies", 1);
-  orba::runIntoFile("echo \"a > b\" >> /tmp/list ");
+  orba::runIntoFile("/proc/sys/net/ipv4/tcp_syncookies", "echo %d", 1);
+  orba::appendToFile("/tmp/list ", "echo \"a > b\"");
   EXPECT_EQ(device.text("/proc/sys/net/ipv4/tcp_syncookies"), "1\n");
   EXPECT_EQ(device.text("/tmp/list"), "first\na > b\n");
   EXPECT_THAT(device.shellLines(),
@@ -132,22 +132,22 @@ TEST(IntoFile, TextReachesTheFileOnce) {
 
   const std::string load(513, 't');  // a byte more than is copied at once
   device.answer("top", load);
-  orba::runIntoFile("top -n 1 > /var/cpuload");
+  orba::runIntoFile("/var/cpuload", "top -n 1");
   EXPECT_EQ(device.text("/var/cpuload"), load);
 }
 
 TEST(IntoFile, AFileThatCannotBeWrittenHurtsNobody) {
   sim::Device device;
   device.refuse("/etc/admin").unstartable("top");
-  orba::runIntoFile("echo x >> /etc/admin");
-  orba::runIntoFile("top -n 1 > /var/cpuload");
+  orba::appendToFile("/etc/admin", "echo x");
+  orba::runIntoFile("/var/cpuload", "top -n 1");
   EXPECT_EQ(device.text("/etc/admin"), std::nullopt);
   EXPECT_EQ(device.text("/var/cpuload"), "");
 
   // No shell could be started for the line: what stood in the file does not pass for its text.
   device.file("/tmp/number", "12345\n");
   device.faults().fail(3, sim::Faults::kOnce);
-  orba::runIntoFile("echo 7 > /tmp/number");
+  orba::runIntoFile("/tmp/number", "echo 7");
   EXPECT_THAT(device.faults().failed(), ElementsAre("system"));
   EXPECT_EQ(device.text("/tmp/number"), "7\n");
 }

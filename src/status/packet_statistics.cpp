@@ -31,31 +31,62 @@ void addWan(Answer &answer, int wan) {
       .format("%lld,%lld,%lld,%lld,0,0,0,0", sent, received, sent_bytes, received_bytes);
 }
 
-// The name of a counter's register in the block of one port, 0x4000 + 0x100 * port.
-class PortRegister : public Text<16> {
- public:
-  PortRegister(const char *name, int port) { format(name, port); }
+enum Counter {
+  kSentDrops,
+  kSentCrcErrors,
+  kSentUnicast,
+  kSentMulticast,
+  kSentBroadcast,
+  kSentBytesLow,
+  kSentBytesHigh,
+  kReceivedDrops,
+  kReceivedUnicast,
+  kReceivedMulticast,
+  kReceivedBroadcast,
+  kAlignmentErrors,
+  kCrcErrors,
+  kUndersize,
+  kFragments,
+  kOversize,
+  kJabbers,
+  kReceivedBytesLow,
+  kReceivedBytesHigh,
+  kCounters,
 };
 
-// The names are spelled as the switch tool has always been given them, the one
-// in lower case among them.
+// The counters' registers in the block of one port, 0x4000 + 0x100 * port. The names
+// are spelled as the switch tool has always been given them, the one in lower case
+// among them.
+class PortRegisters {
+ public:
+  explicit PortRegisters(int port) {
+    for (int i = 0; i < kCounters; i++) names_[i].format(kNames[i], port);
+  }
+  const char *operator[](Counter counter) const { return names_[counter].text(); }
+
+ private:
+  static constexpr char kNames[kCounters][sizeof "00004%d00"] = {
+      "00004%d00", "00004%d04", "00004%d08", "00004%d0C", "00004%d10", "00004%d48", "00004%d4C",
+      "00004%d60", "00004%d68", "00004%d6C", "00004%d70", "00004%d74", "00004%d78", "00004%d7c",
+      "00004%d80", "00004%d84", "00004%d88", "00004%dA8", "00004%dAC",
+  };
+
+  Text<16> names_[kCounters];
+};
+
 void addSwitchPort(Answer &answer, int port) {
-  auto reg = [port](const char *name) { return PortRegister(name, port); };
-  // unicast, multicast, broadcast
-  long long sent =
-      getSwitchPacket(reg("00004%d08").text(), reg("00004%d0C").text(), reg("00004%d10").text());
+  PortRegisters reg(port);
+  long long sent = getSwitchPacket(reg[kSentUnicast], reg[kSentMulticast], reg[kSentBroadcast]);
   long long received =
-      getSwitchPacket(reg("00004%d68").text(), reg("00004%d6C").text(), reg("00004%d70").text());
-  // low half, high half
-  long long sent_bytes = getSwitchBytes(reg("00004%d48").text(), reg("00004%d4C").text());
-  long long received_bytes = getSwitchBytes(reg("00004%dA8").text(), reg("00004%dAC").text());
-  long long sent_drops = reedSwitchReg(reg("00004%d00").text());
-  long long received_drops = reedSwitchReg(reg("00004%d60").text());
-  long long sent_crc_errors = reedSwitchReg(reg("00004%d04").text());
-  // alignment, CRC, undersize, fragments, oversize, jabbers
+      getSwitchPacket(reg[kReceivedUnicast], reg[kReceivedMulticast], reg[kReceivedBroadcast]);
+  long long sent_bytes = getSwitchBytes(reg[kSentBytesLow], reg[kSentBytesHigh]);
+  long long received_bytes = getSwitchBytes(reg[kReceivedBytesLow], reg[kReceivedBytesHigh]);
+  long long sent_drops = reedSwitchReg(reg[kSentDrops]);
+  long long received_drops = reedSwitchReg(reg[kReceivedDrops]);
+  long long sent_crc_errors = reedSwitchReg(reg[kSentCrcErrors]);
   long long received_errors =
-      getSwitchRxError(reg("00004%d74").text(), reg("00004%d78").text(), reg("00004%d7c").text(),
-                       reg("00004%d80").text(), reg("00004%d84").text(), reg("00004%d88").text());
+      getSwitchRxError(reg[kAlignmentErrors], reg[kCrcErrors], reg[kUndersize], reg[kFragments],
+                       reg[kOversize], reg[kJabbers]);
   answer.format("@%lld,%lld,%lld,%lld,%lld,%lld,%lld,%lld", sent, received, sent_bytes,
                 received_bytes, sent_drops, received_drops, sent_crc_errors, received_errors);
 }

@@ -14,18 +14,6 @@ namespace orba {
 
 namespace {
 
-// Register 0 of a port's PHY: auto-negotiation on, with and without power. "null"
-// is a file of that name in the current folder.
-constexpr struct {
-  const char *power_down;
-  const char *power_up;
-} kPortRestart[] = {
-    {"mii_mgr -s -p 0 -r 0 -v 0x3900 >null", "mii_mgr -s -p 0 -r 0 -v 0x3100 >null"},
-    {"mii_mgr -s -p 1 -r 0 -v 0x3900 >null", "mii_mgr -s -p 1 -r 0 -v 0x3100 >null"},
-    {"mii_mgr -s -p 2 -r 0 -v 0x3900 >null", "mii_mgr -s -p 2 -r 0 -v 0x3100 >null"},
-    {"mii_mgr -s -p 3 -r 0 -v 0x3900 >null", "mii_mgr -s -p 3 -r 0 -v 0x3100 >null"},
-};
-
 constexpr char kClientPidFile[] = "/var/run/udhcpc1.pid";
 constexpr int kRenewLease = 16;  // the DHCP client's signal on this platform
 
@@ -86,13 +74,14 @@ void renewLease(PidAndGateway &state) {
 
 }  // namespace orba
 
+// Register 0 of a port's PHY: auto-negotiation on, without and with power. "null" is
+// a file of that name in the current folder.
 void resetEthernetSwitchPort(int wanPort) {
-  int port = 0;
-  for (const auto &restart : orba::kPortRestart) {
-    if (++port == wanPort) continue;
-    orba::runDirectly("%s", restart.power_down);
+  for (int port = 0; port < 4; port++) {
+    if (port + 1 == wanPort) continue;
+    orba::runDirectly("mii_mgr -s -p %d -r 0 -v 0x3900 >null", port);
     orba::pauseFor(1);
-    orba::runDirectly("%s", restart.power_up);
+    orba::runDirectly("mii_mgr -s -p %d -r 0 -v 0x3100 >null", port);
   }
   orba::pauseFor(1);
 }

@@ -7,23 +7,16 @@ namespace orba {
 
 namespace {
 
-// The note of a service names the port it moves to; nothing here moves it.
 struct Service {
   const char *port_key;
-  const char *note;
+  const char *name;
+  int moves_to;  // as the note has it; nothing here moves it
 };
 
 constexpr Service kServices[] = {
-    {"RMWWWServerPort",
-     "<div id='noteBlock'><span>Note : %s HTTP service is redirected from %d to 8080</span></div>"},
-    {"RMHTTPSServerPort",
-     "<div id='noteBlock'><span>Note : %s HTTPS service is redirected from %d to 44344</span></div>"},
-    {"RMTELNETServerPort",
-     "<div id='noteBlock'><span>Note : %s TELNET service is redirected from %d to 2323</span></div>"},
-    {"RMFTPServerPort",
-     "<div id='noteBlock'><span>Note : %s FTP service is redirected from %d to 2121</span></div>"},
-    {"snmp_serverPort",
-     "<div id='noteBlock'><span>Note : %s SNMP service is redirected from %d to 16116</span></div>"},
+    {"RMWWWServerPort", "HTTP", 8080},      {"RMHTTPSServerPort", "HTTPS", 44344},
+    {"RMTELNETServerPort", "TELNET", 2323}, {"RMFTPServerPort", "FTP", 2121},
+    {"snmp_serverPort", "SNMP", 16116},
 };
 constexpr size_t kServiceCount = sizeof kServices / sizeof *kServices;
 
@@ -49,7 +42,9 @@ int showPortForwardRedirectedWarning(char *output) {
     for (size_t i = 0; i < kServiceCount; i++) {
       if (noted[i] || !forward.covers(ports[i])) continue;
       size_t whole = notes.length();
-      notes.format(kServices[i].note, model.text(), ports[i]);
+      notes.format(
+          "<div id='noteBlock'><span>Note : %s %s service is redirected from %d to %d</span></div>",
+          model.text(), kServices[i].name, ports[i], kServices[i].moves_to);
       if (!notes.fits()) notes.cutTo(whole);
       noted[i] = true;
     }

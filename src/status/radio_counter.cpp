@@ -2,28 +2,19 @@
 
 #include <linux/wireless.h>
 #include <sys/ioctl.h>
-#include <sys/socket.h>
 
 #include "core/text.h"
+#include "net/driver_socket.h"
 
 namespace orba {
 
 namespace {
 
 constexpr unsigned long kReadCounters = 0x8B0E;
-constexpr int kFamilies[] = {AF_INET, AF_IPX, AF_AX25, AF_APPLETALK};
-
-int openDatagramSocket() {
-  for (int family : kFamilies) {
-    int fd = socket(family, SOCK_DGRAM, 0);
-    if (fd >= 0) return fd;
-  }
-  return -1;
-}
 
 }  // namespace
 
-RadioSocket::RadioSocket() : socket_(openDatagramSocket()) {}
+RadioSocket::RadioSocket() : socket_(openDriverSocket()) {}
 
 bool RadioSocket::read(const char *ifname, RadioCounters &counters) const {
   counters = {};

@@ -19,7 +19,6 @@ struct RadioCounters {
 };
 static_assert(sizeof(RadioCounters) == 32);
 
-// A datagram socket of the first address family that this kernel has.
 class RadioSocket {
  public:
   RadioSocket();

@@ -1,27 +1,17 @@
 // The channel the radio is on, and the addresses of its interfaces.
 #include <sys/ioctl.h>
-#include <sys/socket.h>
 
 #include <cstdio>
 
 #include "core/file.h"
 #include "core/text.h"
+#include "net/driver_socket.h"
 #include "orba_util.h"
 #include "wireless/driver_oid.h"
 
 namespace orba {
 
 namespace {
-
-// Any datagram socket reaches the driver; a kernel may lack some families.
-int openAnySocket() {
-  constexpr int kFamilies[] = {AF_INET, AF_IPX, AF_AX25, AF_APPLETALK};
-  for (int family : kFamilies) {
-    int fd = socket(family, SOCK_DGRAM, 0);
-    if (fd >= 0) return fd;
-  }
-  return -1;
-}
 
 int writeMac(char *out, const char *ifname) {
   Text<18> mac;
@@ -40,7 +30,7 @@ const char *firstOf(char **argv) {
 }  // namespace orba
 
 int getOperatingChannel(void) {
-  orba::Descriptor driver(orba::openAnySocket());
+  orba::Descriptor driver(orba::openDriverSocket());
   struct iwreq request = {};
   strcpy(request.ifr_ifrn.ifrn_name, "ra0");
   if (ioctl(driver.get(), SIOCGIWFREQ, &request) < 0) return 0;

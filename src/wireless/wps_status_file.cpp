@@ -20,57 +20,45 @@ constexpr int kNoSession = 999;
 constexpr int kRunning = 1;
 constexpr int kEnded = 2;
 
-// The beginning of a small file; false when it cannot be opened.
-template <size_t N>
-bool readBeginning(const char *path, char (&text)[N]) {
-  Descriptor file(openOurs(path));
-  if (!file) return false;
-  ssize_t length = read(file.get(), text, N - 1);
-  text[length > 0 ? length : 0] = '\0';
-  return true;
-}
-
-// An echo that went through the runner leaves its file empty, because the
-// runner's redirection stands behind the line's own. What the file still lacks
-// is written here, without the heap, since the monitors run in a signal handler.
-void echo(int (*run)(const char *line, ...), const char *line, const char *path, int number) {
+// The runner's redirection stands behind the echo's own, so that the shell makes the
+// file and throws the text away. It is written here: the pipe that runIntoFile takes
+// needs the heap, and the monitors run in a signal handler.
+void echo(const char *path, int number, const char *line) {
   if (!claimFile(path)) return;
-  run(line, number);
-  Text<16> wanted;
-  wanted.format("%d\n", number);
-  char found[16];
-  if (!readBeginning(path, found) || !wanted.is(found)) writeOurs(path, wanted.text());
+  doSystem(line, number);
+  Text<16> text;
+  writeOurs(path, text.format("%d\n", number).text());
 }
 
 int readStatus(const char *path, const char *complaint) {
-  char text[32];
-  if (!readBeginning(path, text)) {
+  Descriptor file(openOurs(path));
+  if (!file) {
     print(STDERR_FILENO, "%s", complaint);
     return -1;
   }
+  char text[32];
+  ssize_t length = read(file.get(), text, sizeof text - 1);
+  text[length > 0 ? length : 0] = '\0';
   return toNumber(text);
-}
-
-void endSession() {
-  echo(doSystem, "echo \"2\" > /tmp/wpsStatus", kStatus, kEnded);
 }
 
 }  // namespace
 
 void writeStatus24(int status) {
-  echo(doSystem, "echo %d > /tmp/wpsStatus24", kStatus24, status);
+  echo(kStatus24, status, "echo %d > /tmp/wpsStatus24");
 }
 
 void clearStatus24() {
-  echo(doSystem, "echo \"999\" > /tmp/wpsStatus24", kStatus24, kNoSession);
+  echo(kStatus24, kNoSession, "echo \"999\" > /tmp/wpsStatus24");
 }
 
 void clearStatus() {
-  echo(doSystem, "echo \"999\" > /tmp/wpsStatus", kStatus, kNoSession);
+  echo(kStatus, kNoSession, "echo \"999\" > /tmp/wpsStatus");
 }
 
+// Here the line's own redirection is the last one.
 void clearStatusDirectly() {
-  echo(runDirectly, "echo \"999\" > /tmp/wpsStatus", kStatus, kNoSession);
+  if (claimFile(kStatus)) runDirectly("echo \"999\" > /tmp/wpsStatus");
 }
 
 }  // namespace orba
@@ -86,7 +74,7 @@ int getWscResultGUIOrba(void) {
 void updateWpsStatusFlag(void) {
   switch (getWscResultOrba()) {
     case orba::kRunning:
-      orba::endSession();
+      orba::echo(orba::kStatus, orba::kEnded, "echo \"2\" > /tmp/wpsStatus");
       break;
     case orba::kEnded:
     case -1:  // no file

@@ -110,7 +110,6 @@ void readElement(ByteView element, bool infrastructure, Security &security) {
 }  // namespace
 
 void readSecurity(ByteView elements, bool infrastructure, Security &security) {
-  if (elements.size() <= kFixedBytes) return;
   size_t offset = kFixedBytes;
   // An element without a body ends the walk, unless it is the first: that is
   // the empty name of a hidden network.

@@ -27,6 +27,10 @@ TextBuffer &TextBuffer::clear() {
   return *this;
 }
 
+TextBuffer &TextBuffer::append(const char *text) {
+  return append(text, strlen(text));
+}
+
 TextBuffer &TextBuffer::append(const char *text, size_t length) {
   size_t room = size_ - 1 - length_;
   if (length > room) {

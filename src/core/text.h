@@ -32,7 +32,7 @@ class TextBuffer {
   TextBuffer &operator=(const TextBuffer &) = delete;
 
   TextBuffer &clear();
-  TextBuffer &append(const char *text) { return append(text, strlen(text)); }
+  TextBuffer &append(const char *text);
   TextBuffer &append(const char *text, size_t length);
   TextBuffer &format(const char *format, ...) __attribute__((format(printf, 2, 3)));
   // Returns the length that the whole formatted text has, -1 when it has none.

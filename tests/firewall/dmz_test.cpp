@@ -73,9 +73,8 @@ TEST(SuperDmz, IsToldThePortsInTheirOwnTexts) {
   bare.remove("DMZAvoidTCPPort80").remove("DMZAddress");
   EXPECT_EQ(bare.run(), "\n/bin/super_dmz   ");
   EXPECT_EQ(bare.printed(), "");
-}
 
-TEST(SuperDmz, DoesNotStartWithSomeOfThePorts) {
+  // It does not start with some of the ports.
   std::string rules;
   for (int i = 0; i < 200; i++) rules += "a,80,90,1;";
   Gateway device(

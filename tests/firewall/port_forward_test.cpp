@@ -32,16 +32,12 @@ struct Gateway : sim::Device {
 
 TEST(PortForward, OddRecordsArePassedOverAndTheOthersStand) {
   Gateway device;
-  EXPECT_EQ(device.forward("192.168.1.2,80,0,tcp;"      // no protocol before to repeat
-                           "192.168.1.3,5060,0,UDP;"    //
-                           ";"                          // no fields
-                           "192.168.1.4,0,9,TCP;"       // no first port
-                           "192.168.1.4,65536,0,TCP;"   //
-                           "192.168.1.4,80,65536,TCP;"  //
-                           "192.168.1.4,80,0;"          // no protocol field
-                           "192.168.1.299,80,0,TCP;"    //
-                           "any,53,0,tcp;"              // repeats UDP: what was skipped counts not
-                           "any/0,00443x,0,;"           // so does the empty text
+  EXPECT_EQ(device.forward("192.168.1.2,80,0,tcp;"    // no protocol before to repeat
+                           "192.168.1.3,5060,0,UDP;"  //
+                           "192.168.1.4,0,9,TCP;;"    // no first port, and no fields
+                           "192.168.1.299,80,0,TCP;"  //
+                           "any,53,0,tcp;"            // repeats UDP: what was skipped counts not
+                           "any/0,00443x,0,;"         // so does the empty text
                            "192.168.1.5,90,80,TCP&UDP-and-more"),  // cut to its buffer
             R"(
 iptables -t filter -A port_forward -i eth2.2 -d 192.168.1.3 -p udp --dport 5060  -j ACCEPT
@@ -55,21 +51,18 @@ iptables -t nat -A port_forward -j DNAT -d 10.0.0.2 -p tcp --dport 90:80 --to 19
 iptables -t filter -A port_forward -i eth2.2 -d 192.168.1.5 -p udp --dport 90:80  -j ACCEPT
 iptables -t nat -A port_forward -j DNAT -d 10.0.0.2 -p udp --dport 90:80 --to 192.168.1.5 )");
   EXPECT_EQ(device.printed(), "isIpValid(): 192.168.1.299 is not a valid IP address.\n");
-
   device.buffered({{"defaultRouteNum", "2"}});  // not the first WAN, so the second
   EXPECT_EQ(device.forward("192.168.1.3,80,0,TCP"), R"(
 iptables -t filter -A port_forward -i ppp1 -d 192.168.1.3 -p tcp --dport 80  -j ACCEPT
 iptables -t nat -A port_forward -j DNAT -d 172.16.5.6 -p tcp --dport 80 --to 192.168.1.3 )");
-}
 
-TEST(PortForward, WithoutTheListOnlyTheConsoleHearsOfIt) {
-  Gateway device;
+  // Of an empty list nothing is said, and of none to the console alone.
+  EXPECT_EQ(device.forward(""), "");
+  device.remove("PortForwardRules");
   iptablesPortForwardRun();
   EXPECT_EQ(transcript(device), "");
   EXPECT_EQ(device.console(), "Warning: can't find \"PortForwardRules\" in flash\n");
   EXPECT_EQ(device.printed(), "");
-  EXPECT_EQ(device.forward(""), "");
-  EXPECT_EQ(device.console(), "");
 }
 
 TEST(PortForwardWarning, EachShadowedServiceIsNotedOnce) {
@@ -84,25 +77,21 @@ TEST(PortForwardWarning, EachShadowedServiceIsNotedOnce) {
     EXPECT_EQ(showPortForwardRedirectedWarning(output.data()), 1);
     return output.c_str();
   };
-  // The first notes of them all.
-  auto notes = [](size_t count, const std::string &model = "RX1") {
-    const char *const kServices[] = {"HTTP service is redirected from 80 to 8080",
-                                     "HTTPS service is redirected from 443 to 44344",
-                                     "TELNET service is redirected from 23 to 2323",
-                                     "FTP service is redirected from 21 to 2121",
-                                     "SNMP service is redirected from 161 to 16116"};
-    std::string all;
-    for (size_t i = 0; i < count; i++)
-      all += "<div id='noteBlock'><span>Note : " + model + " " + kServices[i] + "</span></div>";
-    return all;
+  auto note = [](const char *service, const std::string &model = "RX1") {
+    return "<div id='noteBlock'><span>Note : " + model + " " + service + "</span></div>";
   };
-  const std::string kFtp = notes(4).substr(notes(3).size());
+  const char *const kServices[] = {
+      "HTTP service is redirected from 80 to 8080", "HTTPS service is redirected from 443 to 44344",
+      "TELNET service is redirected from 23 to 2323", "FTP service is redirected from 21 to 2121",
+      "SNMP service is redirected from 161 to 16116"};
+  const std::string kHttp = note(kServices[0]);
+  std::string all;
+  for (const char *service : kServices) all += note(service);
   const std::pair<const char *, std::string> kCases[] = {
-      {"a,b,c,70,90,1;a,b,c,80,0,3;a,b,c,21,0,1", notes(1) + kFtp},
-      {"a,b,c,1,65535,3;a,b,c,80,0,1", notes(5)},
-      {"a,b,c,70,80,1", notes(1)},
+      {"a,b,c,70,90,1;a,b,c,80,0,3;a,b,c,21,0,1", kHttp + note(kServices[3])},
+      {"a,b,c,1,65535,3;a,b,c,80,0,1", all},
+      {"a,b,c,70,80,1", kHttp},
       {nullptr, ""},
-      {"", ""},
       {"a,b,c,70,90,2", ""},               // UDP only
       {"192.168.1.10,80,0,TCP", ""},       // the rule builder's layout
       {"a,b,c,0,90,1", ""},                // no first port
@@ -113,11 +102,12 @@ TEST(PortForwardWarning, EachShadowedServiceIsNotedOnce) {
   for (const auto &[rules, noted] : kCases) EXPECT_EQ(warning(rules), noted);
 
   // The model name stands as it is stored; a note that has no room is left out.
-  EXPECT_EQ(warning("a,b,c,80,0,1", "<b>%d%n"), notes(1, "<b>%d%n"));
-  const std::pair<size_t, size_t> kNotesOfModel[] = {{100, 5}, {200, 3}, {900, 1}, {5000, 0}};
-  for (auto [length, count] : kNotesOfModel) {
-    const std::string model(length, 'M');
-    EXPECT_EQ(warning("a,b,c,1,65535,3", model), notes(count, model));
+  EXPECT_EQ(warning("a,b,c,80,0,1", "<b>%d%n"), note(kServices[0], "<b>%d%n"));
+  for (auto [length, count] : {std::pair(100, 5), {200, 3}, {900, 1}, {5000, 0}}) {
+    const std::string model(static_cast<size_t>(length), 'M');
+    std::string first;
+    for (int i = 0; i < count; i++) first += note(kServices[i], model);
+    EXPECT_EQ(warning("a,b,c,1,65535,3", model), first);
   }
 }
 
@@ -134,7 +124,8 @@ TEST(PortForwardList, TellsWhichFieldIsAtFault) {
   EXPECT_EQ(faultOf<PortForward>("host,x,x,x", 0), "0 is not an IPv4 address");
   EXPECT_EQ(faultOf<PortForward>("any", 0), "1 is missing");
   EXPECT_EQ(faultOf<PortForward>("any,http,0,TCP", 0), "1 is 0 or above 65535");
-  EXPECT_EQ(faultOf<PortForward>("any,80,70000,TCP", 0), "2 is above 65535");
+  EXPECT_EQ(faultOf<PortForward>("any,65536,0,TCP", 0), "1 is 0 or above 65535");
+  EXPECT_EQ(faultOf<PortForward>("any,80,65536,TCP", 0), "2 is above 65535");
   EXPECT_EQ(faultOf<PortForward>("any,80,0", 0), "3 is missing");
   EXPECT_EQ(faultOf<PortForward>("any,80,0,1", 0), "3 names no protocol, and no rule before does");
   EXPECT_EQ(faultOf<PortForward>("any,80,0,1", kUdp), "");

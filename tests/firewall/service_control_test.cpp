@@ -57,7 +57,6 @@ TEST(AccessList, IsInForceInModeOneOnly) {
 
 TEST(RemoteManagement, LetsAnswersInOnAGatewaysFirstWan) {
   const std::pair<const char *, bool> kCases[] = {
-      {"OperationMode=1 SPIFWEnabled=1 RemoteManagement=0", true},
       {"OperationMode=1 SPIFWEnabled=1 RemoteManagement=2", true},
       {"OperationMode=1 SPIFWEnabled=1", true},
       {"OperationMode=1 SPIFWEnabled=1 RemoteManagement=1", false},

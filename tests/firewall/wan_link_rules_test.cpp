@@ -41,9 +41,8 @@ iptables -A FORWARD -p tcp -i ppp+ --tcp-flags SYN,ACK SYN,ACK -m tcpmss --mss 1
 
 TEST(DhcpRelay, ServersOnTheWanSideAnswerOnlyARelay) {
   sim::Device device;
-  iptablesDHCPRelayChainRun();
-  for (const char *enabled : {"0", "1", "22", ""}) {
-    device.buffered({{"dhcpEnabled", enabled}});
+  for (const char *settings : {"", "dhcpEnabled=0", "dhcpEnabled=1", "dhcpEnabled=22"}) {
+    device.buffered(settingsOf(settings));
     iptablesDHCPRelayChainRun();
   }
   EXPECT_EQ(transcript(device), "");

@@ -30,13 +30,12 @@ TEST(DisplayText, EveryByte) {
 }
 
 TEST(DisplayText, StaysInsideItsBuffer) {
-  std::string longest;
+  std::string longest, quotes;
   for (int i = 0; i < 32; i++) longest += "&#127;";
+  for (int i = 0; i < 38; i++) quotes += "&#34;";
   EXPECT_EQ(shown(std::string(32, '\x7f')), longest);
   // The 33rd is left out, and no reference is ever cut in two.
   EXPECT_EQ(shown(std::string(33, '\x7f')), longest);
-  std::string quotes;
-  for (int i = 0; i < 38; i++) quotes += "&#34;";
   EXPECT_EQ(shown(std::string(192, '"')), quotes);
 }
 

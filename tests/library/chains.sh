@@ -6,7 +6,7 @@ cd "$1"
 
 not_ours='INPUT|FORWARD|OUTPUT|PREROUTING|POSTROUTING|BROUTING|ACCEPT|DROP|RETURN|REJECT|LOG|DNAT|TCPMSS|mark'
 literal='"(?:[^"\\]|\\.)*"'
-told=$(grep -oP '^ +"\K\w+(?=",$)' firewall/chains.h | sort)
+told=$(grep -oP '^// \K\w+(?=  )' firewall/chains.h | sort)
 named=$(grep -rhoP --include='*.cpp' "$literal" . |
   grep -oP '(?:tables (?:-t \w+ )?-(?:[A-Z]|%c) |-j )\K\w+' | grep -vxE "$not_ours" | sort -u)
 differences=$(diff <(echo "$told") <(echo "$named") || true)

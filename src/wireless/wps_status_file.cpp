@@ -21,11 +21,12 @@ constexpr int kRunning = 1;
 constexpr int kEnded = 2;
 
 // The runner's redirection stands behind the echo's own, so that the shell makes the
-// file and throws the text away. It is written here: the pipe that runIntoFile takes
-// needs the heap, and the monitors run in a signal handler.
-void echo(const char *path, int number, const char *line) {
+// file and throws the text away; and it may be that no shell can be started. So the
+// text is written here in any case, without the heap that runIntoFile's pipe needs: the
+// monitors run in a signal handler.
+void echo(int (*run)(const char *line, ...), const char *path, int number, const char *line) {
   if (!claimFile(path)) return;
-  doSystem(line, number);
+  run(line, number);
   Text<16> text;
   writeOurs(path, text.format("%d\n", number).text());
 }
@@ -45,20 +46,19 @@ int readStatus(const char *path, const char *complaint) {
 }  // namespace
 
 void writeStatus24(int status) {
-  echo(kStatus24, status, "echo %d > /tmp/wpsStatus24");
+  echo(doSystem, kStatus24, status, "echo %d > /tmp/wpsStatus24");
 }
 
 void clearStatus24() {
-  echo(kStatus24, kNoSession, "echo \"999\" > /tmp/wpsStatus24");
+  echo(doSystem, kStatus24, kNoSession, "echo \"999\" > /tmp/wpsStatus24");
 }
 
 void clearStatus() {
-  echo(kStatus, kNoSession, "echo \"999\" > /tmp/wpsStatus");
+  echo(doSystem, kStatus, kNoSession, "echo \"999\" > /tmp/wpsStatus");
 }
 
-// Here the line's own redirection is the last one.
 void clearStatusDirectly() {
-  if (claimFile(kStatus)) runDirectly("echo \"999\" > /tmp/wpsStatus");
+  echo(runDirectly, kStatus, kNoSession, "echo \"999\" > /tmp/wpsStatus");
 }
 
 }  // namespace orba
@@ -74,7 +74,7 @@ int getWscResultGUIOrba(void) {
 void updateWpsStatusFlag(void) {
   switch (getWscResultOrba()) {
     case orba::kRunning:
-      orba::echo(orba::kStatus, orba::kEnded, "echo \"2\" > /tmp/wpsStatus");
+      orba::echo(doSystem, orba::kStatus, orba::kEnded, "echo \"2\" > /tmp/wpsStatus");
       break;
     case orba::kEnded:
     case -1:  // no file

@@ -37,9 +37,10 @@ int runFormatted(const char *format, va_list arguments, const char *redirection)
 int runEach(const char *commands, int (*run_one)(const char *format, ...)) {
   int result = 0;
   while (*commands != '\0') {
-    int length = static_cast<int>(strcspn(commands, "\n"));
-    result = run_one("%.*s", length, commands);
-    commands += length + 1;
+    size_t length = strcspn(commands, "\n");
+    result = run_one("%.*s", static_cast<int>(length), commands);
+    commands += length;
+    if (*commands == '\n') commands++;
   }
   return result;
 }

@@ -18,9 +18,12 @@ TEST(Runners, AppendTheirRedirectionAndCountTheFormattedText) {
   EXPECT_EQ(doSystemWithoutConsole("echo %d", 5), 6);
   EXPECT_EQ(doSystemBackGround("sleep 1"), 7);
   EXPECT_EQ(orba::runDirectly("brctl addif br0 %s", "ra0"), 19);
+  EXPECT_EQ(orba::runAll("echo 6\nls\n"), 2);
+  EXPECT_EQ(orba::runAllDirectly("echo %d\0no more"), 7);  // the last newline may be missing
   EXPECT_THAT(device.shellLines(),
               ElementsAre("echo 5 1>/dev/null 2>&1", "echo 5 1>/dev/null 2>&1",
-                          "sleep 1 1>/dev/null 2>&1 &", "brctl addif br0 ra0"));
+                          "sleep 1 1>/dev/null 2>&1 &", "brctl addif br0 ra0",
+                          "echo 6 1>/dev/null 2>&1", "ls 1>/dev/null 2>&1", "echo %d"));
   EXPECT_EQ(device.console(), "");
 }
 

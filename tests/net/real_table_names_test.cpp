@@ -5,21 +5,17 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <sched.h>
 #include <sys/file.h>
-#include <sys/mount.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <set>
 #include <sstream>
 
 #include "orba_util.h"
+#include "tests/own_world.h"
 
 namespace {
 
@@ -40,12 +36,8 @@ std::string textOf(const std::string &path) {
   return text.str();
 }
 
-// An /etc of this process alone, with an empty folder for the names.
-bool makeOwnEtc() {
-  if (unshare(CLONE_NEWNS) != 0 || mount("", "/", "", MS_REC | MS_PRIVATE, nullptr) != 0 ||
-      mount("tmpfs", "/etc", "tmpfs", 0, "size=1m") != 0) {
-    return false;
-  }
+// With an empty folder for the names.
+void makeEtc() {
   fs::create_directories("/etc/iproute2");
   fs::create_directories("/etc/settings");
   fs::create_directories("/etc/bin");
@@ -54,7 +46,6 @@ bool makeOwnEtc() {
   }
   setenv("ORBA_NVRAM_DIR", "/etc/settings", 1);
   setenv("PATH", ("/etc/bin:" + std::string(getenv("PATH"))).c_str(), 1);
-  return true;
 }
 
 struct stat statusOf(const char *path) {
@@ -78,22 +69,12 @@ void expectEdited() {
   EXPECT_FALSE(fs::exists("/etc/iproute2/rt_tables.new"));
 }
 
-// Runs a situation in a process of its own.
-void inOwnEtc(const std::function<void()> &situation) {
-  constexpr int kNoNamespace = 77;
-  pid_t child = fork();
-  if (child == 0) {
-    alarm(60);
-    if (!makeOwnEtc()) _exit(kNoNamespace);
+template <typename Situation>
+void inOwnEtc(Situation situation) {
+  inOwnWorld({"/etc"}, 0, [&] {
+    makeEtc();
     situation();
-    _exit(testing::Test::HasFailure() ? 1 : 0);
-  }
-  int status = 0;
-  waitpid(child, &status, 0);
-  if (WIFEXITED(status) && WEXITSTATUS(status) == kNoNamespace) {
-    GTEST_SKIP() << "no mounts of its own for a process here";
-  }
-  EXPECT_EQ(status, 0);
+  });
 }
 
 void mountAt(const char *where, const char *what, unsigned long flags = 0) {

@@ -2,9 +2,7 @@
 // real System V objects, in namespaces that the test makes for itself.
 #include <fcntl.h>
 #include <grp.h>
-#include <sched.h>
 #include <sys/file.h>
-#include <sys/mount.h>
 #include <sys/sem.h>
 #include <sys/shm.h>
 #include <sys/stat.h>
@@ -15,12 +13,12 @@
 #include <iterator>
 
 #include "session/processes.h"
+#include "tests/own_world.h"
 
 namespace {
 
 constexpr key_t kKey = 1234;
 constexpr char kConsole[] = "/dev/console";
-constexpr int kSkipped = 77;
 constexpr uid_t kNobody = 65534;
 
 bool exists(const std::string &path) {
@@ -39,25 +37,10 @@ std::string contentOf(const std::string &path) {
 // Runs `work` as root with System V objects, a /var and a console of its own.
 template <typename Work>
 void inAWorldOfItsOwn(Work work) {
-  pid_t child = fork();
-  if (child == 0) {
-    alarm(60);
-    bool made = unshare(CLONE_NEWIPC | CLONE_NEWNS) == 0 &&
-                mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) == 0 &&
-                mount("none", "/var", "tmpfs", 0, "mode=0755") == 0 &&
-                mount("none", "/dev", "tmpfs", 0, "mode=0755") == 0;
-    if (!made) _exit(kSkipped);
+  inOwnWorld({"/var", "/dev"}, CLONE_NEWIPC, [=] {
     write(kConsole, "");
     work();
-    fflush(stdout);
-    _exit(testing::Test::HasFailure() ? 1 : 0);
-  }
-  int status = 0;
-  ASSERT_EQ(waitpid(child, &status, 0), child);
-  if (WIFEXITED(status) && WEXITSTATUS(status) == kSkipped) {
-    GTEST_SKIP() << "needs root and namespaces";
-  }
-  EXPECT_EQ(status, 0);
+  });
 }
 
 template <typename Work>

@@ -174,10 +174,6 @@ std::string read(const std::string &path) {
   return text.str();
 }
 
-void forgetLeds() {
-  leds[0] = '\0';
-}
-
 bool alarmIsPending() {
   sigset_t pending;
   sigpending(&pending);

@@ -30,7 +30,6 @@ extern int status;              // what the WPS driver answers
 extern int shell_milliseconds;  // what each shell takes longer than here
 // What the LEDs were told since, as "14:2/1 " for on and off ticks.
 extern char leds[4096];
-void forgetLeds();
 
 // ---- the store ----
 void set(int space, const char *key, const char *value);

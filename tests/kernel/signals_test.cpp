@@ -89,7 +89,7 @@ TEST(Monitors, TheSuccessLightIsSeen) {
     machine::status = 3;
     WPSAPPBCStartAll();
     wait(250);
-    machine::forgetLeds();
+    *machine::leds = '\0';
     machine::status = 34;
     wait(1000);
     EXPECT_STREQ(machine::leds, kSuccessLights);
@@ -118,7 +118,7 @@ TEST(Monitors, AnEndIsHandledOnce) {
     machine::run([&] {
       machine::write("/tmp/wpsStatus", "1\n");
       end.start();
-      machine::forgetLeds();
+      *machine::leds = '\0';
       machine::status = end.status;
       machine::shell_milliseconds = 60;
       wait(1000);

@@ -9,6 +9,7 @@
 
 #include <cstdlib>
 #include <ctime>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 
@@ -20,10 +21,6 @@ namespace {
 constexpr key_t kKey = 1234;
 constexpr char kConsole[] = "/dev/console";
 constexpr uid_t kNobody = 65534;
-
-bool exists(const std::string &path) {
-  return access(path.c_str(), F_OK) == 0;
-}
 
 void write(const std::string &path, const std::string &text) {
   std::ofstream(path) << text;
@@ -64,12 +61,6 @@ bool waitForEver() {
   for (;;) pause();
 }
 
-time_t seconds() {
-  timespec now;
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return now.tv_sec;
-}
-
 // A record without a single end of a text but that of the path.
 bool writeIntoRecord(const std::string &session_file) {
   void *segment = shmat(shmget(kKey, 0, 0), nullptr, 0);
@@ -102,7 +93,7 @@ TEST(LoginAttack, HasNoFileDeletedButASessions) {
         EXPECT_EQ(strnlen(login.status_text, 128), 127u);
         EXPECT_STREQ(login.session_file, wanted.path);
         logs_out ? static_cast<void>(tuLogout()) : static_cast<void>(writeSessionFile("x"));
-        EXPECT_EQ(exists(wanted.path), !wanted.deleted) << wanted.path;
+        EXPECT_EQ(std::filesystem::exists(wanted.path), !wanted.deleted) << wanted.path;
       }
     }
     const std::string endless = "/var/SESS_" + std::string(200, '1');
@@ -119,7 +110,7 @@ TEST(LoginAttack, StopsNobodyForGoodWithTheSemaphoreOrTheFolder) {
         startStranger([] { return flock(open("/var", O_RDONLY), LOCK_EX) == 0 && waitForEver(); });
     int folder = open("/var", O_RDONLY);
     waitUntil([&] { return flock(folder, LOCK_SH | LOCK_NB) != 0 || flock(folder, LOCK_UN) != 0; });
-    time_t before = seconds();
+    const time_t before = time(nullptr);
     EXPECT_EQ(sync_globalVar_and_sharedMem(1), 0) << "a semaphore that nobody has freed yet";
     end(locking);
 
@@ -136,7 +127,7 @@ TEST(LoginAttack, StopsNobodyForGoodWithTheSemaphoreOrTheFolder) {
     EXPECT_EQ(writeSessionFile("x"), 1);
     EXPECT_EQ(init_SharedMemory(), 0) << "a start mends it";
     EXPECT_EQ(sync_globalVar_and_sharedMem(1), 0);
-    EXPECT_LE(seconds() - before, 10);
+    EXPECT_LE(time(nullptr) - before, 10);
     end(taking);
   });
 }

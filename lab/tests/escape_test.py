@@ -9,7 +9,7 @@ import signal
 import subprocess
 import tempfile
 
-from lab import EXAMPLES, ORBA, STATE, LabTest, example, run, shell, waits
+from lab import EXAMPLES, ORBA, STATE, LabTest, example, process_of, run, shell, waits
 
 # Stays behind in the lab, and reads what is typed on the terminal that it was started
 # from: by way of the session's terminal, or of what it was given for its standard three.
@@ -114,9 +114,7 @@ class KeptIn(LabTest):
         with tempfile.TemporaryDirectory() as folder:
             run("cp", "-r", STATE, f"{folder}/lab")
             for name in ("router", "holder"):
-                with open(f"{STATE}/{name}.pid", encoding="ascii") as file:
-                    number = file.read().split()[0]
-                run("sed", "-i", f"s/^{number}/{stranger.pid}/", f"{folder}/lab/{name}.pid")
+                run("sed", "-i", f"s/^{process_of(name)}/{stranger.pid}/", f"{folder}/lab/{name}.pid")
             own = os.environ | {"ORBA_LAB_STATE": f"{folder}/lab"}
             for words in (("lab", "shell", "router", "true"), ("apply", "getNums", "a", ";")):
                 self.assertIn("no lab is up", run(ORBA, *words, env=own).stderr, words)
@@ -157,8 +155,7 @@ class KeptIn(LabTest):
             return file.read().split()[2] == "1"
 
     def test_nobody_on_the_machine(self):
-        with open(f"{STATE}/router.pid", encoding="ascii") as file:
-            process = file.read().split()[0]
+        process = process_of("router")
         for kind in ("mnt", "pid", "net", "ipc", "uts"):
             theirs, mine = (os.readlink(f"/proc/{p}/ns/{kind}") for p in (process, "self"))
             self.assertNotEqual(theirs, mine, kind)

@@ -45,13 +45,17 @@ def run(*words, **more):
     return subprocess.run(words, capture_output=True, text=True, check=False, **more)
 
 
+def process_of(host):
+    """The number of the process that holds a host's namespaces."""
+    with open(f"{STATE}/{host}.pid", encoding="ascii") as file:
+        return int(file.read().split()[0])
+
+
 @contextlib.contextmanager
 def on(host):
     """Sockets made inside belong to this host of the lab."""
-    with open(f"{STATE}/{host}.pid", encoding="ascii") as file:
-        process = file.read().split()[0]
     home = os.open("/proc/self/ns/net", os.O_RDONLY)
-    there = os.open(f"/proc/{process}/ns/net", os.O_RDONLY)
+    there = os.open(f"/proc/{process_of(host)}/ns/net", os.O_RDONLY)
     if libc.setns(there, 0) != 0:
         raise OSError(ctypes.get_errno(), "setns")
     try:
@@ -91,27 +95,34 @@ def waits(sock, patience=PATIENCE):
     return bool(select.select([sock], [], [], patience)[0])
 
 
+def answered(host, protocol, body, target, is_answer, source=""):
+    """Whether a host sends this and gets an answer, of which is_answer(packet) is true."""
+    with on(host):
+        raw = socket.socket(socket.AF_INET, socket.SOCK_RAW, protocol)
+    with raw:
+        raw.bind((source, 0))
+        raw.sendto(body, (target, 0))
+        while waits(raw):
+            packet, sender = raw.recvfrom(65535)
+            if sender[0] == target and is_answer(packet[20:]):
+                return True
+    return False
+
+
 identities = itertools.count(1000)
 
 
 def ping(host, target, size=8):
     """Whether an echo request of a new conversation is answered."""
-    with on(host):
-        raw = socket.socket(socket.AF_INET, socket.SOCK_RAW, socket.IPPROTO_ICMP)
-    with raw:
-        body = struct.pack("!BBHHH", 8, 0, 0, next(identities), 1) + b"x" * size
-        body = body[:2] + struct.pack("!H", checksum(body)) + body[4:]
-        raw.sendto(body, (target, 0))
-        while waits(raw):
-            packet, sender = raw.recvfrom(65535)
-            if packet[20] == 0 and sender[0] == target:
-                return True
-    return False
+    body = struct.pack("!BBHHH", 8, 0, 0, next(identities), 1) + b"x" * size
+    body = body[:2] + struct.pack("!H", checksum(body)) + body[4:]
+    return answered(host, socket.IPPROTO_ICMP, body, target, lambda answer: answer[0] == 0)
 
 
-def tcp(host, target, port, source=None, listener=None):
+def tcp(host, target, port, source=None, listener=None, words=b""):
     """What comes of a connection: the address it comes from, as the listener on
-    (host, address) sees it; "refused"; or "dropped"."""
+    (host, address) sees it; "refused"; or "dropped", which it is too when the
+    listener does not get these words over it."""
     server = None
     if listener:
         with on(listener[0]):
@@ -136,8 +147,10 @@ def tcp(host, target, port, source=None, listener=None):
         if not waits(server):
             return "elsewhere"
         connection, peer = server.accept()
-        connection.close()
-        return peer[0]
+        with connection:
+            client.sendall(words)
+            got = not words or (waits(connection) and connection.recv(999) == words)
+            return peer[0] if got else "dropped"
 
 
 def udp(host, target, port, listener, source=None):
@@ -154,42 +167,17 @@ def udp(host, target, port, listener, source=None):
         return server.recvfrom(99)[1][0] if waits(server) else "dropped"
 
 
-def said(host, target, port, words, listener):
-    """Whether these words reach the listener over a connection; False when it is reset."""
-    with on(listener[0]):
-        server = socket.create_server((listener[1], port))
-    with on(host):
-        client = socket.socket()
-    with server, client:
-        client.settimeout(PATIENCE)
-        client.connect((target, port))
-        connection, _ = server.accept()
-        with connection:
-            client.sendall(words)
-            if waits(connection):
-                return connection.recv(999) == words
-            return False
-
-
 FLAGS = {"FIN": 1, "SYN": 2, "RST": 4, "PSH": 8, "ACK": 16, "URG": 32}
 
 
 def send_flags(host, source, target, names, port=9):
     """Sends a TCP packet with these flags to a closed port; whether it is answered."""
-    with on(host):
-        raw = socket.socket(socket.AF_INET, socket.SOCK_RAW, socket.IPPROTO_TCP)
     flags = sum(FLAGS[name] for name in names)
     header = struct.pack("!HHIIBBHHH", 4321, port, 1, 0, 5 << 4, flags, 1024, 0, 0)
     pseudo = socket.inet_aton(source) + socket.inet_aton(target) + struct.pack("!HH", 6, 20)
     header = header[:16] + struct.pack("!H", checksum(pseudo + header)) + header[18:]
-    with raw:
-        raw.bind((source, 0))
-        raw.sendto(header, (target, 0))
-        while waits(raw):
-            packet = raw.recv(999)[20:]
-            if struct.unpack("!HH", packet[:4]) == (port, 4321):
-                return True
-    return False
+    return answered(host, socket.IPPROTO_TCP, header, target,
+                    lambda answer: struct.unpack("!HH", answer[:4]) == (port, 4321), source)
 
 
 class Sniffer:

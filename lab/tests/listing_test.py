@@ -4,7 +4,7 @@ import os
 import select
 import signal
 
-from lab import ORBA, STATE, LabTest, example, run, shell
+from lab import ORBA, STATE, LabTest, example, process_of, run, shell
 from listing import chains, normal
 
 PROGRAMS = ("iptables", "ebtables")
@@ -114,8 +114,7 @@ class Failures(LabTest):
 
 class Life(LabTest):
     def test_down_leaves_nothing(self):
-        with open(f"{STATE}/router.pid", encoding="ascii") as file:
-            router = file.read().split()[0]
+        router = process_of("router")
         run(ORBA, "lab", "down")
         self.assertFalse(os.path.exists(STATE))
         self.assertNotIn("router.sh", run("cat", f"/proc/{router}/cmdline").stdout)
@@ -125,8 +124,7 @@ class Life(LabTest):
 
     def test_a_killed_lab_is_cleaned_up(self):
         self.setUpClass()
-        with open(f"{STATE}/router.pid", encoding="ascii") as file:
-            router = int(file.read().split()[0])
+        router = process_of("router")
         ends = os.pidfd_open(router)
         os.kill(router, signal.SIGKILL)
         select.select([ends], [], [])

@@ -1,7 +1,6 @@
-// Bounded text, stripping, tokens, the kernel's counters, the interval timer.
+// Bounded text, stripping, tokens, the interval timer.
 #include <gmock/gmock.h>
 
-#include "core/net_dev.h"
 #include "core/text.h"
 #include "orba_util.h"
 #include "sim/device.h"
@@ -44,27 +43,6 @@ TEST(GetField, WantsADigit) {
   EXPECT_EQ(field(1), nullptr);
   EXPECT_STREQ(field(2), "34");
   EXPECT_EQ(field(5), nullptr);
-}
-
-TEST(NetDev, FindsACounterByNameAndColumn) {
-  sim::Device device;
-  EXPECT_EQ(orba::readNetDevCounter("eth2", 0), -1);
-  EXPECT_EQ(device.printed(), "no proc?\n");
-
-  device.file("/proc/net/dev",
-              "Inter-|   Receive                                                |  Transmit\n"
-              " face |bytes    packets errs drop fifo frame compressed multicast|bytes    packets\n"
-              "a line without the mark\n"
-              "  eth2:12345678901 22    0    0    0     0          0         0  9876543210  44\n"
-              "eth2.2:7 8 0 0 0 0 0 0 x\n");
-  EXPECT_EQ(orba::readNetDevCounter("eth2", orba::kSentBytes), 9876543210LL);
-  EXPECT_EQ(orba::readNetDevCounter("eth2", orba::kSentPackets), 44);
-  EXPECT_EQ(orba::readNetDevCounter("eth2", orba::kReceivedBytes), 12345678901LL);
-  EXPECT_EQ(orba::readNetDevCounter("eth2", orba::kReceivedPackets), 22);
-  EXPECT_EQ(orba::readNetDevCounter("eth2", 4), 0);
-  EXPECT_EQ(orba::readNetDevCounter("eth2.2", orba::kSentBytes), 0);    // no digit
-  EXPECT_EQ(orba::readNetDevCounter("eth2.2", orba::kSentPackets), 0);  // no such column
-  EXPECT_EQ(orba::readNetDevCounter("eth", 0), 0);
 }
 
 namespace {

@@ -103,17 +103,14 @@ TEST(PolicyRoutes, MatchOnlyWhatTheRuleNames) {
     int n;
     const char *match, *mark;
   } kCases[] = {
-      {"", "255.0.0.0", "0", "", "-1", 1, "", "0x40000000"},
       {"10.0.0.9", "", "8080", "02:00:00:00:00:01", "17", 2,
        " --src 02:00:00:00:00:01 -p ipv4  --ip-src 10.0.0.9 --ip-proto 17 --ip-sport 8080",
        "0x60000000"},
       // An empty number is 0, which is a protocol.
       {"", "", "", "", "", 6, " -p ipv4  --ip-proto 0", "0xe0000000"},
-      {"10.0.0.9", "255.0.0.0", "0", "", "-1", 5, " -p ipv4  --ip-src 10.0.0.9/255.0.0.0",
-       "0xc0000000"},
       // The top three bits hold six marks; the rules behind share others' and do
       // not route as intended.
-      {"", "", "0", "", "-1", 7, "", "0x0"},
+      {"", "255.0.0.0", "0", "", "-1", 7, "", "0x0"},
       {"", "", "0", "", "-1", 8, "", "0x20000000"},
   };
   for (const auto &c : kCases) {

@@ -45,22 +45,18 @@ class SharedLogin : public LoginDevice {
   int semaphoreValue() { return semctl(semget(kernel_.key(), 1, 0), 0, GETVAL); }
 };
 
-TEST_F(SharedLogin, HasTheSizeAndTheModeThatOtherProgramsExpect) {
+TEST_F(SharedLogin, AnswersBeforeAnyStart) {
+  EXPECT_TRUE(othersSee(""));
+  EXPECT_EQ(semaphoreValue(), 1);
+  // As other programs expect it.
   ASSERT_TRUE(publish(0x01020304));
-  int segment = shmget(kernel_.key(), 0, 0);
-  shmid_ds status;
+  const int segment = shmget(kernel_.key(), 204, 0);
+  shmid_ds status{};
   ASSERT_EQ(shmctl(segment, IPC_STAT, &status), 0);
   EXPECT_EQ(status.shm_segsz, 204u);
   EXPECT_EQ(status.shm_perm.mode & 0777, 0666);
   EXPECT_EQ(status.shm_nattch, 0u);
-  void *bytes = shmat(segment, nullptr, SHM_RDONLY);
-  EXPECT_EQ(memcmp(bytes, &global_shared_stuff, 204), 0);
-  shmdt(bytes);
-}
-
-TEST_F(SharedLogin, AnswersBeforeAnyStart) {
-  EXPECT_TRUE(othersSee(""));
-  EXPECT_EQ(semaphoreValue(), 1);
+  EXPECT_EQ(memcmp(shmat(segment, nullptr, SHM_RDONLY), &global_shared_stuff, 204), 0);
 
   // A maker that was killed before it could free its semaphore.
   kernel_.removeAll();

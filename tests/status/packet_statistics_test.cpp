@@ -32,6 +32,7 @@ class PacketStatistics : public testing::Test {
   PacketStatistics() : ports_(device_.part<Switch>()), radio_(device_.part<RadioTraffic>()) {
     device_.settings({{"OperationMode", "1"},
                       {"wan2Vid", "30"},
+                      {"wan4Vid", "40"},
                       {"WirelessOPMode", "0"},
                       {"OperatingBandRepeater", "1"},
                       {"WlanEnabled", "1;0;0;0"}});
@@ -39,8 +40,11 @@ class PacketStatistics : public testing::Test {
     device_.file("/proc/net/dev",
                  "Inter-|   Receive                            |  Transmit\n"
                  " face |bytes packets errs drop fifo frame compressed multicast|bytes packets\n"
+                 "a line without the mark\n"
+                 "  eth2: 1 2 3 4 5 6 7 8 9 10\n"
                  "  eth2.2: 9000000000 42 0 0 0 0 0 0 5000000000 21 0 0 0 0 0 0\n"
                  " eth2.30:1000 4 0 0 0 0 0 0 300 2 0 0 0 0 0 0\n"
+                 " eth2.40: 7 8 0 0 0 0 0 0 x\n"  // no digit, and a column that is not there
                  "     ra0: 77 7 0 0 0 0 0 0 66 6 0 0 0 0 0 0\n");
     device_.answer("get_count_assoc", "2\n");
     device_.file("/tmp/wifi_statistic", "11 12\n13 14 15 16 17 18446744073709551615\n");
@@ -66,7 +70,7 @@ class PacketStatistics : public testing::Test {
   int result_ = 0;
 
   const std::string wans_ =
-      "21,42,5000000000,9000000000,0,0,0,0@2,4,300,1000,0,0,0,0@0,0,0,0,0,0,0,0@0,0,0,0,0,0,0,0";
+      "21,42,5000000000,9000000000,0,0,0,0@2,4,300,1000,0,0,0,0@0,0,0,0,0,0,0,0@0,8,0,7,0,0,0,0";
   const std::string radios_ =
       "@20,10,40,4294967295,0,0,0,0@21,11,41,4294967294,0,0,0,0"
       "@22,12,42,4294967293,0,0,0,0@23,13,43,4294967292,0,0,0,0";

@@ -108,15 +108,10 @@ TEST(Runners, RefuseALineWithAnOptionForAValue) {
 }
 
 TEST(ShellWord, TooLongToQuoteKeepsItsCommandFromRunning) {
-  for (size_t length : {250, 255, 999, 1000, 1005, 1020, 1022, 1023, 1024, 5000}) {
-    for (char filling : {'\'', ';', 'x'}) {
-      sim::Device device;
-      doSystem("echo %s", orba::ShellWord(std::string(length, filling).c_str()).text());
-      for (const std::string &line : device.commands()) {
-        auto quotes = std::count(line.begin(), line.end(), '\'');
-        EXPECT_EQ(quotes % 2, 0) << "an open quote with " << length << " of " << filling;
-      }
-    }
+  for (char filling : {'\'', ';', 'x'}) {
+    sim::Device device;
+    doSystem("echo %s", orba::ShellWord(std::string(1010, filling).c_str()).text());
+    EXPECT_THAT(device.commands(), IsEmpty()) << filling;
   }
 }
 

@@ -182,8 +182,6 @@ TEST_F(PlantedFiles, ALockThatIsNeverLetGoIsNotWaitedForWithoutEnd) {
   });
 }
 
-// Whoever reads under the lock finds a number, at any moment of another process's
-// writing.
 TEST(SharedResult, IsNeverSeenHalfWritten) {
   machine::run([] {
     setWscResult(1);

@@ -11,7 +11,6 @@
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// The two setters reach different lines.
 TEST(Leds, ASteadyLightReachesLinesThatBlinkingDoesNot) {
   sim::Device device;
   device.part<sim::Leds>();

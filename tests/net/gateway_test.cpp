@@ -11,8 +11,6 @@ using testing::IsEmpty;
 
 namespace {
 
-constexpr char kRoutes[] = "/proc/net/route";
-
 const std::string kLan = route("br0", "192.168.1.0", "0.0.0.0", "255.255.255.0", kUp);
 const std::string kOffice = route("br0", "10.8.0.0", "192.168.1.9", "255.255.0.0", kUpWithGateway);
 const std::string kDown = route("eth2.2", "0.0.0.0", "10.0.0.254", "0.0.0.0", 2);

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+constexpr char kRoutes[] = "/proc/net/route";
 constexpr int kUp = 1;
 constexpr int kUpWithGateway = 3;
 

@@ -240,7 +240,6 @@ TEST(PolicyTableNames, LoseNoLineThatAnotherProgramAppends) {
   }
 }
 
-// What they append stays, also where the disk is full when it is to be moved up.
 TEST(PolicyTableNames, LeaveLinesOfOthersWhereTheyAreOnAFullDisk) {
   for (size_t moment = 1;; moment++) {
     sim::Device device;
@@ -260,7 +259,6 @@ TEST(PolicyTableNames, LeaveLinesOfOthersWhereTheyAreOnAFullDisk) {
   }
 }
 
-// The file is written once for all rules, not twice for each.
 TEST(PolicyTableNames, OfManyRulesAreWrittenInProportion) {
   size_t calls[2];
   for (size_t i : {0, 1}) {

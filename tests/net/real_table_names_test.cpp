@@ -87,8 +87,6 @@ void mountSmall(const char *limit) {
   put(kTables, kOld);
 }
 
-constexpr char kFiller[] = "/etc/iproute2/filler";
-
 }  // namespace
 
 TEST(RealTableNames, AreEditedWhereverTheyCanBeWritten) {
@@ -112,7 +110,7 @@ TEST(RealTableNames, AreEditedWhereverTheyCanBeWritten) {
       [] { mountSmall("nr_inodes=2"); },  // full of files
       [] {                                // full of bytes
         mountSmall("size=8k");
-        put(kFiller, std::string(8192, 'x'));
+        put("/etc/iproute2/filler", std::string(8192, 'x'));
       },
       [] {
         put("/etc/tables", kOld);
@@ -153,14 +151,13 @@ TEST(RealTableNames, StayWholeWhereNotOneByteIsLeft) {
     mountSmall("size=8k");
     const std::string full = std::string(4090, '#') + "\n5 a\n";
     put(kTables, full);
-    put(kFiller, std::string(8192, 'x'));
+    put("/etc/iproute2/filler", std::string(8192, 'x'));
     doPolicyRoutingAction("", "", "0", "", "-1", "WAN", "br0", "home", 2, 1);
     EXPECT_EQ(textOf(kTables), full);
     EXPECT_FALSE(fs::exists("/etc/ran")) << "nothing is installed without a name";
   });
 }
 
-// Several processes that edit the names lose none.
 TEST(RealTableNames, AreSharedByTheirEditors) {
   inOwnEtc([] {
     put(kTables, "254 main\n");

@@ -7,8 +7,6 @@
 
 namespace {
 
-constexpr char kRoutes[] = "/proc/net/route";
-
 std::string view() {
   char text[4096] = "before";
   EXPECT_EQ(getRoutingTable(text), 1);

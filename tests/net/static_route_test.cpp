@@ -10,8 +10,6 @@
 
 namespace {
 
-constexpr char kRoutes[] = "/proc/net/route";
-
 constexpr char kRules[] =
     "192.168.5.0,255.255.255.0,192.168.1.254,LAN,br0,,;"
     "10.9.9.9,255.255.255.255,,LAN,br0,,;"

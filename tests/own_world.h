@@ -5,11 +5,25 @@
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
+#include <fstream>
 #include <initializer_list>
+#include <iterator>
+#include <string>
+
+inline void put(const std::string &path, const std::string &text, mode_t mode = 0644) {
+  std::ofstream(path) << text;
+  chmod(path.c_str(), mode);
+}
+
+inline std::string textOf(const std::string &path) {
+  std::ifstream file(path);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
 
 // Runs `situation` in a process of its own, for which each of these folders is empty
 // and which has the namespaces `more` besides, and takes over what it expected. Skips

@@ -12,7 +12,6 @@
 #include <filesystem>
 #include <fstream>
 #include <set>
-#include <sstream>
 
 #include "orba_util.h"
 #include "tests/own_world.h"
@@ -24,17 +23,6 @@ namespace fs = std::filesystem;
 constexpr char kFolder[] = "/etc/iproute2";
 constexpr char kTables[] = "/etc/iproute2/rt_tables";
 constexpr char kOld[] = "254 main\n202 pf_office\n1 mine\n";
-
-void put(const std::string &path, const std::string &content, mode_t mode = 0644) {
-  std::ofstream(path) << content;
-  chmod(path.c_str(), mode);
-}
-
-std::string textOf(const std::string &path) {
-  std::ostringstream text;
-  text << std::ifstream(path).rdbuf();
-  return text.str();
-}
 
 // With an empty folder for the names.
 void makeEtc() {

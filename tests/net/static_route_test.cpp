@@ -106,7 +106,6 @@ TEST(RoutingRules, AreFoundByDestinationMaskAndInterface) {
   sim::Device device;
   EXPECT_EQ(indexOf("", "", ""), -1);
   device.settings({{"RoutingRules", kRules}});
-  EXPECT_EQ(indexOf("192.168.5.0", "255.255.255.0", "br0"), 0);
   EXPECT_EQ(indexOf("10.2.0.0", "255.255.0.0", "eth2.2"), 3);
   EXPECT_EQ(indexOf("10.1.0.0", "255.255.0.0", "eth2.2"), 5);
   EXPECT_EQ(indexOf("10.1.0.0", "255.255.0.0", "eth2"), -1);

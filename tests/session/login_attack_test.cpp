@@ -10,8 +10,6 @@
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "session/processes.h"
 #include "tests/own_world.h"
@@ -22,20 +20,11 @@ constexpr key_t kKey = 1234;
 constexpr char kConsole[] = "/dev/console";
 constexpr uid_t kNobody = 65534;
 
-void write(const std::string &path, const std::string &text) {
-  std::ofstream(path) << text;
-}
-
-std::string contentOf(const std::string &path) {
-  std::ifstream file(path);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
 // Runs `work` as root with System V objects, a /var and a console of its own.
 template <typename Work>
 void inAWorldOfItsOwn(Work work) {
   inOwnWorld({"/var", "/dev"}, CLONE_NEWIPC, [=] {
-    write(kConsole, "");
+    put(kConsole, "");
     work();
   });
 }
@@ -85,7 +74,7 @@ TEST(LoginAttack, HasNoFileDeletedButASessions) {
                   {"/var/SESS_-1", false}};
     for (const auto &wanted : kCases) {
       for (bool logs_out : {true, false}) {
-        write(wanted.path, "kept");
+        put(wanted.path, "kept");
         ASSERT_TRUE(endedWell(startStranger([&] { return writeIntoRecord(wanted.path); })));
         ASSERT_EQ(sync_globalVar_and_sharedMem(0), 0);
         const orba_login_record &login = global_shared_stuff;
@@ -147,20 +136,20 @@ TEST(LoginAttack, DoesNotKeepTheKey) {
     waitUntil([&] { return status().shm_nattch == 1; });
     EXPECT_EQ(sync_globalVar_and_sharedMem(1), 0);
     EXPECT_EQ(status().shm_segsz, 204u);
-    EXPECT_EQ(contentOf(kConsole), "foreign login record replaced\n");
+    EXPECT_EQ(textOf(kConsole), "foreign login record replaced\n");
     end(holding);
 
     // Too long, or closed to the server's other users, or in a position to become so.
     for (auto [size, mode] : {std::pair<size_t, int>{9000, 0666}, {204, 0600}, {204, 0666}}) {
       shmctl(shmget(kKey, 0, 0), IPC_RMID, nullptr);
       semctl(semget(kKey, 0, 0), 0, IPC_RMID);
-      write(kConsole, "");
+      put(kConsole, "");
       ASSERT_TRUE(endedWell(startStranger([=, size = size, mode = mode] {
         return shmget(kKey, size, IPC_CREAT | mode) != -1 &&
                semget(kKey, 1, IPC_CREAT | mode) != -1;
       })));
       EXPECT_EQ(init_SharedMemory(), 0);
-      EXPECT_EQ(contentOf(kConsole), "foreign login record replaced\n");
+      EXPECT_EQ(textOf(kConsole), "foreign login record replaced\n");
       EXPECT_EQ(status().shm_segsz, 204u);
       EXPECT_EQ(status().shm_perm.cuid, 0u);
       semid_ds semaphore{};
@@ -168,9 +157,9 @@ TEST(LoginAttack, DoesNotKeepTheKey) {
       EXPECT_EQ(semaphore.sem_perm.cuid, 0u);
       EXPECT_TRUE(endedWell(startStranger([] { return sync_globalVar_and_sharedMem(0) == 0; })));
     }
-    write(kConsole, "");
+    put(kConsole, "");
     EXPECT_EQ(init_SharedMemory(), 0);
-    EXPECT_EQ(contentOf(kConsole), "") << "one's own is kept";
+    EXPECT_EQ(textOf(kConsole), "") << "one's own is kept";
   });
 }
 

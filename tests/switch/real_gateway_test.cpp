@@ -1,10 +1,7 @@
 // A lease file that is an attack, with the real shell and the real programs.
 #include <sys/resource.h>
-#include <sys/stat.h>
 
 #include <cstdlib>
-#include <fstream>
-#include <string>
 
 #include "switch/gateway_mac.h"
 #include "tests/own_world.h"
@@ -13,10 +10,9 @@
 TEST(Gateway, ThatIsAnOptionDoesNotReachTheProgram) {
   constexpr long kMostKilobytes = 64 << 10;
   inOwnWorld({"/var"}, 0, [&] {
-    std::ofstream("/var/wan1.info") << "-f/dev/zero:eth2.2\n";
+    put("/var/wan1.info", "-f/dev/zero:eth2.2\n");
     // The machine is to live through a test that fails.
-    std::ofstream("/var/grep") << "#!/bin/sh\nulimit -v 524288\nPATH=${PATH#*:} exec grep \"$@\"\n";
-    chmod("/var/grep", 0755);
+    put("/var/grep", "#!/bin/sh\nulimit -v 524288\nPATH=${PATH#*:} exec grep \"$@\"\n", 0755);
     setenv("PATH", ("/var:" + std::string(getenv("PATH"))).c_str(), 1);
     ASSERT_NE(freopen("/dev/null", "w", stderr), nullptr);
     orba::GatewayMac mac;

@@ -42,9 +42,8 @@ class Listings(LabTest):
                         self.assertEqual([normal(r) for r in found], [normal(r) for r in rules], where)
                     of_ebtables = "ACCEPT" if program == "ebtables" else ""
                     self.assertEqual(policy, chain["policy"] or of_ebtables, where)
-                empty = {name: rules for name, (_, rules) in kernel.get(table, {}).items()
-                         if name not in foreseen[program][table]}
-                self.assertFalse([name for name, rules in empty.items() if rules], table)
+                self.assertFalse([name for name, (_, rules) in kernel.get(table, {}).items()
+                                  if rules and name not in foreseen[program][table]], table)
         self.assertEqual(not_run, applied[-1]["not_run"])
 
     def fresh(self, name):

@@ -180,16 +180,13 @@ def send_flags(host, source, target, names, port=9):
                     lambda answer: struct.unpack("!HH", answer[:4]) == (port, 4321), source)
 
 
-class Sniffer:
+class Sniffer(contextlib.AbstractContextManager):
     """The IPv4 packets that an interface of a host receives."""
 
     def __init__(self, host, interface):
         with on(host):
             self.socket = socket.socket(socket.AF_PACKET, socket.SOCK_DGRAM, socket.htons(0x0800))
             self.socket.bind((interface, 0x0800))
-
-    def __enter__(self):
-        return self
 
     def __exit__(self, *_):
         self.socket.close()

@@ -13,7 +13,7 @@ namespace {
 constexpr char kRules[] =
     "192.168.5.0,255.255.255.0,192.168.1.254,LAN,br0,,;"
     "10.9.9.9,255.255.255.255,,LAN,br0,,;"
-    "10.7.7.7,255.255.255.255,192.168.1.7,LAN,br0,,a host;"
+    "10.7.7.7,255.255.255.255,192.168.1.7,wan,br0,,a host;"
     "10.2.0.0,255.255.0.0,10.0.0.1,LAN,eth2.2,;"  // six fields
     ";"
     "10.1.0.0,255.255.0.0,0.0.0.0,WAN,eth2.2,custom,to work";
@@ -47,6 +47,16 @@ route add -net 10.1.0.0  netmask 255.255.0.0 dev eth2.2 2>&1 )");
   EXPECT_EQ(device.shellLines().back(),
             "route add -net 10.1.0.0  netmask 255.255.0.0 dev eth2.2 2>&1  1>/dev/null 2>&1");
   EXPECT_EQ(device.printed(), "");
+
+  for (const char *mode : {"0", "2", "3", "1 "}) {
+    device.forget();
+    device.settings({{"OperationMode", mode}});
+    staticRoutingInit();
+    EXPECT_EQ(device.commands().back(), "route add -host 10.7.7.7  gw 192.168.1.7 dev br0 2>&1 ");
+    EXPECT_EQ(device.printed(),
+              "Skip WAN routing rule in the non-Gateway mode: "
+              "route add -net 10.1.0.0  netmask 255.255.0.0 dev eth2.2 2>&1 \n");
+  }
 }
 
 TEST(RoutingRules, AreReadOnceForAllRoutesOfTheKernel) {
@@ -69,22 +79,6 @@ TEST(RoutingRules, AreReadOnceForAllRoutesOfTheKernel) {
     auto &calls = device.faults().calls();
     long reads = std::count(calls.begin(), calls.end(), std::string("nvram_bufget"));
     EXPECT_EQ(reads, memory ? 3 : 53);
-  }
-}
-
-TEST(RoutingRules, SkipTheWanOutsideGatewayMode) {
-  for (const char *mode : {"0", "2", "3", "1 "}) {
-    sim::Device device;
-    device.settings(
-        settingsOf("RoutingRules=192.168.5.0,255.255.255.0,192.168.1.254,WAN,br0,,;"
-                   "10.9.9.9,255.255.255.255,,wan,br0,,"));
-    device.settings({{"OperationMode", mode}});
-    device.file(kRoutes, kernelRoutes({}));
-    staticRoutingInit();
-    EXPECT_EQ(transcript(device), "\nroute add -host 10.9.9.9  dev br0 2>&1 ");
-    EXPECT_EQ(device.printed(),
-              "Skip WAN routing rule in the non-Gateway mode: route add -net 192.168.5.0  netmask "
-              "255.255.255.0 gw 192.168.1.254 dev br0 2>&1 \n");
   }
 }
 

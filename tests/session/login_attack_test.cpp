@@ -7,8 +7,8 @@
 #include <sys/shm.h>
 #include <sys/stat.h>
 
+#include <chrono>
 #include <cstdlib>
-#include <ctime>
 #include <filesystem>
 
 #include "session/processes.h"
@@ -22,7 +22,7 @@ constexpr uid_t kNobody = 65534;
 
 // Runs `work` as root with System V objects, a /var and a console of its own.
 template <typename Work>
-void inAWorldOfItsOwn(Work work) {
+void asServer(Work work) {
   inOwnWorld({"/var", "/dev"}, CLONE_NEWIPC, [=] {
     put(kConsole, "");
     work();
@@ -62,7 +62,7 @@ bool writeIntoRecord(const std::string &session_file) {
 }
 
 TEST(LoginAttack, HasNoFileDeletedButASessions) {
-  inAWorldOfItsOwn([] {
+  asServer([] {
     ASSERT_EQ(init_SharedMemory(), 0);
     mkdir("/var/SESS_1", 0755);
     const struct {
@@ -94,12 +94,12 @@ TEST(LoginAttack, HasNoFileDeletedButASessions) {
 }
 
 TEST(LoginAttack, StopsNobodyForGoodWithTheSemaphoreOrTheFolder) {
-  inAWorldOfItsOwn([] {
+  asServer([] {
     pid_t locking =
         startStranger([] { return flock(open("/var", O_RDONLY), LOCK_EX) == 0 && waitForEver(); });
     int folder = open("/var", O_RDONLY);
     waitUntil([&] { return flock(folder, LOCK_SH | LOCK_NB) != 0 || flock(folder, LOCK_UN) != 0; });
-    const time_t before = time(nullptr);
+    const auto before = std::chrono::steady_clock::now();
     EXPECT_EQ(sync_globalVar_and_sharedMem(1), 0) << "a semaphore that nobody has freed yet";
     end(locking);
 
@@ -116,13 +116,13 @@ TEST(LoginAttack, StopsNobodyForGoodWithTheSemaphoreOrTheFolder) {
     EXPECT_EQ(writeSessionFile("x"), 1);
     EXPECT_EQ(init_SharedMemory(), 0) << "a start mends it";
     EXPECT_EQ(sync_globalVar_and_sharedMem(1), 0);
-    EXPECT_LE(time(nullptr) - before, 10);
+    EXPECT_LE(std::chrono::steady_clock::now() - before, std::chrono::seconds(10));
     end(taking);
   });
 }
 
 TEST(LoginAttack, DoesNotKeepTheKey) {
-  inAWorldOfItsOwn([] {
+  asServer([] {
     auto status = [] {
       shmid_ds found{};
       shmctl(shmget(kKey, 0, 0), IPC_STAT, &found);

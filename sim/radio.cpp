@@ -15,6 +15,10 @@ constexpr unsigned long kFrequency = 0x8B05;
 constexpr unsigned long kCounters = 0x8B0E;
 constexpr int kSetBit = 0x8000;
 constexpr int kSurveyList = 0x0609;
+// What a request for the counters brings room for, and what the driver leaves in
+// the part of it that is not theirs.
+constexpr int kCountersLength = 32;
+constexpr uint8_t kNoCounter = 0xEE;
 
 int failWith(int error) {
   errno = error;
@@ -95,7 +99,7 @@ Radio &Radio::channel(int channel, const std::string &ifname) {
 }
 
 Radio &Radio::counters(const std::array<uint32_t, 4> &counters, const std::string &ifname) {
-  Bytes &record = counters_[ifname] = Bytes(32);
+  Bytes &record = counters_[ifname] = Bytes(kCountersLength, kNoCounter);
   for (size_t i = 0; i < counters.size(); i++) putNumber(record, 4 * i, counters[i]);
   return *this;
 }
@@ -123,7 +127,10 @@ std::optional<int> Radio::request(unsigned long number, void *argument) {
                           block.u.data.flags};
   seen_.push_back(request);
   if (number == kOid) return oidRequest(request, block);
-  if (number == kCounters) return giveFrom(counters_, ifname, block);
+  if (number == kCounters) {
+    bool fits = request.length == kCountersLength && request.flags == 0;
+    return fits ? giveFrom(counters_, ifname, block) : failWith(EINVAL);
+  }
   const char *words = static_cast<const char *>(request.buffer);
   const std::string command = "get_wsc_profile";
   bool asked = std::string(words, strnlen(words, static_cast<size_t>(request.length))) == command;

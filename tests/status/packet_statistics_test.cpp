@@ -8,13 +8,13 @@
 
 #include "orba_util.h"
 #include "sim/device.h"
-#include "sim/radio_traffic.h"
+#include "sim/radio.h"
 #include "sim/switch.h"
 
 namespace {
 
 using sim::Device;
-using sim::RadioTraffic;
+using sim::Radio;
 using sim::Switch;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -29,7 +29,7 @@ std::string times(int count, const std::string &text) {
 
 class PacketStatistics : public testing::Test {
  protected:
-  PacketStatistics() : ports_(device_.part<Switch>()), radio_(device_.part<RadioTraffic>()) {
+  PacketStatistics() : ports_(device_.part<Switch>()), radio_(device_.part<Radio>()) {
     device_.settings({{"OperationMode", "1"},
                       {"wan2Vid", "30"},
                       {"wan4Vid", "40"},
@@ -49,7 +49,7 @@ class PacketStatistics : public testing::Test {
     device_.answer("get_count_assoc", "2\n");
     device_.file("/tmp/wifi_statistic", "11 12\n13 14 15 16 17 18446744073709551615\n");
     for (uint32_t i = 0; i < 4; i++) {
-      radio_.set("ra" + std::to_string(i), {10 + i, 20 + i, 4294967295u - i, 40 + i});
+      radio_.counters({10 + i, 20 + i, 4294967295u - i, 40 + i}, "ra" + std::to_string(i));
     }
   }
 
@@ -66,7 +66,7 @@ class PacketStatistics : public testing::Test {
 
   Device device_;
   Switch &ports_;
-  RadioTraffic &radio_;
+  Radio &radio_;
   int result_ = 0;
 
   const std::string wans_ =
@@ -135,7 +135,7 @@ TEST_F(PacketStatistics, OfRadiosThatAreSilentOffOrUnset) {
   device_.buffered({{"WlanEnabled", ";1"}}, 2);
   device_.file("/tmp/wifi_statistic", "5 x 7");
   EXPECT_EQ(answer(), wans_ + times(9, kNoTraffic) + "@5,0,0,0,0,0,0,0" + times(2, kNoTraffic));
-  EXPECT_EQ(radio_.requests(), 0);
+  EXPECT_THAT(radio_.seen(), IsEmpty());
   device_.removeFile("/tmp/wifi_statistic");
   EXPECT_EQ(answer(), wans_ + times(12, kNoTraffic));
 

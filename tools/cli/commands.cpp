@@ -44,14 +44,9 @@ std::vector<nvram::Entry> configOf(const Options &options) {
 
 // All but the settings.
 void prepareDevice(sim::Device &device, const Options &options) {
-  if (!options.root.empty()) device.lowerRoot(options.root);
-  if (options.in_lab) {
-    enterLab("router");
-    putThisMachine(device);
-  } else {
-    setUpDeskDevice(device);
-  }
-  if (!options.device.empty()) readDeviceFile(options.device, device);
+  if (options.in_lab) enterLab("router");
+  DeskDevice{options.root, options.device}.prepare(
+      device, options.in_lab ? putThisMachine : setUpDeskDevice);
   if (!options.at.empty()) setClock(device, options.at);
 }
 

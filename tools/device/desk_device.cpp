@@ -1,5 +1,6 @@
 #include "tools/device/desk_device.h"
 
+#include <cstdlib>
 #include <fstream>
 #include <iomanip>
 #include <sstream>
@@ -156,6 +157,16 @@ void readDeviceFile(const std::string &path, sim::Device &device) {
   } catch (const std::invalid_argument &error) {
     throw BadConfig(path + ": " + error.what());
   }
+}
+
+void DeskDevice::prepare(sim::Device &made, void (*begin)(sim::Device &)) const {
+  if (!root.empty()) made.lowerRoot(root);
+  begin(made);
+  if (chosen_channel) {
+    int channel = atoi(made.setting("Channel").value_or("0").c_str());
+    made.part<sim::Radio>().channel(channel > 0 ? channel : *chosen_channel);
+  }
+  if (!device.empty()) readDeviceFile(device, made);
 }
 
 }  // namespace orba::tool

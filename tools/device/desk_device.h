@@ -13,6 +13,8 @@
 #ifndef ORBA_TOOLS_DEVICE_DESK_DEVICE_H
 #define ORBA_TOOLS_DEVICE_DESK_DEVICE_H
 
+#include <ctime>
+#include <optional>
 #include <string>
 
 #include "sim/device.h"
@@ -26,6 +28,18 @@ void setUpDeskDevice(sim::Device &device);
 
 // Reads a device file onto it. Throws BadConfig with file and line.
 void readDeviceFile(const std::string &path, sim::Device &device);
+
+// The device on the desk, but for its settings.
+struct DeskDevice {
+  std::string root;    // a folder with the device's files, or empty
+  std::string device;  // a file with what it has and finds, or empty
+  time_t started_at = 0;
+  // The channel of a radio that chooses for itself; without one, the driver tells of no channel.
+  std::optional<int> chosen_channel = {};
+
+  // When its settings are in place. `begin` says what it is before the device file is read.
+  void prepare(sim::Device &made, void (*begin)(sim::Device &) = setUpDeskDevice) const;
+};
 
 }  // namespace orba::tool
 

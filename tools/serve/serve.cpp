@@ -28,6 +28,8 @@ namespace {
 using httplib::Request;
 using httplib::Response;
 
+constexpr int kChosenChannel = 6;  // by the radio, when the settings leave it to choose
+
 // Nothing but this server's own files: no script or style within the page, no
 // frame around it, nothing from elsewhere.
 constexpr char kContentPolicy[] =
@@ -71,7 +73,8 @@ int spaceIn(const Json &wanted) {
 class Desk {
  public:
   explicit Desk(const ServeOptions &options)
-      : desk_{options.root, options.device, time(nullptr)}, draft_(readText(options.config)) {
+      : desk_{options.root, options.device, time(nullptr), kChosenChannel},
+        draft_(readText(options.config)) {
     networkView(desk_, draft_);  // complains of a device file now
   }
 

@@ -1,14 +1,11 @@
 #include "tools/serve/views.h"
 #include <nlohmann/json.hpp>
 
-#include <cstdlib>
 #include <set>
 
-#include "sim/radio.h"
 #include "tools/catalog/entry_point.h"
 #include "tools/catalog/settings.h"
 #include "tools/device/config.h"
-#include "tools/device/desk_device.h"
 #include "tools/device/desk_life.h"
 #include "tools/firewall/picture.h"
 #include "tools/play/difference.h"
@@ -136,15 +133,6 @@ Difference effectOn(const char *entry, const DeskDevice &desk, const Draft &draf
 }
 
 }  // namespace
-
-void DeskDevice::prepare(sim::Device &device_made) const {
-  if (!root.empty()) device_made.lowerRoot(root);
-  setUpDeskDevice(device_made);
-  // A radio that chooses for itself chose 6.
-  int channel = atoi(device_made.setting("Channel").value_or("0").c_str());
-  device_made.part<sim::Radio>().channel(channel > 0 ? channel : 6);
-  if (!device.empty()) readDeviceFile(device, device_made);
-}
 
 Json statusView(const DeskDevice &desk, const Draft &draft, long long milliseconds) {
   KeptDevice kept(desk, draft);

@@ -3,28 +3,17 @@
 #ifndef ORBA_TOOLS_SERVE_VIEWS_H
 #define ORBA_TOOLS_SERVE_VIEWS_H
 
-#include <ctime>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
 
 #include "platform/nvram/store_format.h"
-#include "sim/device.h"
+#include "tools/device/desk_device.h"
 #include "tools/serve/draft.h"
 
 namespace orba::tool {
 
 using Json = nlohmann::ordered_json;
-
-// The device on the desk, but for its settings.
-struct DeskDevice {
-  std::string root;    // a folder with the device's files, or empty
-  std::string device;  // a file with what it has and finds, or empty
-  time_t started_at = 0;
-
-  // When its settings are in place.
-  void prepare(sim::Device &device) const;
-};
 
 // Each makes a device of its own, so they may be called in any order, but only
 // one at a time.

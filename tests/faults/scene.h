@@ -3,7 +3,6 @@
 #ifndef ORBA_TESTS_FAULTS_SCENE_H
 #define ORBA_TESTS_FAULTS_SCENE_H
 
-#include <filesystem>
 #include <map>
 #include <optional>
 #include <string>
@@ -13,11 +12,11 @@
 #include "sim/device.h"
 #include "sim/leds.h"
 #include "sim/radio.h"
-#include "sim/wps_session.h"
 #include "tools/catalog/entry_point.h"
 #include "tools/catalog/sample_calls.h"
 #include "tools/device/config.h"
 #include "tools/device/desk_device.h"
+#include "tools/device/usual_device.h"
 
 // Where the call is made: an example configuration, what the driver says of WPS,
 // and whether the files are there that other programs leave. Without them the
@@ -33,41 +32,6 @@ constexpr Place kPlaces[] = {{"gateway.conf", 34, true},
                              {"repeater.conf", 34, false},
                              {"bridge.conf", 265, true},
                              {"minimal.conf", 1, false}};
-
-// What the files of a place are, in a folder that its devices only read.
-class Files {
- public:
-  static std::string of(const Place &place) {
-    static Files with(true), without(false);
-    return (place.files ? with : without).root_.forReading("/");
-  }
-
- private:
-  explicit Files(bool of_other_programs) {
-    namespace fs = std::filesystem;
-    fs::copy(std::string(ORBA_EXAMPLES) + "/device", root_.forWriting("/"),
-             fs::copy_options::recursive);
-    for (char wan : {'1', '2', '3', '4'}) {
-      root_.write(std::string("/var/wan") + wan + ".info", "203.0.113.1:203.0.113.2\n");
-    }
-    if (!of_other_programs) return;
-    for (const auto &[path, content] : std::map<std::string, std::string>{
-             {"/etc/iproute2/rt_tables", "255 local\n201 pf_office\n202 pf_lab\n"},
-             {"/var/run/mini_httpd.pid", "77\n"},
-             {"/var/run/udhcpc1.pid", "123\n"},
-             {"/tmp/wan_index", "2\n"},
-             {"/tmp/do_vela", "0\n"},
-             {"/tmp/wifi_statistic", "1 2 3 4 5 6 7 8\n"},
-             {"/tmp/wpsStatus", "1\n"},
-             {"/tmp/wpsStatus5G", "1\n"},
-             {"/var/wscResult", "-1"},
-             {"/bin/orba_qos", ""}}) {
-      root_.write(path, content);
-    }
-  }
-
-  sim::Root root_;
-};
 
 struct Scene {
   const Place &place;
@@ -99,25 +63,18 @@ class Take {
   };
 
   explicit Take(const Scene &scene) : scene_(scene) {
+    using orba::tool::Since;
     const Place &place = scene.place;
     orba::tool::putSettings(configOf(place.config), device);
     device.settings({{"AccessPolicy0", "1"}});
-    device.lowerRoot(Files::of(place));
+    device.lowerRoot(orba::tool::usualFolder(place.files ? Since::kUse : Since::kBoot));
     orba::tool::setUpDeskDevice(device);
-    sim::WpsSession::Credential credential{.ssid = "home", .authentication = 32, .encryption = 8};
-    device.part<sim::WpsSession>()
-        .status("ra0", {{place.wps_status, 1}})
-        .status("apcli0", {{place.wps_status, 1}})
-        .current({.state = 2})
-        .credential(credential)
-        .stations({"\x02\x0C\x43\x01\x02\x03"})
-        .clientStatistics("      SSID = home\n  AuthType = WPA2PSK\nEncrypType = AES\n  Key = k\n");
+    orba::tool::putUsualAnswers(device, Since::kUse);
+    orba::tool::putWpsStatus(device, place.wps_status);
+    orba::tool::putWpsResult(device, orba::tool::kUsualCredential);
     if (!place.files) device.part<sim::Leds>().refusing();
     device.part<sim::Radio>().networks(
         sim::readNeighbourhood("\"Home's\" 00:11:22:33:44:55 6 -55 WPA2-PSK AES\n"));
-    device.answer("get_count_assoc", "1\n")
-        .answer("top -n 1",
-                "CPU:   3% usr   1% sys   0% nice  94% idle   2% io   0% irq   0% softirq\n");
     device.settings({{"WlanEnabled", "1;1;0;0"}}, 2);
     device.onExit([](int status) { throw Exit{status}; });
     setVarWscConfigured(1);

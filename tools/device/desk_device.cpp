@@ -6,11 +6,10 @@
 #include <sstream>
 
 #include "net/interface_name.h"
-#include "sim/leds.h"
 #include "sim/radio.h"
-#include "sim/switch.h"
 #include "sim/wps_session.h"
 #include "tools/device/config.h"
+#include "tools/device/usual_device.h"
 
 namespace orba::tool {
 
@@ -19,8 +18,6 @@ namespace {
 std::string wanAddress(int wan) {
   return "203.0.113." + std::to_string(wan + 1);
 }
-
-constexpr char kGateway[] = "203.0.113.1";
 
 // A file that the device has unless its root brings one.
 void addFile(sim::Device &device, const std::string &path, const std::string &content) {
@@ -121,17 +118,12 @@ void setUpDeskDevice(sim::Device &device) {
     if (interface.empty() || interface.is("br0")) continue;
     if (!ethernet.empty()) device.interface(ethernet.text()).mac(macOf(wan));
     device.interface(interface.text()).address(wanAddress(wan)).netmask("255.255.255.0");
-    addFile(device, "/var/wan" + std::to_string(wan) + ".info", kGateway + (":" + wanAddress(wan)));
+    const std::string info = "/var/wan" + std::to_string(wan) + ".info";
+    addFile(device, info, usualContent(info));
   }
-  addFile(device, "/proc/net/route",
-          "Iface\tDestination\tGateway \tFlags\tRefCnt\tUse\tMetric\tMask\tMTU\tWindow\tIRTT\n");
-  device.answer("switch reg r 3608", "value=0x1\n");
-  device.answer("cat /var/wan1.info | sed", std::string(kGateway) + "\n");
-  device.answer("arp -an | grep", "? (" + (kGateway + (") at " + macOf(9))) + " [ether] on br0\n");
-  device.part<sim::Leds>();
-  sim::Radio &radio = device.part<sim::Radio>().networks({});
-  for (const char *ifname : {"ra0", "ra1", "ra2", "ra3"}) radio.counters({}, ifname);
-  device.part<sim::Switch>().learn("020000000009", {3});
+  addFile(device, "/proc/net/route", usualHead("/proc/net/route", 1));
+  putUsualAnswers(device, Since::kBoot);
+  putUsualParts(device);
   device.forget();
 }
 

@@ -8,6 +8,7 @@
 #include "net/interface_name.h"
 #include "sim/radio.h"
 #include "sim/switch.h"
+#include "tools/device/usual_device.h"
 
 namespace orba::tool {
 
@@ -69,10 +70,7 @@ std::vector<Traffic> trafficOf() {
 // The kernel's table of interfaces, each grown by what passed.
 std::string netDev(const std::string &before, double seconds) {
   constexpr size_t kColumns = 16, kSent = 8;
-  std::string text =
-      "Inter-|   Receive                                                |  Transmit\n"
-      " face |bytes    packets errs drop fifo frame compressed multicast|bytes    packets errs "
-      "drop fifo colls carrier compressed\n";
+  std::string text = usualHead("/proc/net/dev", 2);
   for (const Traffic &traffic : trafficOf()) {
     std::vector<Count> columns(kColumns);
     std::istringstream lines(before);

@@ -1,66 +1,18 @@
 #include "tools/play/trial.h"
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <map>
 
 #include "orba_util.h"
-#include "sim/wps_session.h"
 #include "tools/catalog/settings.h"
 #include "tools/device/desk_device.h"
+#include "tools/device/usual_device.h"
 
 namespace orba::tool {
 
 namespace {
 
-namespace fs = std::filesystem;
 using sim::Device;
 using sim::WpsSession;
-
-// ---- files ----
-
-constexpr std::pair<const char *, const char *> kFiles[] = {
-    {"bin/orba_qos", ""},
-    {"etc/TZ", "CET-1CEST,M3.5.0/2,M10.5.0/3\n"},
-    {"etc_ro/l7-protocols/ftp.pat", "# FTP - File Transfer Protocol\n"},
-    {"proc/meminfo", "MemTotal: 64000 kB\nMemFree: 16000 kB\n"},
-    {"proc/net/arp", "IP\n203.0.113.1 0x1 0x2 02:00:00:00:00:09 * br0\n"},
-    {"proc/net/dev", "Inter\nface\neth2.2: 1 2 0 0 0 0 0 0 3 4 0 0 0 0 0 0\n"},
-    {"proc/net/route", "Iface\neth2.2\t00000000\t017100CB\t0003\t0\t0\t0\t00000000\t0\t0\t0\n"},
-    {"tmp/do_vela", "0\n"},
-    {"tmp/wpsStatus", "1\n"},
-    {"var/run/mini_httpd.pid", "77\n"},
-    {"var/run/udhcpc1.pid", "78\n"},
-    {"var/wan1.info", "203.0.113.1:203.0.113.2\n"},
-    {"var/wan2.info", "203.0.113.1:203.0.113.3\n"},
-    {"var/wan3.info", "203.0.113.1:203.0.113.4\n"},
-    {"var/wan4.info", "203.0.113.1:203.0.113.5\n"},
-};
-
-// The folder of these files, made once: a device reads through to it.
-class UsualFiles {
- public:
-  UsualFiles() {
-    std::string pattern = (fs::temp_directory_path() / "orba-files-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("cannot make " + pattern);
-    folder_ = pattern;
-    for (const auto &[path, content] : kFiles) {
-      fs::create_directories((folder_ / path).parent_path());
-      std::ofstream(folder_ / path) << content;
-    }
-  }
-  UsualFiles(const UsualFiles &) = delete;
-  UsualFiles &operator=(const UsualFiles &) = delete;
-  ~UsualFiles() {
-    std::error_code ignored;
-    fs::remove_all(folder_, ignored);
-  }
-  std::string folder() const { return folder_.string(); }
-
- private:
-  fs::path folder_;
-};
 
 // ---- surroundings ----
 
@@ -71,7 +23,7 @@ void noLink(Device &device) {
 }
 
 void noGateway(Device &device) {
-  device.removeFile("/var/wan1.info").file("/proc/net/route", "Iface\n");
+  device.removeFile("/var/wan1.info").file("/proc/net/route", usualHead("/proc/net/route", 1));
   device.answer("cat /var/wan1.info", "").answer("arp -an", "");
 }
 
@@ -79,25 +31,13 @@ void anotherWan(Device &device) {
   device.file("/tmp/wan_index", "2\n").file("/tmp/wpsStatus", "2\n");
 }
 
-void endWps(Device &device, int status) {
-  device.part<WpsSession>().status("ra0", {{status, 1}}).status("apcli0", {{status, 1}});
-}
-
 void wpsDone(Device &device, const WpsSession::Credential &credential) {
-  endWps(device, 34);
-  device.part<WpsSession>()
-      .current({.state = 2})
-      .credential(credential)
-      .stations({std::string("\x00\x0c\x43\x28\x60\x2a", 6)})
-      .clientStatistics(
-          "SSID       = Uplink\nAuthType   = WPA2PSK\nEncrypType = AES\nKey        = secret\n");
-  for (const char *grep : {"SSID", "AuthType", "EncrypType", "Key"}) {
-    device.answer(std::string("iwpriv apcli0 stat | grep ") + grep, std::string(grep) + " = AES\n");
-  }
+  putWpsStatus(device, 34);
+  putWpsResult(device, credential);
 }
 
 void wpsDoneByWpa(Device &device) {
-  wpsDone(device, {.ssid = "N", .authentication = 32, .encryption = 8, .key = "pass phrase"});
+  wpsDone(device, kUsualCredential);
 }
 
 void wpsDoneByWep(Device &device) {
@@ -165,20 +105,20 @@ const std::vector<TrialDevice> &trialDevices() {
       {"another WAN set up", true, true, anotherWan},
       {"a WPS run that ended well", true, true, wpsDoneByWpa},
       {"a WPS run that ended well, by WEP", true, true, wpsDoneByWep},
-      {"a WPS run that failed", true, true, [](Device &device) { endWps(device, 2); }},
-      {"two WPS buttons pushed at once", true, true, [](Device &device) { endWps(device, 265); }},
+      {"a WPS run that failed", true, true, [](Device &device) { putWpsStatus(device, 2); }},
+      {"two WPS buttons pushed at once", true, true,
+       [](Device &device) { putWpsStatus(device, 265); }},
   };
   return all;
 }
 
 void putTrial(const TrialDevice &surroundings, const std::vector<Change> &changes, Device &device) {
-  static const UsualFiles files;
   // What an earlier call may have left in the library.
   resetTimerAll();
   resetTimerAllApCli();
   setVarWscConfigured(0);
   setVarIsEnrollee(0);
-  if (surroundings.files) device.lowerRoot(files.folder());
+  if (surroundings.files) device.lowerRoot(usualFolder(Since::kServices));
   for (const SettingDescription &description : settingDescriptions()) {
     for (const auto &[key, example] : description.keysWithExamples()) {
       if (surroundings.settings) device.settings({{key, example}}, description.space);

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <set>
@@ -30,7 +31,9 @@ int lockFolder(const std::string &path) {
   return -1;
 }
 
+// Leaves errno as it was: the library's answers may depend on what an earlier call put there.
 void removeUnused(const std::string &where, const std::string &name) {
+  const int before = errno;
   std::error_code ignored;
   for (const fs::directory_entry &entry : fs::directory_iterator(where, ignored)) {
     if (!entry.path().filename().string().starts_with(name)) continue;
@@ -41,6 +44,7 @@ void removeUnused(const std::string &where, const std::string &name) {
       close(folder);
     }
   }
+  errno = before;
 }
 
 }  // namespace

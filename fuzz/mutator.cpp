@@ -30,6 +30,7 @@ const char *const kPieces[] = {";reboot",    "$(reboot)",  "`reboot`",
 
 Mutator::Mutator(const std::string &subsystem) : texts_(std::begin(kPieces), std::end(kPieces)) {
   texts_.emplace_back(80, 'A');
+  lines_ = usualSituation();
   for (const tool::EntryPoint &entry : tool::entryPoints()) {
     if (entry.subsystem != subsystem) continue;
     for (const auto &words : tool::sampleCalls(entry)) {

@@ -34,7 +34,7 @@ class Mutator {
   std::minstd_rand random_;
   Situation calls_;                 // typical ones of the subsystem
   std::vector<std::string> texts_;  // values and pieces of values
-  std::vector<Line> lines_;         // of earlier situations
+  std::vector<Line> lines_;         // of a usual device and of earlier situations
   std::set<std::pair<int, std::string>> known_;
   std::vector<std::string> keys_;
 };

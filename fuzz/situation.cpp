@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <unordered_map>
@@ -11,9 +12,9 @@
 #include "sim/radio.h"
 #include "sim/switch.h"
 #include "sim/system_v.h"
-#include "sim/wps_session.h"
 #include "tools/catalog/entry_point.h"
 #include "tools/device/desk_device.h"
+#include "tools/device/usual_device.h"
 
 namespace orba::fuzz {
 
@@ -100,10 +101,7 @@ class Player {
  public:
   Player() {
     device_.onExit([](int) { throw Exit(); });
-    device_.part<sim::Leds>();
-    device_.part<sim::Radio>();
-    device_.part<sim::Switch>();
-    device_.part<sim::WpsSession>();
+    tool::putUsualParts(device_);
     device_.part<sim::SystemV>().alone();
   }
 
@@ -311,6 +309,25 @@ std::string print(const Situation &situation) {
     text += "\n";
   }
   return text;
+}
+
+Situation usualSituation() {
+  Situation situation;
+  for (const tool::UsualFile &file : tool::usualFiles()) {
+    situation.push_back({file.path, file.content, {}});
+  }
+  for (const tool::UsualAnswer &answer : tool::usualAnswers()) {
+    situation.push_back({std::string("|") + answer.part, answer.output, {}});
+  }
+  sim::Device device;
+  tool::putWpsStatus(device, 34);
+  tool::putWpsResult(device, tool::kUsualCredential);
+  for (const auto &[name, value] : device.part<sim::Radio>().values()) {
+    char request[12];
+    snprintf(request, sizeof request, " %04x", static_cast<unsigned>(name.second));
+    situation.push_back({"%" + name.first + request, {value.begin(), value.end()}, {}});
+  }
+  return situation;
 }
 
 Outcome play(const Situation &situation) {

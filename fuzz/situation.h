@@ -49,6 +49,8 @@ using Situation = std::vector<Line>;
 
 Situation readSituation(std::string_view text);
 std::string print(const Situation &situation);
+// All that a device usually has and says, in lines of a situation.
+Situation usualSituation();
 
 // What was given to the shell and should not have been, or anything else that
 // must not happen; empty when all is well.

@@ -79,6 +79,12 @@ Radio &Radio::script(int oid, Script script, const std::string &ifname) {
   return *this;
 }
 
+std::map<Radio::Name, Bytes> Radio::values() const {
+  std::map<Name, Bytes> values;
+  for (const auto &[name, script] : values_) values[name] = script();
+  return values;
+}
+
 Radio &Radio::needs(int oid, int length) {
   needs_[oid] = length;
   return *this;

@@ -35,6 +35,7 @@ struct RadioRequest {
 class Radio : public Part {
  public:
   using Script = std::function<Bytes()>;
+  using Name = std::pair<std::string, int>;  // of an interface, and an OID
 
   explicit Radio(Device &device);
 
@@ -44,6 +45,8 @@ class Radio : public Part {
   Radio &number(int oid, uint32_t number, const std::string &ifname = "ra0");
   Radio &script(int oid, Script script, const std::string &ifname = "ra0");
   Radio &needs(int oid, int length);
+  // All values as they are now.
+  std::map<Name, Bytes> values() const;
   // Queries and sets of an OID fail with this errno, so many times or for good.
   Radio &fail(int oid, int error, int times = -1);
 
@@ -63,8 +66,6 @@ class Radio : public Part {
   std::optional<int> request(unsigned long number, void *argument) override;
 
  private:
-  using Name = std::pair<std::string, int>;
-
   int oidRequest(const RadioRequest &request, iwreq &block);
   int query(const RadioRequest &request, iwreq &block);
   bool failsNow(int oid);

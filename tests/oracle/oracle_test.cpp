@@ -96,4 +96,10 @@ TEST(Situation, ReadsWhatItPrints) {
   EXPECT_THAT(situation[2].words, testing::ElementsAre("e th", ""));
   EXPECT_EQ(orba::fuzz::print(situation),
             text.substr(text.find("Key"), text.rfind("=z") - text.find("Key")));
+  for (const auto &line : orba::fuzz::usualSituation()) {
+    const auto again = orba::fuzz::readSituation(orba::fuzz::print({line}));
+    ASSERT_EQ(again.size(), 1u);
+    EXPECT_EQ(again[0].key, line.key);
+    EXPECT_EQ(again[0].value, line.value) << line.key;
+  }
 }

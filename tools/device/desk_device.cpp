@@ -7,6 +7,7 @@
 
 #include "net/interface_name.h"
 #include "sim/radio.h"
+#include "sim/switch.h"
 #include "sim/wps_session.h"
 #include "tools/device/config.h"
 #include "tools/device/usual_device.h"
@@ -124,6 +125,9 @@ void setUpDeskDevice(sim::Device &device) {
   addFile(device, "/proc/net/route", usualHead("/proc/net/route", 1));
   putUsualAnswers(device, Since::kBoot);
   putUsualParts(device);
+  sim::Radio &radio = device.part<sim::Radio>().networks({});
+  for (const char *ifname : {"ra0", "ra1", "ra2", "ra3"}) radio.counters({}, ifname);
+  device.part<sim::Switch>().learn("020000000009", {3});
   device.forget();
 }
 

@@ -104,9 +104,8 @@ void putUsualAnswers(sim::Device &device, Since then) {
 
 void putUsualParts(sim::Device &device) {
   device.part<sim::Leds>();
-  sim::Radio &radio = device.part<sim::Radio>();
-  for (const char *ifname : {"ra0", "ra1", "ra2", "ra3"}) radio.counters({}, ifname);
-  device.part<sim::Switch>().learn("020000000009", {3});
+  device.part<sim::Radio>();
+  device.part<sim::Switch>();
   device.part<sim::WpsSession>();
 }
 

@@ -40,7 +40,7 @@ struct UsualAnswer {
 std::span<const UsualAnswer> usualAnswers();
 void putUsualAnswers(sim::Device &device, Since then);
 
-// All that answers the requests of drivers, and a switch that has seen the gateway.
+// All that answers the requests of drivers.
 void putUsualParts(sim::Device &device);
 
 // A network's credential by WPA2, as a run of WPS hands it over.

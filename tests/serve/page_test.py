@@ -28,10 +28,12 @@ ORBA, EXAMPLES, SHOTS = sys.argv[1], pathlib.Path(sys.argv[2]), pathlib.Path(sys
 
 MARKUP = '<img src=x onerror=hacked=1>'
 SCRIPT = '</script><script>hacked=1</script>'
+# What turns the direction of writing, and what is not seen; and how both are shown.
+HIDDEN, SHOWN = "\u202e\x9b\U000e0041", "\\U0000202e\\U0000009b\\U000e0041"
 # In place of the example's.
 SETTINGS = {
     "ModelName": MARKUP,
-    "HostName": SCRIPT,
+    "HostName": SCRIPT + HIDDEN,
     "CountryRegion": "2",
     "Channel": "11",
     "AutoChannelSelect": "0",
@@ -104,7 +106,8 @@ class Served(unittest.TestCase):
         self.browser.wait_for("document.body.dataset.ready === arguments[0]", name)
         # Nothing that a setting or the air holds became an element, or ran.
         self.assertEqual(self.browser.run("""return [typeof hacked, document.scripts.length,
-            document.querySelectorAll('img:not([src="icon.svg"])').length]"""), ["undefined", 1, 0])
+            document.querySelectorAll('img:not([src="icon.svg"])').length,
+            /\\u202e/.test(document.body.textContent)]"""), ["undefined", 1, 0, False])
 
     def texts(self, selector):
         return self.browser.run(
@@ -118,7 +121,7 @@ class Served(unittest.TestCase):
     def test_overview_moves(self):
         self.view("overview")
         self.assertEqual(self.texts("#model"), [MARKUP])
-        self.assertEqual(self.texts("#host"), [SCRIPT + ", on the desk"])
+        self.assertEqual(self.texts("#host"), [f"{SCRIPT}{SHOWN}, on the desk"])
         self.assertEqual(self.texts(".ports b"), ["4", "3", "2", "1", "0"])
         before = {row[0]: int(row[4]) for row in self.rows("Counters")}
         self.assertLessEqual({"Internet 1", "Port 3", "Port 0", "ra0"}, before.keys())
@@ -203,7 +206,7 @@ class Served(unittest.TestCase):
             self.assertEqual(self.wish("change", **change)[0], 200)
         for key, value in {"DMZAddress": "192.168.1.77", "DMZEnable": "1"}.items():
             expected = expected.replace(f"\n{key}={self.value(expected, key)}\n", f"\n{key}={value}\n")
-        space1, space2 = expected.replace(f"HostName={SCRIPT}\n", "").split("\n[2]\n")
+        space1, space2 = expected.replace(f"HostName={SETTINGS['HostName']}\n", "").split("\n[2]\n")
         before = self.value(space2, "SSID1")
         space1 = space1.rstrip("\n") + "\nNew= one\\ntwo\\x20\n"
         expected = f"{space1}\n[2]\n{space2}".replace(f"SSID1={before}\n", "SSID1=five\n") + "\n[3]\nThird=3\n"

@@ -62,6 +62,9 @@ with tempfile.TemporaryDirectory() as folder:
                   ["check", "-c", plain], ["diff", plain, config], ["plan", "getModelName", "-d", config]):
         assert "\\x1b]0,mine\\x07" in on_a_terminal(*words), words
     assert HARM in answers_of(["show", "getModelName", "-c", config])  # for a program, as it is
+    answers_of(["plan", "firewall_init", "-c", config, "--picture", f"{folder}/picture.svg"])
+    with open(f"{folder}/picture.svg", encoding="utf-8") as file:
+        assert "\\x1b]0,mine\\x07\\U0000009b31m\\U0000202e" in (drawn := file.read()) and "\u202e" not in drawn
     for words in (["plan", "MACFilterRun"], ["show", "getModelName"], ["check"]):
         words += ["--json", "-c", config]
         assert json.loads(on_a_terminal(*words)) == json.loads(answers_of(words)), words

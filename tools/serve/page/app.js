@@ -1,6 +1,7 @@
 // The page: its views, and the changes that wait to be kept.
 import {announce, ask, wish} from "./api.js";
 import {changes} from "./changes.js";
+import {visible} from "./dom.js";
 import {firewall} from "./firewall.js";
 import {network} from "./network.js";
 import {overview} from "./overview.js";
@@ -20,7 +21,7 @@ async function attempt(act) {
     trouble.hidden = true;
   } catch (error) {
     trouble.textContent = error instanceof TypeError ? "The server does not answer. Is orba serve still running?"
-      : `That did not work: ${error.message}`;
+      : visible(`That did not work: ${error.message}`);
     trouble.hidden = false;
   }
 }
@@ -77,8 +78,8 @@ document.addEventListener("visibilitychange", () => document.hidden || look());
 
 attempt(async () => {
   const {answers} = await ask("status");
-  byId("model").textContent = answers.getModelName || "Router";
-  byId("host").textContent = `${answers.getHostName || "no name"}, on the desk`;
+  byId("model").textContent = visible(answers.getModelName || "Router");
+  byId("host").textContent = visible(`${answers.getHostName || "no name"}, on the desk`);
   announce(await ask("changes"));
 });
 show();

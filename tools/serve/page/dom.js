@@ -1,7 +1,19 @@
 // Building the page. Every text goes in as text: nothing that a setting or the
-// air holds is ever read as markup.
+// air holds is ever read as markup, or turns the direction of what stands beside it.
 
 const kSvg = "http://www.w3.org/2000/svg";
+
+// What terminal.cpp spells out for a terminal, but for ends of lines and tabs.
+const kUnseen = new RegExp("[\\0-\\x08\\x0b-\\x1f\\x7f-\\x9f\\xad\\u061c\\u200b-\\u200f\\u2028-\\u202e" +
+  "\\u2060-\\u206f\\ufeff\\ufff9-\\ufffb\\u{e0000}-\\u{e007f}]", "gu");
+
+// "\x1b", "\U0000202e" for what is not seen, or makes other text be seen otherwise.
+export function visible(text) {
+  return text.replace(kUnseen, (character) => {
+    const code = character.codePointAt(0);
+    return code < 0x80 ? `\\x${code.toString(16).padStart(2, "0")}` : `\\U${code.toString(16).padStart(8, "0")}`;
+  });
+}
 
 function fill(element, attributes, children) {
   for (const [name, value] of Object.entries(attributes ?? {})) {
@@ -10,7 +22,8 @@ function fill(element, attributes, children) {
     else if (name === "value") element.value = value;
     else element.setAttribute(name, value === true ? "" : value);
   }
-  element.append(...children.flat(9).filter((child) => child !== null && child !== undefined));
+  element.append(...children.flat(9).filter((child) => child !== null && child !== undefined)
+    .map((child) => (typeof child === "string" ? visible(child) : child)));
   return element;
 }
 

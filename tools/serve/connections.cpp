@@ -25,8 +25,8 @@ constexpr size_t kLongestRequest = (16 + 64) * 1024;
 // One connection, read and written until its time is over.
 class TimedStream : public httplib::Stream {
  public:
-  TimedStream(socket_t socket, const std::atomic<int> &waiting)
-      : socket_(socket), waiting_(waiting), asked_(Clock::now()) {}
+  TimedStream(socket_t socket, const std::atomic<size_t> &present)
+      : socket_(socket), present_(present), asked_(Clock::now()) {}
 
   bool is_readable() const override { return begin_ < end_ || becomes(POLLIN, asked_); }
   bool is_writable() const override { return true; }
@@ -67,14 +67,17 @@ class TimedStream : public httplib::Stream {
   // Looked at again and again: a crowd may come at any moment.
   bool becomes(short ready, Clock::time_point start) const {
     pollfd wanted = {socket_, ready, 0};
-    while (Clock::now() - start < (waiting_ > 0 ? Clock::duration(kPatienceInACrowd) : kPatience)) {
+    auto patience = [this] {
+      return present_ > kServedAtOnce ? Clock::duration(kPatienceInACrowd) : kPatience;
+    };
+    while (Clock::now() - start < patience()) {
       if (poll(&wanted, 1, 20) > 0) return true;
     }
     return false;
   }
 
   const socket_t socket_;
-  const std::atomic<int> &waiting_;
+  const std::atomic<size_t> &present_;
   const Clock::time_point asked_;
   Clock::time_point answered_;
   char buffer_[4096];
@@ -83,34 +86,35 @@ class TimedStream : public httplib::Stream {
 
 }  // namespace
 
-// Connections that wait until a thread is free, counted.
+// Connections that are served, or wait until a thread is free, counted. One that a free
+// thread has yet to wake up for makes no crowd.
 class FairServer::Turns : public httplib::TaskQueue {
  public:
-  explicit Turns(std::atomic<int> &waiting) : waiting_(waiting), pool_(kServedAtOnce) {}
+  explicit Turns(std::atomic<size_t> &present) : present_(present), pool_(kServedAtOnce) {}
 
   void enqueue(std::function<void()> serve) override {
-    waiting_++;
+    present_++;
     pool_.enqueue([this, serve = std::move(serve)] {
-      waiting_--;
       serve();
+      present_--;
     });
   }
   void shutdown() override {
-    waiting_++;  // whoever wants the server's end
+    present_ += kServedAtOnce + 1;  // whoever wants the server's end
     pool_.shutdown();
   }
 
  private:
-  std::atomic<int> &waiting_;
+  std::atomic<size_t> &present_;
   httplib::ThreadPool pool_;
 };
 
 FairServer::FairServer() {
-  new_task_queue = [this] { return new Turns(waiting_); };
+  new_task_queue = [this] { return new Turns(present_); };
 }
 
 bool FairServer::process_and_close_socket(socket_t socket) {
-  TimedStream stream(socket, waiting_);
+  TimedStream stream(socket, present_);
   bool closed = false;
   bool done = process_request(stream, true, closed, [](httplib::Request &request) {
     request.ranges.clear();

@@ -19,7 +19,7 @@ class FairServer : public httplib::Server {
   class Turns;
   bool process_and_close_socket(socket_t socket) override;
 
-  std::atomic<int> waiting_ = 0;
+  std::atomic<size_t> present_ = 0;
 };
 
 }  // namespace orba::tool

@@ -149,4 +149,32 @@ TEST(Allocations, NoHandlerMakesAny) {
       60);
 }
 
+volatile int ended;
+
+void joinsAndGoesOn(int signal) {
+  WPSAPCliTimerHandler(signal);
+  ended = ended + 1;
+  setTimer(3000, joinsAndGoesOn);
+}
+
+// The signal comes in the midst of malloc and free.
+TEST(Allocations, AProgramThatMakesThemAllTheTimeGoesOn) {
+  machine::run(
+      [] {
+        machine::status = 34;
+        setTimer(3000, joinsAndGoesOn);
+        void *held[64] = {};
+        for (unsigned turn = 0; ended < 60; turn++) {
+          void *&place = held[turn % 64];
+          free(place);
+          place = malloc(16 + turn * 37 % 3000);
+          ASSERT_NE(place, nullptr);
+        }
+        stopTimer();
+        for (void *place : held) free(place);
+        EXPECT_STREQ(nvram_get(1, "ApCliSsid"), "home");
+      },
+      60);
+}
+
 }  // namespace

@@ -117,11 +117,11 @@ TEST(Check, NamesRecordFieldValueAndReason) {
   EXPECT_THAT(
       found,
       ElementsAre(
-          "IPPortFilterRules, record 1, field 5: \"1.2.3.300\" is neither \"any\" nor an IPv4 "
+          "IPPortFilterRules, record 1, field 5 (destination address): \"1.2.3.300\" is neither \"any\" nor an IPv4 "
           "address with a prefix of at most 32; it is passed over",
-          "IPPortFilterRules, record 2, field 8: \"70000\" is not below 65536; it is passed over",
-          "PortForwardRules, record 1, field 2: \"0\" is 0 or above 65535; it is passed over",
-          HasSubstr("SinglePortForwardRules, record 1, field 4: \"7\""),
+          "IPPortFilterRules, record 2, field 8 (last destination port): \"70000\" is not below 65536; it is passed over",
+          "PortForwardRules, record 1, field 2 (first port): \"0\" is 0 or above 65535; it is passed over",
+          HasSubstr("SinglePortForwardRules, record 1, field 4 (protocol): \"7\""),
           "MACFilterRules, record 2: \"\" is empty and ends the list; it is passed over",
           "MACFilterRules, record 3: \"66:11:22:33:44:55\" stands behind an empty record; it is "
           "passed over",

@@ -1,7 +1,5 @@
 #include "tools/catalog/settings.h"
 
-#include <regex.h>
-
 namespace orba::tool {
 
 namespace {
@@ -10,17 +8,6 @@ std::string numbered(const std::string &text, int number) {
   size_t at = text.find("%d");
   if (at == std::string::npos) return text;
   return text.substr(0, at) + std::to_string(number) + text.substr(at + 2);
-}
-
-std::vector<SettingForm> formsToCheck() {
-  std::vector<SettingForm> forms;
-  for (const SettingDescription &description : settingDescriptions()) {
-    if (description.pattern.empty()) continue;
-    for (const auto &[key, example] : description.keysWithExamples()) {
-      forms.push_back({key, description.space, description.pattern, description.form});
-    }
-  }
-  return forms;
 }
 
 }  // namespace
@@ -58,20 +45,6 @@ const SettingDescription *descriptionOf(const std::string &key, int space) {
     if (description.describes(key, space)) return &description;
   }
   return nullptr;
-}
-
-const std::vector<SettingForm> &settingForms() {
-  static const std::vector<SettingForm> forms = formsToCheck();
-  return forms;
-}
-
-bool SettingForm::matches(const std::string &value) const {
-  regex_t compiled;
-  std::string whole = "^(" + pattern + ")$";
-  if (regcomp(&compiled, whole.c_str(), REG_EXTENDED | REG_NOSUB) != 0) return false;
-  bool found = regexec(&compiled, value.c_str(), 0, nullptr, 0) == 0;
-  regfree(&compiled);
-  return found;
 }
 
 }  // namespace orba::tool

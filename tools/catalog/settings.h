@@ -7,18 +7,19 @@
 #include <utility>
 #include <vector>
 
+#include "tools/catalog/setting_form.h"
+
 namespace orba::tool {
 
 struct SettingDescription {
   std::string key;  // "wan%dVid" for a family of keys with a number
-  int space;
-  std::string pattern;  // a POSIX extended regular expression for the whole value; "": any text
-  std::string form;     // the same in words, as they stand behind "is" or "is not"
-  std::string example;
-  std::string fallback;  // what the library does when it is missing
-  std::string meaning;
+  int space = 1;
   int first = 0;  // the numbers of a family
   int last = 0;
+  Form form;
+  std::string example;
+  std::string without;  // what the library does when it is missing
+  std::string meaning;
   std::string group = {};  // the part of the router that it belongs to
 
   bool isFamily() const { return last != 0; }
@@ -33,18 +34,6 @@ struct SettingDescription {
 const std::vector<SettingDescription> &settingDescriptions();
 // Null when there is none.
 const SettingDescription *descriptionOf(const std::string &key, int space);
-
-// One key whose values can be checked.
-struct SettingForm {
-  std::string key;
-  int space;
-  std::string pattern;
-  std::string words;  // behind "is not"
-
-  bool matches(const std::string &value) const;
-};
-
-const std::vector<SettingForm> &settingForms();
 
 }  // namespace orba::tool
 

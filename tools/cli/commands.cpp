@@ -202,6 +202,7 @@ Exit check(const Options &options) {
                    {"space", finding.space},
                    {"record", finding.record},
                    {"field", finding.field},
+                   {"field_name", finding.fieldName()},
                    {"value", finding.value},
                    {"reason", finding.reason},
                    {"effect", finding.effect}});

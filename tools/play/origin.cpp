@@ -37,13 +37,6 @@ std::string joined(const std::vector<std::string> &parts, char separator) {
   return text;
 }
 
-const SettingForm *formOf(const nvram::Entry &setting) {
-  for (const SettingForm &form : settingForms()) {
-    if (form.space == setting.space && form.key == setting.key) return &form;
-  }
-  return nullptr;
-}
-
 // The values with the last letter or digit of one of its words changed: an address
 // stays an address, a name a name, an odd number becomes the even one below.
 std::vector<std::string> neighboursOf(const std::string &value) {
@@ -63,11 +56,12 @@ std::vector<std::string> neighboursOf(const std::string &value) {
 
 // Values that a switch, a choice, a number, an address or a name might have instead.
 std::vector<std::string> alternativesTo(const nvram::Entry &setting) {
-  const SettingForm *form = formOf(setting);
+  const SettingDescription *description = descriptionOf(setting.key, setting.space);
+  const Form *form = description != nullptr ? &description->form : nullptr;
   bool number = setting.value.find_first_not_of("0123456789") == std::string::npos;
   std::vector<std::string> alternatives;
   auto add = [&](const std::string &value, bool otherwise) {
-    bool likely = form != nullptr ? form->matches(value) : otherwise;
+    bool likely = form != nullptr && form->limits() ? form->matches(value) : otherwise;
     if (likely && value != setting.value) alternatives.push_back(value);
   };
   for (const char *value : {"0", "1", "2", "3"}) add(value, number);

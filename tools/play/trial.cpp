@@ -52,8 +52,6 @@ const std::map<std::string, std::vector<std::string>> kValues = {
     {"wanConnectionMode", {"PPPOE", "STATIC", "BRIDGE"}},
     {"wanConnectionMode%d", {"PPPOE", "STATIC", "BRIDGE"}},
     {"IPPortFilterType", {"WAN_TO_WAN"}},
-    {"firewallAction", {"ACCEPT"}},
-    {"MacFilterAction", {"ACCEPT"}},
     {"AuthMode", {"OPEN", "WPA2PSK;WPA2PSK"}},
     {"IEEE8021X", {"0;1"}},
     {"WlanEnabled", {"0;0"}},
@@ -62,17 +60,6 @@ const std::map<std::string, std::vector<std::string>> kValues = {
     {"RemoteLogIP", {"0.0.0.0"}},
     {"websFilterTrustIP", {"0.0.0.0"}},
 };
-
-// The values of a form such as "[0-2]" or "[123]"; none for any other.
-std::vector<std::string> digitsOf(const std::string &pattern) {
-  std::vector<std::string> digits;
-  if (pattern.empty() || pattern[0] != '[' || pattern.find(']') != pattern.size() - 1) return {};
-  for (char c = '0'; c <= '9'; c++) {
-    bool in_range = pattern[2] == '-' && pattern[1] <= c && c <= pattern[3];
-    if (in_range || pattern.find(c) != std::string::npos) digits.emplace_back(1, c);
-  }
-  return digits;
-}
 
 }  // namespace
 
@@ -88,7 +75,7 @@ std::vector<Change> changesOf(const SettingName &setting) {
   if (description != nullptr) {
     auto chosen = kValues.find(description->key);
     for (const std::string &value :
-         chosen != kValues.end() ? chosen->second : digitsOf(description->pattern)) {
+         chosen != kValues.end() ? chosen->second : description->form.values()) {
       if (value != description->example) changes.push_back({setting, value});
     }
   }

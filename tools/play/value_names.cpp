@@ -28,14 +28,20 @@ bool isPartOfWord(char c) {
 
 using Owners = std::map<std::string, std::set<std::string>>;  // of each value
 
-void addValuesOf(const std::string &key, const std::string &example, Owners &owners) {
-  bool has_fields = example.find(',') != std::string::npos;
-  int field = 0;
+// The name of a field: "RoutingRules[gateway]"; that of a list's only one is its key.
+std::string nameOf(const std::string &key, const Form &form, int number) {
+  const Field *field = form.field(number);
+  return field == nullptr || field->name.empty() ? key : key + "[" + field->name + "]";
+}
+
+void addValuesOf(const std::string &key, const Form &form, const std::string &example,
+                 Owners &owners) {
+  const std::string separators = {form.field_separator, form.record_separator};
+  int number = 1;
   for (size_t at = 0; at <= example.size();) {
-    size_t end = std::min(example.find_first_of(";,", at), example.size());
-    std::string name = has_fields ? key + "[" + std::to_string(field) + "]" : key;
-    owners[example.substr(at, end - at)].insert(name);
-    field = end < example.size() && example[end] == ',' ? field + 1 : 0;
+    size_t end = std::min(example.find_first_of(separators, at), example.size());
+    owners[example.substr(at, end - at)].insert(nameOf(key, form, number));
+    number = end < example.size() && example[end] == form.field_separator ? number + 1 : 1;
     at = end + 1;
   }
 }
@@ -44,7 +50,7 @@ ValueNames collectExamples() {
   Owners owners;
   for (const SettingDescription &description : settingDescriptions()) {
     for (const auto &[key, example] : description.keysWithExamples()) {
-      addValuesOf(key, example, owners);
+      addValuesOf(key, description.form, example, owners);
     }
   }
   ValueNames names;

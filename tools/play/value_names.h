@@ -21,7 +21,7 @@ class ValueNames {
 };
 
 // The values that only one of the example settings has, and what the desk gives
-// the WANs and the LAN. A field of a list is named by its position: "<aclRules[1]>".
+// the WANs and the LAN. A field of a list has its own: "<RoutingRules[gateway]>".
 const ValueNames &namesOfExamples();
 ValueNames namesOfWords(const EntryPoint &entry, const std::vector<std::string> &words);
 

@@ -17,7 +17,7 @@ Every function and datum that the library exports, by subsystem: what it runs, a
 files it reads and writes. Arguments, results and buffer sizes stand in `include/orba_util.h`.
 
 The commands are those of an example device, found by calling every function with every setting that
-it asks for changed or missing. `<DMZAddress>` is the value of a setting, `<aclRules[1]>` field 1 of a
+it asks for changed or missing. `<DMZAddress>` is the value of a setting, `<RoutingRules[gateway]>` a field of a
 list's record, `<netmask>` an argument, `<WAN>` the WAN's interface; a command that ends in `|` is run
 for its output, and `# iptablesMclRun` stands for all that this function runs. What runs on the device as it comes is followed by what only runs in another
 situation. Two settings changed at once are tried only where the second is asked for because of the

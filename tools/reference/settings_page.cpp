@@ -15,6 +15,7 @@ constexpr char kHead[] =
 
 Every setting that the library reads or writes: what it means, its form, and what happens without
 it. A setting lives in space 1, the main configuration, unless space 2, the 5 GHz module's, is named.
+Fields of a record are counted from 1, as `orba check` does; the library's functions count from 0.
 The same at the shell: `orba explain KEY`; what is wrong with a configuration: `orba check`.
 
 Made by `./dev reference` from `tools/catalog/setting_table.cpp` and from what the
@@ -57,9 +58,10 @@ std::string section(const std::vector<Known> &all, const SettingDescription &des
     names.emplace_back(description.space, key);
   }
   std::string text = "### " + listed(titlesOf({names.begin(), names.end()})) + "\n\n" +
-                     description.meaning + "\n\n- Form: " + description.form + "; for example `" +
-                     description.keysWithExamples().front().second +
-                     "`\n- Without it: " + description.fallback + "\n";
+                     description.meaning + "\n\n- Form: " + description.form.inWords() +
+                     "; for example `" + description.keysWithExamples().front().second + "`\n";
+  for (const std::string &line : description.form.fieldLines()) text += "  - " + line + "\n";
+  text += "- Without it: " + description.without + "\n";
   std::string readers = linksTo(all, description, &tool::Behaviour::reads);
   std::string writers = linksTo(all, description, &tool::Behaviour::writes);
   if (!readers.empty()) text += "- Read by " + readers + "\n";

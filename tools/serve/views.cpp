@@ -166,17 +166,22 @@ Json settingsView(const Draft &draft) {
   answer["settings"] = Json::array();
   for (const nvram::Entry &entry : draft.changed()) {
     const SettingDescription *description = descriptionOf(entry.key, entry.space);
+    const SettingDescription known = description != nullptr ? *description : SettingDescription();
     answer["settings"].push_back({{"space", entry.space},
                                   {"key", entry.key},
                                   {"value", entry.value},
-                                  {"meaning", description != nullptr ? description->meaning : ""}});
+                                  {"meaning", known.meaning},
+                                  {"fields", known.form.fieldLines()}});
   }
   answer["forms"] = Json::array();
-  for (const SettingForm &form : settingForms()) {
-    answer["forms"].push_back({{"space", form.space},
-                               {"key", form.key},
-                               {"pattern", form.pattern},
-                               {"words", form.words}});
+  for (const SettingDescription &description : settingDescriptions()) {
+    if (!description.form.limits()) continue;
+    for (const auto &[key, example] : description.keysWithExamples()) {
+      answer["forms"].push_back({{"space", description.space},
+                                 {"key", key},
+                                 {"choices", description.form.values()},
+                                 {"words", description.form.inWords()}});
+    }
   }
   answer["findings"] = Json::array();
   for (const Finding &finding : findingsIn(draft.changed())) {

@@ -1,7 +1,5 @@
 #include "tools/show/check.h"
 
-#include <arpa/inet.h>
-
 #include "core/setting.h"
 #include "firewall/access_list.h"
 #include "firewall/ip_port_filter.h"
@@ -19,63 +17,12 @@ namespace orba::tool {
 
 namespace {
 
-// How the programs that get a text take it.
-enum class Use { kText, kWord, kHost, kInterface };
+const Form kRange = {.kind = Form::kAddressRange, .use = Use::kWord};
+const Form kNoOption = {.kind = Form::kNoOption, .use = Use::kWord};
 
-// What a field is to hold.
-struct Form {
-  const char *words;  // behind "is not"
-  bool (*holds)(const std::string &text);
-  Use use = Use::kWord;
-};
-
-bool isAddress(const std::string &text) {
-  in_addr address;
-  return inet_pton(AF_INET, text.c_str(), &address) == 1;
-}
-
-bool isPrefixLength(const std::string &text) {
-  bool number = text.size() <= 2 && text.find_first_not_of("0123456789") == std::string::npos;
-  return number && !text.empty() && std::stoi(text) <= 32;
-}
-
-bool isNetmask(const std::string &text) {
-  return isAddress(text) || isPrefixLength(text);
-}
-
-// Without its "/0" even "any" is a name.
 bool isNetwork(const std::string &text) {
-  size_t slash = text.find('/');
-  if (slash == std::string::npos) return isAddress(text);
-  return text == "any/0" || (isAddress(text.substr(0, slash)) && isNetmask(text.substr(slash + 1)));
+  return Form{.kind = Form::kNetwork}.matches(text);
 }
-
-bool isRangeOfAddresses(const std::string &text) {
-  size_t dash = text.find('-');
-  return dash != std::string::npos && isAddress(text.substr(0, dash)) &&
-         isAddress(text.substr(dash + 1));
-}
-
-bool isMac(const std::string &text) {
-  return isMacValid(text.c_str()) != 0;
-}
-
-bool isNoOption(const std::string &text) {
-  return text[0] != '-';
-}
-
-bool isInterface(const std::string &text) {
-  return isNoOption(text) && text.find_first_of("!+ /") == std::string::npos;
-}
-
-constexpr Form kAddress = {"an IPv4 address", isAddress, Use::kHost};
-constexpr Form kAddressOfFrames = {kAddress.words, isAddress};  // ebtables knows no names
-constexpr Form kNetwork = {"an IPv4 address or network", isNetwork, Use::kHost};
-constexpr Form kRange = {"a range of two IPv4 addresses", isRangeOfAddresses};
-constexpr Form kNetmask = {"a netmask", isNetmask, Use::kText};
-constexpr Form kMac = {"a MAC address", isMac};
-constexpr Form kInterface = {"the name of one interface", isInterface};
-constexpr Form kNoOption = {"free of a \"-\" in front", isNoOption};
 
 // What comes of a text that is not of its form.
 const char *effectOf(const std::string &text, Use use) {
@@ -88,34 +35,50 @@ const char *effectOf(const std::string &text, Use use) {
                                              : "is looked up as a host name";
 }
 
-// The same of a setting, by the words for its form.
-Use useOf(const std::string &words) {
-  if (words == kAddress.words) return Use::kHost;
-  if (words.rfind("a port ", 0) == 0) return Use::kWord;
-  return words.rfind("a VLAN id ", 0) == 0 ? Use::kInterface : Use::kText;
+const Form &formOf(const char *key) {
+  return descriptionOf(key, kMainSpace)->form;
 }
+
+// In place of a field's number, which is from 0 in the library.
+constexpr int kWhole = -1;
 
 class Checker {
  public:
   std::vector<Finding> findings;
 
-  // A finding about a field, or about the record (-1), unless it is empty or of its form.
+  // A finding about each field that is not of its form. Of records that are one
+  // value the finding is about the record.
+  void expectFields(const char *key, const Record &record) {
+    const Form &list = formOf(key);
+    if (list.field_separator == '\0') return expect(key, record, kWhole, list.fields.front().form);
+    for (int field = 0; const Field *known = list.field(field + 1); field++) {
+      expect(key, record, field, known->form);
+    }
+  }
+
+  // A finding about a field, from 0, or about the record, unless it is empty or of its form.
   void expect(const char *key, const Record &record, int field, const Form &form) {
-    Slice slice = record.slice();
-    if (field >= 0 && !record.field(field, slice)) return;
-    const std::string text(slice.begin, slice.length);
-    if (text.empty() || form.holds(text)) return;
-    findings.push_back({key, kMainSpace, record.index(), field, text,
-                        "is not " + std::string(form.words), effectOf(text, form.use)});
+    const std::string text = textOf(record, field);
+    if (text.empty() || form.matches(text)) return;
+    add(key, record, field, "is not " + form.inWords(), effectOf(text, form.use));
   }
 
   // A finding about a record of `key`, unless there is no fault.
   void note(const char *key, const Record &record, const RecordFault &fault, const char *effect) {
-    if (!faulty(fault)) return;
+    if (faulty(fault)) add(key, record, fault.field, fault.reason, effect);
+  }
+
+ private:
+  static std::string textOf(const Record &record, int field) {
     Slice slice = record.slice();
-    if (fault.field >= 0 && !record.field(fault.field, slice)) slice = {"", 0};
-    findings.push_back({key, kMainSpace, record.index(), fault.field,
-                        std::string(slice.begin, slice.length), fault.reason, effect});
+    if (field != kWhole && !record.field(field, slice)) return "";
+    return std::string(slice.begin, slice.length);
+  }
+
+  void add(const char *key, const Record &record, int field, const std::string &reason,
+           const char *effect) {
+    findings.push_back(
+        {key, kMainSpace, record.index() + 1, field + 1, textOf(record, field), reason, effect});
   }
 };
 
@@ -123,7 +86,7 @@ constexpr char kSkipped[] = "is passed over";
 constexpr char kCut[] = "is used without its end";
 constexpr char kNotSpared[] = "is not told to the DMZ program";
 
-constexpr RecordFault kTooLong = {-1, "is too long and loses its end"};
+constexpr RecordFault kTooLong = {kWhole, "is too long and loses its end"};
 
 void checkFilters(Checker &checker) {
   const char *key = "IPPortFilterRules";
@@ -133,10 +96,7 @@ void checkFilters(Checker &checker) {
     checker.note(key, record, fault, kSkipped);
     checker.note(key, record, filter.cut, kCut);
     if (faulty(fault)) continue;
-    for (int side : {0, 4}) {
-      checker.expect(key, record, side, kNetwork);
-      checker.expect(key, record, side + 1, kNetmask);
-    }
+    checker.expectFields(key, record);
   }
 }
 
@@ -149,7 +109,7 @@ void checkPortForwards(Checker &checker) {
     checker.note(key, record, forward.fault(), kSkipped);
     if (!faulty(forward.fault())) {
       protocols = forward.protocols;
-      checker.expect(key, record, PortForward::kAddress, kAddress);
+      checker.expectFields(key, record);
     }
     if (record.cut()) checker.note(key, record, kTooLong, kCut);
   }
@@ -164,7 +124,7 @@ void checkPortForwards(Checker &checker) {
     const char *single = "SinglePortForwardRules";
     for (Record record : RuleList(setting(single).text())) {
       checker.note(single, record, SuperDmzSinglePort(record).fault(), kNotSpared);
-      checker.expect(single, record, 1, kNoOption);
+      checker.expectFields(single, record);
     }
   }
 }
@@ -172,7 +132,11 @@ void checkPortForwards(Checker &checker) {
 void checkTrustedSources(Checker &checker) {
   const char *key = "aclRules";
   for (Record source : trustedSources(setting(key).text())) {
-    checker.expect(key, source, -1, isRange(source) ? kRange : kNetwork);
+    if (isRange(source)) {
+      checker.expect(key, source, kWhole, kRange);
+    } else {
+      checker.expectFields(key, source);
+    }
     if (source.cut()) checker.note(key, source, kTooLong, kCut);
   }
 }
@@ -182,10 +146,10 @@ void checkMacs(Checker &checker) {
   bool ended = false;
   for (Record mac : filteredMacs(setting(key).text())) {
     RecordFault end = endOfMacs(mac);
-    if (ended) checker.note(key, mac, {-1, "stands behind an empty record"}, kSkipped);
+    if (ended) checker.note(key, mac, {kWhole, "stands behind an empty record"}, kSkipped);
     if (!ended) {
       checker.note(key, mac, end, kSkipped);
-      checker.expect(key, mac, -1, kMac);
+      checker.expectFields(key, mac);
     }
     if (mac.cut()) checker.note(key, mac, kTooLong, kCut);
     ended = ended || faulty(end);
@@ -196,7 +160,7 @@ void checkWebFilters(Checker &checker) {
   for (const char *key : {"websURLFilters", "websHostFilters"}) {
     for (Record record : RuleList(setting(key).text())) {
       checker.note(key, record, webFilterFault(record), kSkipped);
-      checker.expect(key, record, -1, kNoOption);
+      checker.expectFields(key, record);
       if (record.cut()) checker.note(key, record, kTooLong, kCut);
     }
   }
@@ -209,8 +173,7 @@ void checkRoutes(Checker &checker) {
     checker.note("RoutingRules", record, rule.fault(gateway_mode), kSkipped);
     checker.note("RoutingRules", record, rule.cut, kCut);
     if (faulty(rule.fault(gateway_mode))) continue;
-    for (int field : {0, 1, 2}) checker.expect("RoutingRules", record, field, kAddress);
-    checker.expect("RoutingRules", record, 4, kInterface);
+    checker.expectFields("RoutingRules", record);
   }
   const char *static_routes = "StaticRoutingRules";
   for (Record record : RuleList(setting(static_routes).text(), WanStaticRoute::kRecordSize)) {
@@ -218,7 +181,7 @@ void checkRoutes(Checker &checker) {
     checker.note(static_routes, record, route.fault(), kSkipped);
     checker.note(static_routes, record, route.cut, kCut);
     if (faulty(route.fault())) continue;
-    for (int field : {2, 3, 4}) checker.expect(static_routes, record, field, kAddress);
+    checker.expectFields(static_routes, record);
   }
   const char *policy_routes = "PolicyRoutingRules";
   for (Record record : RuleList(setting(policy_routes).text(), PolicyRule::kRecordSize)) {
@@ -226,29 +189,34 @@ void checkRoutes(Checker &checker) {
     checker.note(policy_routes, record, rule.fault(), kSkipped);
     checker.note(policy_routes, record, rule.cut, kCut);
     if (faulty(rule.fault())) continue;
-    const std::pair<int, Form> fields[] = {
-        {0, kNetmask}, {1, kAddressOfFrames}, {3, kMac}, {6, kInterface}};
-    for (const auto &[field, form] : fields) checker.expect(policy_routes, record, field, form);
+    checker.expectFields(policy_routes, record);
   }
 }
 
 void checkForms(const sim::Device &device, Checker &checker) {
-  for (const SettingForm &form : settingForms()) {
-    std::optional<std::string> value = device.setting(form.key, form.space);
-    if (!value || value->empty() || form.matches(*value)) continue;
-    checker.findings.push_back({form.key, form.space, -1, -1, *value,
-                                "is not " + std::string(form.words),
-                                effectOf(*value, useOf(form.words))});
+  for (const SettingDescription &description : settingDescriptions()) {
+    const Form &form = description.form;
+    for (const auto &[key, example] : description.keysWithExamples()) {
+      std::optional<std::string> value = device.setting(key, description.space);
+      if (!value || value->empty() || form.matches(*value)) continue;
+      checker.findings.push_back({key, description.space, 0, 0, *value, "is not " + form.inWords(),
+                                  effectOf(*value, form.use)});
+    }
   }
 }
 
 }  // namespace
 
+std::string Finding::fieldName() const {
+  const Field *known = descriptionOf(key, space)->form.field(field);
+  return known != nullptr ? known->name : "";
+}
+
 std::string Finding::line() const {
   std::string text = key;
   if (space != kMainSpace) text += " in space " + std::to_string(space);
-  if (record >= 0) text += ", record " + std::to_string(record + 1);
-  if (field >= 0) text += ", field " + std::to_string(field + 1);
+  if (record > 0) text += ", record " + std::to_string(record);
+  if (field > 0) text += ", field " + std::to_string(field) + " (" + fieldName() + ")";
   return text + ": \"" + visible(value) + "\" " + reason + "; it " + effect;
 }
 

@@ -13,13 +13,15 @@ namespace orba::tool {
 struct Finding {
   std::string key;
   int space = 1;
-  int record = -1;  // from 0; -1 for the setting as a whole
-  int field = -1;   // from 0; -1 for the record as a whole
+  int record = 0;  // from 1; 0 for the setting as a whole
+  int field = 0;   // from 1; 0 for the record as a whole
   std::string value;
   std::string reason;
   std::string effect;
 
-  // "IPPortFilterRules, record 2, field 1 ("10.0.0.300"): is not ..."
+  // What the table of settings calls the field; empty without one.
+  std::string fieldName() const;
+  // "IPPortFilterRules, record 2, field 1 (source address): "10.0.0.300" is not ..."
   std::string line() const;
 };
 

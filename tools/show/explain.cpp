@@ -78,13 +78,24 @@ Users usersOf(const SettingName &setting) {
 }
 
 ordered_json asJson(const SettingDescription &description, const std::string &key) {
-  return {{"key", key},
-          {"space", description.space},
-          {"group", description.group},
-          {"meaning", description.meaning},
-          {"form", description.form},
-          {"example", description.exampleOf(key)},
-          {"without", description.fallback}};
+  ordered_json json = {{"key", key},
+                       {"space", description.space},
+                       {"group", description.group},
+                       {"meaning", description.meaning},
+                       {"form", description.form.inWords()},
+                       {"example", description.exampleOf(key)},
+                       {"without", description.without}};
+  int number = 1;
+  for (const Field &field : description.form.fields) {
+    if (field.name.empty()) continue;
+    json["fields"].push_back({{"number", number},
+                              {"count", field.count},
+                              {"name", field.name},
+                              {"form", field.form.inWords()},
+                              {"meaning", field.meaning}});
+    number += field.count;
+  }
+  return json;
 }
 
 // The first sentence, or its part in front of a colon or a semicolon.
@@ -130,8 +141,14 @@ bool explainSetting(std::ostream &out, const std::string &key, bool json) {
     }
     out << key << inSpace(space) << " (" << description->group << ")\n";
     out << "  " << wrapped(description->meaning, "  ") << "\n\n";
-    printItem(out, "is", description->form + "; for example " + description->exampleOf(key));
-    printItem(out, "without it", description->fallback);
+    printItem(out, "is",
+              description->form.inWords() + "; for example " + description->exampleOf(key));
+    const char *name = "fields";
+    for (const std::string &line : description->form.fieldLines()) {
+      printItem(out, name, line);
+      name = "";
+    }
+    printItem(out, "without it", description->without);
     printItem(out, "read by", joined(users.readers));
     printItem(out, "written by", joined(users.writers));
     out << "\n";

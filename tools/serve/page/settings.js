@@ -4,25 +4,13 @@ import {card, h} from "./dom.js";
 
 const idOf = ({space, key}) => `${space} ${key}`;
 
-// The values that a form leaves to choose from; nothing when there are others.
-function choicesOf(pattern) {
-  const digits = pattern?.match(/^\[(\d)-?(\d)\]$/);
-  if (digits && pattern.includes("-")) {
-    const [first, last] = digits.slice(1).map(Number);
-    return Array.from({length: last - first + 1}, (_, i) => String(first + i));
-  }
-  if (/^\[\d+\]$/.test(pattern ?? "")) return [...pattern.slice(1, -1)];
-  if (/^[A-Z]+(\|[A-Z]+)+$/.test(pattern ?? "")) return pattern.split("|");
-  return null;
-}
-
 // Lists are written a record a line, as long as that can be taken back.
 const isList = (setting) => setting.value.includes(";") && !/[\n\r]/.test(setting.value);
 
-function editor(setting, form, collect) {
-  const common = {id: `setting-${setting.space}-${setting.key}`};
-  const choices = choicesOf(form?.pattern);
-  if (choices) {
+function editor(setting, form, wrong, collect) {
+  const common = {id: `setting-${setting.space}-${setting.key}`, "aria-invalid": wrong ? "true" : null};
+  const choices = [...form?.choices ?? []];
+  if (choices.length) {
     if (!choices.includes(setting.value)) choices.unshift(setting.value);
     return h("select", {...common, onchange: (event) => collect(event.target.value)},
       choices.map((value) => h("option", {value, selected: value === setting.value}, value || "(empty)")));
@@ -33,7 +21,7 @@ function editor(setting, form, collect) {
       onchange: (event) => collect(event.target.value.split("\n").join(";"))});
   }
   return h("input", {...common, value: setting.value, spellcheck: "false", autocomplete: "off",
-    pattern: form ? `(?:${form.pattern})?` : null, onchange: (event) => collect(event.target.value)});
+    onchange: (event) => collect(event.target.value)});
 }
 
 function row(setting, form, kept, findings, collect) {
@@ -41,10 +29,11 @@ function row(setting, form, kept, findings, collect) {
   const label = h("label", {for: `setting-${setting.space}-${setting.key}`}, setting.key,
     setting.space === 1 ? null : h("small", {}, ` space ${setting.space}`));
   return h("div", {class: changed ? "setting changed" : "setting", "data-key": setting.key}, label,
-    h("div", {}, editor(setting, form, collect),
+    h("div", {}, editor(setting, form, findings.length > 0, collect),
       form && form.words !== "0 or 1" ? h("small", {}, form.words) : null,
       findings.map((finding) => h("p", {class: "finding"}, finding.line))),
-    h("small", {}, setting.meaning, isList(setting) ? " A record a line." : ""),
+    h("small", {}, setting.meaning, setting.fields.length ? ` Fields: ${setting.fields.join("; ")}.` : "",
+      isList(setting) ? " A record a line." : ""),
     h("div", {class: "tools"},
       changed ? h("button", {type: "button", onclick: () => collect(kept)}, kept === null ? "Do not add" : "Undo") : null,
       changed && kept === null ? null

@@ -30,7 +30,7 @@ bool isSame(const std::string &path, const std::string &wanted) {
 int run(const std::string &source, bool write) {
   const std::vector<Symbol> symbols = readSymbols(source + "/src/orba_util.symbols");
   const std::vector<Known> &all = orba::tool::everyBehaviour();
-  const std::vector<std::string> complaints = undescribed(all, source + "/src", symbols);
+  const std::vector<std::string> complaints = undescribed(all);
   for (const std::string &complaint : complaints) std::cout << complaint << "\n";
   bool good = complaints.empty();
   const auto header = readHeader(source + "/include/orba_util.h");

@@ -17,9 +17,8 @@ std::string entryPointsPage(const std::vector<Known> &all, const std::vector<Sym
                             const std::map<std::string, Declaration> &header);
 
 // What is lacking in the table of settings: one line each for a setting that an
-// entry point or a line of the sources in `folder` uses and the table does not have.
-std::vector<std::string> undescribed(const std::vector<Known> &all, const std::string &folder,
-                                     const std::vector<Symbol> &symbols);
+// entry point uses, in any situation, and the table does not have.
+std::vector<std::string> undescribed(const std::vector<Known> &all);
 
 // "`a`, `b` and 3 more".
 std::string listed(const std::vector<std::string> &things, size_t most = 1000);

@@ -2,11 +2,13 @@
 
 #include <fstream>
 #include <sstream>
+#include <stdexcept>
 
 #include "bench/null_device.h"
 #include "orba_util.h"
 #include "platform/nvram/store_format.h"
 #include "sim/neighbourhood.h"
+#include "tools/catalog/settings.h"
 
 namespace orba::bench {
 
@@ -31,13 +33,21 @@ const ListBuilder kListBuilders[] = {
      "1,n,10.1.0.0,255.255.0.0,10.0.0.1,br0"},
 };
 
+// What nobody reads would be measured in vain.
+void put(const std::string &key, const std::string &value, int space = 1) {
+  if (tool::descriptionOf(key, space) == nullptr) {
+    throw std::invalid_argument("the library has no setting " + key);
+  }
+  null_device::setting(key, value, space);
+}
+
 void example(const std::string &name) {
   null_device::reset();
   std::ifstream file(std::string(ORBA_EXAMPLES) + "/" + name);
   std::ostringstream content;
   content << file.rdbuf();
   for (const nvram::Entry &entry : nvram::parseSettings(content.str(), nullptr)) {
-    null_device::setting(entry.key, entry.value, entry.space);
+    put(entry.key, entry.value, entry.space);
   }
 }
 
@@ -50,10 +60,9 @@ std::string listOf(const char *record, int records) {
 Job listJob(const ListBuilder &builder) {
   auto prepare = [&builder](int records) {
     example("gateway.conf");
-    null_device::setting("websFilterTrustIP", "0.0.0.0");
-    null_device::setting("MACFilterAction", "DROP");
+    put("websFilterTrustIP", "0.0.0.0");
     null_device::file("/proc/net/route", "Iface\tDestination\tGateway\n");
-    null_device::setting(builder.key, listOf(builder.record, records));
+    put(builder.key, listOf(builder.record, records));
   };
   return {builder.name, "record", {8, 64, 512, 4096}, true, prepare, [&builder] { builder.run(); }};
 }

@@ -43,7 +43,10 @@ Device *Device::current() {
 }
 
 Device &Device::settings(const Settings &values, int space) {
-  for (const auto &[key, value] : values) put(committed_, space, key, value);
+  for (const auto &[key, value] : values) {
+    if (on_setting != nullptr) on_setting(space, key);
+    put(committed_, space, key, value);
+  }
   return *this;
 }
 

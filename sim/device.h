@@ -65,6 +65,10 @@ class Device {
   ~Device();
   static Device *current();
 
+  // Told of every setting that a device is given.
+  using OnSetting = void (*)(int space, const std::string &key);
+  static inline OnSetting on_setting = nullptr;
+
   // ---- set-up: what the library finds ----
   Device &settings(const Settings &values, int space = 1);
   // What the library's process has buffered over them and not committed.

@@ -74,11 +74,11 @@ TEST(Entries, SayWhatIsWrongWithTheirWords) {
 }
 
 TEST(Config, IsReadWithSpacesOrComplainedOfByLineAndKey) {
-  std::string path = written("# both spaces\nA=1\n[2]\nA= two \n");
+  std::string path = written("# both spaces\nSSID1=1\n[2]\nSSID1= two \n");
   sim::Device device;
   putSettings(readConfig(path), device);
-  EXPECT_EQ(device.setting("A"), "1");
-  EXPECT_EQ(device.setting("A", 2), " two ");
+  EXPECT_EQ(device.setting("SSID1"), "1");
+  EXPECT_EQ(device.setting("SSID1", 2), " two ");
 
   path = written("[1]\nA=1\nnothing\nB=\\q\nA=2\n");
   std::string complaint = complaintOf([&] { readConfig(path); });

@@ -1,6 +1,6 @@
 // The device on the desk: what the tool's simulated device has besides settings.
 //
-// A device file says what is different from the bench as it comes:
+// A device file says what is different from the device as it comes:
 //
 //   interface ra0 - 02:00:00:00:00:05       name, address/prefix or "-", MAC
 //   answer "switch reg r 80" "value=3e00001f"

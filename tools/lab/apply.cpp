@@ -1,7 +1,6 @@
 #include "tools/lab/apply.h"
 
 #include <sys/mman.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -19,6 +18,7 @@
 #include "tools/lab/expected_failures.h"
 #include "tools/lab/lab.h"
 #include "tools/lab/real_shell.h"
+#include "tools/play/recording.h"
 #include "tools/show/report.h"
 #include "tools/text/json.h"
 #include "tools/text/lines.h"
@@ -44,31 +44,6 @@ class ScratchStore {
  private:
   sim::TemporaryFolder folder_{"orba-settings-"};
 };
-
-// How many commands a plan has, found out by a process of its own, because the
-// library remembers some of what it did.
-size_t foreseen(const EntryPoint &entry, const ApplyOptions &options,
-                const std::vector<nvram::Entry> &settings) {
-  size_t count = 0;
-  int ends[2];
-  if (pipe(ends) != 0) return count;
-  pid_t child = fork();
-  if (child == 0) {
-    {
-      sim::Device device;  // takes its folder away with it
-      putThisMachine(device);
-      putSettings(settings, device);
-      entry.call(options.words);
-      count = device.shellLines().size();
-    }
-    _exit(write(ends[1], &count, sizeof count) == sizeof count ? 0 : 1);
-  }
-  close(ends[1]);
-  if (read(ends[0], &count, sizeof count) != sizeof count) count = 0;
-  close(ends[0]);
-  if (child > 0) waitpid(child, nullptr, 0);
-  return count;
-}
 
 // Catches what the library itself prints, so that the answer for a program stays one
 // piece, and a terminal is not told to do anything.
@@ -126,12 +101,9 @@ Judgement judge(const std::vector<RanCommand> &ran) {
 }
 
 void print(const Call &call, const RealShell &runner, size_t expected, const Judgement &judgement) {
-  std::cout << call.entry.name << ": " << runner.count()
+  std::cout << forReader(call.printed) << call.entry << ": " << runner.count()
             << (runner.count() == 1 ? " command (" : " commands (") << expected << " foreseen)";
-  if (!call.result.returned.empty()) std::cout << ", returns " << visible(call.result.returned);
-  std::cout << "\n";
-  for (const std::string &output : call.result.outputs)
-    std::cout << "answer: " << forReader(output) << "\n";
+  printAnswer(std::cout, call);
 
   std::map<std::string, int> reasons;
   for (const auto &[command, reason] : judgement.harmless) reasons[reason]++;
@@ -151,14 +123,11 @@ void print(const Call &call, const RealShell &runner, size_t expected, const Jud
 }
 
 nlohmann::ordered_json asJson(const Call &call, const RealShell &runner, size_t expected,
-                              const Judgement &judgement, const std::string &printed) {
-  nlohmann::ordered_json json = {{"entry", call.entry.name},
-                                 {"arguments", call.words},
-                                 {"returned", call.result.returned},
-                                 {"outputs", call.result.outputs},
-                                 {"printed", printed},
-                                 {"foreseen", expected},
-                                 {"lines", runner.lines()}};
+                              const Judgement &judgement) {
+  nlohmann::ordered_json json = answerAsJson(call);
+  json["printed"] = call.printed;
+  json["foreseen"] = expected;
+  json["lines"] = runner.lines();
   std::map<const RanCommand *, const char *> harmless(judgement.harmless.begin(),
                                                       judgement.harmless.end());
   json["commands"] = nlohmann::ordered_json::array();
@@ -191,7 +160,7 @@ bool apply(const ApplyOptions &options) {
 
   std::optional<ScratchStore> store;
   if (!config.empty()) store.emplace(settings);
-  size_t expected = foreseen(entry, options, settings);
+  size_t expected = recordCommands(settings, options.entry, options.words, putThisMachine).size();
   bool watched = isatty(STDERR_FILENO) != 0;
   size_t number = 0;
   RealShell runner([&](const std::string &line) {
@@ -199,15 +168,14 @@ bool apply(const ApplyOptions &options) {
   });
 
   Printed printed;
-  Call call{entry, options.words, entry.call(options.words)};
-  std::string text = printed.end();
+  Call call{options.entry, options.words, entry.call(options.words), ""};
+  call.printed = printed.end();
   if (watched) std::cerr << "\r" << std::string(75, ' ') << "\r";
 
   Judgement judgement = judge(runner.ran());
   if (options.json) {
-    printJson(std::cout, asJson(call, runner, expected, judgement, text));
+    printJson(std::cout, asJson(call, runner, expected, judgement));
   } else {
-    std::cout << forReader(text);
     print(call, runner, expected, judgement);
   }
   return judgement.failed.empty();

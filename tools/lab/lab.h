@@ -5,14 +5,16 @@
 #ifndef ORBA_TOOLS_LAB_LAB_H
 #define ORBA_TOOLS_LAB_LAB_H
 
-#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "tools/catalog/entry_point.h"
+
 namespace orba::tool {
 
-struct NoLab : std::runtime_error {
-  using std::runtime_error::runtime_error;
+// Asked for a lab where there is none.
+struct NoLab : BadArgument {
+  using BadArgument::BadArgument;
 };
 
 // Gives this process to one of the lab's scripts, "up.sh", with its words.

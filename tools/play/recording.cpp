@@ -1,10 +1,12 @@
 #include "tools/play/recording.h"
 
 #include <fcntl.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
@@ -27,7 +29,9 @@ json recordOf(const sim::Device &device, const CallResult &result) {
                  {"outputs", result.outputs},
                  {"events", json::array()},
                  {"files", json::object()},
-                 {"asked", device.asked()}};
+                 {"asked", device.asked()},
+                 {"missing", device.missing()},
+                 {"milliseconds", device.clock().elapsed()}};
   for (const Event &event : device.events()) {
     record["events"].push_back({event.kind, event.text, event.at});
     if (event.kind != Event::kFile) continue;
@@ -59,8 +63,10 @@ std::vector<uint8_t> receive(int descriptor) {
   }
 }
 
+constexpr long long kTick = 100;  // of the WPS monitors, in milliseconds
+
 // Does not return.
-void callAndSend(const Recording &run, const Prepare &prepare, int descriptor) {
+void callAndSend(const Recording &run, const Prepare &prepare, long long ticks, int descriptor) {
   auto device = std::make_unique<sim::Device>();
   auto sendAndLeave = [&](const json &record) {
     send(descriptor, record);
@@ -73,7 +79,9 @@ void callAndSend(const Recording &run, const Prepare &prepare, int descriptor) {
     device->onExit([&](int status) {
       sendAndLeave(recordOf(*device, {"exit " + std::to_string(status), {}}));
     });
-    sendAndLeave(recordOf(*device, entryPointNamed(run.entry).call(run.words)));
+    CallResult result = entryPointNamed(run.entry).call(run.words);
+    for (long long i = 0; i < ticks && device->clock().armed(); i++) device->advance(kTick);
+    sendAndLeave(recordOf(*device, result));
   } catch (const BadArgument &error) {
     sendAndLeave({{kBadArgument, error.what()}});
   } catch (const BadConfig &error) {
@@ -84,13 +92,14 @@ void callAndSend(const Recording &run, const Prepare &prepare, int descriptor) {
 }
 
 // The record of a call that was made in a process of its own.
-json recordFromOutside(const Recording &run, const Prepare &prepare) {
+json recordFromOutside(const Recording &run, const Prepare &prepare, long long ticks) {
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) throw std::system_error(errno, std::generic_category(), "pipe");
   pid_t child = fork();
   if (child == 0) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);  // nobody else would end a call that waits for ever
     close(ends[0]);
-    callAndSend(run, prepare, ends[1]);
+    callAndSend(run, prepare, ticks, ends[1]);
   }
   int error = errno;
   close(ends[1]);
@@ -123,13 +132,14 @@ namespace {
 
 // All of a run but what its commands make of the packet filter.
 Recording recordedOn(const std::vector<nvram::Entry> &config, const std::string &entry,
-                     const std::vector<std::string> &words, const Prepare &prepare) {
+                     const std::vector<std::string> &words, const Prepare &prepare,
+                     long long ticks) {
   entryPointNamed(entry).checkWords(words);
   Recording run;
   run.entry = entry;
   run.words = words;
   run.config = config;
-  json record = recordFromOutside(run, prepare);
+  json record = recordFromOutside(run, prepare, ticks);
   if (record.contains(kBadArgument)) throw BadArgument(record[kBadArgument]);
   if (record.contains(kBadConfig)) throw BadConfig(record[kBadConfig]);
   if (record.contains(kFailed)) throw std::runtime_error(record[kFailed]);
@@ -137,12 +147,16 @@ Recording recordedOn(const std::vector<nvram::Entry> &config, const std::string 
   run.result = {record["returned"], record["outputs"]};
   run.files = record["files"];
   run.asked = record["asked"];
+  run.missing = record["missing"];
+  run.milliseconds = record["milliseconds"];
   for (const json &event : record["events"]) {
     run.events.push_back({event[0], event[1], event[2]});
     const std::string &text = run.events.back().text;
     if (event[0] == Event::kCommand) run.commands.push_back(sim::withoutRunnerRedirection(text));
     if (event[0] == Event::kSet || event[0] == Event::kBufset) run.writes.push_back("set " + text);
     if (event[0] == Event::kCommit) run.writes.push_back("commit " + text);
+    if (event[0] == Event::kPrinted) run.printed += text;
+    if (event[0] == Event::kError) run.errors += text;
   }
   return run;
 }
@@ -150,8 +164,8 @@ Recording recordedOn(const std::vector<nvram::Entry> &config, const std::string 
 }  // namespace
 
 Recording record(const std::vector<nvram::Entry> &config, const std::string &entry,
-                 const std::vector<std::string> &words, const Prepare &prepare) {
-  Recording run = recordedOn(config, entry, words, prepare);
+                 const std::vector<std::string> &words, const Prepare &prepare, long long ticks) {
+  Recording run = recordedOn(config, entry, words, prepare, ticks);
   run.filter.run(run.commands);
   return run;
 }
@@ -160,7 +174,7 @@ std::vector<std::string> recordCommands(const std::vector<nvram::Entry> &config,
                                         const std::string &entry,
                                         const std::vector<std::string> &words,
                                         const Prepare &prepare) {
-  return recordedOn(config, entry, words, prepare).commands;
+  return recordedOn(config, entry, words, prepare, 0).commands;
 }
 
 }  // namespace orba::tool

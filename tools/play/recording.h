@@ -2,8 +2,8 @@
 // them: a run, the difference of two, where a command comes from, what an entry point
 // does at all. Nothing here is printed.
 //
-// A whole run of an entry point on the simulated device, recorded to be compared
-// with others.
+// A whole run of an entry point on the simulated device, recorded to be shown and
+// to be compared with others.
 #ifndef ORBA_TOOLS_PLAY_RECORDING_H
 #define ORBA_TOOLS_PLAY_RECORDING_H
 
@@ -21,12 +21,17 @@
 
 namespace orba::tool {
 
-// What an entry point did.
-struct Recording {
+// A call of an entry point, on whatever device, and its answer.
+struct Call {
   std::string entry;
   std::vector<std::string> words;
-  std::vector<nvram::Entry> config;  // the settings that it was given
   CallResult result;
+  std::string printed;  // on its standard output
+};
+
+// What an entry point did on the simulated device.
+struct Recording : Call {
+  std::vector<nvram::Entry> config;             // the settings that it was given
   std::vector<sim::Event> events;               // everything it did, in order
   std::vector<std::string> commands;            // in order, without the runners' redirection
   sim::PacketFilter filter;                     // what they make of an empty one; Rule::line
@@ -34,6 +39,9 @@ struct Recording {
   std::vector<std::string> writes;              // "set 1 KEY=VALUE" and "commit 1", in order
   std::map<std::string, std::string> files;     // those it wrote, with what they hold at the end
   std::set<std::pair<int, std::string>> asked;  // the settings it asked for, by space and key
+  std::vector<std::pair<int, std::string>> missing;  // and was not given, in order
+  std::string errors;                                // what it printed on its standard error
+  long long milliseconds = 0;                        // how long it and the ticks behind it took
 
   // The value of a setting that it was given, null for none.
   const std::string *value(int space, const std::string &key) const;
@@ -44,11 +52,13 @@ using Prepare = std::function<void(sim::Device &)>;
 
 // Calls an entry point in a process of its own, so that nothing which one call
 // leaves in the library's memory (loaded modules, open descriptors) changes what
-// the next one does, and a call that dies takes nothing with it. Throws
-// BadArgument for the words and BadConfig when `prepare` does;
+// the next one does, and a call that dies takes nothing with it. Behind the call
+// that many `ticks` of 100 ms pass, for as long as the interval timer is armed.
+// Throws BadArgument for the words and BadConfig when `prepare` does;
 // std::runtime_error when the call died.
 Recording record(const std::vector<nvram::Entry> &config, const std::string &entry,
-                 const std::vector<std::string> &words, const Prepare &prepare);
+                 const std::vector<std::string> &words, const Prepare &prepare,
+                 long long ticks = 0);
 
 // Its commands alone, for whoever makes hundreds of runs.
 std::vector<std::string> recordCommands(const std::vector<nvram::Entry> &config,

@@ -5,13 +5,15 @@
 #ifndef ORBA_TOOLS_SERVE_SERVE_H
 #define ORBA_TOOLS_SERVE_SERVE_H
 
-#include <stdexcept>
 #include <string>
+
+#include "tools/catalog/entry_point.h"
 
 namespace orba::tool {
 
-struct CannotServe : std::runtime_error {
-  using std::runtime_error::runtime_error;
+// Asked for an address that cannot be listened on.
+struct CannotServe : BadArgument {
+  using BadArgument::BadArgument;
 };
 
 struct ServeOptions {

@@ -20,10 +20,11 @@ std::string settingName(const std::pair<int, std::string> &name) {
                          : name.second + " (space " + std::to_string(name.first) + ")";
 }
 
-std::vector<std::string> filesWritten(const sim::Device &device) {
+// In the order in which they were first written.
+std::vector<std::string> filesWritten(const Recording &run) {
   std::vector<std::string> paths;
-  for (const Event &event : device.events()) {
-    if (event.kind != Event::kFile || !device.text(event.text)) continue;
+  for (const Event &event : run.events) {
+    if (event.kind != Event::kFile || !run.files.contains(event.text)) continue;
     if (std::find(paths.begin(), paths.end(), event.text) == paths.end()) {
       paths.push_back(event.text);
     }
@@ -54,11 +55,24 @@ nlohmann::ordered_json originsAsJson(const std::vector<Origin> &origins) {
 
 }  // namespace
 
-void printPlan(std::ostream &out, const Call &call, const sim::Device &device,
-               const Origins *origins) {
+void printAnswer(std::ostream &out, const Call &call) {
+  if (!call.result.returned.empty()) out << ", returns " << visible(call.result.returned);
+  out << "\n";
+  for (const std::string &output : call.result.outputs)
+    out << "answer: " << forReader(output) << "\n";
+}
+
+nlohmann::ordered_json answerAsJson(const Call &call) {
+  return {{"entry", call.entry},
+          {"arguments", call.words},
+          {"returned", call.result.returned},
+          {"outputs", call.result.outputs}};
+}
+
+void printPlan(std::ostream &out, const Recording &run, const Origins *origins) {
   int number = 0;
-  bool timed = device.clock().elapsed() > 0;
-  for (const Event &event : device.events()) {
+  bool timed = run.milliseconds > 0;
+  for (const Event &event : run.events) {
     if (timed) out << std::setw(8) << event.at << " ms ";
     if (event.kind == Event::kCommand) {
       out << std::setw(4) << ++number << "  " << visible(sim::withoutRunnerRedirection(event.text))
@@ -68,26 +82,23 @@ void printPlan(std::ostream &out, const Call &call, const sim::Device &device,
       out << "      -- " << visible(inWords(event)) << "\n";
     }
   }
-  out << "\n" << call.entry.name << ": " << number << (number == 1 ? " command" : " commands");
-  if (!call.result.returned.empty()) out << ", returns " << visible(call.result.returned);
-  out << "\n";
-  for (const std::string &output : call.result.outputs)
-    out << "answer: " << forReader(output) << "\n";
-  for (const std::string &path : filesWritten(device)) {
-    std::string content = device.text(path).value_or("");
+  out << "\n" << run.entry << ": " << number << (number == 1 ? " command" : " commands");
+  printAnswer(out, run);
+  for (const std::string &path : filesWritten(run)) {
+    const std::string &content = run.files.at(path);
     out << visible(path) << ":\n"
         << forReader(content) << (content.empty() || content.back() == '\n' ? "" : "\n");
   }
-  if (!device.missing().empty()) {
+  if (!run.missing.empty()) {
     out << "settings asked for and missing:";
-    for (const auto &name : device.missing()) out << " " << visible(settingName(name));
+    for (const auto &name : run.missing) out << " " << visible(settingName(name));
     out << "\n";
   }
 }
 
-nlohmann::ordered_json tablesAsJson(const sim::Device &device) {
+nlohmann::ordered_json tablesAsJson(const Recording &run) {
   sim::PacketFilter filter;
-  for (const Event &event : device.events()) {
+  for (const Event &event : run.events) {
     if (event.kind == Event::kCommand || event.kind == Event::kPipe) filter.run(event.text);
   }
   nlohmann::ordered_json json;
@@ -103,10 +114,10 @@ nlohmann::ordered_json tablesAsJson(const sim::Device &device) {
   return json;
 }
 
-void printTables(std::ostream &out, const sim::Device &device) {
+void printTables(std::ostream &out, const Recording &run) {
   sim::PacketFilter filter;
   std::vector<std::string> routing;
-  for (const Event &event : device.events()) {
+  for (const Event &event : run.events) {
     if (event.kind != Event::kCommand && event.kind != Event::kPipe) continue;
     filter.run(event.text);
     for (const char *program : {"ip ", "route "}) {
@@ -122,20 +133,17 @@ void printTables(std::ostream &out, const sim::Device &device) {
   for (const std::string &command : routing) out << "  " << visible(command) << "\n";
 }
 
-void printRaw(std::ostream &out, const sim::Device &device) {
-  for (const std::string &line : device.shellLines()) out << forReader(line) << "\n";
+void printRaw(std::ostream &out, const Recording &run) {
+  for (const Event &event : run.events) {
+    if (event.kind == Event::kCommand) out << forReader(event.text) << "\n";
+  }
 }
 
-nlohmann::ordered_json planAsJson(const Call &call, const sim::Device &device,
-                                  const Origins *origins) {
-  nlohmann::ordered_json plan;
-  plan["entry"] = call.entry.name;
-  plan["arguments"] = call.words;
-  plan["returned"] = call.result.returned;
-  plan["outputs"] = call.result.outputs;
+nlohmann::ordered_json planAsJson(const Recording &run, const Origins *origins) {
+  nlohmann::ordered_json plan = answerAsJson(run);
   plan["events"] = nlohmann::ordered_json::array();
   size_t number = 0;
-  for (const Event &event : device.events()) {
+  for (const Event &event : run.events) {
     plan["events"].push_back(
         {{"kind", nameOf(event.kind)}, {"text", event.text}, {"ms", event.at}});
     if (event.kind == Event::kCommand && origins != nullptr) {
@@ -143,11 +151,9 @@ nlohmann::ordered_json planAsJson(const Call &call, const sim::Device &device,
     }
   }
   plan["files"] = nlohmann::ordered_json::object();
-  for (const std::string &path : filesWritten(device)) {
-    plan["files"][path] = device.text(path).value_or("");
-  }
+  for (const std::string &path : filesWritten(run)) plan["files"][path] = run.files.at(path);
   plan["missing"] = nlohmann::ordered_json::array();
-  for (const auto &[space, key] : device.missing()) {
+  for (const auto &[space, key] : run.missing) {
     plan["missing"].push_back({{"space", space}, {"key", key}});
   }
   return plan;

@@ -8,31 +8,27 @@
 #include <nlohmann/json_fwd.hpp>
 #include <ostream>
 
-#include "sim/device.h"
-#include "tools/catalog/entry_point.h"
 #include "tools/play/origin.h"
+#include "tools/play/recording.h"
 
 namespace orba::tool {
 
-struct Call {
-  const EntryPoint &entry;
-  std::vector<std::string> words;
-  CallResult result;
-};
+// ", returns 0" behind what was counted, and the answers below it.
+void printAnswer(std::ostream &out, const Call &call);
+// What was called and what it answered, to be followed by what it did.
+nlohmann::ordered_json answerAsJson(const Call &call);
 
 // The commands in order, numbered; between them, marked, what else was done.
 // With origins, below each command what it came from.
-void printPlan(std::ostream &out, const Call &call, const sim::Device &device,
-               const Origins *origins = nullptr);
+void printPlan(std::ostream &out, const Recording &run, const Origins *origins = nullptr);
 // The exact lines given to the shell, one a line.
-void printRaw(std::ostream &out, const sim::Device &device);
-nlohmann::ordered_json planAsJson(const Call &call, const sim::Device &device,
-                                  const Origins *origins = nullptr);
+void printRaw(std::ostream &out, const Recording &run);
+nlohmann::ordered_json planAsJson(const Recording &run, const Origins *origins = nullptr);
 
 // The chains that the commands make of an empty packet filter, and the commands
 // that change routes.
-void printTables(std::ostream &out, const sim::Device &device);
-nlohmann::ordered_json tablesAsJson(const sim::Device &device);
+void printTables(std::ostream &out, const Recording &run);
+nlohmann::ordered_json tablesAsJson(const Recording &run);
 
 }  // namespace orba::tool
 

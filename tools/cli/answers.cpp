@@ -1,0 +1,146 @@
+// The subcommands that need no device: list, explain, check and psk.
+#include <bsd/readpassphrase.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <cstring>
+#include <iomanip>
+#include <iostream>
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "tools/catalog/entry_point.h"
+#include "tools/cli/subcommands.h"
+#include "tools/device/config.h"
+#include "tools/show/check.h"
+#include "tools/show/explain.h"
+#include "tools/text/json.h"
+#include "tools/text/lines.h"
+
+namespace orba::tool {
+
+namespace {
+
+struct ListOptions {
+  bool json = false;
+};
+
+Exit list(const ListOptions &options) {
+  nlohmann::ordered_json all = nlohmann::ordered_json::array();
+  std::string subsystem;
+  for (const EntryPoint &entry : entryPoints()) {
+    if (options.json) {
+      all.push_back(
+          {{"subsystem", entry.subsystem}, {"usage", entry.usage()}, {"line", entry.line}});
+      continue;
+    }
+    if (subsystem != entry.subsystem) {
+      std::cout << (subsystem.empty() ? "" : "\n") << entry.subsystem << "\n";
+      subsystem = entry.subsystem;
+    }
+    std::cout << "  " << std::left << std::setw(44) << entry.usage() << " " << entry.line << "\n";
+  }
+  if (options.json) printJson(std::cout, all);
+  return kDone;
+}
+
+struct ExplainOptions {
+  std::string name;  // empty: every setting
+  bool json = false;
+};
+
+struct CheckOptions {
+  std::string config;
+  bool json = false;
+};
+
+Exit check(const CheckOptions &options) {
+  sim::Device device;
+  putSettings(readConfig(options.config), device);
+  std::vector<Finding> findings = checkSettings(device);
+  std::string name = visible(options.config);
+  nlohmann::ordered_json all = nlohmann::ordered_json::array();
+  for (const Finding &finding : findings) {
+    if (!options.json) std::cout << name << ": " << finding.line() << "\n";
+    all.push_back({{"key", finding.key},
+                   {"space", finding.space},
+                   {"record", finding.record},
+                   {"field", finding.field},
+                   {"field_name", finding.fieldName()},
+                   {"value", finding.value},
+                   {"reason", finding.reason},
+                   {"effect", finding.effect}});
+  }
+  if (options.json) printJson(std::cout, all);
+  if (findings.empty() && !options.json) std::cout << name << ": nothing found\n";
+  return findings.empty() ? kDone : kFound;
+}
+
+struct PskOptions {
+  std::string ssid;
+};
+
+// Reads a line from standard input, or unseen from the terminal when it is one.
+std::string readSecret(const char *prompt) {
+  std::string secret(1024, '\0');
+  if (isatty(STDIN_FILENO) == 0) {
+    std::getline(std::cin, secret);
+  } else if (readpassphrase(prompt, secret.data(), secret.size(), RPP_ECHO_OFF) != nullptr) {
+    secret.resize(strlen(secret.c_str()));
+  } else {
+    secret.clear();
+  }
+  return secret;
+}
+
+Exit psk(const PskOptions &options) {
+  std::string passphrase = readSecret("Pass phrase: ");
+  // IEEE 802.11i: 8 to 63 characters; the derivation itself takes shorter ones.
+  if (passphrase.size() < 8 || passphrase.size() > 63) {
+    throw BadArgument("a pass phrase has 8 to 63 characters, not " +
+                      std::to_string(passphrase.size()));
+  }
+  std::cout << entryPointNamed("PasswordHash").call({passphrase, options.ssid}).returned << "\n";
+  explicit_bzero(passphrase.data(), passphrase.size());
+  return kDone;
+}
+
+}  // namespace
+
+void addList(CLI::App &app, Exit &exit) {
+  auto options = std::make_shared<ListOptions>();
+  CLI::App &command = *app.add_subcommand("list", "Every entry point, by subsystem");
+  command.add_flag("--json", options->json, kForPrograms);
+  command.callback([options, &exit] { exit = list(*options); });
+}
+
+void addExplain(CLI::App &app, Exit &exit) {
+  auto options = std::make_shared<ExplainOptions>();
+  CLI::App &command = *app.add_subcommand(
+      "explain", "What a setting or an entry point does; without a name, every setting");
+  command.add_option("NAME", options->name, "Such as DMZEnable or iptablesDMZRun");
+  command.add_flag("--json", options->json, kForPrograms);
+  command.callback([options, &exit] {
+    explain(std::cout, options->name, options->json);
+    exit = kDone;
+  });
+}
+
+void addCheck(CLI::App &app, Exit &exit) {
+  auto options = std::make_shared<CheckOptions>();
+  CLI::App &command = *app.add_subcommand(
+      "check", "Records that would be passed over or cut, and values out of form");
+  command.add_option("-c,--config", options->config, "The settings")->required();
+  command.add_flag("--json", options->json, kForPrograms);
+  command.callback([options, &exit] { exit = check(*options); });
+}
+
+void addPsk(CLI::App &app, Exit &exit) {
+  auto options = std::make_shared<PskOptions>();
+  CLI::App &command =
+      *app.add_subcommand("psk", "The WPA key of a network, from a pass phrase on standard input");
+  command.add_option("SSID", options->ssid, "The network's name")->required();
+  command.callback([options, &exit] { exit = psk(*options); });
+}
+
+}  // namespace orba::tool

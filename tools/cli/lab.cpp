@@ -1,0 +1,88 @@
+// orba lab and orba apply: commands run for real.
+#include "tools/lab/lab.h"
+
+#include <CLI/CLI.hpp>
+#include <memory>
+
+#include "tools/cli/subcommands.h"
+#include "tools/lab/apply.h"
+#include "tools/lab/confine.h"
+
+namespace orba::tool {
+
+namespace {
+
+using Words = std::vector<std::string>;
+
+// A subcommand of `lab`, and the words that it is to be given.
+struct LabCommand {
+  CLI::App &command;
+  Words &words;
+};
+
+LabCommand addLabCommand(CLI::App &lab, const char *name, const char *line,
+                         void (*run)(const Words &)) {
+  auto words = std::make_shared<Words>();
+  CLI::App &command = *lab.add_subcommand(name, line);
+  command.callback([words, run] { run(*words); });
+  return {command, *words};
+}
+
+void runConfined(const char *script, const Words &words) {
+  confine();
+  runLabScript(script, words);
+}
+
+void runConfinedInLab(const Words &words) {
+  confine();
+  runInLab(words);
+}
+
+}  // namespace
+
+void addApply(CLI::App &app, Exit &exit) {
+  auto options = std::make_shared<ApplyOptions>();
+  CLI::App &command =
+      *app.add_subcommand("apply", "Call an entry point with real commands, in the lab's router");
+  command.add_option("ENTRY", options->entry, "The entry point; 'orba list' shows them")
+      ->required();
+  command.add_option("ARG", options->words, "Its arguments");
+  command.add_option("-c,--config", options->config, "The settings; the lab's when not given");
+  command.add_flag("--on-this-machine", options->on_this_machine,
+                   "Change this machine, not the lab; without --config by its own settings");
+  command.add_flag("--json", options->json, kForPrograms);
+  command.callback([options, &exit] {
+    if (!options->on_this_machine) confine();
+    exit = apply(*options) ? kDone : kFound;
+  });
+}
+
+void addLab(CLI::App &app, Exit &) {
+  CLI::App &lab =
+      *app.add_subcommand("lab", "A router and two hosts on one machine, in network namespaces");
+  lab.require_subcommand(1);
+  LabCommand up = addLabCommand(lab, "up", "Make the lab",
+                                [](const Words &words) { runConfined("up.sh", words); });
+  up.command.add_option("-c,--config", up.words, "The settings that it is made for")
+      ->required()
+      ->expected(1)
+      ->check(CLI::ExistingFile);
+  addLabCommand(lab, "down", "Take it away",
+                [](const Words &words) { runConfined("down.sh", words); });
+  LabCommand shell =
+      addLabCommand(lab, "shell", "A shell, or a command, on one of its hosts", runConfinedInLab);
+  shell.command.add_option("HOST", shell.words,
+                           "router, lan or internet, and the command with its words");
+  // What the tests do is their maker's; each of their labs is confined by itself.
+  LabCommand test = addLabCommand(lab, "test", "The library's commands with real tools and packets",
+                                  [](const Words &words) { runLabScript("test.sh", words); });
+  test.command.add_option("NAME", test.words, "Only these tests");
+}
+
+void runLabShell(int argc, char **argv) {
+  bool is_shell = argc > 3 && argv[1] == std::string("lab") && argv[2] == std::string("shell") &&
+                  argv[3][0] != '-';
+  if (is_shell) runConfinedInLab({argv + 3, argv + argc});
+}
+
+}  // namespace orba::tool

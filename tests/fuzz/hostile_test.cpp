@@ -136,7 +136,7 @@ TEST(Hostile, NoValueBecomesACommand) {
   }
 
   // The examples, with harm in one field of one setting at a time.
-  for (const auto &file : fs::directory_iterator(EXAMPLES)) {
+  for (const auto &file : fs::directory_iterator(ORBA_EXAMPLES)) {
     if (file.path().extension() != ".conf") continue;
     const auto config = orba::tool::readConfig(file.path());
     for (const char *name : {"firewall_init", "RoutingInit", "executeStaticRoute",

@@ -39,7 +39,7 @@ std::string written(const std::string &content) {
 }
 
 std::vector<nvram::Entry> example(const std::string &name) {
-  return readConfig(std::string(EXAMPLES) + "/" + name);
+  return readConfig(std::string(ORBA_EXAMPLES) + "/" + name);
 }
 
 }  // namespace

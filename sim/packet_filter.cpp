@@ -72,12 +72,12 @@ void PacketFilter::run(const std::vector<std::string> &lines) {
 void PacketFilter::run(const std::string &line) {
   for (const ShellCommand &command : splitLine(line)) {
     std::optional<std::vector<std::string>> words = wordsOf(command.text);
-    if (words && !words->empty()) runCommand(command.text, *words);
+    if (words && !words->empty()) runCommand(*words);
   }
   lines_run_++;
 }
 
-void PacketFilter::runCommand(const std::string &command, const std::vector<std::string> &words) {
+void PacketFilter::runCommand(const std::vector<std::string> &words) {
   auto program = programs_.find(words[0]);
   if (program == programs_.end()) return;
   std::string table = "filter";
@@ -90,40 +90,40 @@ void PacketFilter::runCommand(const std::string &command, const std::vector<std:
     }
   }
   auto found = program->second.find(table);
-  std::string why = found == program->second.end() ? "no such table" : change(found->second, rest);
-  if (!why.empty()) refused_.push_back(command + ": " + why);
+  if (found != program->second.end()) change(found->second, rest);
 }
 
-// Carries out one command; says why the kernel would not.
-std::string PacketFilter::change(Table &table, const std::vector<std::string> &words) {
-  if (words.empty() || words[0].size() != 2 || words[0][0] != '-') return "no command";
+// Carries out one command, unless the kernel would not: no such chain, target, position or
+// rule, or a chain that is there already, is in use or not empty.
+void PacketFilter::change(Table &table, const std::vector<std::string> &words) {
+  if (words.empty() || words[0].size() != 2 || words[0][0] != '-') return;
   char action = words[0][1];
   if (action == 'F' && words.size() == 1) {
     for (auto &[name, chain] : table) chain.rules.clear();
-    return "";
+    return;
   }
-  if (words.size() < 2) return "no chain";
+  if (words.size() < 2) return;
   const std::string &name = words[1];
   auto found = table.find(name);
   if (action == 'N') {
-    if (found != table.end()) return "the chain exists";
+    if (found != table.end()) return;
     table[name] = {};
-    return "";
+    return;
   }
-  if (found == table.end()) return "no such chain";
+  if (found == table.end()) return;
   Chain &chain = found->second;
 
   if (action == 'F') {
     chain.rules.clear();
   } else if (action == 'P') {
-    if (words.size() < 3) return "no policy";
+    if (words.size() < 3) return;
     chain.policy = words[2];
   } else if (action == 'X') {
-    if (chain.built_in) return "the chain is built in";
-    if (!chain.rules.empty()) return "the chain is not empty";
+    if (chain.built_in) return;
+    if (!chain.rules.empty()) return;
     for (const auto &[other_name, other] : table) {
       for (const Rule &rule : other.rules) {
-        if (rule.target == name) return "the chain is in use";
+        if (rule.target == name) return;
       }
     }
     table.erase(found);
@@ -135,24 +135,20 @@ std::string PacketFilter::change(Table &table, const std::vector<std::string> &w
         position = std::stoul(words[2]) - 1;
         first = 3;
       }
-      if (position > chain.rules.size()) return "no such position";
+      if (position > chain.rules.size()) return;
     }
     Rule rule = ruleFrom(words, first);
     rule.line = lines_run_;
     bool user_chain = !rule.target.empty() && table.count(rule.target) != 0;
     bool built_in_target = !rule.target.empty() && isupper(rule.target[0]) && !user_chain;
-    if (!rule.target.empty() && !user_chain && !built_in_target) return "no such target";
+    if (!rule.target.empty() && !user_chain && !built_in_target) return;
     chain.rules.insert(chain.rules.begin() + static_cast<long>(position), rule);
   } else if (action == 'D') {
     std::string text = ruleFrom(words, 2).text;
     auto rule = std::find_if(chain.rules.begin(), chain.rules.end(),
                              [&](const Rule &candidate) { return candidate.text == text; });
-    if (rule == chain.rules.end()) return "no such rule";
-    chain.rules.erase(rule);
-  } else {
-    return "not modelled";
+    if (rule != chain.rules.end()) chain.rules.erase(rule);
   }
-  return "";
 }
 
 bool PacketFilter::has(const std::string &program, const std::string &table,
@@ -168,11 +164,6 @@ std::vector<std::string> PacketFilter::rules(const std::string &program, const s
     texts.push_back(rule.text);
   }
   return texts;
-}
-
-std::string PacketFilter::policy(const std::string &program, const std::string &table,
-                                 const std::string &chain) const {
-  return has(program, table, chain) ? programs_.at(program).at(table).at(chain).policy : "";
 }
 
 void PacketFilter::print(std::ostream &out) const {

@@ -32,32 +32,27 @@ class PacketFilter {
   PacketFilter();
 
   // Every command of a line. Commands of other programs are passed over; a
-  // command that the kernel would refuse changes nothing and is remembered.
+  // command that the kernel would refuse changes nothing.
   void run(const std::string &line);
   void run(const std::vector<std::string> &lines);
 
   // The rules of a chain, nothing when there is no such chain.
   std::vector<std::string> rules(const std::string &program, const std::string &table,
                                  const std::string &chain) const;
-  std::string policy(const std::string &program, const std::string &table,
-                     const std::string &chain) const;
   bool has(const std::string &program, const std::string &table, const std::string &chain) const;
   const Programs &programs() const { return programs_; }
-  // "iptables -F DMZ: no such chain", in order.
-  const std::vector<std::string> &refused() const { return refused_; }
 
   // The chains in the order in which packets meet them, each jump followed by
   // what it leads to.
   void print(std::ostream &out) const;
 
  private:
-  void runCommand(const std::string &command, const std::vector<std::string> &words);
-  std::string change(Table &table, const std::vector<std::string> &words);
+  void runCommand(const std::vector<std::string> &words);
+  void change(Table &table, const std::vector<std::string> &words);
   void printChain(std::ostream &out, const Table &table, const std::string &name, int depth,
                   std::vector<std::string> &printed) const;
 
   Programs programs_;
-  std::vector<std::string> refused_;
   size_t lines_run_ = 0;
 };
 

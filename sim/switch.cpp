@@ -112,7 +112,6 @@ std::optional<std::string> Switch::outputOf(const std::string &command) {
   if (command.rfind("switch", 0) != 0) return {};
   unsigned reg, value;
   if (sscanf(command.c_str(), "switch reg r %x", &reg) == 1) {
-    tool_reads_++;
     return hex("switch reg read offset=%x, value=%08x\n", reg, get(reg));
   }
   if (sscanf(command.c_str(), "switch reg w %x %x", &reg, &value) == 2) {

@@ -36,9 +36,8 @@ class Switch : public Part {
   // Every request of the driver fails from now on.
   Switch &breakDown() { return broken_ = true, *this; }
 
-  // How many registers were read and written by requests, and read by the tool.
+  // How many registers were read by requests.
   int reads() const { return reads_; }
-  int toolReads() const { return tool_reads_; }
 
   std::optional<int> request(unsigned long number, void *argument) override;
   std::optional<std::string> outputOf(const std::string &command) override;
@@ -63,7 +62,6 @@ class Switch : public Part {
   bool endless_ = false;
   bool broken_ = false;
   int reads_ = 0;
-  int tool_reads_ = 0;
 };
 
 }  // namespace sim

@@ -46,7 +46,7 @@ void example(const std::string &name) {
   std::ifstream file(std::string(ORBA_EXAMPLES) + "/" + name);
   std::ostringstream content;
   content << file.rdbuf();
-  for (const nvram::Entry &entry : nvram::parseSettings(content.str(), nullptr)) {
+  for (const nvram::Setting &entry : nvram::parseSettings(content.str(), nullptr)) {
     put(entry.key, entry.value, entry.space);
   }
 }

@@ -6,9 +6,9 @@ namespace orba::fuzz {
 
 std::string checkSettingsFile(std::string_view text) {
   std::vector<nvram::Damage> damages;
-  std::vector<nvram::Entry> read = nvram::parseSettings(text, &damages);
+  std::vector<nvram::Setting> read = nvram::parseSettings(text, &damages);
   nvram::Settings spaces[nvram::kLastSpace + 1];
-  for (const nvram::Entry &entry : read) {
+  for (const nvram::Setting &entry : read) {
     if (entry.space < nvram::kFirstSpace || entry.space > nvram::kLastSpace) return "no such space";
     if (!nvram::validKey(entry.key)) return "a key that cannot be written: " + entry.key;
     if (!spaces[entry.space].emplace(entry.key, entry.value).second) return "a key twice";
@@ -16,7 +16,7 @@ std::string checkSettingsFile(std::string_view text) {
   for (const nvram::Settings &settings : spaces) {
     damages.clear();
     nvram::Settings again;
-    for (const nvram::Entry &entry :
+    for (const nvram::Setting &entry :
          nvram::parseSettings(nvram::printSettings(settings), &damages)) {
       again[entry.key] = entry.value;
     }

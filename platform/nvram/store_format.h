@@ -37,7 +37,6 @@ struct Setting {
   std::string value;
   int line;  // from 1
 };
-using Entry = Setting;  // the tool's word for it
 
 struct Damage {
   int line;  // from 1

@@ -116,9 +116,9 @@ class Take {
   // More than a search of the switch's whole table takes.
   static constexpr size_t kMostCalls = 200000;
 
-  static const std::vector<nvram::Entry> &configOf(const std::string &name) {
-    static std::map<std::string, std::vector<nvram::Entry>> read;
-    std::vector<nvram::Entry> &config = read[name];
+  static const std::vector<nvram::Setting> &configOf(const std::string &name) {
+    static std::map<std::string, std::vector<nvram::Setting>> read;
+    std::vector<nvram::Setting> &config = read[name];
     if (config.empty()) config = orba::tool::readConfig(std::string(ORBA_EXAMPLES) + "/" + name);
     return config;
   }

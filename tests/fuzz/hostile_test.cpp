@@ -17,8 +17,8 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace orba::fuzz;
-using orba::tool::entryPoints;
 using orba::tool::EntryPoint;
+using orba::tool::entryPoints;
 using testing::IsEmpty;
 
 using Lines = std::set<std::string>;
@@ -143,9 +143,9 @@ TEST(Hostile, NoValueBecomesACommand) {
                              "executePolicyRoute", "orba_pppoeRelay", "initInternet",
                              "wlan_schedule_init", "serviceCtl_restart", "startlog_init"}) {
       const EntryPoint &entry = orba::tool::entryPointNamed(name);
-      auto situation = [&](const nvram::Entry *harmed, const std::string &value) {
+      auto situation = [&](const nvram::Setting *harmed, const std::string &value) {
         Situation lines_of_it;
-        for (const nvram::Entry &setting : config) {
+        for (const nvram::Setting &setting : config) {
           lines_of_it.push_back({setting.space == 1 ? "[1]" : "[2]", "", {}});
           lines_of_it.push_back({setting.key, &setting == harmed ? value : setting.value, {}});
         }
@@ -153,7 +153,7 @@ TEST(Hostile, NoValueBecomesACommand) {
         return lines_of_it;
       };
       const auto asked = playHarm(situation(nullptr, ""), lines);
-      for (const nvram::Entry &setting : config) {
+      for (const nvram::Setting &setting : config) {
         if (asked.count({setting.space, setting.key}) == 0) continue;
         std::vector<std::string> values = {setting.value + kHarm, kHarm, "-" + setting.value};
         size_t at = 0;

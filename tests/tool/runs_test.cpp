@@ -17,7 +17,7 @@ using testing::IsEmpty;
 
 namespace {
 
-std::vector<nvram::Entry> config(const std::string &text) {
+std::vector<nvram::Setting> config(const std::string &text) {
   return nvram::parseSettings(text, nullptr);
 }
 

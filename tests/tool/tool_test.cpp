@@ -38,7 +38,7 @@ std::string written(const std::string &content) {
   return file.path;
 }
 
-std::vector<nvram::Entry> example(const std::string &name) {
+std::vector<nvram::Setting> example(const std::string &name) {
   return readConfig(std::string(ORBA_EXAMPLES) + "/" + name);
 }
 

@@ -53,7 +53,7 @@ struct CallOptions : DeviceOptions {
   std::string config;  // empty: none, or the lab's
 
   void addTo(CLI::App &command, const char *entry_name);
-  std::vector<nvram::Entry> settings() const;
+  std::vector<nvram::Setting> settings() const;
   // Throws BadArgument for the words before any file is read.
   Recording run(long long ticks = 0) const;
 };
@@ -92,9 +92,9 @@ void CallOptions::addTo(CLI::App &command, const char *entry_name) {
   DeviceOptions::addTo(command);
 }
 
-std::vector<nvram::Entry> CallOptions::settings() const {
+std::vector<nvram::Setting> CallOptions::settings() const {
   std::string path = config.empty() && in_lab ? labConfig() : config;
-  return path.empty() ? std::vector<nvram::Entry>() : readConfig(path);
+  return path.empty() ? std::vector<nvram::Setting>() : readConfig(path);
 }
 
 Recording CallOptions::run(long long ticks) const {

@@ -22,14 +22,14 @@ std::string keyIn(const std::string &content, int line) {
 
 }  // namespace
 
-std::vector<nvram::Entry> readConfig(const std::string &path) {
+std::vector<nvram::Setting> readConfig(const std::string &path) {
   std::ifstream file(path, std::ios::binary);
   std::ostringstream content;
   if (file) content << file.rdbuf();
   if (!file) throw BadConfig(path + ": " + strerror(errno != 0 ? errno : EIO));
 
   std::vector<nvram::Damage> damages;
-  std::vector<nvram::Entry> entries = nvram::parseSettings(content.str(), &damages);
+  std::vector<nvram::Setting> entries = nvram::parseSettings(content.str(), &damages);
   std::string faults;
   for (const nvram::Damage &damage : damages) {
     faults += (faults.empty() ? "" : "\n") + path + ":" + std::to_string(damage.line) + ": \"" +
@@ -39,8 +39,8 @@ std::vector<nvram::Entry> readConfig(const std::string &path) {
   return entries;
 }
 
-void putSettings(const std::vector<nvram::Entry> &config, sim::Device &device) {
-  for (const nvram::Entry &entry : config) {
+void putSettings(const std::vector<nvram::Setting> &config, sim::Device &device) {
+  for (const nvram::Setting &entry : config) {
     device.settings({{entry.key, entry.value}}, entry.space);
   }
 }

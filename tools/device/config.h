@@ -20,9 +20,9 @@ struct BadConfig : std::runtime_error {
 
 // A configuration file is what a settings store prints, with "[1]" and "[2]"
 // lines for the two spaces. Throws BadConfig.
-std::vector<nvram::Entry> readConfig(const std::string &path);
+std::vector<nvram::Setting> readConfig(const std::string &path);
 
-void putSettings(const std::vector<nvram::Entry> &config, sim::Device &device);
+void putSettings(const std::vector<nvram::Setting> &config, sim::Device &device);
 
 }  // namespace orba::tool
 

@@ -33,9 +33,9 @@ constexpr int kNoPresentForm = 125;
 // A settings store that lasts as long as the call.
 class ScratchStore {
  public:
-  explicit ScratchStore(const std::vector<nvram::Entry> &settings) {
+  explicit ScratchStore(const std::vector<nvram::Setting> &settings) {
     setenv("ORBA_NVRAM_DIR", folder_.path().c_str(), 1);
-    for (const nvram::Entry &entry : settings) {
+    for (const nvram::Setting &entry : settings) {
       nvram_bufset(entry.space, entry.key.c_str(), entry.value.c_str());
     }
     for (int space : {1, 2}) nvram_commit(space);
@@ -154,7 +154,7 @@ bool apply(const ApplyOptions &options) {
   }
   std::string config = options.config;
   if (config.empty() && !options.on_this_machine) config = labConfig();
-  std::vector<nvram::Entry> settings;
+  std::vector<nvram::Setting> settings;
   if (!config.empty()) settings = readConfig(config);
   if (!options.on_this_machine) enterLab("router");
 

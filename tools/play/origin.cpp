@@ -11,7 +11,7 @@ namespace orba::tool {
 
 namespace {
 
-using Config = std::vector<nvram::Entry>;
+using Config = std::vector<nvram::Setting>;
 
 // Longer lists are told as a whole, and of longer values the first words changed:
 // each costs a run.
@@ -55,7 +55,7 @@ std::vector<std::string> neighboursOf(const std::string &value) {
 }
 
 // Values that a switch, a choice, a number, an address or a name might have instead.
-std::vector<std::string> alternativesTo(const nvram::Entry &setting) {
+std::vector<std::string> alternativesTo(const nvram::Setting &setting) {
   const SettingDescription *description = descriptionOf(setting.key, setting.space);
   const Form *form = description != nullptr ? &description->form : nullptr;
   bool number = setting.value.find_first_not_of("0123456789") == std::string::npos;
@@ -171,7 +171,7 @@ bool Trials::isList(size_t setting) const {
 }
 
 void Trials::found(Origin::Role role, size_t setting, int record, Affected affected) {
-  const nvram::Entry &entry = run_.config[setting];
+  const nvram::Setting &entry = run_.config[setting];
   effects_.emplace_back(Origin{role, entry.space, entry.key, record}, std::move(affected));
 }
 
@@ -209,7 +209,7 @@ void Trials::change(size_t setting) {
   } else {
     changeValue(setting);
   }
-  const nvram::Entry &entry = run_.config[setting];
+  const nvram::Setting &entry = run_.config[setting];
   conditions_.emplace_back(Origin{Origin::kBecause, entry.space, entry.key},
                            affectedIn(editsWith(setting, nullptr)));
 }

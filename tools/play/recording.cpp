@@ -122,7 +122,7 @@ json recordFromOutside(const Recording &run, const Prepare &prepare, long long t
 }  // namespace
 
 const std::string *Recording::value(int space, const std::string &key) const {
-  for (const nvram::Entry &setting : config) {
+  for (const nvram::Setting &setting : config) {
     if (setting.space == space && setting.key == key) return &setting.value;
   }
   return nullptr;
@@ -131,7 +131,7 @@ const std::string *Recording::value(int space, const std::string &key) const {
 namespace {
 
 // All of a run but what its commands make of the packet filter.
-Recording recordedOn(const std::vector<nvram::Entry> &config, const std::string &entry,
+Recording recordedOn(const std::vector<nvram::Setting> &config, const std::string &entry,
                      const std::vector<std::string> &words, const Prepare &prepare,
                      long long ticks) {
   entryPointNamed(entry).checkWords(words);
@@ -163,14 +163,14 @@ Recording recordedOn(const std::vector<nvram::Entry> &config, const std::string 
 
 }  // namespace
 
-Recording record(const std::vector<nvram::Entry> &config, const std::string &entry,
+Recording record(const std::vector<nvram::Setting> &config, const std::string &entry,
                  const std::vector<std::string> &words, const Prepare &prepare, long long ticks) {
   Recording run = recordedOn(config, entry, words, prepare, ticks);
   run.filter.run(run.commands);
   return run;
 }
 
-std::vector<std::string> recordCommands(const std::vector<nvram::Entry> &config,
+std::vector<std::string> recordCommands(const std::vector<nvram::Setting> &config,
                                         const std::string &entry,
                                         const std::vector<std::string> &words,
                                         const Prepare &prepare) {

@@ -31,7 +31,7 @@ struct Call {
 
 // What an entry point did on the simulated device.
 struct Recording : Call {
-  std::vector<nvram::Entry> config;             // the settings that it was given
+  std::vector<nvram::Setting> config;           // the settings that it was given
   std::vector<sim::Event> events;               // everything it did, in order
   std::vector<std::string> commands;            // in order, without the runners' redirection
   sim::PacketFilter filter;                     // what they make of an empty one; Rule::line
@@ -56,12 +56,12 @@ using Prepare = std::function<void(sim::Device &)>;
 // that many `ticks` of 100 ms pass, for as long as the interval timer is armed.
 // Throws BadArgument for the words and BadConfig when `prepare` does;
 // std::runtime_error when the call died.
-Recording record(const std::vector<nvram::Entry> &config, const std::string &entry,
+Recording record(const std::vector<nvram::Setting> &config, const std::string &entry,
                  const std::vector<std::string> &words, const Prepare &prepare,
                  long long ticks = 0);
 
 // Its commands alone, for whoever makes hundreds of runs.
-std::vector<std::string> recordCommands(const std::vector<nvram::Entry> &config,
+std::vector<std::string> recordCommands(const std::vector<nvram::Setting> &config,
                                         const std::string &entry,
                                         const std::vector<std::string> &words,
                                         const Prepare &prepare);

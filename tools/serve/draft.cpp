@@ -10,24 +10,24 @@ namespace {
 constexpr size_t kLongestValue = 16 * 1024;
 constexpr size_t kMostChanges = 1000;
 
-const nvram::Entry *find(const std::vector<nvram::Entry> &entries, const Draft::Name &name) {
-  for (const nvram::Entry &entry : entries) {
+const nvram::Setting *find(const std::vector<nvram::Setting> &entries, const Draft::Name &name) {
+  for (const nvram::Setting &entry : entries) {
     if (entry.space == name.first && entry.key == name.second) return &entry;
   }
   return nullptr;
 }
 
 // From 1; 0 when the space has no settings.
-size_t lastLineOf(const std::vector<nvram::Entry> &entries, int space) {
+size_t lastLineOf(const std::vector<nvram::Setting> &entries, int space) {
   int last = 0;
-  for (const nvram::Entry &entry : entries) {
+  for (const nvram::Setting &entry : entries) {
     if (entry.space == space) last = std::max(last, entry.line);
   }
   return static_cast<size_t>(last);
 }
 
 // Only of text that was read without a fault before, or that this file wrote.
-std::vector<nvram::Entry> parsed(const std::string &text) {
+std::vector<nvram::Setting> parsed(const std::string &text) {
   std::vector<nvram::Damage> damages;
   return nvram::parseSettings(text, &damages);
 }
@@ -37,11 +37,11 @@ std::vector<nvram::Entry> parsed(const std::string &text) {
 Draft::Draft(std::string text) : text_(std::move(text)), kept_(parsed(text_)) {}
 
 Draft::Value Draft::kept(const Name &name) const {
-  const nvram::Entry *entry = find(kept_, name);
+  const nvram::Setting *entry = find(kept_, name);
   return entry != nullptr ? Value(entry->value) : std::nullopt;
 }
 
-std::vector<nvram::Entry> Draft::changed() const {
+std::vector<nvram::Setting> Draft::changed() const {
   return parsed(text());
 }
 
@@ -57,7 +57,7 @@ std::string Draft::text() const {
   for (const auto &[name, value] : changes_) {
     std::string line = value ? nvram::printSetting(name.second, *value) : "";
     size_t last = lastLineOf(kept_, name.first);
-    if (const nvram::Entry *entry = find(kept_, name)) {
+    if (const nvram::Setting *entry = find(kept_, name)) {
       lines[static_cast<size_t>(entry->line) - 1] = line;
     } else if (last > 0) {
       below[last - 1] += line;

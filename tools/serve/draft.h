@@ -33,9 +33,9 @@ class Draft {
   long long version() const { return version_; }
   const Changes &changes() const { return changes_; }
   Value kept(const Name &name) const;
-  const std::vector<nvram::Entry> &kept() const { return kept_; }
+  const std::vector<nvram::Setting> &kept() const { return kept_; }
   // With the changes made.
-  std::vector<nvram::Entry> changed() const;
+  std::vector<nvram::Setting> changed() const;
   // The same as the text of a file: comments and order stay as they were.
   std::string text() const;
 
@@ -46,7 +46,7 @@ class Draft {
 
  private:
   std::string text_;
-  std::vector<nvram::Entry> kept_;
+  std::vector<nvram::Setting> kept_;
   Changes changes_;
   long long version_ = 1;
 };

@@ -117,13 +117,13 @@ std::string surveyOf(const DeskDevice &desk, const Draft &draft) {
   return kept.device.printed();
 }
 
-std::vector<Finding> findingsIn(const std::vector<nvram::Entry> &settings) {
+std::vector<Finding> findingsIn(const std::vector<nvram::Setting> &settings) {
   sim::Device device;
   putSettings(settings, device);
   return checkSettings(device);
 }
 
-Recording runWith(const std::vector<nvram::Entry> &settings, const char *entry,
+Recording runWith(const std::vector<nvram::Setting> &settings, const char *entry,
                   const DeskDevice &desk) {
   return record(settings, entry, {}, [&](sim::Device &device) { desk.prepare(device); });
 }
@@ -164,7 +164,7 @@ Json radioView(const DeskDevice &desk, const Draft &draft) {
 Json settingsView(const Draft &draft) {
   Json answer = answerOf(draft);
   answer["settings"] = Json::array();
-  for (const nvram::Entry &entry : draft.changed()) {
+  for (const nvram::Setting &entry : draft.changed()) {
     const SettingDescription *description = descriptionOf(entry.key, entry.space);
     const SettingDescription known = description != nullptr ? *description : SettingDescription();
     answer["settings"].push_back({{"space", entry.space},

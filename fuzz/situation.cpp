@@ -207,7 +207,7 @@ class Player {
       bool piped = event.kind == sim::Event::kPipe;
       if (!piped && event.kind != sim::Event::kCommand) continue;
       if (!libraryCommands().passes(event.text, piped)) {
-        outcome_.findings.push_back(caller + ": not one of the commands: " + event.text);
+        outcome_.findings.push_back(caller + ": not a command of fuzz/commands.txt: " + event.text);
       }
       outcome_.lines.emplace_back(event.text, piped);
     }

@@ -442,7 +442,7 @@ void RT_makeDMZRule(char *buffer, int size, const char *wanIfName, const char *w
  * services whose port a record of PortForwardRules takes: HTTP, HTTPS, TELNET,
  * FTP and SNMP, from RMWWWServerPort, RMHTTPSServerPort, RMTELNETServerPort,
  * RMFTPServerPort and snmp_serverPort. Here the record's ports stand in fields
- * 3 and 4 (from 0) and its protocol in field 5: 1 TCP, 3 both; others count as
+ * 4 and 5 (from 1) and its protocol in field 6: 1 TCP, 3 both; others count as
  * no TCP. ModelName stands in the notes as stored; a note that does not fit any
  * more is left out. Returns 1. */
 int showPortForwardRedirectedWarning(char *output);
@@ -982,18 +982,18 @@ int orbaQoSInit(void);
 /* Runs "/bin/orba_qos" when that file can be read; returns 0 when it cannot. */
 int orbaQoSRestart(void);
 
-/* 1 when field 0 of some record of TuVLANClass is a number other than 0. */
+/* 1 when the first field of some record of TuVLANClass is a number other than 0. */
 int isAnyVLANRuleExist(void);
 
-/* 1 when two class records (fields separated by ',') agree in fields 2 to 32,
+/* 1 when two class records (fields separated by ',') agree in fields 3 to 33,
  * whatever their names; 0 otherwise. A missing field is an empty one. */
 int isSameClassRule(const char *a, const char *b);
 
-/* 1 when field 1 of two records, up to 31 characters, is the same text. */
+/* 1 when the second field of two records, up to 31 characters, is the same text. */
 int isSameQueueName(const char *a, const char *b);
 int isSameClassName(const char *a, const char *b);
 
-/* 1 when field 41 of some record of TuQoSClass (up to 1,023 characters) is this
+/* 1 when field 42 of some record of TuQoSClass (up to 1,023 characters) is this
  * queue's number. */
 int isQueueBeReference(int queue);
 

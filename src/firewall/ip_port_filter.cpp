@@ -101,7 +101,7 @@ bool isIpAddress(const char *text) {
 }  // namespace
 
 RecordFault readIpPortFilter(const Record &record, IpPortFilter &filter) {
-  // Fields 9 and 10 belong to the web page.
+  // The two fields between belong to the web page.
   const struct {
     int position;
     TextBuffer &text;

@@ -47,8 +47,8 @@ struct PortForward {
   RecordFault fault() const;
 };
 
-// PortForwardRules as the super DMZ is told of it: ports from field 1 on, the
-// protocol a code.
+// PortForwardRules as the super DMZ is told of it: ports from the second field on,
+// the protocol a code.
 struct SuperDmzForward {
   explicit SuperDmzForward(const Record &record) : ports(record, 1) {}
 
@@ -70,7 +70,7 @@ struct SuperDmzSinglePort {
 };
 
 // PortForwardRules as the notes of redirected services read it: ports from
-// field 3 on, the protocol a code. A record for UDP alone redirects no service,
+// the fourth field on, the protocol a code. A record for UDP alone redirects no service,
 // SNMP neither.
 struct RedirectingForward {
   explicit RedirectingForward(const Record &record) : ports(record, 3) {}

@@ -13,8 +13,8 @@ constexpr size_t kClassRecordSize = 1024;
 // 16 names of 32 characters and what stands between them.
 constexpr size_t kNamesSize = 16 * 33;
 
-// The fields that make a class rule what it is. Field 0, the name in field 1
-// and everything behind field 32 do not.
+// The places, from 0, of the fields that make a class rule what it is: "match" in the
+// table of settings. The program's own first field, the name and all behind them do not.
 constexpr int kNumbers[] = {2,  3,  6,  7,  8,  9,  12, 15, 16, 17,
                             18, 21, 23, 24, 25, 28, 29, 30, 31, 32};
 constexpr int kShortTexts[] = {4, 5, 10, 11, 13, 14, 19, 20};

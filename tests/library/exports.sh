@@ -10,7 +10,7 @@ have=$("$nm" -D --defined-only "$library" | awk '{print $3}' | grep -vxE '_init|
 want=$(grep -v '^#' "$symbols" | sort)
 differences=$(diff <(echo "${want//=/}" | sort) <(echo "$have") || true)
 if [ -n "$differences" ]; then
-  printf 'listed (<) and exported (>) names differ:\n%s\n' "$differences"
+  printf '%s lists (<) what the library does not export (>), or does not list it:\n%s\n' "${symbols##*/}" "$differences"
   exit 1
 fi
 data=$("$nm" -D --defined-only "$library" | awk '$2 != "T" {print $3}' | sort)

@@ -142,7 +142,8 @@ const std::vector<std::string> &wordsFor(const EntryPoint &entry, const Paramete
       }
     }
   }
-  throw std::logic_error(std::string(entry.name) + ": no sample for " + parameter.name);
+  throw std::logic_error("tools/catalog/sample_calls.cpp has no words for the parameter " +
+                         parameter.name + " of " + entry.name);
 }
 
 }  // namespace

@@ -215,7 +215,7 @@ std::string entryPointsPage(const std::vector<Known> &all, const std::vector<Sym
   for (const Symbol &symbol : symbols) {
     auto declaration = header.find(symbol.name);
     if (declaration == header.end()) {
-      throw std::runtime_error(symbol.name + " is exported and not declared");
+      throw std::runtime_error(symbol.name + " is exported and not declared in include/orba_util.h");
     }
     auto known = std::find_if(all.begin(), all.end(),
                               [&](const Known &each) { return each.entry->name == symbol.name; });

@@ -12,6 +12,7 @@
 #include "sim/shell_line.h"
 #include "tools/catalog/sample_calls.h"
 #include "tools/device/config.h"
+#include "tools/play/behaviour.h"
 
 namespace {
 
@@ -76,6 +77,17 @@ std::string runInACage(const std::vector<std::string> &lines) {
 const char kHarm[] = ";$(touch X)`touch X`'\"|touch X\n&touch X;>X <~*?[!{}\\\t #";
 
 }  // namespace
+
+// What is not listed counts as a value become a command.
+TEST(Commands, AreListedWhateverAnEntryPointIsGiven) {
+  for (const auto &[entry, behaviour] : orba::tool::everyBehaviour()) {
+    if (std::string(entry->name).rfind("doSystem", 0) == 0) continue;
+    for (const auto &[line, piped] : behaviour.commands) {
+      EXPECT_TRUE(libraryCommands().passes(line, piped))
+          << entry->name << " runs what fuzz/commands.txt does not have: " << line;
+    }
+  }
+}
 
 TEST(Hostile, FiveThousandCharacters) {
   for (char filling : {'A', ';', ',', '9', '\'', '.'}) {

@@ -130,7 +130,7 @@ with tempfile.TemporaryDirectory() as folder:
     # What nobody foresaw is one line too, and a lab that is not there keeps its exit code
     # out of the process that a call is made in.
     os.environ |= {"ORBA_LAB_STATE": f"{folder}/none"}
-    for words, code in ((["plan", "RoutingInit"], 3), (["diff", plain, plain, "--lab"], 2)):
-        few = ["prlimit", "--nofile=5"] if code == 3 else []
-        failed = subprocess.run([*few, orba, *words], capture_output=True, text=True)
+    no_files = ["prlimit", "--fsize=0", orba, "plan", "setWscResult", "1"]
+    for words, code in ((no_files, 3), ([orba, "diff", plain, plain, "--lab"], 2)):
+        failed = subprocess.run(words, capture_output=True, text=True)
         assert re.fullmatch("orba: .*\n", failed.stderr) and failed.returncode == code, failed

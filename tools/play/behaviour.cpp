@@ -112,6 +112,9 @@ class Explorer {
       if (looked_before.count(path) == 0) behaviour_.files_read.insert(withoutNumber(path));
     }
     for (const Event &event : device.events()) {
+      if (event.kind == Event::kCommand || event.kind == Event::kPipe) {
+        behaviour_.commands.insert({event.text, event.kind == Event::kPipe});
+      }
       if (event.kind == Event::kFile) behaviour_.files_written.insert(withoutNumber(event.text));
       if (event.kind == Event::kSet || event.kind == Event::kBufset) {
         std::string key = event.text.substr(2, event.text.find('=') - 2);

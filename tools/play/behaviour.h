@@ -27,6 +27,7 @@ struct Behaviour {
   std::set<SettingName> writes;
   std::set<std::string> files_read;
   std::set<std::string> files_written;
+  std::set<std::pair<std::string, bool>> commands;  // as a shell got them; whether they were read
   std::vector<Deeds> deeds;
   std::vector<std::string> usual;  // all lines of the first call of the device as it comes
 };

@@ -11,7 +11,7 @@
 //   $learn=020000000009 3      an address that the switch has seen on a port
 //   $slow=3  $last=MAC PORT    looks that the next address takes; one with the end's flag
 //   !desk   !console  !sockets  !memory  !refuse=PATH  !unstartable=COMMAND
-//                              the tool's bench; what is broken
+//                              the device on the desk; what is broken
 //   !switch  !leds  !radio=0609 11  !call=2f
 //                              drivers that refuse, the radio's by OID and error; the
 //                              call from here, in hexadecimal, that fails

@@ -133,7 +133,7 @@ class Device {
   // Pipes that were opened and not closed.
   int openPipes() const { return open_pipes_; }
 
-  // ---- the calls themselves (sim/calls.cpp, sim/shell.cpp, parts) ----
+  // ---- the calls themselves (sim/calls.cpp, parts) ----
   void record(Event::Kind kind, std::string text);
   Root &root() { return root_; }
   const Root &root() const { return root_; }

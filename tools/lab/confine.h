@@ -4,7 +4,7 @@
 
 namespace orba::tool {
 
-// Goes on in a child with a session of its own (own_session.h). For it and whatever it
+// Goes on in a child with a session of its own (own_terminal.h). For it and whatever it
 // becomes or starts: nobody types into a terminal in its user's place, the kernel's
 // keyrings are not there, and no file that stands open but the standard three is
 // handed to another program. Throws NoLab when the kernel cannot see to it.

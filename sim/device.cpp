@@ -51,7 +51,10 @@ Device &Device::settings(const Settings &values, int space) {
 }
 
 Device &Device::buffered(const Settings &values, int space) {
-  for (const auto &[key, value] : values) put(buffered_, space, key, value);
+  for (const auto &[key, value] : values) {
+    if (on_setting != nullptr) on_setting(space, key);
+    put(buffered_, space, key, value);
+  }
   return *this;
 }
 

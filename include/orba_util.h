@@ -985,7 +985,7 @@ int orbaQoSRestart(void);
 /* 1 when the first field of some record of TuVLANClass is a number other than 0. */
 int isAnyVLANRuleExist(void);
 
-/* 1 when two class records (fields separated by ',') agree in fields 3 to 33,
+/* 1 when two class records (fields separated by ',') agree in fields 3 to 33 (from 1),
  * whatever their names; 0 otherwise. A missing field is an empty one. */
 int isSameClassRule(const char *a, const char *b);
 
@@ -993,7 +993,7 @@ int isSameClassRule(const char *a, const char *b);
 int isSameQueueName(const char *a, const char *b);
 int isSameClassName(const char *a, const char *b);
 
-/* 1 when field 42 of some record of TuQoSClass (up to 1,023 characters) is this
+/* 1 when field 42 (from 1) of some record of TuQoSClass (up to 1,023 characters) is this
  * queue's number. */
 int isQueueBeReference(int queue);
 

@@ -79,7 +79,7 @@ const char kHarm[] = ";$(touch X)`touch X`'\"|touch X\n&touch X;>X <~*?[!{}\\\t 
 }  // namespace
 
 // What is not listed counts as a value become a command.
-TEST(Commands, AreListedWhateverAnEntryPointIsGiven) {
+TEST(Commands, OfEveryTrialAreListed) {
   for (const auto &[entry, behaviour] : orba::tool::everyBehaviour()) {
     if (std::string(entry->name).rfind("doSystem", 0) == 0) continue;
     for (const auto &[line, piped] : behaviour.commands) {

@@ -1,3 +1,6 @@
+// The room tools/cli: the command line: which subcommand has which options and exit codes.
+// What a subcommand finds out and how that is put belongs to the rooms below.
+//
 // The tool's subcommands: each has a struct of options, a function that runs it, and one
 // that registers both.
 #ifndef ORBA_TOOLS_CLI_SUBCOMMANDS_H

@@ -1,3 +1,6 @@
+// The room tools/reference: the pages of docs/ that are made from what the other rooms
+// know, and what those pages show to be missing.
+//
 // The two pages of the reference.
 #ifndef ORBA_TOOLS_REFERENCE_PAGES_H
 #define ORBA_TOOLS_REFERENCE_PAGES_H

@@ -1,6 +1,7 @@
 #include "sim/leds.h"
 
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 
 #include "sim/device.h"
@@ -12,12 +13,6 @@ namespace {
 constexpr unsigned long kLedRequest = 0x41;
 
 }  // namespace
-
-std::optional<Leds::Pattern> Leds::pattern(uint32_t gpio) const {
-  auto found = patterns_.find(gpio);
-  if (found == patterns_.end()) return {};
-  return found->second;
-}
 
 std::optional<bool> Leds::opens(const std::string &path) {
   if (path != "/dev/gpio") return {};
@@ -32,12 +27,8 @@ std::optional<int> Leds::request(unsigned long number, void *argument) {
   }
   uint32_t fields[6];
   memcpy(fields, argument, sizeof fields);
-  Pattern &pattern = patterns_[fields[0]];
   std::string text = "led " + std::to_string(fields[0]) + ":";
-  for (size_t i = 0; i < pattern.size(); i++) {
-    pattern[i] = fields[i + 1];
-    text += " " + std::to_string(pattern[i]);
-  }
+  for (size_t i = 1; i < 6; i++) text += " " + std::to_string(fields[i]);
   device_.record(Event::kRequest, text);
   return 0;
 }

@@ -91,14 +91,6 @@ bool Difference::none() const {
          !changes(others);
 }
 
-const ChainDifference *Difference::chain(const std::string &program, const std::string &table,
-                                         const std::string &name) const {
-  for (const ChainDifference &chain : chains) {
-    if (chain.program == program && chain.table == table && chain.chain == name) return &chain;
-  }
-  return nullptr;
-}
-
 Difference differenceOf(const Recording &before, const Recording &after) {
   Difference difference;
   difference.commands = editsBetween(before.commands, after.commands);

@@ -34,9 +34,6 @@ struct Difference {
   Edits others;  // what else was done and answered, in the words of `orba plan`
 
   bool none() const;
-  // The difference of one chain, null for none.
-  const ChainDifference *chain(const std::string &program, const std::string &table,
-                               const std::string &chain) const;
 };
 
 Difference differenceOf(const Recording &before, const Recording &after);

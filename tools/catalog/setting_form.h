@@ -46,7 +46,7 @@ struct Form {
   int to = 0;
   int least_digits = 1;
   bool leading_zeros = false;  // as many as make it no longer than `to`
-  std::vector<Field> fields = {};
+  std::vector<Field> fields;
   char field_separator = '\0';   // none: one field
   char record_separator = '\0';  // none: one record
 

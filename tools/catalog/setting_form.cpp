@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "orba_util.h"
+#include "tools/text/lines.h"
 
 namespace orba::tool {
 
@@ -89,15 +90,6 @@ bool isNumberOf(const Form &form, const std::string &text) {
   if (!form.leading_zeros && text.size() > 1 && text[0] == '0') return false;
   int number = std::stoi(text);
   return form.from <= number && number <= form.to;
-}
-
-std::vector<std::string> splitAt(const std::string &text, char separator) {
-  std::vector<std::string> parts;
-  for (size_t begin = 0, end = 0; end != std::string::npos; begin = end + 1) {
-    end = text.find(separator, begin);
-    parts.push_back(text.substr(begin, end - begin));
-  }
-  return parts;
 }
 
 bool isRecordOf(const Form &form, const std::string &text) {

@@ -6,6 +6,7 @@
 
 #include "tools/catalog/settings.h"
 #include "tools/text/edits.h"
+#include "tools/text/lines.h"
 
 namespace orba::tool {
 
@@ -18,15 +19,6 @@ using Config = std::vector<nvram::Setting>;
 constexpr size_t kMostRecords = 200, kMostWords = 8;
 
 // ---- other values to try ----
-
-std::vector<std::string> splitAt(const std::string &text, char separator) {
-  std::vector<std::string> parts;
-  for (size_t begin = 0, end = 0; end != std::string::npos; begin = end + 1) {
-    end = text.find(separator, begin);
-    parts.push_back(text.substr(begin, end - begin));
-  }
-  return parts;
-}
 
 std::string joined(const std::vector<std::string> &parts, char separator) {
   std::string text;

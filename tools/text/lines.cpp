@@ -11,4 +11,13 @@ std::vector<std::string> linesIn(const std::string &text) {
   return lines;
 }
 
+std::vector<std::string> splitAt(const std::string &text, char separator) {
+  std::vector<std::string> parts;
+  for (size_t begin = 0, end = 0; end != std::string::npos; begin = end + 1) {
+    end = text.find(separator, begin);
+    parts.push_back(text.substr(begin, end - begin));
+  }
+  return parts;
+}
+
 }  // namespace orba::tool

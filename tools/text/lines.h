@@ -18,6 +18,8 @@ using nvram::visible;
 
 // The lines of a text, the last one with or without its newline.
 std::vector<std::string> linesIn(const std::string &text);
+// What stands between the separators, empty parts too.
+std::vector<std::string> splitAt(const std::string &text, char separator);
 
 }  // namespace orba::tool
 

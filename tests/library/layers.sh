@@ -45,7 +45,7 @@ while IFS=: read -r file line; do
   [ "$room" = "$user" ] || [ "$room" = include/ ] || [[ ${may[$user]} == *" $room "* ]] ||
     fault "$file includes $found: $user may use ${may[$user]:-nothing}"
 done < <(grep -rE '^\s*#\s*include\s*["<]' --include='*.h' --include='*.cpp' --include='*.c' \
-  src sim tools platform fuzz bench)
+  src sim packets tools platform fuzz bench)
 
 for user in "${!may[@]}"; do
   for use in ${may[$user]}; do

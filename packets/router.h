@@ -1,0 +1,78 @@
+// What a router's commands have made of it: the chains of both packet filters, interfaces and
+// routes, and what of the commands had no effect or an effect that nobody can foresee.
+//
+//   Router router(network);
+//   router.run("iptables -A INPUT ! -i br+ -j DROP", 0);
+#ifndef ORBA_PACKETS_ROUTER_H
+#define ORBA_PACKETS_ROUTER_H
+
+#include <map>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "packets/network.h"
+#include "packets/rule.h"
+
+namespace packets {
+
+struct Chain {
+  bool built_in = false;
+  Target::Kind policy = Target::kReturn;  // what becomes of a packet at its end
+  size_t policy_command = Route::kNoCommand;
+  std::vector<Rule> rules;
+};
+
+struct Place {  // of a chain
+  enum Program { kIptables, kEbtables };
+  Program program;
+  std::string table, chain;
+
+  auto operator<=>(const Place &) const = default;
+};
+
+// A command that the tools would not carry out, or that the model does not know.
+struct Refusal {
+  size_t command;
+  std::string words;  // the command
+  std::string why;    // "22:21: the first port is above the last"
+  // Whether a chain, a rule or a route is missing because of it. Deleting what is not there
+  // and making what is there already miss nothing.
+  bool missing;
+};
+
+class Router {
+ public:
+  explicit Router(Network network);
+
+  // Carries out every command of a line, as the tools of the device would. `command` is what
+  // rules and refusals are known by.
+  void run(const std::string &line, size_t command);
+
+  // Null for none.
+  const Chain *chain(const Place &place) const;
+  const std::map<Place, Chain> &chains() const { return chains_; }
+  const Network &network() const { return network_; }
+  // What the questions are about that nobody can answer: "-m limit --limit 1/s". The field of
+  // the first is kFields.
+  const std::vector<std::string> &unknowns() const { return unknowns_; }
+  const std::vector<Refusal> &refusals() const { return refusals_; }
+
+  // The field of a question, which is the same for the same words and command.
+  FieldId unknown(const std::string &words, size_t command);
+
+ private:
+  void runCommand(const std::vector<std::string> &words, size_t command);
+  void runNatScript(size_t command);
+  void change(Place::Program program, const std::vector<std::string> &words, size_t command);
+
+  std::map<Place, Chain> chains_;
+  Network network_;
+  std::vector<std::string> unknowns_;
+  std::map<std::pair<std::string, size_t>, FieldId> unknown_fields_;
+  std::vector<Refusal> refusals_;
+};
+
+}  // namespace packets
+
+#endif

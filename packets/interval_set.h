@@ -7,6 +7,7 @@
 #ifndef ORBA_PACKETS_INTERVAL_SET_H
 #define ORBA_PACKETS_INTERVAL_SET_H
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 

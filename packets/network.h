@@ -8,8 +8,6 @@
 #include <string>
 #include <vector>
 
-#include "packets/interval_set.h"
-
 namespace packets {
 
 struct Address {
@@ -44,12 +42,16 @@ struct RoutingRule {
   size_t command = Route::kNoCommand;
 };
 
+// Why a command was refused, nothing when it was carried out.
+using Refused = std::optional<std::string>;
+
 class Network {
  public:
   // In the order of the field kIn. `lo` is always the first.
   std::vector<Interface> interfaces = {{.name = "lo", .addresses = {{0x7f000001, 8}}}};
+  std::vector<std::string> bridges;
   // By table; those of addresses stand in no table. The longest prefix goes first, of equal
-  // ones the one added first.
+  // ones the one added last.
   std::map<std::string, std::vector<Route>> tables;
   // In ascending order of priority; behind them comes the table "main".
   std::vector<RoutingRule> rules;
@@ -69,13 +71,15 @@ class Network {
   // The route of a destination, nothing when there is none.
   std::optional<Route> route(uint64_t destination, uint32_t mark) const;
 
-  // Carries out a `brctl`, `ip`, `route` or `ifconfig` command; says why not when it is refused.
-  std::optional<std::string> run(const std::vector<std::string> &words, size_t command);
+  // Carries out a `brctl`, `ip`, `route` or `ifconfig` command.
+  Refused run(const std::vector<std::string> &words, size_t command);
 
  private:
-  std::optional<std::string> runIp(const std::vector<std::string> &words, size_t command);
-  std::optional<std::string> runRoute(const std::vector<std::string> &words, size_t command);
-  std::optional<std::string> runBrctl(const std::vector<std::string> &words);
+  Refused runIp(const std::vector<std::string> &words, size_t command);
+  Refused runRoute(const std::vector<std::string> &words, size_t command);
+  Refused runBrctl(const std::vector<std::string> &words);
+  Refused fits(const Route &route) const;
+  bool onLink(uint64_t gateway, const std::string &device) const;
   std::vector<Route> ownRoutes() const;
 };
 

@@ -14,12 +14,13 @@ namespace packets {
 enum class Verdict {
   kForwarded,  // out of an interface
   kDelivered,  // to the router itself
-  kDropped,
-  kRejected,  // dropped, and the sender is told
-  kNoRoute,   // no route leads there; the sender is told
-  kMartian,   // its source or destination cannot be: dropped by routing
-  kBridged,   // passed on between ports of a bridge, not routed
-  kUnknown,   // a program decides that nobody here knows
+  kDropped,    // by a rule or a policy
+  kRejected,   // dropped, and the sender is told
+  kNoRoute,    // no route leads there; the sender is told
+  kMartian,    // its source or destination cannot be: dropped by routing
+  kNobody,     // to a group that the router is not in: dropped by routing
+  kBridged,    // passed on between ports of a bridge, not routed
+  kUnknown,    // a program decides that nobody here knows
 };
 
 // The first packet of a connection as it came and as it went on, for what follows it.
@@ -30,40 +31,57 @@ struct Connection {
 
 struct Step {
   enum Kind {
-    kEnter,      // a chain is entered: `place`
-    kRule,       // a rule is looked at: `rule`, `matched`
-    kPolicy,     // a built-in chain's end
-    kRoute,      // `route` is taken; `why` when there is none
-    kBridge,     // what the bridge does with the frame: `why`
+    kEnter,      // a chain is entered: `at.place`
+    kRule,       // a rule is looked at: `at`, `matched`
+    kPolicy,     // the end of a chain that is not gone back from
+    kRoute,      // `route` is taken, nothing when there is none
+    kBridge,     // the frame is for the router (`matched`), or it is not
     kTranslate,  // by the connection, not by a rule
   };
   Kind kind;
-  Place place = {};
-  size_t rule = 0;  // its place in the chain, from 0
+  RuleAt at = {};
   bool matched = false;
   std::optional<Route> route = {};
-  std::string why = {};  // which condition did not hold: "the protocol is udp"
-  Packet after = {};     // the packet behind this step
+  Packet packet = {};  // as it is behind this step
 };
 
 struct Walk {
-  std::vector<Step> steps;
   Verdict verdict = Verdict::kDropped;
-  Packet end;                    // as it leaves or is delivered
-  size_t decided_by = SIZE_MAX;  // which of `steps` gave the verdict
-  std::vector<FieldId> asked;    // questions that it met, which `packet` answered
+  Packet end;                           // as it leaves, is delivered or was dropped
+  std::optional<RuleAt> decided_by;     // nothing where routing or the bridge decided
+  std::optional<RuleAt> translated_by;  // the rule that gave it another destination
+  std::vector<Step> steps;              // when they were asked for
+  std::vector<FieldId> asked;           // the questions that it met; the packet answered them
 };
 
-// The way of a packet that comes in from a wire: kBridgePort and kIn are the interface that it
-// comes in through, and kIn becomes the bridge's where it is one's port. Without a connection a
-// packet in state kNew is translated by the rules; any other has the addresses that it has. With
-// one, it is its packet in the direction that its source says.
-Walk walk(const Router &router, Packet packet, const Connection *connection = nullptr);
-// The way of a packet that the router itself sends.
-Walk walkFromRouter(const Router &router, Packet packet, const Connection *connection = nullptr);
+enum class Detail { kVerdict, kSteps };
 
-// The packet with which the other side answers the first packet of a connection whose way this
-// was; it comes in where that left.
+// The way of a packet that comes in from the wire of the interface kBridgePort, which may be a
+// port of a bridge.
+//
+// - At a port, by the dstination MAC: one of the bridge's own or of a group is for the router,
+//   any other is bridged (kBridgePortOut is for the caller to say, the bridge's table of
+//   addresses is not modelled). broute's DROP hands it to the router past the bridge. iptables
+//   sees nothing of what is bridged.
+// - What is not IPv4 and for the router is delivered.
+// - A packet in state kNew goes through nat PREROUTING. Any other has the addresses that it has;
+//   with a connection, it is that connection's packet in the direction that its source says.
+// - Routing: from a group, 255.255.255.255 or an address of the router it is a martian (where
+//   there are rules for routing, from any address that is no host's too), from 0.0.0.0/8 as well
+//   unless it is for everybody or a group; to 0.0.0.0/8, from or to 127.0.0.0/8 too. A group is
+//   nobody's here but 224.0.0.1. What is for the router or a whole network goes to INPUT.
+// - filter INPUT or FORWARD, and for what leaves nat POSTROUTING in state kNew. The hosts behind
+//   a bridge are not behind a port that rules of the bridge keep them from.
+//
+// Fragments are joined before the rules see them; the time to live is not looked at.
+Walk walk(const Router &router, Packet packet, const Connection *connection = nullptr,
+          Detail detail = Detail::kSteps);
+// The way of a packet that the router itself sends.
+Walk walkFromRouter(const Router &router, Packet packet, const Connection *connection = nullptr,
+                    Detail detail = Detail::kSteps);
+
+// The packet with which the other side answers a first packet that was forwarded, as it comes
+// in where that left; or the router one that it was delivered.
 Packet answerTo(const Router &router, const Packet &first, const Walk &way);
 
 }  // namespace packets

@@ -14,15 +14,6 @@
 
 namespace packets {
 
-// A rule, by its chain and its place there from 0; kPolicy for the end of a built-in chain.
-struct RuleAt {
-  static constexpr size_t kPolicy = SIZE_MAX;
-  Place place;
-  size_t rule = kPolicy;
-
-  auto operator<=>(const RuleAt &) const = default;
-};
-
 // What becomes of a packet.
 struct Outcome {
   Verdict verdict = Verdict::kDropped;

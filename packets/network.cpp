@@ -102,8 +102,8 @@ std::vector<Route> Network::routesFor(uint32_t mark) const {
     auto table = tables.find(rule.table);
     if (((rule.mark ^ mark) & rule.mask) == 0 && table != tables.end()) append(table->second);
   }
-  // The networks of the interfaces stand in the same table as the routes that were added, and
-  // of one length behind them: those came later.
+  // The networks of the interfaces stand in the same table as the routes that were added, of one
+  // length behind them; of two interfaces in one network the first is taken.
   std::vector<Route> main;
   for (const Interface &interface : interfaces) {
     if (interface.name == "lo") continue;

@@ -15,7 +15,7 @@ using namespace orba::tool;
 
 // In the order of the help.
 constexpr void (*kSubcommands[])(CLI::App &, Exit &) = {
-    addList,  addPlan, addShow, addDiff, addPsk, addCheck, addExplain, addApply,
+    addList,  addPlan, addShow, addDiff, addTrace, addPsk, addCheck, addExplain, addApply,
 #ifdef ORBA_HAS_SERVE
     addServe,
 #endif

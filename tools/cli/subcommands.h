@@ -26,6 +26,7 @@ void addShow(CLI::App &app, Exit &exit);
 void addDiff(CLI::App &app, Exit &exit);
 void addPsk(CLI::App &app, Exit &exit);
 void addCheck(CLI::App &app, Exit &exit);
+void addTrace(CLI::App &app, Exit &exit);
 void addExplain(CLI::App &app, Exit &exit);
 void addApply(CLI::App &app, Exit &exit);
 void addServe(CLI::App &app, Exit &exit);

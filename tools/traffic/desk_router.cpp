@@ -1,0 +1,123 @@
+#include "tools/traffic/desk_router.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "net/interface_name.h"
+#include "orba_util.h"
+#include "tools/device/config.h"
+
+namespace orba::tool {
+
+namespace {
+
+// What start-up programs call, so far as it concerns packets.
+constexpr const char *kStart[] = {"firewall_init", "RoutingInit", "executeStaticRoute",
+                                  "executePolicyRoute", "orba_pppoeRelay"};
+
+// The ports of the LAN's bridge: the switch, and the first network of the radio.
+constexpr const char *kWiredPort = "eth2.1", *kRadioPort = "ra0";
+
+int prefixOf(const std::string &netmask) {
+  uint64_t mask = 0;
+  if (!packets::readAddress(netmask, mask)) return 24;
+  return __builtin_popcountll(mask);
+}
+
+packets::Interface interfaceOf(sim::Device &device, const std::string &name) {
+  packets::Interface made{.name = name};
+  const sim::Interface &known = device.interface(name);
+  packets::readMac(known.mac(), made.mac);
+  uint64_t address;
+  if (packets::readAddress(known.address(), address)) {
+    made.addresses.push_back({address, prefixOf(known.netmask())});
+  }
+  return made;
+}
+
+}  // namespace
+
+packets::Network deskNetwork(sim::Device &device, std::vector<Side> &sides) {
+  packets::Network network;
+  auto add = [&](const std::string &name, const std::string &bridge = "") {
+    if (network.find(name) != nullptr) return;
+    packets::Interface made = interfaceOf(device, name);
+    made.bridge = bridge;
+    network.add(std::move(made));
+  };
+  const std::string lan = getLanIfName();
+  add(lan);
+  std::string wired = lan, bridge;
+  if (lan.rfind("br", 0) == 0) {
+    network.bridges.push_back(lan);
+    bridge = lan;
+    wired = kWiredPort;
+    add(kWiredPort, lan);
+    add(kRadioPort, lan);
+  }
+  sides.push_back({"lan", wired, "a host of the LAN"});
+  if (!bridge.empty()) sides.push_back({"wifi", kRadioPort, "a station of the 2.4 GHz radio"});
+  for (int wan = 1; wan <= kWans; wan++) {
+    InterfaceName name, ethernet;
+    wanInterface(wan, name);
+    wanDevice(wan, ethernet);
+    if (name.empty()) continue;
+    std::string outside = name.text();
+    if (outside == lan) {  // a bridge: the Internet side is a port of it
+      outside = "eth2.2";
+      add(outside, bridge);
+    } else {
+      if (!ethernet.empty()) add(ethernet.text());
+      add(outside);
+    }
+    const std::string number = wan == 1 ? "" : std::to_string(wan);
+    sides.push_back(
+        {"wan" + number, outside, "the Internet" + (wan == 1 ? "" : " behind WAN " + number)});
+  }
+  InterfaceName default_wan;
+  wanInterface(std::max(1, atoi(device.setting("default_wan").value_or("1").c_str())), default_wan);
+  const packets::Interface *out = network.find(default_wan.text());
+  if (out != nullptr && !out->addresses.empty()) {
+    packets::Route route{.device = out->name};
+    // The provider's router is the first host of its network.
+    const packets::Address &own = out->addresses[0];
+    if (own.prefix < 31 && out->name.rfind("ppp", 0) != 0) {
+      route.gateway = (own.address & (0xffffffffull << (32 - own.prefix))) + 1;
+    }
+    network.tables["main"].push_back(route);
+  }
+  return network;
+}
+
+const Side *DeskRouter::side(const std::string &name) const {
+  auto found =
+      std::find_if(sides.begin(), sides.end(), [&](const Side &each) { return each.name == name; });
+  return found != sides.end() ? &*found : nullptr;
+}
+
+const std::string &DeskRouter::text(size_t command) const {
+  return runs[commands.at(command).run].commands[commands[command].command];
+}
+
+DeskRouter deskRouter(const std::vector<nvram::Setting> &config, const Prepare &prepare) {
+  std::vector<Side> sides;
+  packets::Network network;
+  {
+    sim::Device device;
+    putSettings(config, device);
+    prepare(device);
+    network = deskNetwork(device, sides);
+  }
+  DeskRouter made{{}, {}, std::move(sides), packets::Router(std::move(network))};
+  for (const char *entry : kStart) {
+    made.runs.push_back(record(config, entry, {}, prepare));
+    const Recording &run = made.runs.back();
+    for (size_t i = 0; i < run.commands.size(); i++) {
+      made.router.run(run.commands[i], made.commands.size());
+      made.commands.push_back({made.runs.size() - 1, i});
+    }
+  }
+  return made;
+}
+
+}  // namespace orba::tool

@@ -1,0 +1,50 @@
+// The room tools/traffic: questions about packets, of the router that a configuration makes:
+// what becomes of one, what gets through, what a change does to that. How packets go is known
+// to packets/; here is whose they are: sides, settings, records.
+//
+// The router on the desk, as its start leaves it.
+#ifndef ORBA_TOOLS_TRAFFIC_DESK_ROUTER_H
+#define ORBA_TOOLS_TRAFFIC_DESK_ROUTER_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "packets/router.h"
+#include "tools/play/recording.h"
+
+namespace orba::tool {
+
+// Whom packets come from: the hosts behind an interface.
+struct Side {
+  std::string name;       // "lan", "wifi", "wan", "wan2"
+  std::string interface;  // from whose wire they come; for "router" none
+  std::string words;      // "a host of the LAN"
+};
+
+struct DeskRouter {
+  // The entry points that make it a router, in the order of its start.
+  std::vector<Recording> runs;
+  // What the router knows a command as: its place here.
+  struct Command {
+    size_t run;      // in `runs`
+    size_t command;  // in Recording::commands
+  };
+  std::vector<Command> commands;
+  std::vector<Side> sides;
+  packets::Router router;
+
+  // Null for none; "router" is no side.
+  const Side *side(const std::string &name) const;
+  const std::string &text(size_t command) const;  // of a packets::Rule::command
+};
+
+DeskRouter deskRouter(const std::vector<nvram::Setting> &config, const Prepare &prepare);
+
+// The interfaces that the settings give a device: the LAN with its ports, the WANs and the
+// default route, with the addresses that the device has for them.
+packets::Network deskNetwork(sim::Device &device, std::vector<Side> &sides);
+
+}  // namespace orba::tool
+
+#endif

@@ -1,0 +1,149 @@
+#include "tools/traffic/packet_words.h"
+
+#include <cctype>
+#include <nlohmann/json.hpp>
+
+namespace orba::tool {
+
+namespace {
+
+using packets::Interval;
+using packets::IntervalSet;
+using packets::Packet;
+
+// A network where it is one, else its first and last address.
+std::string addressesText(const Interval &each) {
+  const uint64_t size = each.last - each.first + 1;
+  if (size == 1) return packets::addressText(each.first);
+  const bool network = (size & (size - 1)) == 0 && each.first % size == 0;
+  if (network) {
+    return packets::addressText(each.first) + "/" + std::to_string(32 - __builtin_ctzll(size));
+  }
+  return packets::addressText(each.first) + "-" + packets::addressText(each.last);
+}
+
+std::string portsText(const Interval &each) {
+  if (each.first == each.last) return std::to_string(each.first);
+  return std::to_string(each.first) + "-" + std::to_string(each.last);
+}
+
+std::string listed(const IntervalSet &set, std::string (*one)(const Interval &)) {
+  std::string text;
+  for (const Interval &each : set.intervals()) text += (text.empty() ? "" : ", ") + one(each);
+  return text;
+}
+
+bool hasPorts(const Packet &packet) {
+  return packet[packets::kProtocol] == packets::kTcp || packet[packets::kProtocol] == packets::kUdp;
+}
+
+std::string flagsText(uint64_t flags) {
+  static const char *const kNames[] = {"FIN", "SYN", "RST", "PSH", "ACK", "URG"};
+  std::string text;
+  for (size_t i = 0; i < std::size(kNames); i++) {
+    if ((flags >> i & 1) != 0) text += (text.empty() ? "" : ",") + std::string(kNames[i]);
+  }
+  return text.empty() ? "no flags" : text;
+}
+
+}  // namespace
+
+std::string addressesText(const IntervalSet &addresses) {
+  if (addresses == IntervalSet::range(0, 0xffffffff)) return "anywhere";
+  return listed(addresses, addressesText);
+}
+
+std::string portsText(const IntervalSet &ports) {
+  if (ports == IntervalSet::range(0, 65535)) return "any port";
+  return listed(ports, portsText);
+}
+
+std::string packetText(const Packet &packet) {
+  auto end = [&](packets::Field address, packets::Field port) {
+    return packets::addressText(packet[address]) +
+           (hasPorts(packet) ? ":" + std::to_string(packet[port]) : "");
+  };
+  std::string text = packets::protocolText(packet[packets::kProtocol]) + " from " +
+                     end(packets::kSource, packets::kSourcePort) + " to " +
+                     end(packets::kDestination, packets::kDestinationPort);
+  if (packet[packets::kProtocol] == packets::kTcp) {
+    text += " (" + flagsText(packet[packets::kTcpFlags]) + ")";
+  } else if (packet[packets::kProtocol] == packets::kIcmp) {
+    text += " (type " + std::to_string(packet[packets::kIcmpType]) + ")";
+  }
+  return text;
+}
+
+nlohmann::ordered_json packetAsJson(const Packet &packet, const packets::Network &network) {
+  nlohmann::ordered_json made;
+  auto interface = [&](packets::Field field) {
+    const uint64_t number = packet[field];
+    return number < network.interfaces.size() ? network.interfaces[number].name : "";
+  };
+  made["in"] = interface(packets::kIn);
+  made["out"] = interface(packets::kOut);
+  made["state"] = stateName(static_cast<packets::State>(packet[packets::kState]));
+  made["protocol"] = packets::protocolText(packet[packets::kProtocol]);
+  made["source"] = packets::addressText(packet[packets::kSource]);
+  made["destination"] = packets::addressText(packet[packets::kDestination]);
+  if (hasPorts(packet)) {
+    made["source_port"] = packet[packets::kSourcePort];
+    made["destination_port"] = packet[packets::kDestinationPort];
+  }
+  if (packet[packets::kProtocol] == packets::kTcp) {
+    made["flags"] = flagsText(packet[packets::kTcpFlags]);
+  }
+  if (packet[packets::kProtocol] == packets::kIcmp) {
+    made["icmp_type"] = packet[packets::kIcmpType];
+  }
+  made["length"] = packet[packets::kLength];
+  made["source_mac"] = packets::macText(packet[packets::kSourceMac]);
+  made["mark"] = packet[packets::kMark];
+  return made;
+}
+
+const char *stateName(packets::State state) {
+  switch (state) {
+    case packets::kInvalid:
+      return "invalid";
+    case packets::kNew:
+      return "new";
+    case packets::kEstablished:
+      return "established";
+    case packets::kRelated:
+      break;
+  }
+  return "related";
+}
+
+const char *verdictName(packets::Verdict verdict) {
+  using packets::Verdict;
+  switch (verdict) {
+    case Verdict::kForwarded:
+      return "forwarded";
+    case Verdict::kDelivered:
+      return "delivered to the router";
+    case Verdict::kDropped:
+      return "dropped";
+    case Verdict::kRejected:
+      return "rejected";
+    case Verdict::kNoRoute:
+      return "without a route";
+    case Verdict::kMartian:
+      return "refused by routing: no host has such an address";
+    case Verdict::kNobody:
+      return "for a group that the router is not in";
+    case Verdict::kBridged:
+      return "bridged";
+    case Verdict::kUnknown:
+      break;
+  }
+  return "unknown";
+}
+
+std::string placeText(const packets::Place &place) {
+  return std::string(place.program == packets::Place::kIptables ? "iptables " : "ebtables ") +
+         place.table + " " + place.chain;
+}
+
+}  // namespace orba::tool

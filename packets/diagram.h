@@ -1,11 +1,16 @@
 // Sets of packets, and functions of packets to numbers, as shared diagrams: a node is a field,
-// its edges are disjoint intervals that cover all its values, and equal diagrams are one node.
+// its edges are disjoint intervals that cover all its values, and equal functions are one node.
 #ifndef ORBA_PACKETS_DIAGRAM_H
 #define ORBA_PACKETS_DIAGRAM_H
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <optional>
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "packets/rule.h"
@@ -23,37 +28,80 @@ class Diagrams {
 
   Node constant(uint32_t value);
   // Sets are functions to 0 and 1.
-  Node set(const Condition &condition);
-  Node set(const Conditions &conditions);
-  Node both(Node one, Node two);
-  Node either(Node one, Node two);
-  Node without(Node set, Node other);
+  Node set(const Condition &condition) { return set(Conditions{condition}); }
+  Node set(const Conditions &conditions);  // where all of them hold
+  Node both(Node set, Node other) { return choose(set, other, kNone); }
+  Node either(Node set, Node other) { return firstOf(set, other); }
+  Node without(Node set, Node other) { return choose(other, kNone, set); }
   Node complement(Node set) { return without(kAll, set); }
   // `then` in the set, `otherwise` outside of it; both are any functions.
   Node choose(Node set, Node then, Node otherwise);
+  // The first function where it is not 0, elsewhere the second.
+  Node firstOf(Node one, Node two) { return choose(one, one, two); }
   // A function of two others, value by value.
-  Node combine(Node one, Node two, uint32_t (*value)(uint32_t, uint32_t));
+  Node combine(Node one, Node two, const std::function<uint32_t(uint32_t, uint32_t)> &value);
+  // A function of another, value by value.
+  Node map(Node function, const std::function<uint32_t(uint32_t)> &value);
   // The packets for which a function has one of some values.
   Node where(Node function, const std::function<bool(uint32_t)> &value);
-  // The function where a field has a value.
-  Node with(Node function, FieldId field, uint64_t value);
+  // The function where some fields have a value.
+  Node with(Node function, const std::map<FieldId, uint64_t> &values);
   // The packets that are in the set for some value, or for every value, of a field.
-  Node forSome(Node set, FieldId field);
-  Node forAll(Node set, FieldId field);
+  Node forSome(Node set, FieldId field) { return fold(set, field, &Diagrams::either); }
+  Node forAll(Node set, FieldId field) { return fold(set, field, &Diagrams::both); }
+  // The same for the answers to all questions.
+  Node forSomeAnswer(Node set);
+  Node forAllAnswers(Node set);
 
   // Its value for a packet.
   uint32_t value(Node function, const Packet &packet) const;
   // All values that it takes, in ascending order.
-  std::vector<uint32_t> values(Node function);
+  std::vector<uint32_t> values(Node function) const;
+  // Each of them with the packets that have it.
+  std::vector<std::pair<uint32_t, Node>> parts(Node function);
   // A packet of the set, with the fields that it does not ask for as in `like`; nothing for none.
   std::optional<Packet> witness(Node set, const Packet &like = {}) const;
   // The set as disjoint boxes: in each every field has any of some values.
   void boxes(Node set, const std::function<void(const Conditions &)> &each) const;
 
-  size_t nodes() const;
+  size_t nodes() const { return entries_.size(); }
 
  private:
-  // (the implementation's own)
+  struct Edge {
+    uint64_t last;  // of the interval that begins behind the edge before
+    Node to;
+
+    bool operator==(const Edge &) const = default;
+  };
+  struct Entry {
+    uint32_t level;       // of its field, kConstant for none
+    uint32_t begin, end;  // of its edges
+    uint32_t most;        // the largest value that it takes: its own, or at most 1 for a set
+    uint32_t hash;
+  };
+  struct Choice {  // one that was made
+    Node set = kNone, then = kNone, otherwise = kNone, chosen = kNone;
+  };
+  using Done = std::unordered_map<uint64_t, Node>;
+  static constexpr uint32_t kConstant = UINT32_MAX;
+
+  bool isConstant(Node node) const { return entries_[node].level == kConstant; }
+  const Edge &edgeOf(Node node, uint64_t value) const;
+  void add(size_t begin, Edge edge);
+  Node made(uint32_t level, size_t begin);
+  Node known(const Entry &entry);
+  void grow();
+  template <size_t N, typename Each>
+  Node merge(const std::array<Node, N> &nodes, const Each &each);
+  template <typename Stop>
+  Node rebuild(Node node, const Stop &stop, Done &done);
+  Node fold(Node set, FieldId field, Node (Diagrams::*join)(Node, Node));
+
+  std::vector<Entry> entries_;  // by Node
+  std::vector<Edge> edges_;
+  std::vector<Edge> scratch_;    // the edges of nodes that are being made
+  std::vector<Node> places_;     // of nodes, by their hash; kNone where there is none
+  std::vector<Choice> choices_;  // the last of each hash
 };
 
 }  // namespace packets

@@ -95,7 +95,9 @@ class Walker {
     if (!through(Place::kEbtables, "nat", "PREROUTING")) return false;
     const uint64_t mac = packet_[kDestinationMac];
     const Interface *own = network_.find(bridge);
-    const bool for_router = (own != nullptr && mac == own->mac) || (mac >> 40 & 1) != 0;
+    const bool for_router = (own != nullptr && mac == own->mac) ||
+                            mac == network_.interfaces[packet_[kBridgePort]].mac ||
+                            (mac >> 40 & 1) != 0;
     note(Step::kBridge, {}, for_router);
     if (for_router) {
       if (!through(Place::kEbtables, "filter", "INPUT")) return false;

@@ -59,8 +59,8 @@ enum class Detail { kVerdict, kSteps };
 // The way of a packet that comes in from the wire of the interface kBridgePort, which may be a
 // port of a bridge.
 //
-// - At a port, by the dstination MAC: one of the bridge's own or of a group is for the router,
-//   any other is bridged (kBridgePortOut is for the caller to say, the bridge's table of
+// - At a port, by the destination MAC: the bridge's, the port's or one of a group is for the
+//   router, any other is bridged (kBridgePortOut is for the caller to say, the bridge's table of
 //   addresses is not modelled). broute's DROP hands it to the router past the bridge. iptables
 //   sees nothing of what is bridged.
 // - What is not IPv4 and for the router is delivered.

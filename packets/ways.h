@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "packets/chains.h"
 #include "packets/diagram.h"
 #include "packets/router.h"
 #include "packets/walk.h"
@@ -17,7 +18,7 @@ namespace packets {
 // What becomes of a packet.
 struct Outcome {
   Verdict verdict = Verdict::kDropped;
-  std::optional<RuleAt> decided_by;     // nothing where routing or the bridge decides
+  std::optional<RuleAt> decided_by;     // nothing where routing decides, or without blame
   uint64_t out = kNoInterface;          // where it leaves
   std::optional<RuleAt> translated_by;  // the rule that gave it another destination
   std::optional<uint64_t> destination;  // which
@@ -31,7 +32,7 @@ struct Outcome {
 class Ways {
  public:
   // Of the packets that come in from the wire of an interface (a bridge's port or another).
-  Ways(const Router &router, Diagrams &diagrams, uint64_t interface);
+  Ways(const Router &router, Diagrams &diagrams, uint64_t interface, Blame blame = Blame::kRule);
 
   // Packets, as they come in, to the place of their outcome in outcomes().
   Diagrams::Node function() const { return function_; }
@@ -44,11 +45,57 @@ class Ways {
   Diagrams::Node actsOn(const RuleAt &rule);
 
  private:
+  using Node = Diagrams::Node;
+
+  // What has become of packets that went the same way.
+  struct Now {
+    std::map<FieldId, uint64_t> fields;  // that are not as they came in, or the same for all
+    std::optional<RuleAt> translated_by;
+
+    bool operator==(const Now &) const = default;
+  };
+  struct Flow {
+    Node packets;  // as they came in
+    Now now;
+    Node decision = Diagrams::kNone;  // of the chain that they are in, for `packets` only
+  };
+  using Flows = std::vector<Flow>;
+
+  Node now(Node function, const Flow &flow);
+  Node open(const Flow &flow);
+  Node decided(const Flow &flow, bool (*wanted)(Target::Kind));
+  bool refused(uint32_t number) const;
+  void alter(const RuleAt &at, const Rule &rule, Flows &flows);
+  void pass(const Place &place, Flows &flows);
+  Flows through(const Place &place, const Flow &flow);
+  Flows accepted(const Place &place, const Flow &flow);
+
+  void enterBridge(const Flow &flow);
+  void bridge(const Flow &flow);
+  void enter(const Flow &flow);
+  void translate(const Flow &flow);
+  void route(const Flow &flow);
+  void deliver(const Flow &flow);
+  void forward(const Flow &flow);
+  Node routesOf(uint64_t mark);
+  IntervalSet noHosts() const;
+
+  Outcome outcome(const Flow &flow, uint32_t number) const;
+  uint32_t placeOf(const Outcome &outcome);
+  void end(const Flow &flow, const std::function<std::optional<Outcome>(uint32_t number)> &outcome);
+  void end(const Flow &flow, Verdict verdict);
+
   const Router &router_;
   Diagrams &diagrams_;
+  Chains chains_;
+  std::vector<Route> routes_;
+  std::map<uint64_t, Node> routes_by_mark_;   // to places in routes_ from 1, 0 for none
+  std::vector<std::pair<Run, Flow>> visits_;  // of flows to rules, and to policies
+  std::map<RuleAt, Node> acts_;               // of rules that stand in no run
+  std::vector<Node> ends_;                    // of some packets: places in outcomes_ from 1
   std::vector<Outcome> outcomes_;
-  Diagrams::Node function_ = Diagrams::kNone;
-  std::map<RuleAt, Diagrams::Node> acts_;
+  std::map<Outcome, uint32_t> places_;
+  Node function_ = Diagrams::kNone;
 };
 
 }  // namespace packets

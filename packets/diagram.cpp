@@ -1,0 +1,372 @@
+#include "packets/diagram.h"
+
+#include <algorithm>
+#include <unordered_set>
+
+namespace packets {
+
+namespace {
+
+// From the top of a diagram to its bottom: first what splits the rules into few large parts, then
+// whom they are about, then what he wants, since rules name one host and many ports. With the
+// ports first 2,000 rules take five times as long. Questions come last, in their own order.
+constexpr FieldId kOrder[] = {
+    kIn,
+    kBridgePort,
+    kOut,
+    kBridgePortOut,
+    kMark,
+    kEtherType,
+    kState,
+    kProtocol,
+    kTcpFlags,
+    kIcmpType,
+    kSource,
+    kSourceMac,
+    kDestinationMac,
+    kDestination,
+    kDestinationPort,
+    kSourcePort,
+    kLength,
+    kSegmentSize,
+};
+static_assert(std::size(kOrder) == kFields);
+
+constexpr std::array<uint32_t, kFields> kLevels = [] {
+  std::array<uint32_t, kFields> levels = {};
+  for (uint32_t level = 0; level < kFields; level++) levels[kOrder[level]] = level;
+  return levels;
+}();
+
+uint32_t levelOf(FieldId field) {
+  return field < kFields ? kLevels[field] : field;
+}
+
+FieldId fieldAt(uint32_t level) {
+  return level < kFields ? kOrder[level] : static_cast<FieldId>(level);
+}
+
+uint64_t mix(uint64_t hash, uint64_t value) {
+  hash = (hash ^ value) * 0x9e3779b97f4a7c15;
+  return hash ^ hash >> 32;
+}
+
+// A set that is merged with one that does not look at the field has this edge only.
+constexpr uint32_t kWhole = UINT32_MAX;
+
+}  // namespace
+
+Diagrams::Diagrams() : places_(1 << 12), choices_(1 << 12) {
+  for (uint32_t value : {kNone, kAll}) entries_.push_back({kConstant, 0, 0, value, 0});
+}
+
+Diagrams::Node Diagrams::constant(uint32_t value) {
+  return value <= kAll ? value
+                       : known({kConstant, 0, 0, value, static_cast<uint32_t>(mix(0, value))});
+}
+
+// The node with these edges, which stand last in edges_ and are taken away when it is an old one.
+Diagrams::Node Diagrams::known(const Entry &entry) {
+  const size_t mask = places_.size() - 1;
+  size_t place = entry.hash & mask;
+  for (; places_[place] != kNone; place = (place + 1) & mask) {
+    const Entry &other = entries_[places_[place]];
+    if (other.hash != entry.hash || other.level != entry.level || other.most != entry.most ||
+        !std::equal(edges_.data() + entry.begin, edges_.data() + entry.end,
+                    edges_.data() + other.begin, edges_.data() + other.end)) {
+      continue;
+    }
+    if (entry.begin < entry.end) edges_.resize(entry.begin);
+    return places_[place];
+  }
+  const auto node = static_cast<Node>(entries_.size());
+  places_[place] = node;
+  entries_.push_back(entry);
+  if (entries_.size() * 2 > places_.size()) grow();
+  return node;
+}
+
+void Diagrams::grow() {
+  places_.assign(places_.size() * 4, kNone);
+  choices_.assign(places_.size(), {});
+  const size_t mask = places_.size() - 1;
+  for (Node node = kAll + 1; node < entries_.size(); node++) {
+    size_t place = entries_[node].hash & mask;
+    while (places_[place] != kNone) place = (place + 1) & mask;
+    places_[place] = node;
+  }
+}
+
+// Adds an edge to those of scratch_ from `begin` on.
+void Diagrams::add(size_t begin, Edge edge) {
+  if (scratch_.size() > begin && scratch_.back().to == edge.to) {
+    scratch_.back().last = edge.last;
+  } else {
+    scratch_.push_back(edge);
+  }
+}
+
+// The node with the edges of scratch_ from `begin` on.
+Diagrams::Node Diagrams::made(uint32_t level, size_t begin) {
+  Node node = scratch_[begin].to;
+  if (scratch_.size() > begin + 1) {
+    Entry entry = {level, static_cast<uint32_t>(edges_.size()), 0, 0, 0};
+    uint64_t hash = level;
+    for (size_t i = begin; i < scratch_.size(); i++) {
+      hash = mix(hash, scratch_[i].last * 31 + scratch_[i].to);
+      entry.most = std::max(entry.most, entries_[scratch_[i].to].most);
+    }
+    entry.hash = static_cast<uint32_t>(hash);
+    edges_.insert(edges_.end(), scratch_.begin() + static_cast<long>(begin), scratch_.end());
+    entry.end = static_cast<uint32_t>(edges_.size());
+    node = known(entry);
+  }
+  scratch_.resize(begin);
+  return node;
+}
+
+// One node out of some, by their first field: each of its edges is what `each` makes of theirs.
+template <size_t N, typename Each>
+Diagrams::Node Diagrams::merge(const std::array<Node, N> &nodes, const Each &each) {
+  uint32_t level = kConstant;
+  for (Node node : nodes) level = std::min(level, entries_[node].level);
+  std::array<uint32_t, N> at;
+  for (size_t i = 0; i < N; i++) {
+    const Entry &entry = entries_[nodes[i]];
+    at[i] = entry.level == level ? entry.begin : kWhole;
+  }
+  const uint64_t largest = largestOf(fieldAt(level));
+  const size_t begin = scratch_.size();
+  for (uint64_t last = 0; last < largest;) {
+    std::array<Node, N> to = nodes;
+    last = largest;
+    for (size_t i = 0; i < N; i++) {
+      if (at[i] == kWhole) continue;
+      to[i] = edges_[at[i]].to;
+      last = std::min(last, edges_[at[i]].last);
+    }
+    for (uint32_t &edge : at) {
+      if (edge != kWhole && edges_[edge].last == last) edge++;
+    }
+    add(begin, {last, each(to)});
+  }
+  return made(level, begin);
+}
+
+// A function with the nodes that `stop` gives in place of its own, from the top on.
+template <typename Stop>
+Diagrams::Node Diagrams::rebuild(Node node, const Stop &stop, Done &done) {
+  if (std::optional<Node> instead = stop(node)) return *instead;
+  const auto [found, unknown] = done.try_emplace(node);
+  if (!unknown) return found->second;
+  return done[node] = merge<1>(
+             {node}, [&](const std::array<Node, 1> &to) { return rebuild(to[0], stop, done); });
+}
+
+Diagrams::Node Diagrams::set(const Conditions &conditions) {
+  std::map<uint32_t, IntervalSet> values;  // by level
+  for (const Condition &each : conditions) {
+    const auto [at, first] = values.try_emplace(levelOf(each.field), each.values);
+    if (!first) at->second = at->second.intersection(each.values);
+  }
+  Node set = kAll;
+  for (auto at = values.rbegin(); at != values.rend(); ++at) {
+    const uint64_t largest = largestOf(fieldAt(at->first));
+    const size_t begin = scratch_.size();
+    uint64_t next = 0;  // value that no edge has yet
+    for (const Interval &each : at->second.intervals()) {
+      if (each.first > largest) break;
+      if (each.first > next) add(begin, {each.first - 1, kNone});
+      next = std::min(each.last, largest) + 1;
+      add(begin, {next - 1, set});
+    }
+    if (next <= largest) add(begin, {largest, kNone});
+    set = made(at->first, begin);
+  }
+  return set;
+}
+
+Diagrams::Node Diagrams::choose(Node set, Node then, Node otherwise) {
+  if (set == kNone || then == otherwise) return otherwise;
+  if (isConstant(set)) return then;
+  if (otherwise == kNone && (then == set || (then == kAll && entries_[set].most == 1))) return set;
+  const auto place = [&] { return mix(mix(set, then), otherwise) & (choices_.size() - 1); };
+  const Choice &known = choices_[place()];
+  if (known.set == set && known.then == then && known.otherwise == otherwise) return known.chosen;
+  const Node chosen = merge<3>({set, then, otherwise}, [&](const std::array<Node, 3> &to) {
+    return choose(to[0], to[1], to[2]);
+  });
+  choices_[place()] = {set, then, otherwise, chosen};
+  return chosen;
+}
+
+Diagrams::Node Diagrams::combine(Node one, Node two,
+                                 const std::function<uint32_t(uint32_t, uint32_t)> &value) {
+  Done done;
+  const std::function<Node(const std::array<Node, 2> &)> combined =
+      [&](const std::array<Node, 2> &pair) {
+        if (isConstant(pair[0]) && isConstant(pair[1])) {
+          return constant(value(entries_[pair[0]].most, entries_[pair[1]].most));
+        }
+        const uint64_t key = uint64_t{pair[0]} << 32 | pair[1];
+        const auto [found, unknown] = done.try_emplace(key);
+        return unknown ? done[key] = merge(pair, combined) : found->second;
+      };
+  return combined({one, two});
+}
+
+Diagrams::Node Diagrams::map(Node function, const std::function<uint32_t(uint32_t)> &value) {
+  Done done;
+  return rebuild(
+      function,
+      [&](Node node) -> std::optional<Node> {
+        if (!isConstant(node)) return {};
+        return constant(value(entries_[node].most));
+      },
+      done);
+}
+
+Diagrams::Node Diagrams::where(Node function, const std::function<bool(uint32_t)> &value) {
+  return map(function, [&](uint32_t each) -> uint32_t { return value(each); });
+}
+
+Diagrams::Node Diagrams::with(Node function, const std::map<FieldId, uint64_t> &values) {
+  uint32_t lowest = 0;
+  for (const auto &[field, value] : values) lowest = std::max(lowest, levelOf(field));
+  Done done;
+  const std::function<std::optional<Node>(Node)> stop = [&](Node node) -> std::optional<Node> {
+    const uint32_t level = entries_[node].level;
+    if (values.empty() || level > lowest) return node;
+    const auto found = values.find(fieldAt(level));
+    if (found == values.end()) return {};
+    return rebuild(edgeOf(node, found->second).to, stop, done);
+  };
+  return rebuild(function, stop, done);
+}
+
+Diagrams::Node Diagrams::fold(Node set, FieldId field, Node (Diagrams::*join)(Node, Node)) {
+  Done done;
+  return rebuild(
+      set,
+      [&](Node node) -> std::optional<Node> {
+        const Entry entry = entries_[node];
+        if (entry.level < levelOf(field)) return {};
+        if (entry.level > levelOf(field)) return node;
+        Node folded = edges_[entry.begin].to;
+        for (uint32_t i = entry.begin + 1; i < entry.end; i++) {
+          folded = (this->*join)(folded, edges_[i].to);
+        }
+        return folded;
+      },
+      done);
+}
+
+// Questions stand lowest, and a node that is not kNone leads to a packet.
+Diagrams::Node Diagrams::forSomeAnswer(Node set) {
+  Done done;
+  return rebuild(
+      set,
+      [&](Node node) -> std::optional<Node> {
+        if (entries_[node].level < kFields) return {};
+        return node == kNone ? kNone : kAll;
+      },
+      done);
+}
+
+Diagrams::Node Diagrams::forAllAnswers(Node set) {
+  return complement(forSomeAnswer(complement(set)));
+}
+
+const Diagrams::Edge &Diagrams::edgeOf(Node node, uint64_t value) const {
+  const Entry &entry = entries_[node];
+  return *std::lower_bound(edges_.begin() + entry.begin, edges_.begin() + (entry.end - 1), value,
+                           [](const Edge &each, uint64_t wanted) { return each.last < wanted; });
+}
+
+uint32_t Diagrams::value(Node function, const Packet &packet) const {
+  while (!isConstant(function)) {
+    function = edgeOf(function, packet[fieldAt(entries_[function].level)]).to;
+  }
+  return entries_[function].most;
+}
+
+std::vector<uint32_t> Diagrams::values(Node function) const {
+  std::vector<uint32_t> values;
+  std::vector<Node> waiting = {function};
+  std::unordered_set<Node> seen = {function};
+  while (!waiting.empty()) {
+    const Entry &entry = entries_[waiting.back()];
+    waiting.pop_back();
+    if (entry.level == kConstant) values.push_back(entry.most);
+    for (uint32_t i = entry.begin; i < entry.end; i++) {
+      if (seen.insert(edges_[i].to).second) waiting.push_back(edges_[i].to);
+    }
+  }
+  std::sort(values.begin(), values.end());
+  return values;
+}
+
+std::vector<std::pair<uint32_t, Diagrams::Node>> Diagrams::parts(Node function) {
+  const std::vector<uint32_t> all = values(function);
+  std::vector<std::pair<uint32_t, Node>> parts;
+  // By halves: `half` is a value's place in `all`, from 1, where that is in [begin, end).
+  const std::function<void(Node, size_t, size_t)> split = [&](Node half, size_t begin, size_t end) {
+    if (end - begin == 1) {
+      parts.emplace_back(all[begin], where(half, [](uint32_t place) { return place != 0; }));
+      return;
+    }
+    const size_t middle = (begin + end) / 2;
+    split(map(half, [&](uint32_t place) { return place <= middle ? place : 0; }), begin, middle);
+    split(map(half, [&](uint32_t place) { return place > middle ? place : 0; }), middle, end);
+  };
+  split(map(function,
+            [&](uint32_t value) {
+              return static_cast<uint32_t>(std::lower_bound(all.begin(), all.end(), value) -
+                                           all.begin() + 1);
+            }),
+        0, all.size());
+  return parts;
+}
+
+std::optional<Packet> Diagrams::witness(Node set, const Packet &like) const {
+  if (set == kNone) return {};
+  Packet packet = like;
+  while (!isConstant(set)) {
+    const Entry &entry = entries_[set];
+    uint64_t &value = packet[fieldAt(entry.level)];
+    set = edgeOf(set, value).to;
+    // Every node that is not kNone leads to a packet, so any such edge will do.
+    for (uint32_t i = entry.begin; set == kNone; i++) {
+      set = edges_[i].to;
+      value = i == entry.begin ? 0 : edges_[i - 1].last + 1;
+    }
+  }
+  return packet;
+}
+
+void Diagrams::boxes(Node set, const std::function<void(const Conditions &)> &each) const {
+  Conditions box;
+  const std::function<void(Node)> follow = [&](Node node) {
+    if (node == kNone) return;
+    if (isConstant(node)) return each(box);
+    const Entry entry = entries_[node];               // `each` may make nodes
+    std::vector<std::pair<Node, IntervalSet>> parts;  // by where they lead
+    uint64_t first = 0;
+    for (uint32_t i = entry.begin; i < entry.end; i++) {
+      const auto found = std::find_if(parts.begin(), parts.end(),
+                                      [&](const auto &part) { return part.first == edges_[i].to; });
+      IntervalSet &values =
+          (found == parts.end() ? parts.emplace_back(edges_[i].to, IntervalSet()) : *found).second;
+      values.add({first, edges_[i].last});
+      first = edges_[i].last + 1;
+    }
+    for (auto &[to, values] : parts) {
+      box.push_back({fieldAt(entry.level), std::move(values)});
+      follow(to);
+      box.pop_back();
+    }
+  };
+  follow(set);
+}
+
+}  // namespace packets

@@ -165,6 +165,13 @@ std::string Device::joined(Event::Kind kind) const {
   return all;
 }
 
+void Device::forget() {
+  events_.clear();
+  missing_.clear();
+  asked_.clear();
+  for (auto &[name, events_before] : first_asked_) events_before = 0;
+}
+
 void Device::record(Event::Kind kind, std::string text) {
   events_.push_back({kind, std::move(text), clock_.elapsed(), clock_.inHandler()});
 }
@@ -236,9 +243,16 @@ int Device::request(int fd, unsigned long number, void *argument) {
   return -1;
 }
 
+// Whether it is the first time.
+bool Device::ask(const std::pair<int, std::string> &name) {
+  if (!asked_.insert(name).second) return false;
+  first_asked_.emplace(name, events_.size());
+  return true;
+}
+
 char *Device::get(int space, const char *key) {
   std::pair<int, std::string> name(space, key);
-  bool first = asked_.insert(name).second;
+  bool first = ask(name);
   if (every_setting_ && committed_.count(name) == 0) settings({{key, *every_setting_}}, space);
   auto found = committed_.find(name);
   if (found != committed_.end()) return found->second.get();
@@ -249,7 +263,7 @@ char *Device::get(int space, const char *key) {
 char *Device::bufget(int space, const char *key) {
   auto found = buffered_.find({space, key});
   if (found == buffered_.end()) return get(space, key);
-  asked_.insert({space, key});
+  ask({space, key});
   return found->second.get();
 }
 

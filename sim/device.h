@@ -121,7 +121,7 @@ class Device {
   std::string console() const { return joined(Event::kConsole); }
   const std::vector<Event> &events() const { return events_; }
   // Forgets what was recorded, not the state.
-  void forget() { events_.clear(), missing_.clear(), asked_.clear(); }
+  void forget();
   // A file's content, nothing when there is none.
   std::optional<std::string> text(const std::string &path) const { return root_.content(path); }
   // A setting as it was last committed.
@@ -130,6 +130,9 @@ class Device {
   const std::vector<std::pair<int, std::string>> &missing() const { return missing_; }
   // All settings that were asked for.
   const std::set<std::pair<int, std::string>> &asked() const { return asked_; }
+  // How many events there were when a setting was first asked for; none where it was asked for
+  // before forget(), which does not forget that.
+  const std::map<std::pair<int, std::string>, size_t> &firstAsked() const { return first_asked_; }
   // Pipes that were opened and not closed.
   int openPipes() const { return open_pipes_; }
 
@@ -166,6 +169,7 @@ class Device {
 
   void put(Values &values, int space, const std::string &key, const std::string &value);
   void drop(Value value);
+  bool ask(const std::pair<int, std::string> &name);
   std::vector<std::string> texts(Event::Kind kind) const;
   std::string joined(Event::Kind kind) const;
   void leaveTraces(const std::string &command);
@@ -185,6 +189,7 @@ class Device {
   std::vector<Event> events_;
   std::vector<std::pair<int, std::string>> missing_;
   std::set<std::pair<int, std::string>> asked_;
+  std::map<std::pair<int, std::string>, size_t> first_asked_;
   std::function<void(int)> on_exit_;
   std::optional<std::string> every_setting_;
   long long uptime_ = 0;

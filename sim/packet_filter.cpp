@@ -70,9 +70,11 @@ void PacketFilter::run(const std::vector<std::string> &lines) {
 }
 
 void PacketFilter::run(const std::string &line) {
+  part_ = 0;
   for (const ShellCommand &command : splitLine(line)) {
     std::optional<std::vector<std::string>> words = wordsOf(command.text);
     if (words && !words->empty()) runCommand(*words);
+    part_++;
   }
   lines_run_++;
 }
@@ -139,6 +141,7 @@ void PacketFilter::change(Table &table, const std::vector<std::string> &words) {
     }
     Rule rule = ruleFrom(words, first);
     rule.line = lines_run_;
+    rule.part = part_;
     bool user_chain = !rule.target.empty() && table.count(rule.target) != 0;
     bool built_in_target = !rule.target.empty() && isupper(rule.target[0]) && !user_chain;
     if (!rule.target.empty() && !user_chain && !built_in_target) return;

@@ -18,6 +18,7 @@ class PacketFilter {
     std::string text;    // as it was given, without table, command and chain
     std::string target;  // what stands behind -j, empty for none
     size_t line = 0;     // which of the lines that were run made it, from 0
+    size_t part = 0;     // and which of that line's commands, from 0
   };
   struct Chain {
     std::string policy;  // of a built-in chain, or of any ebtables chain
@@ -54,6 +55,7 @@ class PacketFilter {
 
   Programs programs_;
   size_t lines_run_ = 0;
+  size_t part_ = 0;  // of the line that is run
 };
 
 }  // namespace sim

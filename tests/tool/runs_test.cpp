@@ -1,12 +1,16 @@
 // Runs of entry points, what differs between them, and where their commands
 // come from.
 #include <gmock/gmock.h>
+#include <sys/mman.h>
 
+#include <atomic>
 #include <random>
 #include <sstream>
 
+#include "tools/device/config.h"
 #include "tools/device/desk_device.h"
 #include "tools/play/difference.h"
+#include "tools/play/marked_list.h"
 #include "tools/play/origin.h"
 #include "tools/play/recording.h"
 #include "tools/show/changes.h"
@@ -25,17 +29,21 @@ Recording runOf(const std::string &settings, const std::string &entry = "firewal
   return record(config(settings), entry, {}, setUpDeskDevice);
 }
 
+// "COMMAND <- record KEY, record 1=VALUE <- because KEY=VALUE", one for each command of each line.
 std::vector<std::string> originsOf(const std::string &entry, const std::string &settings) {
   Recording run = runOf(settings, entry);
-  Origins origins = orba::tool::originsOf(run, setUpDeskDevice);
   std::vector<std::string> lines;
-  for (size_t i = 0; i < origins.size(); i++) {
-    std::string line = run.commands[i];
-    for (const Origin &origin : origins[i]) {
-      line += std::string(" <- ") + roleName(origin.role) + " " + nameOf(origin) + "=" +
-              valueOf(origin, run);
+  size_t number = 0;
+  for (const std::vector<CommandOrigins> &line : orba::tool::originsOf(run, setUpDeskDevice)) {
+    std::vector<std::string> commands = commandsOf(run.commands[number++]);
+    EXPECT_EQ(line.size(), commands.size());
+    for (size_t i = 0; i < line.size(); i++) {
+      lines.push_back(commands[i]);
+      for (const Origin &origin : line[i]) {
+        lines.back() += std::string(" <- ") + roleName(origin.role) + " " + nameOf(origin) + "=" +
+                        valueOf(origin, run);
+      }
     }
-    lines.push_back(line);
   }
   return lines;
 }
@@ -73,12 +81,18 @@ TEST(Edits, LeadFromOneListToTheOtherAndKeepTheMost) {
   }
 }
 
-// The library remembers which modules it has loaded; the second run loads them like the first.
+// The library remembers which modules it has loaded; every run loads them like the first, in
+// a process of its own and in one that makes several.
 TEST(Recording, LeavesNothingBehindForTheNextOne) {
   auto first = runOf("SIPALGEnable=1\n"), second = runOf("SIPALGEnable=1\n");
-  EXPECT_EQ(first.commands, second.commands);
   EXPECT_THAT(first.commands, testing::Not(testing::IsEmpty()));
   EXPECT_TRUE(differenceOf(first, second).none());
+  auto others = lookAtRuns(
+      9, [&](size_t) { return first.config; }, first, setUpDeskDevice,
+      [&](size_t, const auto &commands) {
+        return std::vector<size_t>{commands == first.commands};
+      });
+  EXPECT_THAT(others, testing::AllOf(testing::SizeIs(9), testing::Each(ElementsAre(1))));
 }
 
 TEST(Recording, TellsWhatWentWrongInItsProcess) {
@@ -129,8 +143,9 @@ iptables filter FORWARD (policy ACCEPT, now DROP)
 )");
 }
 
-// A record alone is told from a plain value, and a setting that must merely be
-// there is not named beside closer ones.
+// A record alone is told from a plain value, equal records from each other, whether or not they
+// hold anything that could be another, and a setting that must merely be there is not named
+// beside closer ones. Each rule of a line has its own.
 TEST(Origins, AreTheRecordTheValueAndTheSwitch) {
   EXPECT_THAT(originsOf("MACFilterRun", "MACFilterRules=00:11:22:33:44:01\nMacFilterAction=DROP\n"),
               ElementsAre("ebtables -t nat -P MAC_Filter RETURN <- because MacFilterAction=DROP",
@@ -138,10 +153,154 @@ TEST(Origins, AreTheRecordTheValueAndTheSwitch) {
                           " <- record MACFilterRules, record 1=00:11:22:33:44:01"
                           " <- value MacFilterAction=DROP"));
   // Record 2 names no protocol and takes that of record 1, but is not from it.
-  EXPECT_THAT(originsOf("iptablesPortForwardRun",
-                        "OperationMode=1\ndefaultRouteNum=1\nwanConnectionMode=PPPOE\n"
-                        "PortForwardRules=192.168.1.5,80,0,TCP;192.168.1.6,81,0,\n")
-                  .back(),
-              testing::EndsWith(" --to 192.168.1.6  <- record PortForwardRules, record 2="
-                                "192.168.1.6,81,0, <- because defaultRouteNum=1"));
+  const std::string gateway = "OperationMode=1\ndefaultRouteNum=1\nwanConnectionMode=PPPOE\n";
+  EXPECT_THAT(
+      originsOf("iptablesPortForwardRun",
+                gateway + "PortForwardRules=192.168.1.5,80,0,TCP;192.168.1.5,80,0,\n"),
+      ElementsAre(testing::HasSubstr("-A port_forward -i ppp0 -d 192.168.1.5 -p tcp --dport 80"
+                                     "  -j ACCEPT <- record PortForwardRules, record 1="),
+                  testing::HasSubstr(" <- record PortForwardRules, record 1="),
+                  testing::HasSubstr(" <- record PortForwardRules, record 2="),
+                  testing::EndsWith(" --to 192.168.1.5  <- record PortForwardRules, record 2="
+                                    "192.168.1.5,80,0, <- because defaultRouteNum=1")));
+  const std::string all = "any/0,,0,0,any/0,,0,0,5,1,,,,,";
+  EXPECT_THAT(originsOf("iptablesIPPortFilterRun",
+                        "DefaultFirewallPolicy=2\nIPPortFilterRules=" + all + ";" + all + "\n"),
+              ElementsAre(testing::HasSubstr("LOG --log-level DEBUG --log-prefix "
+                                             "[FirewallLog]Filter: <- record IPPortFilterRules, "
+                                             "record 1="),
+                          testing::HasSubstr(", record 1="), testing::HasSubstr(", record 2="),
+                          testing::HasSubstr(", record 2=")));
+  EXPECT_THAT(
+      originsOf("iptablesDMZRun", gateway + "DMZEnable=1\nDMZAddress=192.168.1.50\n"
+                                            "DMZAvoidTCPPort80=1\nRMWWWServerPort=8080\n"),
+      ElementsAre(
+          "iptables -t filter -A DMZ -i ppp0 -d 192.168.1.50 -j ACCEPT <- value "
+          "DMZAddress=192.168.1.50 <- because defaultRouteNum=1 <- because wanConnectionMode=PPPOE <- because DMZEnable=1",
+          "iptables -t nat -A DMZ -i ppp0 -p tcp --dport 7547 -j RETURN <- because "
+          "defaultRouteNum=1 <- because wanConnectionMode=PPPOE <- because DMZEnable=1",
+          "iptables -t nat -A DMZ -i ppp0 -p tcp --dport 161 -j RETURN <- because "
+          "defaultRouteNum=1 <- because wanConnectionMode=PPPOE <- because DMZEnable=1",
+          "iptables -t nat -A DMZ -j DNAT -i ppp0 --to 192.168.1.50 <- value "
+          "DMZAddress=192.168.1.50 <- because defaultRouteNum=1 <- because wanConnectionMode=PPPOE <- because DMZEnable=1",
+          "iptables -t nat -A DMZ -j DNAT -i ppp0 -p tcp --dport ! 8080 --to 192.168.1.50 <- value "
+          "RMWWWServerPort=8080 <- value DMZAddress=192.168.1.50 <- because DMZAvoidTCPPort80=1 <- "
+          "because defaultRouteNum=1 <- because wanConnectionMode=PPPOE <- because DMZEnable=1"));
+}
+
+namespace {
+
+// Records for a list of a random gateway, of few values so that many are equal.
+struct RandomList {
+  const char *key;
+  std::vector<std::string> records;
+};
+
+const std::vector<RandomList> kLists = {
+    {"IPPortFilterRules",
+     {"192.168.1.20,,0,0,any/0,,25,0,1,1,,,,,", "192.168.1.0/24,,0,0,any/0,,137,139,2,1,,,,,",
+      "any/0,,0,0,any/0,,53,0,2,1,,,,,", "any/0,,0,0,any/0,,0,0,4,1,,,,,",
+      "any/0,,0,0,any/0,,0,0,5,1,,00:0C:43:28:60:2A,,,", "any/0,,0,0,any/0,,70000,0,5,1,,,,,",
+      "any/0,,0,0,any/0,,80,443,1,1,,00:0C:43:30:00:00,00:0C:43:30:00:FF,,"}},
+    {"PortForwardRules",
+     {"192.168.1.10,443,0,TCP", "192.168.1.12,6881,6889,TCP&UDP", "192.168.1.11,53,0,UDP",
+      "x,1,2"}},
+    {"MACFilterRules", {"00:0C:43:66:66:66", "02:1A:11:F0:0D:5E", "none"}},
+    {"aclRules", {"192.168.1.2", "192.168.1.32-192.168.1.63", "198.51.100.10"}},
+    {"websURLFilters", {"http://ads.example.com/banner", "ads.example.com", "tracker"}},
+    {"websHostFilters", {"casino.example.com", "games.example.org", "casino"}},
+};
+
+}  // namespace
+
+// Only where nothing but the record's own value differs.
+TEST(MarkedList, KnowsItsMarksInCommands) {
+  const MarkedList list({"192.168.1.2-192.168.1.9", "00:0C:43:66:66:66", "http://ads.example.com"},
+                        nullptr);
+  EXPECT_EQ(list.text(), "1.0.1.1-192.168.1.9;00:00:00:00:00:02;http://r3.example.com");
+  EXPECT_THAT(list.carriedBy("-s 1.0.1.1/32 r3.x", "-s 192.168.1.2/32 ads.x"), ElementsAre(1, 3));
+  EXPECT_THAT(list.carriedBy("-s 1.0.1.1", "-s 192.168.1.9"), IsEmpty());
+  EXPECT_THAT(list.carriedBy("-s 1.0.1.1", "-s 192.168.1.2 -j DROP"), IsEmpty());
+}
+
+// Without the record that is named, its commands are gone, and no other.
+TEST(Origins, AreTheRecordsWithoutWhichTheirCommandsAreGone) {
+  std::mt19937 random(15);
+  const std::string example = ORBA_EXAMPLES "/gateway.conf";
+  for (int round = 0; round < 2; round++) {
+    std::vector<nvram::Setting> gateway = readConfig(example);
+    auto put = [&](const std::string &key, const std::vector<std::string> &records) {
+      std::string list;
+      for (const std::string &record : records) list += (list.empty() ? "" : ";") + record;
+      for (nvram::Setting &setting : gateway) {
+        if (setting.space == 1 && setting.key == key) setting.value = list;
+      }
+    };
+    std::map<std::string, std::vector<std::string>> lists;
+    for (const RandomList &list : kLists) {
+      std::vector<std::string> &records = lists[list.key];
+      for (size_t left = 1 + random() % 6; left > 0; left--) {
+        records.push_back(list.records[random() % list.records.size()]);
+      }
+      put(list.key, records);
+    }
+    Recording run = record(gateway, "firewall_init", {}, setUpDeskDevice);
+    Origins origins = originsOf(run, setUpDeskDevice);
+    size_t told = 0;
+    for (const auto &[key, records] : lists) {
+      for (size_t i = 0; i < records.size(); i++) {
+        std::vector<std::string> others = records, left;
+        others.erase(others.begin() + static_cast<long>(i));
+        put(key, others);
+        const Origin without = {Origin::kRecord, 1, key, static_cast<int>(i) + 1};
+        for (size_t line = 0; line < origins.size(); line++) {
+          bool its = testing::Value(origins[line].front(), testing::Contains(without));
+          if (!its) left.push_back(run.commands[line]);
+          told += its ? 1 : 0;
+        }
+        EXPECT_EQ(recordCommands(gateway, "firewall_init", {}, setUpDeskDevice), left)
+            << nameOf(without) << " of " << valueOf({Origin::kValue, 1, key}, run);
+      }
+      put(key, records);
+    }
+    EXPECT_GT(told, 6u);
+    for (int i = 0; i < 8; i++) {
+      size_t line = random() % run.commands.size();
+      EXPECT_EQ(originsOf(run, setUpDeskDevice, {{line}}).front(), origins[line].front())
+          << run.commands[line];
+    }
+  }
+}
+
+// Of a list of any length, by no more runs than of a short one.
+TEST(Origins, OfTwoThousandRecordsCostNoMoreRunsThanOfTwo) {
+  auto *runs = static_cast<std::atomic<int> *>(mmap(nullptr, sizeof(std::atomic<int>),
+                                                    PROT_READ | PROT_WRITE,
+                                                    MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+  auto counted = [&](sim::Device &device) {
+    ++*runs;
+    setUpDeskDevice(device);
+  };
+  int made = 0;
+  auto tell = [&](size_t records) {
+    std::string list = "firewallAction=DROP\nDefaultFirewallPolicy=0\nIPPortFilterRules=";
+    for (size_t i = 0; i < records; i++) {
+      list += (i > 0 ? ";" : "") + kLists[0].records[i % 5 == 3 ? 6 : i % 5];
+    }
+    Recording run = record(config(list + "\n"), "iptablesIPPortFilterRun", {}, counted);
+    EXPECT_EQ(run.commands.size(), records * 2 + 2);
+    *runs = 0;
+    Origins origins = originsOf(run, counted);
+    for (size_t i = 0; i < records * 2; i++) {
+      const Origin expected = {Origin::kRecord, 1, "IPPortFilterRules",
+                               static_cast<int>(i / 2 + 1)};
+      ASSERT_EQ(origins[i].front().front(), expected) << i;
+    }
+    made = *runs;
+  };
+  tell(2);
+  const int of_two = made;
+  tell(2000);
+  EXPECT_EQ(made, of_two);
+  munmap(runs, sizeof *runs);
 }

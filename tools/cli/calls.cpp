@@ -80,7 +80,10 @@ void DeviceOptions::confineToLab() const {
 }
 
 void DeviceOptions::prepare(sim::Device &made) const {
-  if (in_lab) enterLab("router");
+  // A process that makes several calls is there from the first on.
+  static bool entered = false;
+  if (in_lab && !entered) enterLab("router");
+  entered = in_lab;
   DeskDevice{root, device}.prepare(made, in_lab ? putThisMachine : setUpDeskDevice);
   if (!at.empty()) setClock(made, at);
 }

@@ -13,7 +13,10 @@ void addRule(DrawnChain &chain, const Edit &edit, const PacketFilter::Chain *now
   rule.was = edit.kind == Edit::kMoved ? edit.before : 0;
   rule.text = edit.text;
   rule.parts = partsOf(edit.text);
-  if (now != nullptr && edit.after != 0) rule.command = now->rules.at(edit.after - 1).line;
+  if (now != nullptr && edit.after != 0) {
+    const PacketFilter::Rule &made = now->rules.at(edit.after - 1);
+    rule.command = {made.line, made.part};
+  }
   chain.rules.push_back(std::move(rule));
 }
 

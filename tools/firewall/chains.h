@@ -13,6 +13,7 @@
 
 #include "tools/firewall/rule_words.h"
 #include "tools/play/difference.h"
+#include "tools/play/origin.h"
 #include "tools/play/recording.h"
 
 namespace orba::tool {
@@ -23,7 +24,7 @@ struct DrawnRule {
   size_t was = 0;     // of a moved one, where it was
   std::string text;
   RuleParts parts;
-  std::optional<size_t> command;  // its place in Recording::commands; nothing for a removed one
+  std::optional<CommandAt> command;  // that made it; nothing for a removed one
 };
 
 struct DrawnChain {

@@ -123,17 +123,18 @@ std::string Picture::titleOf(const Row &row) const {
     case Edit::kKept:
       break;
   }
-  if (!rule.command || *rule.command >= origins_.size()) return title;
+  if (!rule.command || rule.command->line >= origins_.size()) return title;
+  const CommandOrigins &origins = origins_[rule.command->line].at(rule.command->part);
   title += "\n";
-  for (const Origin &origin : origins_[*rule.command]) {
+  for (const Origin &origin : origins) {
     title += origin.role == Origin::kBecause ? "\nbecause of " : "\nfrom ";
     // A list of thousands of records may stand in the title of each of its rules.
     std::string value = valueOf(origin, run_);
     if (value.size() > kLongestValue) value.replace(kLongestValue, std::string::npos, "…");
     title += xmlText(nameOf(origin) + ": " + value);
   }
-  if (origins_[*rule.command].empty()) title += "\nwhatever the settings";
-  return title + "\n(command " + std::to_string(*rule.command + 1) + ")";
+  if (origins.empty()) title += "\nwhatever the settings";
+  return title + "\n(command " + std::to_string(rule.command->line + 1) + ")";
 }
 
 void Picture::row(const Box &box, const Row &row) {
@@ -141,7 +142,7 @@ void Picture::row(const Box &box, const Row &row) {
   const Mark &mark = kMarks[rule.kind];
   int x = layout_.left(box.depth), width = layout_.width(box.depth);
   out_ << "<g class=\"rule" << mark.name << "\"";
-  if (rule.command) out_ << " data-command=\"" << *rule.command + 1 << "\"";
+  if (rule.command) out_ << " data-command=\"" << rule.command->line + 1 << "\"";
   out_ << ">\n<title>" << titleOf(row) << "</title>\n";
   out_ << "<rect x=\"" << x + 1 << "\" y=\"" << row.y << "\" width=\"" << width - 2
        << "\" height=\"" << row.height << "\" fill=\"" << mark.background << "\"/>\n";

@@ -1,10 +1,19 @@
 #include "tools/play/origin.h"
 
 #include <algorithm>
+#include <cstring>
+#include <deque>
+#include <map>
+#include <numeric>
+#include <optional>
 #include <set>
+#include <string_view>
+#include <unordered_set>
 #include <utility>
 
+#include "sim/line_splitter.h"
 #include "tools/catalog/settings.h"
+#include "tools/play/marked_list.h"
 #include "tools/text/edits.h"
 #include "tools/text/lines.h"
 
@@ -13,21 +22,13 @@ namespace orba::tool {
 namespace {
 
 using Config = std::vector<nvram::Setting>;
+using Lines = std::vector<std::string>;
 
-// Longer lists are told as a whole, and of longer values the first words changed:
-// each costs a run.
+// How many records are tried one by one, and of how many words of a value the last
+// letter is changed: each costs a run.
 constexpr size_t kMostRecords = 200, kMostWords = 8;
 
 // ---- other values to try ----
-
-std::string joined(const std::vector<std::string> &parts, char separator) {
-  std::string text;
-  for (size_t i = 0; i < parts.size(); i++) {
-    if (i > 0) text += separator;
-    text += parts[i];
-  }
-  return text;
-}
 
 // The values with the last letter or digit of one of its words changed: an address
 // stays an address, a name a name, an odd number becomes the even one below.
@@ -64,177 +65,347 @@ std::vector<std::string> alternativesTo(const nvram::Setting &setting) {
 
 // ---- trying them ----
 
-// The commands of a run that are not there, or no longer the same, in another.
-using Affected = std::vector<bool>;
+// Commands of a run, by their places among those of all its lines, in order.
+using Commands = std::vector<size_t>;
 
-void add(Affected &affected, const Affected &more) {
-  for (size_t i = 0; i < affected.size(); i++) affected[i] = affected[i] || more[i];
-}
+using Texts = std::unordered_set<std::string_view>;
+
+// One setting that holds something else, or is missing.
+struct Trial {
+  size_t setting;
+  std::optional<std::string> value;
+  const MarkedList *marked = nullptr;  // whose text the value is
+  std::vector<size_t> seen = {};       // what came of it, as Search::look() says
+};
+using Trials = std::vector<Trial>;
 
 // A possible origin, and what comes from it.
 struct Effect {
   Origin origin;
-  Affected affected;
-
-  Effect(Origin from, Affected commands) : origin(std::move(from)), affected(std::move(commands)) {}
-  long breadth() const { return std::count(affected.begin(), affected.end(), true); }
+  Commands commands;
 };
 
-bool haveKeyOf(const std::vector<Origin> &origins, const Origin &one) {
-  return std::any_of(origins.begin(), origins.end(), [&](const Origin &origin) {
-    return origin.space == one.space && origin.key == one.key;
-  });
-}
-
-class Trials {
+class Search {
  public:
-  Trials(const Recording &run, const Prepare &prepare) : run_(run), prepare_(prepare) {}
+  Search(const Recording &run, const Prepare &prepare);
 
-  // Finds what a setting's records or value do, and its being there at all.
-  void change(size_t setting);
-  Origins origins();
+  size_t placeOf(const CommandAt &at) const { return firsts_.at(at.line) + at.part; }
+  const std::vector<size_t> &firsts() const { return firsts_; }
+  // Of those that are `wanted`, in that order.
+  std::vector<CommandOrigins> origins(const Commands &wanted);
 
  private:
-  Edits editsWith(size_t setting, const std::string *value) const;
-  Affected affectedIn(const Edits &edits) const;
-  Affected carriedIn(const Edits &edits, const std::string &value, const std::string &other) const;
+  void chooseSettings(const Commands &wanted);
   bool isList(size_t setting) const;
-  void changeRecords(size_t setting);
-  void changeValue(size_t setting);
-  void found(Origin::Role role, size_t setting, int record, Affected affected);
+  void make(Trials &trials) const;
+  std::vector<size_t> look(const Trial &trial, const Lines &lines) const;
+  std::vector<size_t> lookForMarks(const MarkedList &list, const Lines &commands) const;
+  bool carries(size_t command, const Trial &trial, const Texts &added) const;
+  void changeValues();
+  void tryBeginnings(size_t setting, const Commands &commands,
+                     const std::map<size_t, Commands> &marked);
+  void changeRecords(const Commands &wanted);
+  void leaveOut(std::vector<CommandOrigins> &origins);
+  void found(Origin::Role role, size_t setting, size_t record, Commands commands);
 
   const Recording &run_;
   const Prepare &prepare_;
+  Lines commands_;
+  std::vector<size_t> firsts_;          // by line its first command, and behind the last line
+  std::vector<size_t> lists_, values_;  // the settings that are tried
   std::vector<Effect> effects_;
-  std::vector<Effect> conditions_;  // settings that must only be there
 };
 
-// What another value of one setting, or none, makes of the commands.
-Edits Trials::editsWith(size_t setting, const std::string *value) const {
-  Config config = run_.config;
-  if (value != nullptr) {
-    config[setting].value = *value;
-  } else {
-    config.erase(config.begin() + static_cast<long>(setting));
+Lines commandsOfAll(const Lines &lines) {
+  Lines commands;
+  for (const std::string &line : lines) {
+    for (std::string &command : commandsOf(line)) commands.push_back(std::move(command));
   }
-  return editsBetween(run_.commands, recordCommands(config, run_.entry, run_.words, prepare_));
+  return commands;
 }
 
-Affected Trials::affectedIn(const Edits &edits) const {
-  Affected affected(run_.commands.size());
-  for (const Edit &edit : edits) {
-    if (edit.kind == Edit::kRemoved) affected[edit.before - 1] = true;
+Search::Search(const Recording &run, const Prepare &prepare)
+    : run_(run), prepare_(prepare), commands_(commandsOfAll(run.commands)), firsts_(1) {
+  for (const std::string &line : run.commands) {
+    firsts_.push_back(firsts_.back() + commandsOf(line).size());
   }
-  return affected;
 }
 
-// Those of them that came back with the one value in place of the other.
-Affected Trials::carriedIn(const Edits &edits, const std::string &value,
-                           const std::string &other) const {
-  Affected carried(run_.commands.size());
-  if (value.empty()) return carried;
-  std::set<std::string> added;
-  for (const Edit &edit : edits) {
-    if (edit.kind == Edit::kAdded) added.insert(edit.text);
+// Those that were asked for: not behind the last command that is wanted, which nothing comes
+// from then.
+void Search::chooseSettings(const Commands &wanted) {
+  const size_t last = wanted.empty() ? 0 : *std::max_element(wanted.begin(), wanted.end());
+  for (size_t i = 0; i < run_.config.size(); i++) {
+    auto asked = run_.asked.find({run_.config[i].space, run_.config[i].key});
+    if (asked == run_.asked.end() || firsts_[asked->second] > last) continue;
+    (isList(i) ? lists_ : values_).push_back(i);
   }
-  for (const Edit &edit : edits) {
-    if (edit.kind != Edit::kRemoved) continue;
-    std::string text = edit.text;
-    for (size_t at = text.find(value); at != std::string::npos; at = text.find(value, at)) {
-      text.replace(at, value.size(), other);
-      at += other.size();
-    }
-    carried[edit.before - 1] = added.count(text) != 0;
-  }
-  return carried;
 }
 
-// A list of one record can be told from a plain value when the record is given
-// twice: then there is more of the same.
-bool Trials::isList(size_t setting) const {
-  const std::string &value = run_.config[setting].value;
-  if (value.empty()) return false;
-  if (value.find(';') != std::string::npos) return true;
-  std::string twice = value + ";" + value;
-  Edits edits = editsWith(setting, &twice);
-  return changes(edits) && std::none_of(edits.begin(), edits.end(), [](const Edit &edit) {
-           return edit.kind == Edit::kRemoved;
-         });
+const Form *formOf(const nvram::Setting &setting) {
+  const SettingDescription *description = descriptionOf(setting.key, setting.space);
+  return description != nullptr ? &description->form : nullptr;
 }
 
-void Trials::found(Origin::Role role, size_t setting, int record, Affected affected) {
+bool Search::isList(size_t setting) const {
   const nvram::Setting &entry = run_.config[setting];
-  effects_.emplace_back(Origin{role, entry.space, entry.key, record}, std::move(affected));
+  const Form *form = formOf(entry);
+  bool list = form != nullptr && form->kind == Form::kRecords;
+  return !entry.value.empty() && (list || entry.value.find(';') != std::string::npos);
 }
 
-void Trials::changeRecords(size_t setting) {
-  std::vector<std::string> records = splitAt(run_.config[setting].value, ';');
-  if (records.size() > kMostRecords) {
-    std::string no_records;
-    found(Origin::kValue, setting, 0, affectedIn(editsWith(setting, &no_records)));
-    return;
+void Search::make(Trials &trials) const {
+  auto configOf = [&](size_t i) {
+    Config config = run_.config;
+    const auto &[setting, value, marked, seen] = trials[i];
+    if (value) {
+      config[setting].value = *value;
+    } else {
+      config.erase(config.begin() + static_cast<long>(setting));
+    }
+    return config;
+  };
+  auto looked = lookAtRuns(trials.size(), configOf, run_, prepare_,
+                           [&](size_t i, const Lines &lines) { return look(trials[i], lines); });
+  for (size_t i = 0; i < trials.size(); i++) trials[i].seen = std::move(looked[i]);
+}
+
+// Two numbers for each command that is gone or another: its place, and 1 where it came back
+// with the other value in place of the one that it carries. With a marked list, of each that
+// carries a mark the place and the record.
+std::vector<size_t> Search::look(const Trial &trial, const Lines &lines) const {
+  Lines commands = commandsOfAll(lines);
+  if (trial.marked != nullptr) return lookForMarks(*trial.marked, commands);
+  Places kept = keptLines(commands_, commands);
+  std::vector<bool> is_added(commands.size(), true);
+  for (size_t place : kept) {
+    if (place != kNowhere) is_added[place] = false;
+  }
+  Texts added;
+  for (size_t i = 0; i < commands.size(); i++) {
+    if (is_added[i]) added.insert(commands[i]);
+  }
+  std::vector<size_t> seen;
+  for (size_t i = 0; i < kept.size(); i++) {
+    if (kept[i] != kNowhere) continue;
+    seen.insert(seen.end(), {i, size_t{carries(i, trial, added)}});
+  }
+  return seen;
+}
+
+std::vector<size_t> Search::lookForMarks(const MarkedList &list, const Lines &commands) const {
+  std::vector<size_t> seen;
+  if (commands.size() != commands_.size()) return seen;
+  for (size_t i = 0; i < commands.size(); i++) {
+    if (commands[i] == commands_[i]) continue;
+    for (size_t record : list.carriedBy(commands[i], commands_[i])) {
+      seen.insert(seen.end(), {i, record});
+    }
+  }
+  return seen;
+}
+
+bool Search::carries(size_t command, const Trial &trial, const Texts &added) const {
+  const std::string &value = run_.config[trial.setting].value;
+  if (value.empty() || !trial.value) return false;
+  std::string text = commands_[command];
+  size_t at = text.find(value);
+  if (at == std::string::npos) return false;
+  for (; at != std::string::npos; at = text.find(value, at + trial.value->size())) {
+    text.replace(at, value.size(), *trial.value);
+  }
+  return added.count(text) != 0;
+}
+
+Commands affectedIn(const Trial &trial) {
+  Commands commands;
+  for (size_t i = 0; i < trial.seen.size(); i += 2) commands.push_back(trial.seen[i]);
+  return commands;
+}
+
+void Search::found(Origin::Role role, size_t setting, size_t record, Commands commands) {
+  if (commands.empty()) return;
+  const nvram::Setting &entry = run_.config[setting];
+  effects_.push_back(
+      {{role, entry.space, entry.key, static_cast<int>(record)}, std::move(commands)});
+}
+
+// ---- values ----
+
+void Search::changeValues() {
+  Trials trials;
+  for (size_t setting : values_) {
+    for (std::string &other : alternativesTo(run_.config[setting])) {
+      trials.push_back({setting, std::move(other)});
+    }
+  }
+  make(trials);
+  for (auto trial = trials.begin(); trial != trials.end();) {
+    size_t setting = trial->setting;
+    std::map<size_t, bool> carried;  // by command
+    for (; trial != trials.end() && trial->setting == setting; ++trial) {
+      for (size_t i = 0; i < trial->seen.size(); i += 2) {
+        carried[trial->seen[i]] |= trial->seen[i + 1] != 0;
+      }
+    }
+    Commands with_value, because;
+    for (auto [command, carries] : carried) (carries ? with_value : because).push_back(command);
+    found(Origin::kValue, setting, 0, std::move(with_value));
+    found(Origin::kBecause, setting, 0, std::move(because));
+  }
+}
+
+// ---- records ----
+
+// The records whose beginnings are tried: all, or of a long list those that no mark was seen
+// of; none of them when there are too many.
+std::vector<size_t> recordsToTry(size_t count, const std::map<size_t, Commands> &marked) {
+  std::vector<size_t> records;
+  for (size_t i = 0; i < count; i++) {
+    if (count <= kMostRecords || marked.count(i + 1) == 0) records.push_back(i);
+  }
+  if (records.size() > kMostRecords) records.clear();
+  return records;
+}
+
+// Lists are read from left to right: the first of a list's beginnings with which a command is
+// there, and stays, ends with its record.
+void Search::tryBeginnings(size_t setting, const Commands &commands,
+                           const std::map<size_t, Commands> &marked) {
+  const std::vector<std::string> all = splitAt(run_.config[setting].value, ';');
+  const std::vector<size_t> records = recordsToTry(all.size(), marked);
+  if (records.empty()) return found(Origin::kValue, setting, 0, commands);
+  Trials beginnings;
+  for (size_t record : records) {
+    std::vector<std::string> before(all.begin(), all.begin() + static_cast<long>(record));
+    beginnings.push_back({setting, joined(before, ';')});
+  }
+  make(beginnings);
+  std::map<size_t, size_t> lasts;  // by command, the last trial that it is not in
+  for (size_t i = 0; i < records.size(); i++) {
+    for (size_t command : affectedIn(beginnings[i])) lasts[command] = i;
+  }
+  std::vector<Commands> of_records(records.size());
+  for (size_t command : commands) {
+    if (auto last = lasts.find(command); last != lasts.end()) {
+      of_records[last->second].push_back(command);
+    }
   }
   for (size_t i = 0; i < records.size(); i++) {
-    std::vector<std::string> others = records;
-    others.erase(others.begin() + static_cast<long>(i));
-    std::string shorter = joined(others, ';');
-    found(Origin::kRecord, setting, static_cast<int>(i) + 1,
-          affectedIn(editsWith(setting, &shorter)));
+    found(Origin::kRecord, setting, records[i] + 1, std::move(of_records[i]));
   }
 }
 
-void Trials::changeValue(size_t setting) {
-  Affected carried(run_.commands.size()), affected(run_.commands.size());
-  for (const std::string &other : alternativesTo(run_.config[setting])) {
-    Edits edits = editsWith(setting, &other);
-    add(affected, affectedIn(edits));
-    add(carried, carriedIn(edits, run_.config[setting].value, other));
+// What carries a record's mark is its. Whether that is all that comes from the list, shows
+// the empty list.
+void Search::changeRecords(const Commands &wanted) {
+  std::deque<MarkedList> lists;
+  Trials trials;
+  for (size_t setting : lists_) {
+    const nvram::Setting &entry = run_.config[setting];
+    lists.emplace_back(splitAt(entry.value, ';'), formOf(entry));
+    trials.push_back({setting, ""});
+    trials.push_back({setting, lists.back().text(), &lists.back()});
   }
-  for (size_t i = 0; i < carried.size(); i++) affected[i] = affected[i] && !carried[i];
-  found(Origin::kValue, setting, 0, carried);
-  found(Origin::kBecause, setting, 0, affected);
+  make(trials);
+  const std::set<size_t> all_wanted(wanted.begin(), wanted.end());
+  for (size_t i = 0; i < trials.size(); i += 2) {
+    const Trial &emptied = trials[i], &marked = trials[i + 1];
+    std::map<size_t, Commands> marks;  // by record
+    std::set<size_t> marked_commands;
+    for (size_t k = 0; k < marked.seen.size(); k += 2) {
+      marks[marked.seen[k + 1]].push_back(marked.seen[k]);
+      marked_commands.insert(marked.seen[k]);
+    }
+    Commands others;
+    bool any_wanted = false;
+    for (size_t command : affectedIn(emptied)) {
+      if (marked_commands.count(command) != 0) continue;
+      others.push_back(command);
+      any_wanted |= all_wanted.count(command) != 0;
+    }
+    if (any_wanted) tryBeginnings(emptied.setting, others, marks);
+    for (auto &[record, commands] : marks) {
+      found(Origin::kRecord, emptied.setting, record, std::move(commands));
+    }
+  }
 }
 
-void Trials::change(size_t setting) {
-  if (isList(setting)) {
-    changeRecords(setting);
-  } else {
-    changeValue(setting);
-  }
-  const nvram::Setting &entry = run_.config[setting];
-  conditions_.emplace_back(Origin{Origin::kBecause, entry.space, entry.key},
-                           affectedIn(editsWith(setting, nullptr)));
-}
+// ---- and both ----
 
-Origins Trials::origins() {
-  auto closer = [](const Effect &a, const Effect &b) {
-    return std::make_pair(a.origin.role, a.breadth()) < std::make_pair(b.origin.role, b.breadth());
-  };
-  std::stable_sort(effects_.begin(), effects_.end(), closer);
-  Origins origins(run_.commands.size());
+// Every setting that is asked for, for commands that nothing closer was found for.
+void Search::leaveOut(std::vector<CommandOrigins> &origins) {
+  Trials trials;
+  for (size_t setting : lists_) trials.push_back({setting, std::nullopt});
+  for (size_t setting : values_) trials.push_back({setting, std::nullopt});
+  std::sort(trials.begin(), trials.end(),
+            [](const Trial &a, const Trial &b) { return a.setting < b.setting; });
+  make(trials);
+  std::vector<CommandOrigins> needed(origins.size());
+  for (const Trial &trial : trials) {
+    const nvram::Setting &entry = run_.config[trial.setting];
+    for (size_t command : affectedIn(trial)) {
+      if (!origins[command].empty()) continue;
+      needed[command].push_back({Origin::kBecause, entry.space, entry.key});
+    }
+  }
   for (size_t i = 0; i < origins.size(); i++) {
-    for (const Effect &effect : effects_) {
-      // Of a list, the record that the fewest commands come from: those behind
-      // it in the list may only have changed their place.
-      bool first = effect.origin.record == 0 || !haveKeyOf(origins[i], effect.origin);
-      if (effect.affected[i] && first) origins[i].push_back(effect.origin);
-    }
-    if (!origins[i].empty()) continue;
-    for (const Effect &effect : conditions_) {
-      if (effect.affected[i]) origins[i].push_back(effect.origin);
-    }
+    if (origins[i].empty()) origins[i] = std::move(needed[i]);
   }
-  return origins;
+}
+
+std::vector<CommandOrigins> Search::origins(const Commands &wanted) {
+  chooseSettings(wanted);
+  changeValues();
+  changeRecords(wanted);
+  std::stable_sort(effects_.begin(), effects_.end(), [](const Effect &a, const Effect &b) {
+    return std::make_pair(a.origin.role, a.commands.size()) <
+           std::make_pair(b.origin.role, b.commands.size());
+  });
+  std::vector<CommandOrigins> origins(commands_.size());
+  for (const Effect &effect : effects_) {
+    for (size_t command : effect.commands) origins[command].push_back(effect.origin);
+  }
+  bool missing = std::any_of(wanted.begin(), wanted.end(),
+                             [&](size_t command) { return origins[command].empty(); });
+  if (missing) leaveOut(origins);
+  std::vector<CommandOrigins> of_wanted;
+  for (size_t command : wanted) of_wanted.push_back(origins[command]);
+  return of_wanted;
 }
 
 }  // namespace
 
-Origins originsOf(const Recording &run, const Prepare &prepare) {
-  Trials trials(run, prepare);
-  for (size_t i = 0; i < run.config.size(); i++) {
-    if (run.asked.count({run.config[i].space, run.config[i].key}) != 0) trials.change(i);
+std::vector<std::string> commandsOf(const std::string &line) {
+  if (strpbrk(line.c_str(), ";&\n") == nullptr) return {line};
+  std::vector<std::string> commands;
+  for (sim::ShellCommand &command : sim::splitLine(line)) {
+    commands.push_back(std::move(command.whole));
   }
-  return trials.origins();
+  if (commands.size() <= 1) return {line};
+  return commands;
+}
+
+Origins originsOf(const Recording &run, const Prepare &prepare) {
+  Search search(run, prepare);
+  Commands all(search.firsts().back());
+  std::iota(all.begin(), all.end(), size_t{0});
+  std::vector<CommandOrigins> found = search.origins(all);
+  Origins origins;
+  for (size_t line = 0; line < run.commands.size(); line++) {
+    auto begin = found.begin() + static_cast<long>(search.firsts()[line]);
+    auto end = found.begin() + static_cast<long>(search.firsts()[line + 1]);
+    origins.emplace_back(std::make_move_iterator(begin), std::make_move_iterator(end));
+  }
+  return origins;
+}
+
+std::vector<CommandOrigins> originsOf(const Recording &run, const Prepare &prepare,
+                                      const std::vector<CommandAt> &commands) {
+  Search search(run, prepare);
+  Commands wanted;
+  for (const CommandAt &command : commands) wanted.push_back(search.placeOf(command));
+  return search.origins(wanted);
 }
 
 const char *roleName(Origin::Role role) {

@@ -21,19 +21,34 @@ struct Origin {
   bool operator==(const Origin &) const = default;
 };
 
-// For each command of a run, in order: what it came from, the closest first.
-// Commands that are always the same have none.
-using Origins = std::vector<std::vector<Origin>>;
+// What one command came from, the closest first. One that is always the same has none.
+using CommandOrigins = std::vector<Origin>;
+// For each line of Recording::commands, in order, those of each of its commands.
+using Origins = std::vector<std::vector<CommandOrigins>>;
 
-// Runs the entry point again with each setting that it asked for changed: a
-// record of a list left out, a value in place of another, none at all. The
-// commands that are then gone or others came from it.
+// A command of a run: its line's place in Recording::commands, and its own among commandsOf(line).
+struct CommandAt {
+  size_t line, part = 0;
+};
+
+// The commands of a line as they stand there; the line itself when it has only one.
+std::vector<std::string> commandsOf(const std::string &line);
+
+// Runs the entry point again with each setting that it asked for changed: another
+// value in its place, or none at all. The commands that are then gone or others came
+// from it. Of a list, a command came from the record that it carries a value of, which
+// is seen when each record has a value of its own; or else from the one with which it is
+// there for good when the list is given up to it.
 //
 // This sees one change at a time, and some values only: of two switches of which
 // either is enough it finds none, and a choice among names only by those that
-// settings.h knows. Of equal records one answers for all. A setting that must
-// merely be there is named only where nothing closer is.
+// settings.h knows. A setting that must merely be there is named only where nothing
+// closer is. Of a list with more than 200 records that no command carries a value of,
+// the commands that carry none are told of the list as a whole.
 Origins originsOf(const Recording &run, const Prepare &prepare);
+// The same for some of its commands, by fewer runs.
+std::vector<CommandOrigins> originsOf(const Recording &run, const Prepare &prepare,
+                                      const std::vector<CommandAt> &commands);
 
 // "record", "value" or "because".
 const char *roleName(Origin::Role role);

@@ -5,13 +5,17 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <deque>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <system_error>
+#include <thread>
 
+#include "sim/library_state.h"
 #include "tools/device/config.h"
 
 namespace orba::tool {
@@ -29,9 +33,12 @@ json recordOf(const sim::Device &device, const CallResult &result) {
                  {"outputs", result.outputs},
                  {"events", json::array()},
                  {"files", json::object()},
-                 {"asked", device.asked()},
+                 {"asked", json::array()},
                  {"missing", device.missing()},
                  {"milliseconds", device.clock().elapsed()}};
+  for (const auto &name : device.asked()) {
+    record["asked"].push_back({name, device.firstAsked().at(name)});
+  }
   for (const Event &event : device.events()) {
     record["events"].push_back({event.kind, event.text, event.at});
     if (event.kind != Event::kFile) continue;
@@ -41,6 +48,9 @@ json recordOf(const sim::Device &device, const CallResult &result) {
   }
   return record;
 }
+
+// A setting, and how many events there were before it.
+using AskedFirst = std::pair<std::pair<int, std::string>, size_t>;
 
 // In a binary form, which holds any bytes: settings need not be UTF-8.
 void send(int descriptor, const json &record) {
@@ -65,58 +75,119 @@ std::vector<uint8_t> receive(int descriptor) {
 
 constexpr long long kTick = 100;  // of the WPS monitors, in milliseconds
 
-// Does not return.
-void callAndSend(const Recording &run, const Prepare &prepare, long long ticks, int descriptor) {
+// A call with these settings, on the device that `prepare` makes of them.
+struct Situation {
+  const std::vector<nvram::Setting> &config;
+  const std::string &entry;
+  const std::vector<std::string> &words;
+  const Prepare &prepare;
+  long long ticks = 0;
+};
+
+// Told what came of a call.
+using Made = std::function<void(const sim::Device &device, const CallResult &result)>;
+
+// `leave` is called when the call ends the process, behind `made`; it does not return.
+void call(const Situation &situation, const Made &made, const std::function<void()> &leave) {
   auto device = std::make_unique<sim::Device>();
-  auto sendAndLeave = [&](const json &record) {
-    send(descriptor, record);
+  putSettings(situation.config, *device);
+  if (situation.prepare) situation.prepare(*device);
+  device->onExit([&](int status) {
+    made(*device, {"exit " + std::to_string(status), {}});
     device.reset();  // its folder goes with it
-    _exit(0);
-  };
-  try {
-    putSettings(run.config, *device);
-    if (prepare) prepare(*device);
-    device->onExit([&](int status) {
-      sendAndLeave(recordOf(*device, {"exit " + std::to_string(status), {}}));
-    });
-    CallResult result = entryPointNamed(run.entry).call(run.words);
-    for (long long i = 0; i < ticks && device->clock().armed(); i++) device->advance(kTick);
-    sendAndLeave(recordOf(*device, result));
-  } catch (const BadArgument &error) {
-    sendAndLeave({{kBadArgument, error.what()}});
-  } catch (const BadConfig &error) {
-    sendAndLeave({{kBadConfig, error.what()}});
-  } catch (const std::exception &error) {
-    sendAndLeave({{kFailed, error.what()}});
+    leave();
+  });
+  CallResult result = entryPointNamed(situation.entry).call(situation.words);
+  for (long long i = 0; i < situation.ticks && device->clock().armed(); i++) {
+    device->advance(kTick);
   }
+  made(*device, result);
 }
 
-// The record of a call that was made in a process of its own.
-json recordFromOutside(const Recording &run, const Prepare &prepare, long long ticks) {
+// A process of its own, which makes calls of an entry point and sends what it found.
+class OwnProcess {
+ public:
+  // `work` fills the record and calls `leave` when it can go no further.
+  using Work = std::function<void(json &record, const std::function<void()> &leave)>;
+
+  OwnProcess(std::string entry, const Work &work);
+  OwnProcess(const OwnProcess &) = delete;
+  OwnProcess &operator=(const OwnProcess &) = delete;
+  ~OwnProcess() {
+    if (child_ > 0) end();
+  }
+
+  // Waits for it. Throws what the call threw, or std::runtime_error when it died.
+  json record();
+
+ private:
+  static void workAndSend(const Work &work, int descriptor);
+  int end();
+
+  std::string entry_;
+  pid_t child_ = -1;
+  int descriptor_ = -1;
+};
+
+OwnProcess::OwnProcess(std::string entry, const Work &work) : entry_(std::move(entry)) {
+  // The folder in which those of all devices are: each process would make its own.
+  static const sim::Root folder_made;
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) throw std::system_error(errno, std::generic_category(), "pipe");
-  pid_t child = fork();
-  if (child == 0) {
+  child_ = fork();
+  if (child_ == 0) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);  // nobody else would end a call that waits for ever
     close(ends[0]);
-    callAndSend(run, prepare, ticks, ends[1]);
+    workAndSend(work, ends[1]);
   }
   int error = errno;
   close(ends[1]);
-  std::vector<uint8_t> bytes;
+  descriptor_ = ends[0];
+  if (child_ > 0) return;
+  close(descriptor_);
+  throw std::system_error(error, std::generic_category(), "fork");
+}
+
+// Does not return.
+void OwnProcess::workAndSend(const Work &work, int descriptor) {
+  json record;
+  auto leave = [&] {
+    send(descriptor, record);
+    _exit(0);
+  };
+  try {
+    work(record, leave);
+  } catch (const BadArgument &error) {
+    record = {{kBadArgument, error.what()}};
+  } catch (const BadConfig &error) {
+    record = {{kBadConfig, error.what()}};
+  } catch (const std::exception &error) {
+    record = {{kFailed, error.what()}};
+  }
+  leave();
+}
+
+int OwnProcess::end() {
   int status = 0;
-  if (child > 0) {
-    bytes = receive(ends[0]);
-    while (waitpid(child, &status, 0) < 0 && errno == EINTR) continue;
-  }
-  close(ends[0]);
-  if (child < 0) throw std::system_error(error, std::generic_category(), "fork");
+  close(descriptor_);
+  while (waitpid(child_, &status, 0) < 0 && errno == EINTR) continue;
+  child_ = -1;
+  return status;
+}
+
+json OwnProcess::record() {
+  std::vector<uint8_t> bytes = receive(descriptor_);
+  int status = end();
   if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
-    throw std::runtime_error(run.entry + (WIFSIGNALED(status)
-                                              ? ": " + std::string(strsignal(WTERMSIG(status)))
-                                              : " ended by itself"));
+    throw std::runtime_error(entry_ + (WIFSIGNALED(status)
+                                           ? ": " + std::string(strsignal(WTERMSIG(status)))
+                                           : " ended by itself"));
   }
-  return json::from_cbor(bytes);
+  json record = json::from_cbor(bytes);
+  if (record.contains(kBadArgument)) throw BadArgument(record[kBadArgument]);
+  if (record.contains(kBadConfig)) throw BadConfig(record[kBadConfig]);
+  if (record.contains(kFailed)) throw std::runtime_error(record[kFailed]);
+  return record;
 }
 
 }  // namespace
@@ -128,28 +199,29 @@ const std::string *Recording::value(int space, const std::string &key) const {
   return nullptr;
 }
 
-namespace {
-
-// All of a run but what its commands make of the packet filter.
-Recording recordedOn(const std::vector<nvram::Setting> &config, const std::string &entry,
-                     const std::vector<std::string> &words, const Prepare &prepare,
-                     long long ticks) {
+Recording record(const std::vector<nvram::Setting> &config, const std::string &entry,
+                 const std::vector<std::string> &words, const Prepare &prepare, long long ticks) {
   entryPointNamed(entry).checkWords(words);
   Recording run;
   run.entry = entry;
   run.words = words;
   run.config = config;
-  json record = recordFromOutside(run, prepare, ticks);
-  if (record.contains(kBadArgument)) throw BadArgument(record[kBadArgument]);
-  if (record.contains(kBadConfig)) throw BadConfig(record[kBadConfig]);
-  if (record.contains(kFailed)) throw std::runtime_error(record[kFailed]);
-
+  auto callOnce = [&](json &record, const std::function<void()> &leave) {
+    call(
+        {config, entry, words, prepare, ticks},
+        [&](const sim::Device &device, const CallResult &result) {
+          record = recordOf(device, result);
+        },
+        leave);
+  };
+  json record = OwnProcess(entry, callOnce).record();
   run.result = {record["returned"], record["outputs"]};
   run.files = record["files"];
-  run.asked = record["asked"];
   run.missing = record["missing"];
   run.milliseconds = record["milliseconds"];
+  std::vector<size_t> commands_before;  // by event
   for (const json &event : record["events"]) {
+    commands_before.push_back(run.commands.size());
     run.events.push_back({event[0], event[1], event[2]});
     const std::string &text = run.events.back().text;
     if (event[0] == Event::kCommand) run.commands.push_back(sim::withoutRunnerRedirection(text));
@@ -158,14 +230,10 @@ Recording recordedOn(const std::vector<nvram::Setting> &config, const std::strin
     if (event[0] == Event::kPrinted) run.printed += text;
     if (event[0] == Event::kError) run.errors += text;
   }
-  return run;
-}
-
-}  // namespace
-
-Recording record(const std::vector<nvram::Setting> &config, const std::string &entry,
-                 const std::vector<std::string> &words, const Prepare &prepare, long long ticks) {
-  Recording run = recordedOn(config, entry, words, prepare, ticks);
+  commands_before.push_back(run.commands.size());
+  for (const auto &[name, events_before] : record["asked"].get<std::vector<AskedFirst>>()) {
+    run.asked[name] = commands_before[events_before];
+  }
   run.filter.run(run.commands);
   return run;
 }
@@ -174,7 +242,55 @@ std::vector<std::string> recordCommands(const std::vector<nvram::Setting> &confi
                                         const std::string &entry,
                                         const std::vector<std::string> &words,
                                         const Prepare &prepare) {
-  return recordedOn(config, entry, words, prepare, 0).commands;
+  entryPointNamed(entry).checkWords(words);
+  auto callOnce = [&](json &record, const std::function<void()> &leave) {
+    call(
+        {config, entry, words, prepare},
+        [&](const sim::Device &device, const CallResult &) {
+          record = {{"commands", device.commands()}};
+        },
+        leave);
+  };
+  return OwnProcess(entry, callOnce).record()["commands"];
+}
+
+std::vector<std::vector<size_t>> lookAtRuns(size_t count, const ConfigOf &configOf,
+                                            const Recording &like, const Prepare &prepare,
+                                            const Look &look) {
+  const size_t together = std::max(std::thread::hardware_concurrency(), 1u);
+  // One process for each that run beside each other, as long as the library can be made as new.
+  auto callFrom = [&](size_t first) {
+    return [&, first](json &record, const std::function<void()> &leave) {
+      sim::LibraryState as_new;
+      for (size_t i = first; i < count; i += together) {
+        call(
+            {configOf(i), like.entry, like.words, prepare},
+            [&](const sim::Device &device, const CallResult &) {
+              record["seen"].push_back(look(i, device.commands()));
+            },
+            leave);
+        if (!sim::LibraryState::known()) return;
+        as_new.restore();
+      }
+    };
+  };
+  std::deque<OwnProcess> processes;
+  for (size_t i = 0; i < std::min(together, count); i++) {
+    processes.emplace_back(like.entry, callFrom(i));
+  }
+  std::vector<std::vector<size_t>> seen(count);
+  for (size_t i = 0; i < processes.size(); i++) {
+    size_t run = i;
+    for (std::vector<std::vector<size_t>> some = processes[i].record()["seen"];;
+         some = OwnProcess(like.entry, callFrom(run)).record()["seen"]) {
+      for (std::vector<size_t> &one : some) {
+        seen[run] = std::move(one);
+        run += together;
+      }
+      if (run >= count) break;
+    }
+  }
+  return seen;
 }
 
 }  // namespace orba::tool

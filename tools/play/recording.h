@@ -9,7 +9,6 @@
 
 #include <functional>
 #include <map>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -31,14 +30,16 @@ struct Call {
 
 // What an entry point did on the simulated device.
 struct Recording : Call {
-  std::vector<nvram::Setting> config;           // the settings that it was given
-  std::vector<sim::Event> events;               // everything it did, in order
-  std::vector<std::string> commands;            // in order, without the runners' redirection
-  sim::PacketFilter filter;                     // what they make of an empty one; Rule::line
-                                                // is the command's place in `commands`
-  std::vector<std::string> writes;              // "set 1 KEY=VALUE" and "commit 1", in order
-  std::map<std::string, std::string> files;     // those it wrote, with what they hold at the end
-  std::set<std::pair<int, std::string>> asked;  // the settings it asked for, by space and key
+  std::vector<nvram::Setting> config;        // the settings that it was given
+  std::vector<sim::Event> events;            // everything it did, in order
+  std::vector<std::string> commands;         // in order, without the runners' redirection
+  sim::PacketFilter filter;                  // what they make of an empty one; Rule::line
+                                             // is a place in `commands`
+  std::vector<std::string> writes;           // "set 1 KEY=VALUE" and "commit 1", in order
+  std::map<std::string, std::string> files;  // those it wrote, with what they hold at the end
+  // The settings it asked for, by space and key, and how many of its commands came before it,
+  // or whoever made the device, first did.
+  std::map<std::pair<int, std::string>, size_t> asked;
   std::vector<std::pair<int, std::string>> missing;  // and was not given, in order
   std::string errors;                                // what it printed on its standard error
   long long milliseconds = 0;                        // how long it and the ticks behind it took
@@ -60,11 +61,23 @@ Recording record(const std::vector<nvram::Setting> &config, const std::string &e
                  const std::vector<std::string> &words, const Prepare &prepare,
                  long long ticks = 0);
 
-// Its commands alone, for whoever makes hundreds of runs.
+// Its commands alone.
 std::vector<std::string> recordCommands(const std::vector<nvram::Setting> &config,
                                         const std::string &entry,
                                         const std::vector<std::string> &words,
                                         const Prepare &prepare);
+
+// The settings of a run by its number, and what somebody who makes hundreds of runs wants to
+// know of the commands of one: as numbers, found in the process of the call.
+using ConfigOf = std::function<std::vector<nvram::Setting>(size_t run)>;
+using Look =
+    std::function<std::vector<size_t>(size_t run, const std::vector<std::string> &commands)>;
+
+// Calls the entry point of a run with other settings, `count` times, as many calls beside each
+// other as there are processors, and gives what was seen of each. Throws as record() does.
+std::vector<std::vector<size_t>> lookAtRuns(size_t count, const ConfigOf &configOf,
+                                            const Recording &like, const Prepare &prepare,
+                                            const Look &look);
 
 }  // namespace orba::tool
 

@@ -32,17 +32,30 @@ std::vector<std::string> filesWritten(const Recording &run) {
   return paths;
 }
 
-void printOrigins(std::ostream &out, const std::vector<Origin> &origins) {
+void printOrigins(std::ostream &out, const CommandOrigins &origins, const char *indent) {
   std::string made_from, because;
   for (const Origin &origin : origins) {
     std::string &list = origin.role == Origin::kBecause ? because : made_from;
     list += (list.empty() ? "" : "; ") + visible(nameOf(origin));
   }
-  if (!made_from.empty()) out << "        from " << made_from << "\n";
-  if (!because.empty()) out << "        because of " << because << "\n";
+  if (!made_from.empty()) out << indent << "from " << made_from << "\n";
+  if (!because.empty()) out << indent << "because of " << because << "\n";
 }
 
-nlohmann::ordered_json originsAsJson(const std::vector<Origin> &origins) {
+// Of a line with commands that do not all come from the same, each command before its own.
+void printOrigins(std::ostream &out, const std::string &line,
+                  const std::vector<CommandOrigins> &origins) {
+  const char *indent = "        ";
+  bool alike = std::equal(origins.begin() + 1, origins.end(), origins.begin());
+  if (alike) return printOrigins(out, origins.front(), indent);
+  const std::vector<std::string> commands = commandsOf(line);
+  for (size_t i = 0; i < commands.size(); i++) {
+    out << indent << i + 1 << ": " << visible(commands[i]) << "\n";
+    printOrigins(out, origins[i], "           ");
+  }
+}
+
+nlohmann::ordered_json originsAsJson(const CommandOrigins &origins) {
   nlohmann::ordered_json json = nlohmann::ordered_json::array();
   for (const Origin &origin : origins) {
     json.push_back({{"role", roleName(origin.role)},
@@ -51,6 +64,25 @@ nlohmann::ordered_json originsAsJson(const std::vector<Origin> &origins) {
                     {"record", origin.record}});
   }
   return json;
+}
+
+// Those of the line: of its commands together, each once, and of each where there are several.
+nlohmann::ordered_json originsAsJson(const std::string &line,
+                                     const std::vector<CommandOrigins> &origins) {
+  if (origins.size() == 1) return {{"origins", originsAsJson(origins.front())}};
+  CommandOrigins together;
+  nlohmann::ordered_json commands = nlohmann::ordered_json::array();
+  const std::vector<std::string> texts = commandsOf(line);
+  for (size_t i = 0; i < texts.size(); i++) {
+    commands.push_back({{"text", texts[i]}, {"origins", originsAsJson(origins[i])}});
+    for (const Origin &origin : origins[i]) {
+      bool known = std::find(together.begin(), together.end(), origin) != together.end();
+      if (!known) together.push_back(origin);
+    }
+  }
+  std::stable_sort(together.begin(), together.end(),
+                   [](const Origin &a, const Origin &b) { return a.role < b.role; });
+  return {{"origins", originsAsJson(together)}, {"commands", commands}};
 }
 
 }  // namespace
@@ -70,14 +102,14 @@ nlohmann::ordered_json answerAsJson(const Call &call) {
 }
 
 void printPlan(std::ostream &out, const Recording &run, const Origins *origins) {
-  int number = 0;
+  size_t number = 0;
   bool timed = run.milliseconds > 0;
   for (const Event &event : run.events) {
     if (timed) out << std::setw(8) << event.at << " ms ";
     if (event.kind == Event::kCommand) {
-      out << std::setw(4) << ++number << "  " << visible(sim::withoutRunnerRedirection(event.text))
-          << "\n";
-      if (origins != nullptr) printOrigins(out, origins->at(static_cast<size_t>(number) - 1));
+      const std::string &line = run.commands[number++];
+      out << std::setw(4) << number << "  " << visible(line) << "\n";
+      if (origins != nullptr) printOrigins(out, line, origins->at(number - 1));
     } else {
       out << "      -- " << visible(inWords(event)) << "\n";
     }
@@ -147,7 +179,8 @@ nlohmann::ordered_json planAsJson(const Recording &run, const Origins *origins) 
     plan["events"].push_back(
         {{"kind", nameOf(event.kind)}, {"text", event.text}, {"ms", event.at}});
     if (event.kind == Event::kCommand && origins != nullptr) {
-      plan["events"].back()["origins"] = originsAsJson(origins->at(number++));
+      plan["events"].back().update(originsAsJson(run.commands[number], origins->at(number)));
+      number++;
     }
   }
   plan["files"] = nlohmann::ordered_json::object();

@@ -20,4 +20,13 @@ std::vector<std::string> splitAt(const std::string &text, char separator) {
   return parts;
 }
 
+std::string joined(const std::vector<std::string> &parts, char separator) {
+  std::string text;
+  for (size_t i = 0; i < parts.size(); i++) {
+    if (i > 0) text += separator;
+    text += parts[i];
+  }
+  return text;
+}
+
 }  // namespace orba::tool

@@ -20,6 +20,8 @@ using nvram::visible;
 std::vector<std::string> linesIn(const std::string &text);
 // What stands between the separators, empty parts too.
 std::vector<std::string> splitAt(const std::string &text, char separator);
+// The parts with the separator between them.
+std::string joined(const std::vector<std::string> &parts, char separator);
 
 }  // namespace orba::tool
 

@@ -1,0 +1,42 @@
+// A list of which each record holds something that no other does, so that what the
+// library makes of a record can be told from what it makes of one that is the same.
+#ifndef ORBA_TOOLS_PLAY_MARKED_LIST_H
+#define ORBA_TOOLS_PLAY_MARKED_LIST_H
+
+#include <functional>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tools/catalog/setting_form.h"
+
+namespace orba::tool {
+
+class MarkedList {
+ public:
+  // `form` is the list's, null for an unknown one. Each record gets an address, a MAC address,
+  // a port or a name of its own in place of one that it holds; one that holds none stays.
+  MarkedList(const std::vector<std::string> &records, const Form *form);
+
+  const std::string &text() const { return text_; }
+  // The records, from 1, whose marks a command carries that is `marked` with this list and
+  // `command` with the list as it was; none when the two differ in anything else.
+  std::vector<size_t> carriedBy(std::string_view marked, std::string_view command) const;
+
+ private:
+  struct Marked {
+    std::string value;  // that was there before
+    size_t record;
+  };
+
+  bool differInMarks(std::string_view marked, std::string_view command, const char *joining,
+                     std::vector<size_t> &records) const;
+
+  std::string text_;
+  std::map<std::string, Marked, std::less<>> marks_;
+};
+
+}  // namespace orba::tool
+
+#endif

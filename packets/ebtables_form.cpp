@@ -66,6 +66,7 @@ class EbtablesReader : FormReader {
 
   Refused address(const std::string &option, const std::string &text) {
     if (!ipv4_) return option + " without -p ipv4";
+    if (text.find(',') != std::string::npos) return "'" + text + "' is no address";
     return addAddresses(option == "--ip-src" ? kSource : kDestination, option, text);
   }
 

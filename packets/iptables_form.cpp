@@ -59,7 +59,7 @@ class IptablesReader : FormReader {
     bool all;
     uint64_t number;
     if (Refused why = readProtocol(text, number, all)) return why;
-    if (all) return std::nullopt;
+    if (all) return negated_ ? Refused("no packet is of no protocol") : std::nullopt;
     if (!negated_) protocol_ = number;
     add(kProtocol, IntervalSet::one(number));
     return std::nullopt;
@@ -74,6 +74,7 @@ class IptablesReader : FormReader {
   Refused interface(const std::string &option) {
     std::string text;
     if (Refused why = value(text)) return why;
+    if (text.empty()) return "an interface is missing";
     if (text.size() > 15) return text + " is too long for an interface";
     add(option == "-i" ? kIn : kOut, interfacesNamed(text, context_.network));
     return std::nullopt;

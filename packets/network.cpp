@@ -92,15 +92,19 @@ std::vector<Route> Network::ownRoutes() const {
 
 std::vector<Route> Network::routesFor(uint32_t mark) const {
   std::vector<Route> routes = ownRoutes();
-  auto append = [&](const std::vector<Route> &table) {
+  for (Route &own : routes) own.table = "local";
+  auto append = [&](const std::string &name, const std::vector<Route> &table) {
     for (const Route &route : table) {
       const Interface *interface = find(route.device);
-      if (interface != nullptr && interface->up) routes.push_back(route);
+      if (interface == nullptr || !interface->up) continue;
+      routes.push_back(route);
+      routes.back().table = name;
     }
   };
   for (const RoutingRule &rule : rules) {
     auto table = tables.find(rule.table);
-    if (((rule.mark ^ mark) & rule.mask) == 0 && table != tables.end()) append(table->second);
+    if (((rule.mark ^ mark) & rule.mask) == 0 && table != tables.end())
+      append(rule.table, table->second);
   }
   // The networks of the interfaces stand in the same table as the routes that were added, of one
   // length behind them; of two interfaces in one network the first is taken.
@@ -122,7 +126,7 @@ std::vector<Route> Network::routesFor(uint32_t mark) const {
       insert(main, *route);
     }
   }
-  append(main);
+  append("main", main);
   return routes;
 }
 

@@ -31,6 +31,7 @@ struct Route {
   std::optional<uint64_t> gateway = {};
   std::string device = {};
   size_t command = kNoCommand;  // that added it
+  std::string table = {};       // of Network::routesFor: "local", "main", or that of a rule
 
   static constexpr size_t kNoCommand = SIZE_MAX;
 };

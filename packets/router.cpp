@@ -33,10 +33,10 @@ const char *const kNoPackets[] = {"echo",   "insmod", "rmmod",   "switch", "mkdi
 
 constexpr char kDmzProgram[] = "/bin/super_dmz";
 
-std::string joined(const std::vector<std::string> &words, size_t first = 0) {
+std::string joined(const std::vector<std::string> &words) {
   std::string text;
-  for (size_t i = first; i < words.size(); i++) {
-    text += (i > first ? " " : "") + (words[i].empty() ? "''" : words[i]);
+  for (size_t i = 0; i < words.size(); i++) {
+    text += (i > 0 ? " " : "") + sim::quoted(words[i]);
   }
   return text;
 }

@@ -18,10 +18,14 @@ constexpr size_t kMostPieces = 4096;
 }  // namespace
 
 Refused readNumber(const std::string &text, uint64_t largest, uint64_t &number) {
-  char *end;
-  if (text.empty() || !isdigit(static_cast<unsigned char>(text[0]))) {
+  // The tools' own reading passes over blanks and a plus in front.
+  size_t first = 0;
+  while (first < text.size() && isspace(static_cast<unsigned char>(text[first]))) first++;
+  if (first < text.size() && text[first] == '+') first++;
+  if (first == text.size() || !isdigit(static_cast<unsigned char>(text[first]))) {
     return "'" + text + "' is no number";
   }
+  char *end;
   number = strtoull(text.c_str(), &end, 0);
   if (*end != '\0') return "'" + text + "' is no number";
   if (number > largest) return text + " is above " + std::to_string(largest);
@@ -57,7 +61,7 @@ bool readBytes(const std::string &text, bool whole, uint64_t &address) {
     if (count == 4 || readNumber(byte, 255, number)) return false;
     address |= number << (24 - 8 * count);
   }
-  return count == 4 || (!whole && count > 0 && text.back() != '.');
+  return (count == 4 || (!whole && count > 0)) && text.back() != '.';
 }
 
 Refused readMask(const std::string &text, uint64_t &mask) {
@@ -83,7 +87,7 @@ Refused readHost(const std::string &text, uint64_t &address) {
 Refused readAddresses(const std::string &text, IntervalSet &values, bool &pieces) {
   values = {};
   pieces = false;
-  if (text.empty()) return "an address is missing";
+  if (text.empty() || text.back() == ',') return "an address is missing";
   std::istringstream parts(text);
   for (std::string part; std::getline(parts, part, ',');) {
     const size_t slash = part.rfind('/');
@@ -131,11 +135,15 @@ Refused readProtocol(const std::string &text, uint64_t &protocol, bool &all) {
   all = lower == "all" || lower == "0";
   protocol = 0;
   if (all) return std::nullopt;
-  for (uint64_t known : {kIcmp, kIgmp, kTcp, kUdp}) {
-    if (lower == protocolText(known)) {
-      protocol = known;
-      return std::nullopt;
-    }
+  static const struct {
+    const char *name;
+    uint64_t number;
+  } kNames[] = {{"icmp", kIcmp}, {"igmp", kIgmp}, {"tcp", kTcp}, {"udp", kUdp},
+                {"esp", 50},     {"ah", 51},      {"sctp", 132}, {"udplite", 136}};
+  for (const auto &known : kNames) {
+    if (lower != known.name) continue;
+    protocol = known.number;
+    return std::nullopt;
   }
   if (readNumber(text, 255, protocol)) return "'" + text + "' is no protocol";
   return std::nullopt;

@@ -48,6 +48,7 @@ class Walker {
 
   Walk goOut() {
     packet_[kIn] = packet_[kBridgePort] = kNoInterface;
+    if (connection_ != nullptr) forward_ = sameEnds(packet_, connection_->original);
     std::optional<Route> route = network_.route(packet_[kDestination], 0);
     note(Step::kRoute, {}, false, route);
     if (!route) {

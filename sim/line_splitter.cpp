@@ -117,4 +117,19 @@ std::optional<std::vector<std::string>> wordsOf(const std::string &command) {
   }
 }
 
+std::string quoted(const std::string &word) {
+  if (!word.empty() && word.find_first_of(" \t\n'\"\\$`;&|<>(){}*?~#") == std::string::npos) {
+    return word;
+  }
+  std::string text = "'";
+  for (char c : word) {
+    if (c == '\'') {
+      text += "'\\''";
+    } else {
+      text += c;
+    }
+  }
+  return text + "'";
+}
+
 }  // namespace sim

@@ -26,6 +26,8 @@ std::vector<ShellCommand> splitLine(const std::string &line);
 // The words of a command with their quotes taken off; nothing when it holds
 // something that only a real shell could work out.
 std::optional<std::vector<std::string>> wordsOf(const std::string &command);
+// A word as it would have to be given to a shell, with quotes only where it needs them.
+std::string quoted(const std::string &word);
 
 }  // namespace sim
 

@@ -30,22 +30,6 @@ bool isNumber(const std::string &word) {
   return !word.empty() && std::all_of(word.begin(), word.end(), ::isdigit);
 }
 
-// A word as a shell would have to be given it.
-std::string quoted(const std::string &word) {
-  if (!word.empty() && word.find_first_of(" \t\n'\"\\$`;&|<>(){}*?~#") == std::string::npos) {
-    return word;
-  }
-  std::string text = "'";
-  for (char c : word) {
-    if (c == '\'') {
-      text += "'\\''";
-    } else {
-      text += c;
-    }
-  }
-  return text + "'";
-}
-
 PacketFilter::Rule ruleFrom(const std::vector<std::string> &words, size_t first) {
   PacketFilter::Rule rule;
   for (size_t i = first; i < words.size(); i++) {

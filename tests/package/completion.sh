@@ -19,7 +19,7 @@ offers() {  # expected, word...
   [[ $offered == $expected ]] || { echo "orba $*: offered '$offered', not '$expected'"; status=1; }
 }
 offers 'plan psk' p
-offers 'apply check *list plan psk*show' ''
+offers 'apply check *list plan *psk*show*' ''
 offers 'down shell test up' lab ''
 offers 'router' lab shell r
 offers '--json' list --j
@@ -36,6 +36,9 @@ offers 'DMZAddress' explain DMZAd
 offers 'iptablesDMZRun' explain iptablesDMZR
 offers 'examples/gateway.conf' check -c examples/ga
 offers 'examples/device' show getRoutingTable -r examples/d
+offers 'lan' trace --why -c examples/gateway.conf l
+offers '' trace lan ''
+offers 'new' trace lan --state n
 offers '' plan firewall_init --ticks ''
 offers '' nosuch ''
 exit $status

@@ -10,12 +10,10 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
+#include "tools/cli/device_options.h"
 #include "tools/cli/subcommands.h"
 #include "tools/device/config.h"
-#include "tools/device/desk_device.h"
-#include "tools/device/this_machine.h"
 #include "tools/firewall/picture.h"
-#include "tools/lab/confine.h"
 #include "tools/lab/lab.h"
 #include "tools/play/difference.h"
 #include "tools/play/origin.h"
@@ -33,19 +31,6 @@ namespace {
 
 // ---- what they have in common ----
 
-// What the device has besides settings.
-struct DeviceOptions {
-  std::string root;
-  std::string device;
-  std::string at;
-  bool in_lab = false;
-
-  void addTo(CLI::App &command);
-  // To be called before anything else: what touches the lab's router is kept in.
-  void confineToLab() const;
-  void prepare(sim::Device &made) const;
-};
-
 // Which entry point is called, with what settings.
 struct CallOptions : DeviceOptions {
   std::string entry;
@@ -57,36 +42,6 @@ struct CallOptions : DeviceOptions {
   // Throws BadArgument for the words before any file is read.
   Recording run(long long ticks = 0) const;
 };
-
-// A new device's clock stands at the midnight that begins a Sunday.
-void setClock(sim::Device &device, const std::string &at) {
-  tm time = timeFrom(Parameter{"at"}, at);
-  int minutes = (time.tm_wday * 24 + time.tm_hour) * 60 + time.tm_min;
-  device.clock().set(device.clock().now() + time_t{60} * minutes);
-}
-
-void DeviceOptions::addTo(CLI::App &command) {
-  command.add_option("-r,--root", root, "A folder with the device's files, read only")
-      ->check(CLI::ExistingDirectory);
-  command.add_option("-d,--device", device, "What the device on the desk has and finds")
-      ->check(CLI::ExistingFile);
-  command.add_option("--at", at, "The device's time, such as \"Mon 22:45\"");
-  command.add_flag("--lab", in_lab, "With the addresses and files of the lab's router")
-      ->excludes("--root");
-}
-
-void DeviceOptions::confineToLab() const {
-  if (in_lab) confine();
-}
-
-void DeviceOptions::prepare(sim::Device &made) const {
-  // A process that makes several calls is there from the first on.
-  static bool entered = false;
-  if (in_lab && !entered) enterLab("router");
-  entered = in_lab;
-  DeskDevice{root, device}.prepare(made, in_lab ? putThisMachine : setUpDeskDevice);
-  if (!at.empty()) setClock(made, at);
-}
 
 void CallOptions::addTo(CLI::App &command, const char *entry_name) {
   command.add_option(entry_name, entry, "The entry point; 'orba list' shows them")->required();

@@ -32,6 +32,19 @@ _orba_files() {  # -f files or -d folders, the word
   compopt -o filenames 2>/dev/null || true
 }
 
+# Whether the cursor is on the first word behind the subcommand that is no option and no option's
+# value.
+_orba_first_positional() {
+  local i
+  for ((i = 2; i < COMP_CWORD; i++)); do
+    case ${COMP_WORDS[i]} in
+      --why | --json | --lab) ;;
+      -*) i=$((i + 1)) ;;
+      *) return 1 ;;
+    esac
+  done
+}
+
 _orba() {
   local orba=$1 word=$2 before=$3
   local commands=() i part
@@ -48,9 +61,12 @@ _orba() {
   case $before in
     -c | --config | -d | --device | --picture) _orba_files -f "$word"; return ;;
     -r | --root) _orba_files -d "$word"; return ;;
-    -p | --port | --address | --at | --ticks) return ;;
+    --state) offered='new established related invalid' ;;
+    -p | --port | --address | --at | --ticks | --mac | --flags | --source-port | --length) return ;;
   esac
-  if [[ $word == -* ]]; then
+  if [ -n "$offered" ]; then
+    :
+  elif [[ $word == -* ]]; then
     offered=$(_orba_help Options "${commands[@]}" | _orba_words)
   else
     case "${commands[*]}" in
@@ -63,6 +79,9 @@ _orba() {
           return
         fi
         ((COMP_CWORD > 4)) || offered=$(_orba_names list) ;;
+      trace)
+        # The first positional; files of settings stand behind options.
+        _orba_first_positional && offered='lan wifi wan wan2 wan3 wan4 router' ;;
       explain) offered=$(_orba_names explain; _orba_names list) ;;
       *)
         # A subcommand's first positional may be an entry point. The help is read to its end: a

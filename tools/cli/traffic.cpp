@@ -2,36 +2,38 @@
 #include <CLI/CLI.hpp>
 #include <iostream>
 #include <memory>
+#include <nlohmann/json.hpp>
 
+#include "tools/cli/device_options.h"
 #include "tools/cli/subcommands.h"
 #include "tools/device/config.h"
-#include "tools/device/desk_device.h"
-#include "tools/text/lines.h"
-#include "tools/traffic/packet_words.h"
+#include "tools/text/json.h"
 #include "tools/traffic/trace.h"
+#include "tools/traffic/trace_report.h"
 
 namespace orba::tool {
 
 namespace {
 
-struct TraceOptions : PacketQuestion {
+struct TraceOptions : DeviceOptions {
+  PacketQuestion question;
   std::string config;
+  bool why = false;
+  bool json = false;
 };
 
 Exit trace(const TraceOptions &options) {
-  const Prepare prepare = [](sim::Device &made) { DeskDevice{"", ""}.prepare(made); };
+  options.confineToLab();
+  const Prepare prepare = [&](sim::Device &made) { options.prepare(made); };
   const DeskRouter desk = deskRouter(readConfig(options.config), prepare);
-  const Trace found = traceOf(options, desk);
+  const std::vector<FollowedWay> ways = waysOf(packetOf(options.question, desk), desk);
   Blame blame(desk, prepare);
-  std::cout << packetText(found.packet) << "\n";
-  for (const packets::Step &step : found.way.steps) {
-    if (step.kind == packets::Step::kEnter) {
-      std::cout << placeText(step.at.place) << "\n";
-    } else if (step.kind == packets::Step::kRule && step.matched) {
-      std::cout << "  " << desk.router.chain(step.at.place)->rules[step.at.rule].text << "\n";
-    }
+  blame.askOf(commandsOf(ways, desk, blame));
+  if (options.json) {
+    printJson(std::cout, traceAsJson(ways, desk, blame));
+  } else {
+    printTrace(std::cout, ways, desk, blame, options.why);
   }
-  std::cout << forReader(verdictSentence(found.way, desk, blame)) << "\n";
   return kDone;
 }
 
@@ -39,12 +41,25 @@ Exit trace(const TraceOptions &options) {
 
 void addTrace(CLI::App &app, Exit &exit) {
   auto options = std::make_shared<TraceOptions>();
+  PacketQuestion &asked = options->question;
   CLI::App &command = *app.add_subcommand("trace", "What becomes of a packet, rule by rule");
-  command.add_option("FROM", options->from, "lan, wifi, wan, wan2 ... or router")->required();
-  command.add_option("SOURCE", options->source, "The sender's address")->required();
-  command.add_option("DESTINATION", options->destination, "Whom it is for")->required();
-  command.add_option("PROTOCOL", options->protocol, "tcp/25, udp/53, icmp")->required();
-  command.add_option("-c,--config", options->config, "The settings")->required();
+  command.add_option("FROM", asked.from, "lan, wifi, wan, wan2 ... or router")->required();
+  command.add_option("SOURCE", asked.source, "The sender's address, or router")->required();
+  command.add_option("DESTINATION", asked.destination, "Whom it is for, or router")->required();
+  command
+      .add_option("PROTOCOL", asked.protocol,
+                  "tcp/PORT, udp/PORT, icmp, icmp/TYPE, igmp, esp ... or a number")
+      ->required();
+  command.add_option("-c,--config", options->config, "The settings: KEY=VALUE lines, [1] and [2]")
+      ->required();
+  options->addTo(command);
+  command.add_option("--state", asked.state, "new, established, related or invalid");
+  command.add_option("--flags", asked.flags, "Of TCP, such as SYN,ACK, or NONE");
+  command.add_option("--mac", asked.mac, "The sender's MAC address");
+  command.add_option("--source-port", asked.source_port, "The sender's port");
+  command.add_option("--length", asked.length, "Of the packet, in bytes");
+  command.add_flag("--why", options->why, "Each rule that did not match too, and why");
+  command.add_flag("--json", options->json, kForPrograms);
   command.callback([options, &exit] { exit = trace(*options); });
 }
 

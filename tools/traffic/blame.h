@@ -2,7 +2,7 @@
 #ifndef ORBA_TOOLS_TRAFFIC_BLAME_H
 #define ORBA_TOOLS_TRAFFIC_BLAME_H
 
-#include <optional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -17,18 +17,26 @@ class Blame {
   Blame(const DeskRouter &desk, Prepare prepare);
 
   // What a command came from, the closest first; nothing for one that is always the same. Each
-  // answer costs runs of the entry point, and is kept.
+  // answer costs runs of the entry point, and is kept; many at once cost less than one by one.
+  void ask(const std::vector<packets::RuleAt> &rules);
+  void askOf(const std::vector<size_t> &commands);
   const std::vector<Origin> &originsOf(size_t command);
   // The same of what decided: a rule, or the policy of a chain.
   const std::vector<Origin> &originsOf(const packets::RuleAt &at);
-  // "record 1 of IPPortFilterRules (192.168.1.20,,0,0,any/0,,25,0,1,1,no mail,,,,)",
-  // "DefaultFirewallPolicy=0", "a rule that is always there".
+  // The command that made it; none of the commands for what was there before.
+  size_t commandOf(const packets::RuleAt &at) const;
+  // The closest of them: "record 1 of IPPortFilterRules (192.168.1.20 to any, TCP 25)",
+  // "DefaultFirewallPolicy=0"; empty for none.
+  std::string nameOf(size_t command);
+  // The same; "a rule that is always there" for none.
   std::string nameOf(const packets::RuleAt &at);
+  // Any of the origins of a command.
+  std::string nameOf(const Origin &origin, size_t command) const;
 
  private:
   const DeskRouter &desk_;
   Prepare prepare_;
-  std::vector<std::optional<Origins>> origins_;  // by run
+  std::map<size_t, CommandOrigins> origins_;  // by command
 };
 
 }  // namespace orba::tool

@@ -95,8 +95,9 @@ const Side *DeskRouter::side(const std::string &name) const {
   return found != sides.end() ? &*found : nullptr;
 }
 
-const std::string &DeskRouter::text(size_t command) const {
-  return runs[commands.at(command).run].commands[commands[command].command];
+std::string DeskRouter::text(size_t command) const {
+  const auto &[run, at] = commands.at(command);
+  return commandsOf(runs[run].commands[at.line])[at.part];
 }
 
 DeskRouter deskRouter(const std::vector<nvram::Setting> &config, const Prepare &prepare) {
@@ -112,9 +113,19 @@ DeskRouter deskRouter(const std::vector<nvram::Setting> &config, const Prepare &
   for (const char *entry : kStart) {
     made.runs.push_back(record(config, entry, {}, prepare));
     const Recording &run = made.runs.back();
-    for (size_t i = 0; i < run.commands.size(); i++) {
-      made.router.run(run.commands[i], made.commands.size());
-      made.commands.push_back({made.runs.size() - 1, i});
+    size_t line = 0;
+    for (const sim::Event &event : run.events) {
+      if (event.kind == sim::Event::kPipe && event.text.rfind("ip ", 0) == 0) {
+        // The route of a policy, which stands behind the rule of the same record.
+        made.router.run(event.text, made.commands.size() - 1);
+      }
+      if (event.kind != sim::Event::kCommand) continue;
+      const std::vector<std::string> parts = commandsOf(run.commands[line]);
+      for (size_t part = 0; part < parts.size(); part++) {
+        made.router.run(parts[part], made.commands.size());
+        made.commands.push_back({made.runs.size() - 1, {line, part}});
+      }
+      line++;
     }
   }
   return made;

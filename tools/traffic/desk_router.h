@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "packets/router.h"
-#include "tools/play/recording.h"
+#include "tools/play/origin.h"
 
 namespace orba::tool {
 
@@ -27,8 +27,8 @@ struct DeskRouter {
   std::vector<Recording> runs;
   // What the router knows a command as: its place here.
   struct Command {
-    size_t run;      // in `runs`
-    size_t command;  // in Recording::commands
+    size_t run;    // in `runs`
+    CommandAt at;  // in Recording::commands
   };
   std::vector<Command> commands;
   std::vector<Side> sides;
@@ -36,7 +36,7 @@ struct DeskRouter {
 
   // Null for none; "router" is no side.
   const Side *side(const std::string &name) const;
-  const std::string &text(size_t command) const;  // of a packets::Rule::command
+  std::string text(size_t command) const;  // of a packets::Rule::command
 };
 
 DeskRouter deskRouter(const std::vector<nvram::Setting> &config, const Prepare &prepare);

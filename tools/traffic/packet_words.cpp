@@ -33,18 +33,14 @@ std::string listed(const IntervalSet &set, std::string (*one)(const Interval &))
   return text;
 }
 
-bool hasPorts(const Packet &packet) {
-  return packet[packets::kProtocol] == packets::kTcp || packet[packets::kProtocol] == packets::kUdp;
-}
+const struct {
+  const char *name;
+  uint64_t number;
+} kProtocols[] = {{"icmp", 1}, {"igmp", 2}, {"ipip", 4}, {"tcp", 6},   {"udp", 17},  {"ipv6", 41},
+                  {"gre", 47}, {"esp", 50}, {"ah", 51},  {"ospf", 89}, {"sctp", 132}};
 
-std::string flagsText(uint64_t flags) {
-  static const char *const kNames[] = {"FIN", "SYN", "RST", "PSH", "ACK", "URG"};
-  std::string text;
-  for (size_t i = 0; i < std::size(kNames); i++) {
-    if ((flags >> i & 1) != 0) text += (text.empty() ? "" : ",") + std::string(kNames[i]);
-  }
-  return text.empty() ? "no flags" : text;
-}
+// In the order of their bits.
+const char *const kFlags[] = {"FIN", "SYN", "RST", "PSH", "ACK", "URG"};
 
 }  // namespace
 
@@ -58,14 +54,50 @@ std::string portsText(const IntervalSet &ports) {
   return listed(ports, portsText);
 }
 
+bool hasPorts(const Packet &packet) {
+  return packet[packets::kProtocol] == packets::kTcp || packet[packets::kProtocol] == packets::kUdp;
+}
+
+std::string protocolName(uint64_t protocol) {
+  for (const auto &each : kProtocols) {
+    if (each.number == protocol) return each.name;
+  }
+  return std::to_string(protocol);
+}
+
+std::optional<uint64_t> protocolNamed(const std::string &name) {
+  for (const auto &each : kProtocols) {
+    if (each.name == name) return each.number;
+  }
+  const bool digits = name.find_first_not_of("0123456789") == std::string::npos;
+  if (name.empty() || name.size() > 3 || !digits || std::stoi(name) > 255) return std::nullopt;
+  return std::stoull(name);
+}
+
+std::string flagsText(uint64_t flags) {
+  std::string text;
+  for (size_t i = 0; i < std::size(kFlags); i++) {
+    if ((flags >> i & 1) != 0) text += (text.empty() ? "" : ",") + std::string(kFlags[i]);
+  }
+  return text.empty() ? "no flags" : text;
+}
+
+std::optional<uint64_t> flagNamed(const std::string &name) {
+  for (size_t i = 0; i < std::size(kFlags); i++) {
+    if (kFlags[i] == name) return uint64_t{1} << i;
+  }
+  return std::nullopt;
+}
+
+std::string endText(const Packet &packet, packets::Field address, packets::Field port) {
+  return packets::addressText(packet[address]) +
+         (hasPorts(packet) ? ":" + std::to_string(packet[port]) : "");
+}
+
 std::string packetText(const Packet &packet) {
-  auto end = [&](packets::Field address, packets::Field port) {
-    return packets::addressText(packet[address]) +
-           (hasPorts(packet) ? ":" + std::to_string(packet[port]) : "");
-  };
-  std::string text = packets::protocolText(packet[packets::kProtocol]) + " from " +
-                     end(packets::kSource, packets::kSourcePort) + " to " +
-                     end(packets::kDestination, packets::kDestinationPort);
+  std::string text = protocolName(packet[packets::kProtocol]) + " from " +
+                     endText(packet, packets::kSource, packets::kSourcePort) + " to " +
+                     endText(packet, packets::kDestination, packets::kDestinationPort);
   if (packet[packets::kProtocol] == packets::kTcp) {
     text += " (" + flagsText(packet[packets::kTcpFlags]) + ")";
   } else if (packet[packets::kProtocol] == packets::kIcmp) {
@@ -83,7 +115,7 @@ nlohmann::ordered_json packetAsJson(const Packet &packet, const packets::Network
   made["in"] = interface(packets::kIn);
   made["out"] = interface(packets::kOut);
   made["state"] = stateName(static_cast<packets::State>(packet[packets::kState]));
-  made["protocol"] = packets::protocolText(packet[packets::kProtocol]);
+  made["protocol"] = protocolName(packet[packets::kProtocol]);
   made["source"] = packets::addressText(packet[packets::kSource]);
   made["destination"] = packets::addressText(packet[packets::kDestination]);
   if (hasPorts(packet)) {

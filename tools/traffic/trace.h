@@ -2,38 +2,54 @@
 #ifndef ORBA_TOOLS_TRAFFIC_TRACE_H
 #define ORBA_TOOLS_TRAFFIC_TRACE_H
 
-#include <optional>
 #include <string>
+#include <vector>
 
 #include "packets/walk.h"
 #include "tools/traffic/blame.h"
 #include "tools/traffic/desk_router.h"
+#include "tools/traffic/question.h"
 
 namespace orba::tool {
 
-// A packet as a person asks for it.
-struct PacketQuestion {
-  std::string from;         // a side, or "router"
-  std::string source;       // an address
-  std::string destination;  // an address
-  std::string protocol;     // "tcp/25", "udp/53", "icmp", "icmp/0", "47"
-  std::string state = {};   // "new", "established", "related", "invalid"; empty: what it is
-  std::string flags = {};   // "SYN,ACK"; empty: those of a packet in that state
-  std::string mac = {};     // of the sender
+// One way that a packet may go: what it meets of questions that nobody can answer is taken to be
+// so or not.
+struct FollowedWay {
+  std::vector<packets::FieldId> asked;  // the questions, in the order in which it met them
+  packets::Packet packet;               // as it sets out, with their answers
+  packets::Walk walk;
+  // Of the answer to a first packet that got somewhere; none for any other.
+  std::vector<FollowedWay> answers = {};
+  // Of what the sender then says over such a connection, where rules look at that.
+  std::vector<FollowedWay> data = {};
+
+  bool matched(packets::FieldId question) const { return packet[question] == 1; }
 };
 
-// Throws BadArgument, with what is wrong.
-packets::Packet packetOf(const PacketQuestion &question, const DeskRouter &desk);
+// Whether the answer to a question is open for a packet: one about a page's text is not for a
+// packet that carries none, which has nothing that could match.
+bool isOpen(packets::FieldId question, const packets::Packet &packet, const DeskRouter &desk);
 
-struct Trace {
-  packets::Packet packet;
-  packets::Walk way;
-  std::optional<packets::Walk> answer;  // of a first packet that got somewhere
+// All ways of a packet, the one first where no question's rule matches.
+std::vector<FollowedWay> waysOf(const packets::Packet &packet, const DeskRouter &desk);
+
+// The commands that made what decided on the ways, translated or led on: all whose origins are
+// told of them.
+std::vector<size_t> commandsOf(const std::vector<FollowedWay> &ways, const DeskRouter &desk,
+                               const Blame &blame);
+// The rule that leads a packet to the table of a route, null for a table that needs none.
+const packets::RoutingRule *ruleOf(const packets::Route &route, uint64_t mark,
+                                   const DeskRouter &desk);
+// Whether a rule decides or translates what it matches, or only leads on.
+bool acts(const packets::Rule &rule);
+
+// A command that had no effect, and that a rule or a route is missing for where the packet went.
+struct MissingCommand {
+  packets::Refusal refusal;
+  std::string setting;  // "record 3 of IPPortFilterRules (...)", empty for none
 };
-
-Trace traceOf(const PacketQuestion &question, const DeskRouter &desk);
-// "dropped by record 1 of IPPortFilterRules (192.168.1.20 to any, TCP 25)"
-std::string verdictSentence(const packets::Walk &way, const DeskRouter &desk, Blame &blame);
+std::vector<MissingCommand> missingFor(const std::vector<FollowedWay> &ways, const DeskRouter &desk,
+                                       Blame &blame);
 
 }  // namespace orba::tool
 

@@ -95,13 +95,13 @@ void readCommands(benchmark::State &state) {
   for (auto _ : state) routerOf(commands);
 }
 
-template <Kind kKind, Blame kBlame>
+template <Kind kKind, Deciders kDeciders>
 void allWays(benchmark::State &state) {
   const Router router = routerOf(gateway(kKind, state.range(0), 1));
   size_t nodes = 0;
   for (auto _ : state) {
     Diagrams diagrams;
-    Ways ways(router, diagrams, kLan, kBlame);
+    Ways ways(router, diagrams, kLan, kDeciders);
     nodes = diagrams.nodes();
   }
   state.counters["nodes"] = static_cast<double>(nodes);
@@ -112,7 +112,7 @@ void everyRecord(benchmark::State &state) {
   const Router router = routerOf(gateway(kHosts, state.range(0), 1));
   for (auto _ : state) {
     Diagrams diagrams;
-    Ways ways(router, diagrams, kLan, Blame::kNone);
+    Ways ways(router, diagrams, kLan, Deciders::kUntold);
     for (size_t i = 0; i < router.chain(kRecords)->rules.size(); i++) {
       benchmark::DoNotOptimize(ways.actsOn({kRecords, i}));
     }
@@ -120,7 +120,7 @@ void everyRecord(benchmark::State &state) {
 }
 
 Node dropped(const Router &router, Diagrams &diagrams) {
-  return Ways(router, diagrams, kLan, Blame::kNone).surely([](const Outcome &outcome) {
+  return Ways(router, diagrams, kLan, Deciders::kUntold).surely([](const Outcome &outcome) {
     return outcome.verdict == Verdict::kDropped;
   });
 }
@@ -167,7 +167,7 @@ void difference(benchmark::State &state) {
 
 // The packets that the records drop.
 Node droppedByRecords(const Router &router, Diagrams &diagrams) {
-  Chains chains(router, diagrams, Blame::kNone);
+  Chains chains(router, diagrams, Deciders::kUntold);
   return diagrams.where(chains.decide({kRecords, 0, router.chain(kRecords)->rules.size()}),
                         [&](uint32_t number) {
                           const Decision *decision = chains.decision(number);
@@ -277,10 +277,10 @@ void buddy(benchmark::State &state) {
 
 #define SIZES Arg(64)->Arg(512)->Arg(2000)->Arg(4096)->Unit(benchmark::kMillisecond)
 BENCHMARK(readCommands)->SIZES;
-BENCHMARK(allWays<kHosts, Blame::kNone>)->SIZES;
-BENCHMARK(allWays<kHosts, Blame::kRule>)->SIZES;
-BENCHMARK(allWays<kDevices, Blame::kNone>)->Arg(64)->Arg(512)->Unit(benchmark::kMillisecond);
-BENCHMARK(allWays<kDevices, Blame::kRule>)->Arg(64)->Arg(512)->Unit(benchmark::kMillisecond);
+BENCHMARK(allWays<kHosts, Deciders::kUntold>)->SIZES;
+BENCHMARK(allWays<kHosts, Deciders::kTold>)->SIZES;
+BENCHMARK(allWays<kDevices, Deciders::kUntold>)->Arg(64)->Arg(512)->Unit(benchmark::kMillisecond);
+BENCHMARK(allWays<kDevices, Deciders::kTold>)->Arg(64)->Arg(512)->Unit(benchmark::kMillisecond);
 BENCHMARK(everyRecord)->SIZES;
 BENCHMARK(question<kHosts>)->UseManualTime()->Iterations(500)->Unit(benchmark::kMillisecond);
 BENCHMARK(question<kDevices>)->UseManualTime()->Iterations(500)->Unit(benchmark::kMillisecond);

@@ -15,7 +15,7 @@ std::pair<Run, Run> halves(const Run &run) {
 
 uint32_t Chains::number(const RuleAt &at, Target::Kind kind) {
   // DNAT differs from rule to rule.
-  const bool named = blame_ == Blame::kRule || kind == Target::kDnat;
+  const bool named = deciders_ == Deciders::kTold || kind == Target::kDnat;
   const auto [found, unknown] = numbers_.try_emplace(
       {named ? at : RuleAt{}, kind}, static_cast<uint32_t>(decisions_.size() + kFirst));
   if (unknown) decisions_.push_back({named ? std::optional(at) : std::nullopt, kind});

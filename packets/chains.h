@@ -25,7 +25,7 @@ struct Run {
 
 // Whether it is told which rule decides. It takes long where each packet has another one: with
 // 2,000 records that are about hosts, ports and MAC addresses at random, seconds.
-enum class Blame { kNone, kRule };
+enum class Deciders { kUntold, kTold };
 
 // What a rule or the policy of a chain decides.
 struct Decision {
@@ -40,8 +40,8 @@ class Chains {
   // What a function of a chain gives: no decision, a RETURN, or the number of a decision.
   static constexpr uint32_t kGoesOn = 0, kReturns = 1, kFirst = 2;
 
-  Chains(const Router &router, Diagrams &diagrams, Blame blame)
-      : router_(router), diagrams_(diagrams), blame_(blame) {}
+  Chains(const Router &router, Diagrams &diagrams, Deciders deciders)
+      : router_(router), diagrams_(diagrams), deciders_(deciders) {}
 
   uint32_t number(const RuleAt &at, Target::Kind kind);
   // Nothing where `number` is none of a decision.
@@ -68,7 +68,7 @@ class Chains {
 
   const Router &router_;
   Diagrams &diagrams_;
-  const Blame blame_;
+  const Deciders deciders_;
   std::vector<Decision> decisions_;
   std::map<std::pair<RuleAt, Target::Kind>, uint32_t> numbers_;
   std::map<Place, bool> changes_;

@@ -9,6 +9,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -40,6 +41,8 @@ class Diagrams {
   Node firstOf(Node one, Node two) { return choose(one, one, two); }
   // A function of two others, value by value.
   Node combine(Node one, Node two, const std::function<uint32_t(uint32_t, uint32_t)> &value);
+  // The packets for which two functions differ.
+  Node differing(Node one, Node two);
   // A function of another, value by value.
   Node map(Node function, const std::function<uint32_t(uint32_t)> &value);
   // The packets for which a function has one of some values.
@@ -52,6 +55,8 @@ class Diagrams {
   // The same for the answers to all questions.
   Node forSomeAnswer(Node set);
   Node forAllAnswers(Node set);
+  // The function with other questions in place of its own.
+  Node renamed(Node function, const std::map<FieldId, FieldId> &questions);
 
   // Its value for a packet.
   uint32_t value(Node function, const Packet &packet) const;
@@ -59,6 +64,12 @@ class Diagrams {
   std::vector<uint32_t> values(Node function) const;
   // Each of them with the packets that have it.
   std::vector<std::pair<uint32_t, Node>> parts(Node function);
+  // The values of a field, by what the function is where it has them.
+  std::vector<std::pair<IntervalSet, Node>> parts(Node function, FieldId field);
+  // The values that a field has in the packets of a set.
+  IntervalSet valuesOf(Node set, FieldId field) const;
+  // The fields on which it depends.
+  std::set<FieldId> fieldsOf(Node function) const;
   // A packet of the set, with the fields that it does not ask for as in `like`; nothing for none.
   std::optional<Packet> witness(Node set, const Packet &like = {}) const;
   // The set as disjoint boxes: in each every field has any of some values.
@@ -86,6 +97,8 @@ class Diagrams {
   static constexpr uint32_t kConstant = UINT32_MAX;
 
   bool isConstant(Node node) const { return entries_[node].level == kConstant; }
+  template <typename Each>
+  void visit(Node function, const Each &each) const;
   const Edge &edgeOf(Node node, uint64_t value) const;
   void add(size_t begin, Edge edge);
   Node made(uint32_t level, size_t begin);

@@ -1,3 +1,5 @@
+#include <strings.h>
+
 #include <algorithm>
 #include <optional>
 
@@ -6,6 +8,34 @@
 namespace packets {
 
 namespace {
+
+// Six bytes of one or two digits; what stands behind the last one's second digit is not read.
+bool readFrameMac(const std::string &text, uint64_t &mac) {
+  size_t colons = 0, at = 0;
+  while (colons < 5 && at < text.size()) colons += text[at++] == ':' ? 1u : 0u;
+  return readMac(text.substr(0, at + 2), mac);
+}
+
+// "MAC[/MASK]", or a name for some of them.
+bool readMaskedMac(const std::string &text, uint64_t &mac, uint64_t &mask) {
+  static const struct {
+    const char *name;
+    uint64_t mac, mask;
+  } kNamed[] = {{"unicast", 0, 0x010000000000},
+                {"multicast", 0x010000000000, 0x010000000000},
+                {"broadcast", 0xffffffffffff, 0xffffffffffff},
+                {"bga", 0x0180c2000000, 0xffffffffffff}};
+  for (const auto &named : kNamed) {
+    if (strcasecmp(text.c_str(), named.name) != 0) continue;
+    mac = named.mac;
+    mask = named.mask;
+    return true;
+  }
+  mask = 0xffffffffffff;
+  const size_t slash = text.find('/');
+  return readFrameMac(text.substr(0, slash), mac) &&
+         (slash == std::string::npos || readFrameMac(text.substr(slash + 1), mask));
+}
 
 class EbtablesReader : FormReader {
  public:
@@ -31,12 +61,8 @@ class EbtablesReader : FormReader {
   static const std::vector<Option> kOptions;
 
   Refused mac(const std::string &option, const std::string &text) {
-    const size_t slash = text.find('/');
-    uint64_t number, mask = largestOf(kSourceMac);
-    if (!readMac(text.substr(0, slash), number) ||
-        (slash != std::string::npos && !readMac(text.substr(slash + 1), mask))) {
-      return "'" + text + "' is no MAC address";
-    }
+    uint64_t number = 0, mask = 0;
+    if (!readMaskedMac(text, number, mask)) return "'" + text + "' is no MAC address";
     const FieldId field = option == "-d" || option == "--dst" ? kDestinationMac : kSourceMac;
     IntervalSet values;
     if (maskedValues(number, mask, 48, 4096, values)) {

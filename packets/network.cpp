@@ -1,10 +1,13 @@
 #include "packets/network.h"
 
+#include <arpa/inet.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <utility>
 
 #include "packets/packet.h"
+#include "packets/values.h"
 
 namespace packets {
 
@@ -27,10 +30,18 @@ void insert(std::vector<Route> &table, const Route &route) {
   table.insert(place, route);
 }
 
+// An address as route(8) reads it: "10.1" is 10.0.0.1, and a byte that begins with 0 is octal.
+bool readShort(const std::string &text, uint64_t &address) {
+  in_addr read;
+  if (inet_aton(text.c_str(), &read) == 0) return false;
+  address = ntohl(read.s_addr);
+  return true;
+}
+
 // The number of a mask's ones when they stand in front, nothing otherwise.
 std::optional<int> prefixOf(const std::string &text) {
   uint64_t mask;
-  if (!readAddress(text, mask)) return std::nullopt;
+  if (!readShort(text, mask)) return std::nullopt;
   const int ones = __builtin_popcountll(mask);
   if (mask != maskOf(ones)) return std::nullopt;
   return ones;
@@ -109,15 +120,15 @@ std::vector<Route> Network::routesFor(uint32_t mark) const {
   // The networks of the interfaces stand in the same table as the routes that were added, of one
   // length behind them; of two interfaces in one network the first is taken.
   std::vector<Route> main;
-  for (const Interface &interface : interfaces) {
-    if (interface.name == "lo") continue;
-    for (const Address &address : interface.addresses) {
+  for (auto interface = interfaces.rbegin(); interface != interfaces.rend(); ++interface) {
+    if (interface->name == "lo") continue;
+    for (const Address &address : interface->addresses) {
       if (address.prefix == 32) continue;
       insert(main, {Route::kUnicast,
                     address.address & maskOf(address.prefix),
                     address.prefix,
                     {},
-                    interface.name});
+                    interface->name});
     }
   }
   auto added = tables.find("main");
@@ -188,8 +199,7 @@ bool Network::onLink(uint64_t gateway, const std::string &device) const {
   return interface != nullptr &&
          std::any_of(interface->addresses.begin(), interface->addresses.end(),
                      [&](const Address &address) {
-                       return ((address.address ^ gateway) & maskOf(address.prefix)) == 0 &&
-                              address.address != gateway;
+                       return ((address.address ^ gateway) & maskOf(address.prefix)) == 0;
                      });
 }
 
@@ -210,7 +220,7 @@ Refused Network::runRoute(const Words &words, size_t command) {
   const bool add = words[1] == "add";
   if (!add && words[1] != "del" && words[1] != "delete") return "this form of route is not known";
   size_t next = words[2] == "-net" || words[2] == "-host" ? 3 : 2;
-  if (next >= words.size() || !readAddress(words[next], route.destination)) {
+  if (next >= words.size() || !readShort(words[next], route.destination)) {
     return (next < words.size() ? words[next] : "nothing") + " is no address";
   }
   for (next++; next < words.size(); next += 2) {
@@ -222,7 +232,7 @@ Refused Network::runRoute(const Words &words, size_t command) {
       route.prefix = *prefix;
     } else if (words[next] == "gw") {
       uint64_t gateway;
-      if (!readAddress(value, gateway)) return value + " is no address";
+      if (!readShort(value, gateway)) return value + " is no address";
       route.gateway = gateway;
     } else if (words[next] == "dev") {
       route.device = value;
@@ -278,8 +288,8 @@ Refused Network::runIp(const Words &words, size_t command) {
       }
     } else if (word == "via") {
       uint64_t gateway;
-      if (!readAddress(value, gateway)) return value + " is no address";
-      route.gateway = gateway;
+      if (Refused why = readHost(value, gateway)) return why;
+      if (gateway != 0) route.gateway = gateway;  // 0.0.0.0: every host is behind the interface
     } else if (word == "dev") {
       route.device = value;
     } else {

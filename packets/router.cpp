@@ -64,6 +64,13 @@ const Chain *Router::chain(const Place &place) const {
   return found == chains_.end() ? nullptr : &found->second;
 }
 
+Router Router::without(const RuleAt &rule) const {
+  Router made = *this;
+  std::vector<Rule> &rules = made.chains_.at(rule.place).rules;
+  rules.erase(rules.begin() + static_cast<long>(rule.rule));
+  return made;
+}
+
 void Router::run(const std::string &line, size_t command) {
   for (const sim::ShellCommand &each : sim::splitLine(line)) {
     std::optional<Words> words = sim::wordsOf(each.text);

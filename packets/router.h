@@ -61,6 +61,9 @@ class Router {
   // program does with the packets that it is given is not known to anybody here.
   void run(const std::string &line, size_t command);
 
+  // The router without one of its rules; those behind it move up.
+  Router without(const RuleAt &rule) const;
+
   // Null for none.
   const Chain *chain(const Place &place) const;
   const std::map<Place, Chain> &chains() const { return chains_; }

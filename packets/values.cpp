@@ -5,6 +5,7 @@
 #include <cctype>
 #include <cstdlib>
 #include <sstream>
+#include <utility>
 
 #include "packets/packet.h"
 
@@ -135,14 +136,18 @@ Refused readProtocol(const std::string &text, uint64_t &protocol, bool &all) {
   all = lower == "all" || lower == "0";
   protocol = 0;
   if (all) return std::nullopt;
-  static const struct {
-    const char *name;
-    uint64_t number;
-  } kNames[] = {{"icmp", kIcmp}, {"igmp", kIgmp}, {"tcp", kTcp}, {"udp", kUdp},
-                {"esp", 50},     {"ah", 51},      {"sctp", 132}, {"udplite", 136}};
-  for (const auto &known : kNames) {
-    if (lower != known.name) continue;
-    protocol = known.number;
+  for (uint64_t known : {kIcmp, kIgmp, kTcp, kUdp}) {
+    if (lower == protocolText(known)) {
+      protocol = known;
+      return std::nullopt;
+    }
+  }
+  // Of the others the tools know these without a file.
+  static const std::pair<const char *, uint64_t> kNames[] = {
+      {"esp", 50}, {"ah", 51}, {"sctp", 132}, {"udplite", 136}};
+  for (const auto &[name, number] : kNames) {
+    if (lower != name) continue;
+    protocol = number;
     return std::nullopt;
   }
   if (readNumber(text, 255, protocol)) return "'" + text + "' is no protocol";

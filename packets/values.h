@@ -10,7 +10,7 @@
 
 namespace packets {
 
-// A number of C's notation up to `largest`.
+// A number of C's notation up to `largest`, with blanks and a plus in front of it if need be.
 Refused readNumber(const std::string &text, uint64_t largest, uint64_t &number);
 // "A" or "A:B"; an end that is left out is the lowest or largest.
 Refused readRange(const std::string &text, uint64_t largest, IntervalSet &values);

@@ -1,5 +1,7 @@
 #include "packets/walk.h"
 
+#include <algorithm>
+
 namespace packets {
 
 namespace {
@@ -9,8 +11,9 @@ constexpr uint64_t kEverybody = 0xffffffff, kAllSystems = 0xe0000001;
 bool isGroup(uint64_t address) {
   return address >> 28 == 0xe;
 }
-bool isZero(uint64_t address) {
-  return address >> 24 == 0;
+// Of a MAC: all stations have it, or some.
+bool isOfGroup(uint64_t mac) {
+  return (mac >> 40 & 1) != 0;
 }
 bool isLoopback(uint64_t address) {
   return address >> 24 == 127;
@@ -48,13 +51,13 @@ class Walker {
 
   Walk goOut() {
     packet_[kIn] = packet_[kBridgePort] = kNoInterface;
-    if (connection_ != nullptr) forward_ = sameEnds(packet_, connection_->original);
     std::optional<Route> route = network_.route(packet_[kDestination], 0);
     note(Step::kRoute, {}, false, route);
     if (!route) {
       way_.verdict = Verdict::kNoRoute;
       return finish();
     }
+    if (connection_ != nullptr) forward_ = sameEnds(packet_, connection_->original);
     const bool own = route->kind == Route::kLocal;
     packet_[kOut] = own ? 0 : network_.number(route->device);
     if (!through(Place::kIptables, "nat", "OUTPUT", packet_[kState] == kNew && !connection_) ||
@@ -97,8 +100,7 @@ class Walker {
     const uint64_t mac = packet_[kDestinationMac];
     const Interface *own = network_.find(bridge);
     const bool for_router = (own != nullptr && mac == own->mac) ||
-                            mac == network_.interfaces[packet_[kBridgePort]].mac ||
-                            (mac >> 40 & 1) != 0;
+                            mac == network_.interfaces[packet_[kBridgePort]].mac || isOfGroup(mac);
     note(Step::kBridge, {}, for_router);
     if (for_router) {
       if (!through(Place::kEbtables, "filter", "INPUT")) return false;
@@ -125,18 +127,29 @@ class Walker {
     note(Step::kTranslate);
   }
 
+  // Whether a source is the router itself or, where there are rules for routing, no host at all:
+  // only then the kernel asks its routes about it.
+  bool isNoHost(uint64_t source) const {
+    if (!network_.rules.empty()) {
+      const std::optional<Route> back = network_.route(source, static_cast<uint32_t>(0));
+      return back && back->kind != Route::kUnicast;
+    }
+    return std::any_of(
+        network_.interfaces.begin(), network_.interfaces.end(), [&](const Interface &interface) {
+          return std::any_of(interface.addresses.begin(), interface.addresses.end(),
+                             [&](const Address &own) { return own.address == source; });
+        });
+  }
+
   void routeFromWire() {
     const uint64_t source = packet_[kSource], destination = packet_[kDestination];
     const bool to_group = isGroup(destination);
     const bool to_all = destination == kEverybody || (source == 0 && destination == 0);
     std::optional<Route> route;
-    const std::optional<Route> back = network_.route(source, static_cast<uint32_t>(0));
-    bool martian = isGroup(source) || source == kEverybody || isLoopback(source) ||
-                   isLoopback(destination) || (isZero(source) && !to_all && !to_group) ||
-                   (isZero(destination) && !to_all);
-    if (back && !isZero(source)) {
-      martian = martian || back->kind == Route::kLocal ||
-                (back->kind == Route::kBroadcast && !network_.rules.empty());
+    bool martian = isGroup(source) || source == kEverybody || (source != 0 && isNoHost(source));
+    if (!to_all) {
+      martian = martian || isLoopback(source) || (source == 0 && !to_group) ||
+                isLoopback(destination) || destination == 0;
     }
     if (martian) {
       note(Step::kRoute);
@@ -160,20 +173,32 @@ class Walker {
       }
     }
     if (!route || route->kind != Route::kUnicast) {
-      if (through(Place::kIptables, "filter", "INPUT")) way_.verdict = Verdict::kDelivered;
+      if (!through(Place::kIptables, "filter", "INPUT")) return;
+      way_.verdict = Verdict::kDelivered;
+      if (connection_ != nullptr) translateSource();
+      return;
+    }
+    if (isOfGroup(packet_[kDestinationMac])) {
+      way_.decided_by.reset();
+      way_.verdict = Verdict::kNobody;
       return;
     }
     packet_[kOut] = network_.number(route->device);
     if (through(Place::kIptables, "filter", "FORWARD")) leave();
   }
 
+  // By the connection, behind the last filter.
+  void translateSource() {
+    const Packet &as = forward_ ? connection_->translated : connection_->original;
+    packet_[kSource] = as[forward_ ? kSource : kDestination];
+    packet_[kSourcePort] = as[forward_ ? kSourcePort : kDestinationPort];
+    note(Step::kTranslate);
+  }
+
   void leave() {
     way_.verdict = Verdict::kForwarded;
     if (connection_ != nullptr) {
-      const Packet &as = forward_ ? connection_->translated : connection_->original;
-      packet_[kSource] = as[forward_ ? kSource : kDestination];
-      packet_[kSourcePort] = as[forward_ ? kSourcePort : kDestinationPort];
-      note(Step::kTranslate);
+      translateSource();
       return;
     }
     if (!through(Place::kIptables, "nat", "POSTROUTING", packet_[kState] == kNew)) return;

@@ -18,7 +18,8 @@ enum class Verdict {
   kRejected,   // dropped, and the sender is told
   kNoRoute,    // no route leads there; the sender is told
   kMartian,    // its source or destination cannot be: dropped by routing
-  kNobody,     // to a group that the router is not in: dropped by routing
+  kNobody,     // to a group that the router is not in, or in a frame to all stations and not
+               // for the router: dropped by routing
   kBridged,    // passed on between ports of a bridge, not routed
   kUnknown,    // a program decides that nobody here knows
 };
@@ -67,9 +68,10 @@ enum class Detail { kVerdict, kSteps };
 // - A packet in state kNew goes through nat PREROUTING. Any other has the addresses that it has;
 //   with a connection, it is that connection's packet in the direction that its source says.
 // - Routing: from a group, 255.255.255.255 or an address of the router it is a martian (where
-//   there are rules for routing, from any address that is no host's too), from 0.0.0.0/8 as well
-//   unless it is for everybody or a group; to 0.0.0.0/8, from or to 127.0.0.0/8 too. A group is
-//   nobody's here but 224.0.0.1. What is for the router or a whole network goes to INPUT.
+//   there are rules for routing, from any address that is no host's too), from 0.0.0.0 as well
+//   unless it is for everybody or a group; to 0.0.0.0, from or to 127.0.0.0/8 too, unless it
+//   is for everybody. A group is nobody's here but 224.0.0.1. What is for the router or a whole
+//   network goes to INPUT. What came in a frame to a group of stations is not sent on.
 // - filter INPUT or FORWARD, and for what leaves nat POSTROUTING in state kNew. The hosts behind
 //   a bridge are not behind a port that rules of the bridge keep them from.
 //

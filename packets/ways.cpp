@@ -11,22 +11,31 @@ IntervalSet network(uint64_t address, int prefix) {
   return IntervalSet::range(address & ~hosts & 0xffffffff, address | hosts);
 }
 
+// The MAC addresses that all stations have, or some.
+IntervalSet groupMacs() {
+  IntervalSet macs;
+  maskedValues(uint64_t{1} << 40, uint64_t{1} << 40, 48, 128, macs);
+  return macs;
+}
+
 bool refuses(Target::Kind kind) {
   return kind == Target::kDrop || kind == Target::kReject || kind == Target::kUnknown;
 }
 
 }  // namespace
 
-Ways::Ways(const Router &router, Diagrams &diagrams, uint64_t interface, Blame blame)
-    : router_(router), diagrams_(diagrams), chains_(router, diagrams, blame) {
+Ways::Ways(const Router &router, Diagrams &diagrams, uint64_t interface, Deciders deciders,
+           Node packets)
+    : router_(router), diagrams_(diagrams), chains_(router, diagrams, deciders) {
   const Flow flow = {
-      Diagrams::kAll,
+      packets,
       {{{kIn, interface}, {kBridgePort, interface}, {kOut, kNoInterface}, {kMark, 0}}, {}}};
   if (router.network().interfaces[interface].bridge.empty()) {
     enter(flow);
   } else {
     enterBridge(flow);
   }
+  if (ends_.empty()) return;
   // By halves, as rules are.
   const std::function<Node(size_t, size_t)> joined = [&](size_t begin, size_t end) {
     if (end - begin == 1) return ends_[begin];
@@ -38,10 +47,12 @@ Ways::Ways(const Router &router, Diagrams &diagrams, uint64_t interface, Blame b
   std::vector<Outcome> outcomes;
   std::map<uint32_t, uint32_t> kept;
   for (uint32_t place : diagrams_.values(places)) {
+    if (place == 0) continue;  // a packet that was not asked about
     kept[place] = static_cast<uint32_t>(outcomes.size());
     outcomes.push_back(outcomes_[place - 1]);
   }
   outcomes_ = std::move(outcomes);
+  kept[0] = static_cast<uint32_t>(outcomes_.size());
   function_ = diagrams_.map(places, [&](uint32_t place) { return kept[place]; });
 }
 
@@ -158,8 +169,7 @@ void Ways::bridge(const Flow &flow) {
   const Network &network = router_.network();
   const uint64_t port = flow.now.fields.at(kBridgePort);
   const std::string &name = network.interfaces[port].bridge;
-  IntervalSet own;
-  maskedValues(uint64_t{1} << 40, uint64_t{1} << 40, 48, 128, own);  // of a group
+  IntervalSet own = groupMacs();
   for (uint64_t each : {network.number(name), port}) {
     const uint64_t mac = network.interfaces[each].mac;
     own.add({mac, mac});
@@ -229,12 +239,17 @@ Ways::Node Ways::routesOf(uint64_t mark) {
 // The addresses of the router. Where there are rules for routing it also notices that nobody
 // sends from the address of a whole network.
 IntervalSet Ways::noHosts() const {
+  const Network &known = router_.network();
   IntervalSet addresses;
-  for (const Route &route : router_.network().routesFor(0)) {
-    if (route.kind == Route::kUnicast) continue;
-    if (route.kind == Route::kLocal || !router_.network().rules.empty()) {
-      addresses.add(network(route.destination, route.prefix).intervals()[0]);
+  if (known.rules.empty()) {
+    for (const Interface &interface : known.interfaces) {
+      for (const Address &own : interface.addresses) addresses.add({own.address, own.address});
     }
+    return addresses;
+  }
+  for (const Route &route : known.routesFor(0)) {
+    if (route.kind == Route::kUnicast) continue;
+    addresses.add(network(route.destination, route.prefix).intervals()[0]);
   }
   return addresses;
 }
@@ -246,7 +261,7 @@ void Ways::route(const Flow &flow) {
   const auto from = [&](const IntervalSet &addresses) {
     return now(diagrams_.set({kSource, addresses}), flow);
   };
-  const IntervalSet groups = network(0xe0000000, 4), nowhere = network(0, 8),
+  const IntervalSet groups = network(0xe0000000, 4), nobody = IntervalSet::one(0),
                     loopback = network(0x7f000000, 8), everybody = IntervalSet::one(0xffffffff),
                     all_hosts = IntervalSet::one(0xe0000001);
   Node left = flow.packets;
@@ -256,11 +271,13 @@ void Ways::route(const Flow &flow) {
     return taken;
   };
   // A host that has no address yet may send to nobody in particular.
-  const Node unaddressed = diagrams_.both(from(IntervalSet::one(0)), to(IntervalSet::one(0)));
-  const Node to_many = diagrams_.either(unaddressed, diagrams_.either(to(everybody), to(groups)));
+  const Node unaddressed = diagrams_.both(from(nobody), to(nobody));
+  const Node to_all = diagrams_.either(unaddressed, to(everybody));
+  const Node to_many = diagrams_.either(to_all, to(groups));
+  const Node loops = diagrams_.either(from(loopback), to(loopback));
   for (Node martians :
-       {from(groups), from(everybody), from(loopback), from(noHosts()), to(loopback),
-        diagrams_.without(from(nowhere), to_many), diagrams_.without(to(nowhere), unaddressed)}) {
+       {from(groups), from(everybody), from(noHosts()), diagrams_.without(loops, to_all),
+        diagrams_.without(from(nobody), to_many), diagrams_.without(to(nobody), unaddressed)}) {
     end(take(martians), Verdict::kMartian);
   }
   end(take(diagrams_.without(to(groups), to(all_hosts))), Verdict::kNobody);
@@ -278,6 +295,10 @@ void Ways::route(const Flow &flow) {
     if (out == kNoInterface) {
       deliver(part);
     } else {
+      // Nobody's router passes on what was for all stations or some of them.
+      const Node to_group = diagrams_.set({kDestinationMac, groupMacs()});
+      end({diagrams_.both(part.packets, to_group), part.now}, Verdict::kNobody);
+      part.packets = diagrams_.without(part.packets, to_group);
       forward(part);
     }
   }
@@ -296,12 +317,12 @@ void Ways::deliver(const Flow &flow) {
 void Ways::forward(const Flow &flow) {
   const Node first = diagrams_.set({kState, IntervalSet::one(kNew)});
   for (const Flow &each : through({Place::kIptables, "filter", "FORWARD"}, flow)) {
-    // What is done to a packet that leaves; nothing of it changes where it goes.
+    // What is done to a packet that leaves, where the flow is of first packets of connections.
     const Node leaving = diagrams_.without(first, decided(each, &refuses));
     Node done = Diagrams::kNone;
     for (const Flow &out : through({Place::kIptables, "nat", "POSTROUTING"},
                                    {diagrams_.both(each.packets, leaving), each.now})) {
-      done = diagrams_.choose(first, out.decision, Diagrams::kNone);
+      done = out.decision;
     }
     const Node places =
         diagrams_.combine(each.decision, done, [&](uint32_t number, uint32_t behind) {

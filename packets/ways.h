@@ -18,7 +18,7 @@ namespace packets {
 // What becomes of a packet.
 struct Outcome {
   Verdict verdict = Verdict::kDropped;
-  std::optional<RuleAt> decided_by;     // nothing where routing decides, or without blame
+  std::optional<RuleAt> decided_by;     // nothing where routing decides, or where they are untold
   uint64_t out = kNoInterface;          // where it leaves
   std::optional<RuleAt> translated_by;  // the rule that gave it another destination
   std::optional<uint64_t> destination;  // which
@@ -31,14 +31,16 @@ struct Outcome {
 
 class Ways {
  public:
-  // Of the packets that come in from the wire of an interface (a bridge's port or another).
-  Ways(const Router &router, Diagrams &diagrams, uint64_t interface, Blame blame = Blame::kRule);
+  // Of the packets that come in from the wire of an interface (a bridge's port or another), or of
+  // some of them: of others the function gives no place in outcomes().
+  Ways(const Router &router, Diagrams &diagrams, uint64_t interface,
+       Deciders deciders = Deciders::kTold, Diagrams::Node packets = Diagrams::kAll);
 
   // Packets, as they come in, to the place of their outcome in outcomes().
   Diagrams::Node function() const { return function_; }
   const std::vector<Outcome> &outcomes() const { return outcomes_; }
   // The packets whose outcome is as wanted, whatever the unanswered questions' answers are
-  // (surely), or for some of them (possibly).
+  // (surely), or for some of them (possibly). What becomes of kUnknown is for `wanted` to say.
   Diagrams::Node surely(const std::function<bool(const Outcome &)> &wanted);
   Diagrams::Node possibly(const std::function<bool(const Outcome &)> &wanted);
   // The packets, as they come in, that reach a rule and match it.

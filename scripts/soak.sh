@@ -12,7 +12,7 @@ export ORBA_SOAK=1 ORBA_DAMAGED_LISTS=100000 GTEST_BRIEF=1
 # The steps, each with the most minutes that it may take. Each is the function of its
 # name below, run by this script in a process of its own that is given no functions:
 # a program that a step starts may be called what a step is called.
-steps=(checkers:2 sanitized:8 valgrind:8 threads:2 store:2 login:4 fuzz:8 bench:5)
+steps=(checkers:2 sanitized:8 valgrind:8 threads:2 store:2 login:4 fuzz:8 judge:9 bench:5)
 
 # Deliberate faults are seen, so the rest means something.
 step_checkers() {
@@ -40,6 +40,13 @@ step_store() { build/release/tests/nvram_tests --gtest_filter=TwoWriters.*:Power
 step_login() { build/release/tests/session_tests --gtest_filter=SharedLogin.*Killed; }
 
 step_fuzz() { ./dev fuzz all 60; }
+
+# The model of packets against the kernel, with other routers than the tests have: as many as
+# there is time for.
+step_judge() {
+  CI=true build/release/tests/judge/packets_judge --first 1000000 --configurations 100000 \
+    --packets 20000 --minutes 8
+}
 
 step_bench() { ./dev bench; }
 

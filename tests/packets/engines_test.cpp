@@ -280,7 +280,7 @@ TEST(Engines, AgreeOnRandomRouters) {
     Diagrams diagrams;
     for (uint64_t interface : {1, 2, 4, 5}) {
       Ways ways(router, diagrams, interface);
-      Ways verdicts(router, diagrams, interface, Blame::kNone);
+      Ways verdicts(router, diagrams, interface, Deciders::kUntold);
       std::map<RuleAt, Node> acts;
       for (const auto &[place, chain] : router.chains()) {
         for (size_t i = 0; i < chain.rules.size(); i++) acts[{place, i}] = ways.actsOn({place, i});
@@ -374,7 +374,7 @@ class Formulas {
 };
 
 Node accepted(Diagrams &diagrams, const Router &router) {
-  Chains chains(router, diagrams, Blame::kNone);
+  Chains chains(router, diagrams, Deciders::kUntold);
   const Place forward = {Place::kIptables, "filter", "FORWARD"};
   const Chain &chain = *router.chain(forward);
   return diagrams.where(

@@ -249,20 +249,39 @@ Conditions withoutAll(Conditions conditions) {
   return conditions;
 }
 
-const Rule *readBy(Router &router, const std::string &rule) {
-  const size_t before = router.chain({Place::kIptables, "filter", "INPUT"})->rules.size();
-  router.run("iptables -A INPUT " + rule, 0);
-  const std::vector<Rule> &rules = router.chain({Place::kIptables, "filter", "INPUT"})->rules;
-  return rules.size() > before ? &rules.back() : nullptr;
+std::optional<Rule> readBy(Place::Program program, const std::string &rule) {
+  Router router(network());
+  router.run((program == Place::kIptables ? "iptables -A INPUT " : "ebtables -A INPUT ") + rule, 0);
+  const std::vector<Rule> &rules = router.chain({program, "filter", "INPUT"})->rules;
+  return rules.empty() ? std::nullopt : std::optional(rules[0]);
+}
+
+// A rule as it is given, and as the real tool (1.8.9) lists what it made of it; null where it
+// refused.
+struct Reading {
+  const char *given, *listed;
+};
+
+template <size_t N>
+void expectReadings(Place::Program program, const Reading (&readings)[N]) {
+  for (const Reading &each : readings) {
+    SCOPED_TRACE(each.given);
+    const bool has_target = std::string(each.given).find("-j ") != std::string::npos;
+    const std::string target = has_target ? "" : " -j DROP";
+    const std::optional<Rule> given = readBy(program, each.given + target);
+    EXPECT_EQ(given.has_value(), each.listed != nullptr);
+    if (!given || each.listed == nullptr) continue;
+    const std::optional<Rule> listed = readBy(program, each.listed + target);
+    ASSERT_TRUE(listed) << each.listed;
+    EXPECT_EQ(withoutAll(given->conditions), withoutAll(listed->conditions)) << each.listed;
+    EXPECT_EQ(given->target, listed->target) << each.listed;
+  }
 }
 
 }  // namespace
 
-// What the real iptables (1.8.9) made of each, as it lists it; null where it refused.
-TEST(Forms, AreReadAsIptablesReadsThem) {
-  static const struct {
-    const char *given, *listed;
-  } kRules[] = {
+TEST(Forms, AreReadAsTheToolsReadThem) {
+  static const Reading kRules[] = {
       {"-s 10.1", "-s 10.1.0.0/32"},
       {"-s 010.0.0.1", "-s 8.0.0.1/32"},
       {"-s 0x0a000001", "-s 10.0.0.1/32"},
@@ -327,17 +346,69 @@ TEST(Forms, AreReadAsIptablesReadsThem) {
       {"--dport 22 -p tcp", nullptr},
       {"-p tcp --tcp-flags SYN,RST SYN -j TCPMSS --set-mss -40", nullptr},
   };
+  expectReadings(Place::kIptables, kRules);
+  static const Reading kFrames[] = {
+      {"-s 00:0C:43:28:60:2Ax", "-s 00:0c:43:28:60:2a"},
+      {"-s 00:0C:43:28:60:100", "-s 00:0c:43:28:60:10"},
+      {"-s 00:0C:43:28:60:2", "-s 00:0c:43:28:60:02"},
+      {"-s 00:0C:43:28:60", nullptr},
+      {"-s ''", nullptr},
+      {"-s 00-0C-43-28-60-2A", nullptr},
+      {"-s BroadCast", "-s ff:ff:ff:ff:ff:ff"},
+      {"-s Multicast", "-s 01:00:00:00:00:00/01:00:00:00:00:00"},
+      {"-s 00:0C:43:28:60:2A/ff:ff:ff:00:00:00", "-s 00:0c:43:00:00:00/ff:ff:ff:00:00:00"},
+      {"-s 00:0C:43:28:60:2A/ff:ff:ff", nullptr},
+      {"-p ipv4 --ip-src 10.1", "-p IPv4 --ip-src 10.1.0.0"},
+      {"-p ipv4 --ip-src 1.2.3.4/255.0.255.0", "-p IPv4 --ip-src 1.0.3.0/255.0.255.0"},
+      {"-p ipv4 --ip-src 1.2.3.4,1.2.3.5", nullptr},
+      {"-p ipv4 --ip-src any", nullptr},
+      {"-p ipv4 --ip-src any/0", "-p IPv4"},
+      {"--ip-src 1.2.3.4", nullptr},
+      {"-p ipv4 --ip-proto 256", nullptr},
+      {"-p ipv4 --ip-proto 1 --ip-sport 7", nullptr},
+      {"-p ipv4 --ip-proto 17 --ip-sport 22:21", nullptr},
+      {"-p ipv4 --ip-proto 17 --ip-sport 0x10", "-p IPv4 --ip-proto udp --ip-sport 16"},
+  };
+  expectReadings(Place::kEbtables, kFrames);
+}
+
+// Which of these in turn the real tools carried out on a router with br0 and eth2.2.
+TEST(Forms, RoutesAreAddedAndRefusedAsByTheTools) {
+  const std::pair<const char *, bool> kCommands[] = {
+      {"route add -net 10.8.0.0 netmask 255.255.0.0 gw 192.168.1.253 dev br0", true},
+      {"route add -net 10.8.0.0 netmask 255.255.0.0 gw 192.168.1.253 dev br0", false},
+      {"route add -net 10.8.0.0 netmask 255.255.0.0 gw 192.168.1.254 dev br0", true},
+      {"route add -net 10.8.0.0 netmask 255.255.0.0 dev br0", true},
+      {"route add -net 10.8.0.1 netmask 255.255.0.0 dev br0", false},
+      {"route add -net 10.9.0.0 netmask 255.0.255.0 dev br0", false},
+      {"route add -net 10.9.0.0 netmask 255.255.0.0 gw 10.9.0.1 dev br0", false},
+      {"route add -net 10.9.0.0 netmask 255.255.0.0 gw 192.168.1.1 dev br0", true},
+      {"route add -net 10.9.0.0 netmask 255.255.0.0 gw 0.0.0.0 dev br0", false},
+      {"route add -net 10.10.0.0 netmask 255.255.0.0 dev nosuch", false},
+      {"route add -host 10.10.0.1 gw 203.0.113.1 dev br0", false},
+      {"route add -host 10.1 dev br0", true},
+      {"route add -host foo dev br0", false},
+      {"route add -net 10.12.0.0 netmask 16 dev br0", false},
+      {"route add -net '' netmask 255.255.0.0 dev br0", false},
+      {"route add -net 010.12.0.0 netmask 255.255.0.0 dev br0", true},
+      {"route del -net 8.12.0.0 netmask 255.255.0.0 dev br0", true},
+      {"route del -net 10.8.0.0 netmask 255.255.0.0 dev br0", true},
+      {"route del -net 10.8.0.0 netmask 255.255.0.0 dev eth2.2", false},
+      {"ip route add default via 203.0.113.1 dev eth2.2 table 100", true},
+      {"ip route add default via 192.168.1.9 dev br0 table 100", false},
+      {"ip route replace default via 192.168.1.9 dev br0 table 101", true},
+      {"ip route add default via '' dev eth2.2 table 102", false},
+      {"ip route add default via 10.0.0.1 dev eth2.2 table 102", false},
+      {"ip route del default via 203.0.113.9 dev eth2.2 table 100", false},
+      {"ip rule add fwmark 0x20000000/0xe0000000 prio 201 table 100", true},
+      {"ip rule add fwmark 0x20000000/0xe0000000 prio 201 table 100", false},
+      {"ip rule add fwmark 0x20000000/0xe0000000 prio 202 table 100", true},
+      {"ip rule del fwmark 0x20000000/0xe0000000 prio 203 table 100", false},
+  };
   Router router(network());
-  for (const auto &each : kRules) {
-    SCOPED_TRACE(each.given);
-    const bool has_target = std::string(each.given).find("-j ") != std::string::npos;
-    const std::string target = has_target ? "" : " -j DROP";
-    const Rule *given = readBy(router, each.given + target);
-    EXPECT_EQ(given != nullptr, each.listed != nullptr);
-    if (given == nullptr || each.listed == nullptr) continue;
-    const Rule made = *given, *listed = readBy(router, each.listed + target);
-    ASSERT_NE(listed, nullptr) << each.listed;
-    EXPECT_EQ(withoutAll(made.conditions), withoutAll(listed->conditions)) << each.listed;
-    EXPECT_EQ(made.target, listed->target) << each.listed;
+  for (const auto &[command, carried_out] : kCommands) {
+    const size_t refused = router.refusals().size();
+    router.run(command, 0);
+    EXPECT_EQ(router.refusals().size() == refused, carried_out) << command;
   }
 }

@@ -1,0 +1,349 @@
+// packets_judge: holds the model of packets/ against the kernel of this machine.
+//
+//   packets_judge [--configurations N] [--packets N] [--first SEED] [--jobs N] [--record FOLDER]
+//                 [--minutes N] [--show 1]
+//
+// So many configurations, half of them with the tables of iptables-legacy and half with those of
+// iptables-nft, and so many packets to each. Every difference is a line that can be tried by
+// hand (--first SEED --configurations 1 --show 1). The first are recorded for packets_faults. Ends
+// with 1 when there is one, with 77 where the machine cannot make such routers; with CI set that is
+// a failure too.
+#include <sched.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iomanip>
+#include <iostream>
+#include <sstream>
+
+#include "kernel.h"
+#include "packets/router.h"
+#include "prober.h"
+
+namespace {
+
+using namespace judge;
+
+struct Options {
+  uint64_t configurations = 320, packets = 3200, first = 0, jobs = 2;
+  uint64_t minutes = 0;  // when no configuration is begun any more; 0: never
+  std::string record;
+  bool show = false;
+};
+
+// So many of the first configurations are recorded: enough to find a fault of the model by.
+constexpr uint64_t kRecorded = 80;
+
+// What all processes add to.
+struct Counts {
+  uint64_t configurations, probes, connections, by_an_answer, broute, refused, one_by_one;
+  uint64_t reversed, content, differences, lacking;
+};
+Counts *counts;
+
+void add(uint64_t &to, uint64_t number = 1) {
+  __atomic_fetch_add(&to, number, __ATOMIC_RELAXED);
+}
+
+void differs(const Situation &situation, const char *tables, const std::string &what) {
+  add(counts->differences);
+  if (counts->differences > 200) return;
+  std::ostringstream line;
+  line << "DIFFERS " << tables << " seed " << situation.seed << ": " << what << '\n';
+  const std::string text = line.str();
+  if (write(STDOUT_FILENO, text.data(), text.size()) < 0) _exit(1);
+}
+
+// The kernel here knows no broute table, and the lab's DMZ program does nothing: neither side is
+// given these lines.
+bool isLackingHere(const std::string &line) {
+  return line.find("-t broute") != std::string::npos || line.find("super_dmz") != std::string::npos;
+}
+
+// Whether the packet got as far as where connections are told apart: what follows it relies on
+// its having been seen.
+bool wasTracked(const packets::Walk &way) {
+  return !way.decided_by || way.decided_by->place.program == packets::Place::kIptables;
+}
+
+// A situation for whoever looks into a difference.
+void show(const Situation &situation) {
+  for (const packets::Interface &each : situation.network.interfaces) {
+    printf("%s %s %s\n", each.name.c_str(), packets::macText(each.mac).c_str(),
+           each.bridge.c_str());
+  }
+  for (const nvram::Setting &setting : situation.settings) {
+    printf("%s=%s\n", setting.key.c_str(), setting.value.c_str());
+  }
+  for (const std::string &line : situation.lines) printf("%s\n", line.c_str());
+}
+
+void judgePackets(const Situation &situation, const char *tables, Kernel &kernel,
+                  const packets::Router &router, const Options &options) {
+  Dice dice(situation.seed * 2 + 1);
+  Prober prober(router, dice);
+  Record record{.seed = situation.seed,
+                .tables = tables,
+                .network = situation.network,
+                .lines = situation.lines,
+                .refused = kernel.refused(),
+                .questions = router.unknowns().size(),
+                .probes = {},
+                .arrivals = {}};
+  std::vector<Probe> &probes = record.probes;
+  const auto send = [&](size_t begin) {
+    while (begin < probes.size()) {
+      std::vector<const Probe *> batch;
+      for (size_t i = begin; i < probes.size() && batch.size() < Kernel::kBatch; i++) {
+        batch.push_back(&probes[i]);
+      }
+      for (const Arrival &arrival : kernel.send(batch)) record.arrivals.push_back(arrival);
+      begin += batch.size();
+    }
+  };
+  while (probes.size() < options.packets) {
+    const size_t begin = probes.size();
+    for (int tries = 0; tries < 100 && probes.size() < begin + Kernel::kBatch; tries++) {
+      if (std::optional<Probe> probe = prober.first()) probes.push_back(*probe);
+    }
+    if (probes.size() == begin) break;
+    send(begin);
+    // What follows is sent one after another: each knows of the one before.
+    std::vector<std::vector<Probe>> chains;
+    for (size_t i = begin, end = probes.size(); i < end; i++) {
+      std::string why;
+      const Agreement agreement = judged(router, probes, i, record.arrivals[i], why);
+      if (agreement == Agreement::kByAnAnswer) add(counts->by_an_answer);
+      if (agreement == Agreement::kDiffers) {
+        differs(situation, tables,
+                text(probes[i], situation.network) + "\n  the kernel: " +
+                    text(record.arrivals[i], situation.network) + "\n  " + why);
+      }
+      if (agreement != Agreement::kAgrees || !dice.chance(40)) continue;
+      const packets::Walk way = wayOf(router, probes, i);
+      if (way.verdict != packets::Verdict::kForwarded &&
+          way.verdict != packets::Verdict::kDelivered) {
+        continue;
+      }
+      add(counts->connections);
+      chains.push_back(prober.followers(probes[i], static_cast<uint32_t>(i), way));
+    }
+    for (size_t step = 0;; step++) {
+      const size_t from = probes.size();
+      for (const std::vector<Probe> &chain : chains) {
+        if (step < chain.size()) probes.push_back(chain[step]);
+      }
+      if (probes.size() == from) break;
+      send(from);
+      for (size_t i = from; i < probes.size(); i++) {
+        std::string why;
+        const Agreement agreement = judged(router, probes, i, record.arrivals[i], why);
+        if (agreement == Agreement::kByAnAnswer) add(counts->by_an_answer);
+        if (agreement == Agreement::kAgrees && wasTracked(wayOf(router, probes, i))) continue;
+        for (std::vector<Probe> &chain : chains) {
+          if (chain.size() > step && chain[step].first == probes[i].first) chain.resize(step);
+        }
+        if (agreement != Agreement::kDiffers) continue;
+        differs(situation, tables,
+                text(probes[i], situation.network) + "\n  of " +
+                    text(probes[probes[i].first], situation.network) + "\n  the kernel: " +
+                    text(record.arrivals[i], situation.network) + "\n  " + why);
+      }
+    }
+  }
+  add(counts->probes, probes.size());
+  if (options.record.empty() || situation.seed >= options.first + kRecorded) return;
+  std::ostringstream bytes;
+  write(bytes, record);
+  const std::string path = options.record + "/" + std::to_string(situation.seed);
+  if (!(std::ofstream(path) << bytes.str() << std::flush)) {
+    throw std::runtime_error(path + " cannot be written");
+  }
+}
+
+// ---- processes ----
+
+// Says so once.
+void lacks(const Lacking &lacking) {
+  if (__atomic_fetch_add(&counts->lacking, 1, __ATOMIC_RELAXED) != 0) return;
+  fprintf(stderr, "packets_judge: this machine cannot make the routers: %s\n", lacking.what());
+}
+
+// In a process of its own, whose namespaces end with it.
+template <class Work>
+bool apart(const Work &work) {
+  std::cout.flush();
+  const pid_t child = fork();
+  if (child == 0) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    try {
+      work();
+      _exit(0);
+    } catch (const Lacking &lacking) {
+      lacks(lacking);
+    } catch (const std::exception &error) {
+      fprintf(stderr, "packets_judge: %s\n", error.what());
+    }
+    _exit(1);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+std::string listingOf(const Situation &situation, Kernel::Tables tables,
+                      const Translator *translator, const std::string &tools) {
+  char name[] = "/tmp/packets_judge.XXXXXX";
+  const int file = mkstemp(name);
+  apart([&] {
+    Kernel kernel(situation, tables);
+    translator != nullptr ? kernel.restore(*translator) : kernel.runOneByOne(tools);
+    const std::string listing = kernel.listing();
+    if (write(file, listing.data(), listing.size()) < 0) _exit(1);
+  });
+  std::ifstream in(name);
+  const std::string listing((std::istreambuf_iterator<char>(in)), {});
+  close(file);
+  unlink(name);
+  return listing;
+}
+
+std::string firstDifference(const std::string &one, const std::string &other) {
+  std::istringstream ones(one), others(other);
+  for (std::string line, its;;) {
+    const bool more = static_cast<bool>(std::getline(ones, line));
+    const bool its_more = static_cast<bool>(std::getline(others, its));
+    if (!more && !its_more) return "";
+    if (line != its || more != its_more) return "'" + line + "', '" + its + "'";
+    line = its = "";
+  }
+}
+
+void work(uint64_t job, const Options &options) {
+  becomeRoot();
+  Translator translator(JUDGE_TOOLS);
+  uint64_t held = 0;
+  constexpr uint64_t kTogether = 16;
+  const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(options.minutes);
+  for (uint64_t begin = job; begin < options.configurations;) {
+    std::vector<Situation> situations;
+    std::vector<std::string> lines;
+    for (; begin < options.configurations && situations.size() < kTogether; begin += options.jobs) {
+      situations.push_back(situation(options.first + begin, JUDGE_EXAMPLES));
+      add(counts->broute, std::erase_if(situations.back().lines, isLackingHere));
+      if (options.show) show(situations.back());
+      const Situation &made = situations.back();
+      lines.insert(lines.end(), made.lines.begin(), made.lines.end());
+    }
+    translator.learn(lines);
+    for (const Situation &each : situations) {
+      if (options.minutes != 0 && std::chrono::steady_clock::now() > end) return;
+      // An even number of jobs gives each but one kind.
+      const Kernel::Tables tables =
+          (each.seed / options.jobs) % 2 == 0 ? Kernel::kLegacy : Kernel::kNft;
+      const char *name = tables == Kernel::kLegacy ? "legacy" : "nft";
+      if (held < 2) {  // one of each kind
+        held++;
+        add(counts->one_by_one);
+        const std::string difference =
+            firstDifference(listingOf(each, tables, &translator, ""),
+                            listingOf(each, tables, nullptr, translator.tools()));
+        if (!difference.empty()) differs(each, name, "restored and one by one: " + difference);
+      }
+      const bool done = apart([&] {
+        const packets::Router router = routerOf(each.network, each.lines);
+        Kernel kernel(each, tables);
+        kernel.restore(translator);
+        if (options.show) puts(kernel.listing().c_str());
+        if (options.show) fflush(stdout);
+        const Refusals refusals = compareRefusals(router, each.lines, kernel.refused());
+        for (const std::string &words : refusals.differences) differs(each, name, words);
+        add(counts->refused, refusals.both);
+        add(counts->reversed, refusals.reversed);
+        add(counts->content, refusals.content);
+        judgePackets(each, name, kernel, router, options);
+        add(counts->configurations);
+      });
+      if (counts->lacking != 0) return;
+      if (!done) differs(each, name, "could not be tried");
+    }
+  }
+}
+
+}  // namespace
+
+int main(int count, char **words) {
+  Options options;
+  for (int i = 1; i + 1 < count; i += 2) {
+    const std::string option = words[i];
+    const uint64_t number = strtoull(words[i + 1], nullptr, 10);
+    if (option == "--configurations") options.configurations = number;
+    if (option == "--packets") options.packets = number;
+    if (option == "--first") options.first = number;
+    if (option == "--jobs") options.jobs = number;
+    if (option == "--minutes") options.minutes = number;
+    if (option == "--record") options.record = words[i + 1];
+    if (option == "--show") options.show = true;
+  }
+  counts = static_cast<Counts *>(
+      mmap(nullptr, sizeof(Counts), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+  if (!options.record.empty()) {  // none of an older run
+    std::filesystem::remove_all(options.record);
+    std::filesystem::create_directories(options.record);
+  }
+  const auto begin = std::chrono::steady_clock::now();
+  std::vector<pid_t> jobs;
+  for (uint64_t job = 0; job < options.jobs; job++) {
+    const pid_t child = fork();
+    if (child == 0) {
+      int status = 0;
+      try {
+        work(job, options);
+      } catch (const Lacking &lacking) {
+        lacks(lacking);
+      } catch (const std::exception &error) {
+        fprintf(stderr, "packets_judge: %s\n", error.what());
+        status = 1;
+      }
+      _exit(status);
+    }
+    jobs.push_back(child);
+  }
+  bool failed = false;
+  for (pid_t job : jobs) {
+    int status = 0;
+    waitpid(job, &status, 0);
+    failed = failed || !WIFEXITED(status) || WEXITSTATUS(status) != 0;
+  }
+  const double seconds =
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+  if (counts->lacking != 0) {
+    const char *ci = getenv("CI");
+    return ci != nullptr && *ci != '\0' ? 1 : 77;
+  }
+  std::ostringstream told;
+  told << counts->configurations << " configurations, " << counts->probes << " packets, "
+       << counts->connections << " connections in " << std::fixed << std::setprecision(1) << seconds
+       << " s: " << static_cast<uint64_t>(static_cast<double>(counts->probes) / seconds)
+       << " packets a second\n"
+       << counts->one_by_one << " configurations also command by command; " << counts->refused
+       << " commands refused by both\n"
+       << "explained: " << counts->by_an_answer
+       << " packets by an answer that nobody can foresee (limit); " << counts->broute
+       << " commands for broute and the DMZ program, which are lacking here; " << counts->content
+       << " for the content of pages, which the tools lack; " << counts->reversed
+       << " with reversed ports of UDP, which the present tools take and nothing matches\n"
+       << counts->differences << " differences\n";
+  std::cout << told.str();
+  const bool whole = options.minutes != 0 || counts->configurations == options.configurations;
+  return failed || counts->differences != 0 || counts->configurations == 0 || !whole;
+}

@@ -1,0 +1,98 @@
+// A router of the kernel's own, in namespaces: the real tools make its rules, and packets are
+// written to and read from devices that bear the names of the router's.
+#ifndef ORBA_TESTS_JUDGE_KERNEL_H
+#define ORBA_TESTS_JUDGE_KERNEL_H
+
+#include <cstdint>
+#include <map>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "probe.h"
+#include "situations.h"
+
+namespace judge {
+
+// The machine has not what it takes.
+struct Lacking : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+using Words = std::vector<std::string>;  // of a command
+
+// What lines run, by lab/tools; each line is asked about once.
+class Translator {
+ public:
+  explicit Translator(std::string tools) : tools_(std::move(tools)) {}
+  void learn(const std::vector<std::string> &lines);
+  // The commands of a line that was learnt; the first word of one without a form is "refused".
+  const std::vector<Words> &commands(const std::string &line) const { return known_.at(line); }
+  const std::string &tools() const { return tools_; }
+
+ private:
+  std::string tools_;
+  std::map<std::string, std::vector<Words>> known_;
+};
+
+// This process gets a user namespace of its own, in which it is root.
+void becomeRoot();
+
+class Kernel {
+ public:
+  enum Tables { kLegacy, kNft };
+
+  // This process leaves for namespaces of the router's; it must be root there.
+  Kernel(const Situation &situation, Tables tables);
+  ~Kernel();
+
+  // All rules at once by the tools' restore programs, in the order of the lines, without the
+  // commands that find nothing to delete or to make.
+  void restore(const Translator &translator);
+  // The same lines one by one, as a shell runs them.
+  void runOneByOne(const std::string &tools);
+  // Rules and routes as the tools list them.
+  std::string listing() const;
+  // The lines by their place with a command that a tool refuses for what it says.
+  const std::map<size_t, std::string> &refused() const { return refused_; }
+
+  // Sends them in turn and says what came of each. At most kBatch, each of another connection.
+  static constexpr size_t kBatch = 64;
+  std::vector<Arrival> send(const std::vector<const Probe *> &probes);
+
+ private:
+  struct Port {
+    std::string name;
+    int descriptor;
+    bool ethernet;
+    uint64_t number;  // in the network
+    uint64_t bridge;  // kNoInterface for none
+  };
+  struct Command {
+    size_t line;
+    Words words;
+  };
+
+  void makeDevices();
+  void restoreTable(const char *program, const std::string &table,
+                    const std::vector<Command> &commands);
+  void write(const Probe &probe, uint16_t id);
+  bool drain(const std::vector<const Probe *> &probes, std::vector<Arrival> &arrivals);
+  void readFrame(const Port &port, uint8_t *frame, size_t size,
+                 const std::vector<const Probe *> &probes, std::vector<Arrival> &arrivals);
+  bool answerArp(const Port &port, const uint8_t *frame, size_t size);
+  Arrival *ofNumber(uint16_t number, std::vector<Arrival> &arrivals);
+
+  const Situation &situation_;
+  Tables tables_;
+  std::map<size_t, std::string> refused_;
+  std::vector<Port> ports_;
+  std::vector<int> raw_;  // has what is delivered
+  int own_ = -1;          // sends what the router itself does
+  uint16_t first_number_ = 1;
+};
+
+}  // namespace judge
+
+#endif

@@ -1,0 +1,100 @@
+// Packets that are tried, and what came of them.
+#ifndef ORBA_TESTS_JUDGE_PROBE_H
+#define ORBA_TESTS_JUDGE_PROBE_H
+
+#include <cstdint>
+#include <iosfwd>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "packets/network.h"
+#include "packets/walk.h"
+
+namespace judge {
+
+inline constexpr uint64_t kProtocols[] = {
+    packets::kTcp, packets::kUdp, packets::kIcmp, packets::kIgmp, 47, 50, 89};
+
+struct Probe {
+  enum Role : uint8_t {
+    kFirst,     // of no connection before
+    kRepeated,  // the first once more, before there is a reply
+    kReply,     // the other side's to a first packet
+    kSecond,    // one more in the first's direction, behind the reply
+    kError,     // ICMP from the other side about the first
+  };
+  static constexpr uint32_t kNone = UINT32_MAX;
+
+  packets::Packet packet;  // as it comes in; with no kBridgePort the router itself sends it
+  Role role = kFirst;
+  uint32_t first = kNone;      // the place of the connection's first packet among the probes
+  packets::Packet about = {};  // of kError: the packet that it is about, as it left
+  uint16_t echo = 0;           // the number in an ICMP echo
+  std::string content;
+};
+
+// What was seen of a packet behind the router.
+struct Arrival {
+  bool forwarded = false, bridged = false, delivered = false;
+  bool reset = false;                    // the sender was sent a TCP reset by the router's rules
+  bool unreachable = false;              // or told that no route leads there
+  uint64_t out = packets::kNoInterface;  // where it came out; of a bridge the first port
+  uint64_t router_out = packets::kNoInterface;  // and the bridge itself
+  uint32_t source = 0, destination = 0;
+  uint16_t source_port = 0, destination_port = 0;
+  uint32_t mark = 0;  // of what was delivered
+
+  bool operator==(const Arrival &) const = default;
+};
+
+// A host's own.
+inline uint64_t macOfHost(uint64_t address) {
+  return 0x020100000000 | address;
+}
+
+// The router's answer about a packet by the model, whose connection begins with another probe.
+packets::Walk wayOf(const packets::Router &router, const std::vector<Probe> &probes, size_t which);
+
+// Whether it is what was seen. Says why not.
+bool agrees(const packets::Walk &way, const Probe &probe, const Arrival &arrival, std::string &why);
+// The same where answers to questions that nobody can foresee may be any.
+enum class Agreement { kAgrees, kByAnAnswer, kDiffers };
+Agreement judged(const packets::Router &router, const std::vector<Probe> &probes, size_t which,
+                 const Arrival &arrival, std::string &why);
+
+// What the model makes of lines.
+packets::Router routerOf(const packets::Network &network, const std::vector<std::string> &lines);
+
+// Where the model and the tools do not refuse the same lines, in words. Forms that only one of
+// them knows are told apart and counted.
+struct Refusals {
+  std::vector<std::string> differences;
+  uint64_t both = 0;
+  uint64_t reversed = 0;  // ports of UDP that only the device's iptables refuses; none match
+  uint64_t content = 0;   // of pages, for which the present iptables has no match
+};
+Refusals compareRefusals(const packets::Router &router, const std::vector<std::string> &lines,
+                         const std::map<size_t, std::string> &refused);
+
+std::string text(const Arrival &arrival, const packets::Network &network);
+std::string text(const Probe &probe, const packets::Network &network);
+
+// A situation with its packets and what the kernel made of them, to be judged again.
+struct Record {
+  uint64_t seed = 0;
+  std::string tables;  // "legacy" or "nft"
+  packets::Network network;
+  std::vector<std::string> lines;
+  std::map<size_t, std::string> refused;  // by a tool, and why; by the line's place
+  size_t questions = 0;                   // fields of the packets behind kFields
+  std::vector<Probe> probes;
+  std::vector<Arrival> arrivals;
+};
+
+void write(std::ostream &out, const Record &record);
+bool read(std::istream &in, Record &record);
+
+}  // namespace judge
+
+#endif

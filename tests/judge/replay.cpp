@@ -1,0 +1,123 @@
+// packets_faults: judges the model by what packets_judge recorded of the kernel, with no fault
+// and with each of those that faults.py has built into it.
+//
+//   packets_faults FOLDER [NUMBER]
+//
+// Each must be found: one that the records do not contradict escapes. One in a hundred may, and
+// is named. Ends with 77 where there are no records, since there could be no kernel.
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+
+#include "fault.h"
+#include "probe.h"
+
+namespace judge {
+
+static int chosen = 0;
+
+bool fault(int number) {
+  return number == chosen;
+}
+
+namespace {
+
+// The first contradiction of the records, empty for none.
+std::string contradiction(const std::vector<Record> &records) {
+  for (const Record &record : records) {
+    const std::string where = record.tables + " seed " + std::to_string(record.seed) + ": ";
+    const packets::Router router = routerOf(record.network, record.lines);
+    const Refusals refusals = compareRefusals(router, record.lines, record.refused);
+    if (!refusals.differences.empty()) return where + refusals.differences[0];
+    for (size_t i = 0; i < record.probes.size(); i++) {
+      std::string why;
+      const Probe &probe = record.probes[i];
+      // The state by which the first of a connection was sent, and the kernel agreed.
+      if (probe.role == Probe::kFirst &&
+          packets::stateOfFirst(probe.packet) != probe.packet[packets::kState]) {
+        return where + text(probe, record.network) + "; begins another state";
+      }
+      if (judged(router, record.probes, i, record.arrivals[i], why) == Agreement::kDiffers) {
+        return where + text(probe, record.network) +
+               "; the kernel: " + text(record.arrivals[i], record.network) + "; " + why;
+      }
+    }
+  }
+  return "";
+}
+
+// With a fault, in a process of its own: it may crash or hang, and tables are made only once.
+bool isFound(const std::vector<Record> &records, int number, bool told) {
+  std::cout.flush();
+  const pid_t child = fork();
+  if (child == 0) {
+    chosen = number;
+    alarm(60);
+    const std::string found = contradiction(records);
+    if (told && !found.empty()) std::cout << found << std::endl;
+    _exit(found.empty() ? 0 : 1);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  return !WIFEXITED(status) || WEXITSTATUS(status) != 0;
+}
+
+int run(const std::string &folder, int only) {
+  std::vector<std::filesystem::path> paths;
+  if (std::filesystem::exists(folder)) {
+    for (const auto &each : std::filesystem::directory_iterator(folder)) paths.push_back(each);
+  }
+  const char *ci = getenv("CI");
+  if (paths.empty()) {
+    std::cout << "packets_faults: there are no records of a kernel in " << folder << '\n';
+    return ci != nullptr && *ci != '\0' ? 1 : 77;
+  }
+  // The examples first, and then in the order of their seeds.
+  std::sort(paths.begin(), paths.end(), [](const auto &one, const auto &other) {
+    return std::stoull(one.filename()) < std::stoull(other.filename());
+  });
+  std::vector<Record> records;
+  for (const std::filesystem::path &path : paths) {
+    std::ifstream file(path);
+    Record record;
+    if (!read(file, record)) {
+      std::cout << path.string() << " cannot be read\n";
+      return 1;
+    }
+    records.push_back(std::move(record));
+  }
+  if (only != 0) return isFound(records, only, true) ? 0 : 1;
+
+  const auto begin = std::chrono::steady_clock::now();
+  if (isFound(records, 0, true)) {
+    std::cout << "the model contradicts the records without a fault\n";
+    return 1;
+  }
+  int escaped = 0;
+  for (int number = 1; number <= kFaults; number++) {
+    if (isFound(records, number, false)) continue;
+    escaped++;
+    std::cout << "escaped: " << number << ", " << kFaultWords[number] << '\n';
+  }
+  const double seconds =
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+  std::cout << kFaults << " faults, " << kFaults - escaped << " found, " << escaped
+            << " escaped, by " << records.size() << " records in " << seconds << " s\n";
+  return escaped * 100 > kFaults ? 1 : 0;
+}
+
+}  // namespace
+
+}  // namespace judge
+
+int main(int count, char **words) {
+  if (count < 2) return 2;
+  return judge::run(words[1], count > 2 ? atoi(words[2]) : 0);
+}

@@ -2,11 +2,20 @@
 # test.sh [NAME...]: the library's commands with real tools and real packets, in
 # a lab of its own. Ends with 77 where no lab can be made, which ctest counts as
 # skipped; but where CI is set, a lab must be made.
+# test.sh --list [--json] [NAME...]: the names of these tests.
 ORBA_LAB_STATE=$(mktemp -d)/lab
 export ORBA_LAB_STATE
 . "$(dirname "$0")/state.sh"
 trap '"$lab/down.sh"; rmdir "$(dirname "$state")"' EXIT
 export ORBA EXAMPLES="${EXAMPLES:-$lab/../examples}"
+
+names() { (cd "$lab/tests" && python3 -B "$lab/names.py" "$@"); }
+if [ "${1:-}" = --list ]; then
+  shift
+  names "$@"
+  exit
+fi
+[ $# = 0 ] || names "$@" >/dev/null || exit 2
 
 status=0
 said=$("$lab/up.sh" "$EXAMPLES/gateway.conf" 2>&1) || status=$?

@@ -74,5 +74,5 @@ for process in $(cat "/proc/$router/task/$router/children"); do
 done
 rm "$state/tools.tar"
 trap - EXIT
-told "router: $LAN 192.168.1.1, $WAN 198.51.100.2; hosts: lan 192.168.1.10, internet 198.51.100.1"
+told "router: $LAN 192.168.1.1, $WAN 198.51.100.2; hosts: lan 192.168.1.10, internet 198.51.100.1" || exit 4
 "$lab/probe.sh" | sed 's/^/not to be had here: /'

@@ -96,6 +96,10 @@ class KeptIn(LabTest):
         terminal.shown("told something")
         terminal.type("\x03")
         self.assertRegex(terminal.shown(), r"ended 130(.|\n)* icanon")
+        # A shell gives it back without a word.
+        terminal = Terminal(f"{ORBA} lab shell; echo ended $?")
+        terminal.type("exit\n")
+        self.assertRegex(terminal.shown("ended"), r"^(exit\s+|router# )+ended 0\s+$")
 
     def test_keys(self):
         session = run("keyctl", "session", "-", "sh", "-c",
@@ -146,7 +150,7 @@ class KeptIn(LabTest):
             planted = os.listdir(f"{folder}/mine")
             run(*as_user, ORBA, "lab", "down", env=own)
         self.assertEqual(signalled.stdout, "went on\n", signalled)
-        self.assertIn("161", applied.stdout, applied)
+        self.assertIn("163 commands", applied.stdout, applied)
         self.assertEqual(planted, [])
 
     def users_own(self):

@@ -103,6 +103,9 @@ class Failures(LabTest):
         self.assertRegex(done.stdout, "failed with [1-9]: iptables -A NoSuch -j ACCEPT\n    ip")
         self.assertIn("failed with 2: ls /no/such\n    ls: cannot access '/no/such'", done.stdout)
 
+    def test_a_reader_that_goes_away_ends_no_lab(self):
+        self.assertEqual(run("bash", "-c", f"{{ {ORBA} show schedule --lab | true; }} 2>&1").stdout, "")
+
     def test_only_what_is_missing_may_fail(self):
         kept = self.orba("apply", "doSystem",
                          "iptables -N INPUT; iptables -F NoSuch; iptables -D INPUT -j NoSuch")

@@ -57,6 +57,21 @@ class ToTheRouter(LabTest):
         self.assertEqual(tcp("internet", ROUTER, 7547), "refused")  # TR-069 is always open
         self.assertEqual(tcp("lan", ROUTER_LAN, 4444), "refused")
 
+    def test_the_example_is_a_home_on_the_internet(self):
+        self.firewall()
+        shell("internet", f"ip route replace 192.168.1.0/24 via {ROUTER}")
+        internet = ("internet", INTERNET)
+        self.assertEqual(tcp("lan", INTERNET, 443, listener=internet), ROUTER)
+        self.assertEqual(udp("lan", INTERNET, 53, internet), ROUTER)
+        self.assertEqual(tcp("lan", ROUTER_LAN, 80, source="192.168.1.40"), "refused")
+        for host in ("lan", "router"):
+            self.assertTrue(ping(host, INTERNET), host)
+        self.assertEqual(tcp("internet", ROUTER, 443, listener=("lan", LAN)), INTERNET)
+        for target in (ROUTER, LAN):
+            for port in (22, 80, 8080):
+                self.assertEqual(tcp("internet", target, port), "dropped", (target, port))
+            self.assertFalse(ping("internet", target), target)
+
     def test_scan_flags(self):
         self.needs("the packet filter")
         scans = (("FIN", "URG", "PSH"), ("SYN", "RST", "ACK", "FIN", "URG"), (), ("SYN", "RST"),

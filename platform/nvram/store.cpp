@@ -35,14 +35,22 @@ int lastLineOf(std::string_view text) {
   return static_cast<int>(std::count(text.begin(), text.end(), '\n')) + 1;
 }
 
+// One damage for all that belongs elsewhere: it is a whole configuration in place of a space.
 Settings parseSpace(std::string_view text, int number, std::vector<Damage> *damages) {
   Settings settings;
+  int elsewhere = 0, first_line = 0;
   for (Setting &setting : parseSettings(text, damages, number)) {
     if (setting.space == number) {
       settings.insert_or_assign(std::move(setting.key), std::move(setting.value));
-    } else {
-      damages->push_back({setting.line, "belongs to another space"});
+    } else if (elsewhere++ == 0) {
+      first_line = setting.line;
     }
+  }
+  if (elsewhere > 0) {
+    const std::string what =
+        elsewhere == 1 ? "belongs to another space"
+                       : "begins " + std::to_string(elsewhere) + " settings of another space";
+    damages->push_back({first_line, what + "; 'orba import' puts each into its own"});
   }
   if (!text.empty() && text.back() != '\n') {
     damages->push_back({lastLineOf(text), "has no line end; the file may have been cut short"});
@@ -115,6 +123,11 @@ void Store::commit(int number) {
   space.changes.clear();
 }
 
+void Store::replace(int number, Settings settings) {
+  for (const auto &[key, value] : settings) requireValid(key);
+  merge(at(number), std::move(settings), Others::kGo);
+}
+
 const Settings &Store::settings(int number) {
   Space &space = at(number);
   refresh(space);
@@ -163,8 +176,8 @@ void Store::load(Space &space, std::optional<File> file) {
   space.identity = file ? std::optional(file->identity) : std::nullopt;
 }
 
-// Writes the file's settings of this moment with `changes` over them.
-void Store::merge(Space &space, Settings changes) {
+// Writes the file's settings of this moment with `changes` over them, or these alone.
+void Store::merge(Space &space, Settings changes, Others others) {
   makeFolder(folder_);
   const Place place = readOrTell(space, [&] { return Place(space.path); });
   const FileLock lock(place);
@@ -176,7 +189,7 @@ void Store::merge(Space &space, Settings changes) {
     place.put(place.name() + ".damaged", space.text, before);
     place.syncNames(lock.file());
   }
-  changes.merge(Settings(space.settings));  // what is there already stays
+  if (others == Others::kStay) changes.merge(Settings(space.settings));
   std::string text = printSettings(changes);
   place.put(place.name(), text, before);
   space.settled = false;

@@ -32,6 +32,8 @@ class Store {
   void set(int number, std::string_view key, std::string_view value);
   void setBuffered(int number, std::string_view key, std::string_view value);
   void commit(int number);
+  /* Durable at once, in place of all that the space holds. What is buffered stays buffered. */
+  void replace(int number, Settings settings);
 
   const Settings &settings(int number);
 
@@ -52,7 +54,8 @@ class Store {
   int numberOf(const Space &space) const;
   void refresh(Space &space);
   void load(Space &space, std::optional<File> file);
-  void merge(Space &space, Settings changes);
+  enum class Others { kStay, kGo };
+  void merge(Space &space, Settings changes, Others others = Others::kStay);
   bool takeBack(const Space &space, const Place &place, const std::optional<File> &before);
   template <typename Read>
   auto readOrTell(Space &space, Read read);

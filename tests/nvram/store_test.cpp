@@ -102,7 +102,7 @@ TEST(Store, KeepsTheModeOfTheFileAndMovesItsTimeOn) {
 
 TEST(DamagedFile, IsReportedOnceAndItsGoodSettingsAreUsed) {
   StoreFolder folder;
-  const std::string damaged = "good=1\nbro\x01ken\n[2]\nother=1\n[1]\nlast=cut";
+  const std::string damaged = "good=1\nbro\x01ken\n[2]\nother=1\nmore=1\n[1]\nlast=cut";
   folder.write("space1.conf", damaged);
   const std::string file = folder.file("space1.conf");
   const std::string errors = errorsOf(folder, [&] {
@@ -120,11 +120,12 @@ TEST(DamagedFile, IsReportedOnceAndItsGoodSettingsAreUsed) {
     folder.write("space1.conf", "good=1\nagain\n");
     EXPECT_STREQ(nvram_get(1, "good"), "1");
   });
-  EXPECT_EQ(errors, file + ":2: has no '='\n" +                                             //
-                        file + ":4: belongs to another space\n" +                           //
-                        file + ":6: has no line end; the file may have been cut short\n" +  //
-                        file + ":7: has no '='\n" +                                         //
-                        file + ":6: has no line end; the file may have been cut short\n" +  //
+  EXPECT_EQ(errors, file + ":2: has no '='\n" +  //
+                        file + ":4: begins 2 settings of another space; 'orba import' " +
+                        "puts each into its own\n" +                                        //
+                        file + ":7: has no line end; the file may have been cut short\n" +  //
+                        file + ":8: has no '='\n" +                                         //
+                        file + ":7: has no line end; the file may have been cut short\n" +  //
                         file + ":2: has no '='\n");
 }
 

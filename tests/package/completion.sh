@@ -18,7 +18,7 @@ offers() {  # expected, word...
   # shellcheck disable=SC2053 # A pattern.
   [[ $offered == $expected ]] || { echo "orba $*: offered '$offered', not '$expected'"; status=1; }
 }
-offers 'plan psk' p
+offers 'plan ports psk' p
 offers 'apply check *list plan *psk*show*' ''
 offers 'down shell test up' lab ''
 offers 'router' lab shell r
@@ -29,12 +29,13 @@ offers 'schedule' show schedu
 offers '' plan schedu
 offers '' plan firewall_init fire
 offers 'getDefaultWanIp' apply getDefaultWanIp
-offers 'examples/gateway.conf' plan firewall_init --config examples/ga
-offers 'examples/gateway.conf' diff examples/bridge.conf examples/ga
+offers 'examples/gateway.conf' plan firewall_init --config examples/gateway.c
+offers 'examples/gateway.conf' diff examples/bridge.conf examples/gateway.c
 offers 'firewall_fini' diff examples/bridge.conf examples/gateway.conf firewall_f
 offers 'DMZAddress' explain DMZAd
 offers 'iptablesDMZRun' explain iptablesDMZR
-offers 'examples/gateway.conf' check -c examples/ga
+offers 'examples/gateway.conf' check -c examples/gateway.c
+offers 'examples/gateway.conf' import examples/gateway.c
 offers 'examples/device' show getRoutingTable -r examples/d
 offers 'lan' trace --why -c examples/gateway.conf l
 offers '' trace lan ''

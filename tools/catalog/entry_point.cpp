@@ -6,17 +6,14 @@
 #include <cstdlib>
 #include <sstream>
 
+#include "tools/text/near_names.h"
+
 namespace orba::tool {
 
 namespace {
 
 std::string upper(std::string text) {
   for (char &c : text) c = static_cast<char>(toupper(static_cast<unsigned char>(c)));
-  return text;
-}
-
-std::string lower(std::string text) {
-  for (char &c : text) c = static_cast<char>(tolower(static_cast<unsigned char>(c)));
   return text;
 }
 
@@ -74,16 +71,13 @@ tm timeFrom(const Parameter &parameter, const std::string &word) {
 }
 
 const EntryPoint &entryPointNamed(const std::string &name) {
-  std::string near;
+  std::vector<std::string> names;
   for (const EntryPoint &entry : entryPoints()) {
     if (entry.name == name) return entry;
-    if (lower(entry.name).find(lower(name)) != std::string::npos) {
-      near += near.empty() ? "; did you mean " : ", ";
-      near += entry.name;
-    }
+    names.emplace_back(entry.name);
   }
   throw BadArgument("there is no entry point '" + name + "'" +
-                    (near.empty() ? "; 'orba list' shows them all" : near + "?"));
+                    didYouMean(name, names, "'orba list' shows them all"));
 }
 
 EntryPoint entry(const char *subsystem, const char *name, int (*getter)(char *, int, char **),

@@ -8,14 +8,17 @@
 #include <iostream>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <set>
 
 #include "tools/catalog/entry_point.h"
 #include "tools/cli/subcommands.h"
 #include "tools/device/config.h"
+#include "tools/device/desk_device.h"
 #include "tools/show/check.h"
 #include "tools/show/explain.h"
 #include "tools/text/json.h"
 #include "tools/text/lines.h"
+#include "tools/traffic/reach.h"
 
 namespace orba::tool {
 
@@ -54,10 +57,26 @@ struct CheckOptions {
   bool json = false;
 };
 
-Exit check(const CheckOptions &options) {
+// What the settings show, and what packets show of records that nothing was said of.
+std::vector<Finding> findingsIn(const std::vector<nvram::Setting> &config) {
   sim::Device device;
-  putSettings(readConfig(options.config), device);
+  putSettings(config, device);
   std::vector<Finding> findings = checkSettings(device);
+  std::set<std::pair<std::string, int>> told;
+  for (const Finding &finding : findings) told.insert({finding.key, finding.record});
+  const Prepare prepare = [](sim::Device &made) { DeskDevice{"", ""}.prepare(made); };
+  const DeskRouter desk = deskRouter(config, prepare);
+  packets::Diagrams diagrams;
+  SideWays ways(desk, diagrams);
+  Blame blame(desk, prepare);
+  for (Finding &finding : checkTraffic(ways, blame)) {
+    if (!told.contains({finding.key, finding.record})) findings.push_back(std::move(finding));
+  }
+  return findings;
+}
+
+Exit check(const CheckOptions &options) {
+  const std::vector<Finding> findings = findingsIn(readConfig(options.config));
   std::string name = visible(options.config);
   nlohmann::ordered_json all = nlohmann::ordered_json::array();
   for (const Finding &finding : findings) {
@@ -69,7 +88,9 @@ Exit check(const CheckOptions &options) {
                    {"field_name", finding.fieldName()},
                    {"value", finding.value},
                    {"reason", finding.reason},
-                   {"effect", finding.effect}});
+                   {"effect", finding.effect},
+                   {"blocker", finding.blocker},
+                   {"witness", finding.witness}});
   }
   if (options.json) printJson(std::cout, all);
   if (findings.empty() && !options.json) std::cout << name << ": nothing found\n";
@@ -78,6 +99,7 @@ Exit check(const CheckOptions &options) {
 
 struct PskOptions {
   std::string ssid;
+  bool json = false;
 };
 
 // Reads a line from standard input, or unseen from the terminal when it is one.
@@ -100,7 +122,12 @@ Exit psk(const PskOptions &options) {
     throw BadArgument("a pass phrase has 8 to 63 characters, not " +
                       std::to_string(passphrase.size()));
   }
-  std::cout << entryPointNamed("PasswordHash").call({passphrase, options.ssid}).returned << "\n";
+  const std::string key = entryPointNamed("PasswordHash").call({passphrase, options.ssid}).returned;
+  if (options.json) {
+    printJson(std::cout, {{"ssid", options.ssid}, {"key", key}});
+  } else {
+    std::cout << key << "\n";
+  }
   explicit_bzero(passphrase.data(), passphrase.size());
   return kDone;
 }
@@ -129,8 +156,9 @@ void addExplain(CLI::App &app, Exit &exit) {
 void addCheck(CLI::App &app, Exit &exit) {
   auto options = std::make_shared<CheckOptions>();
   CLI::App &command = *app.add_subcommand(
-      "check", "Records that would be passed over or cut, and values out of form");
-  command.add_option("-c,--config", options->config, "The settings")->required();
+      "check",
+      "Records that are passed over, cut or reached by no packet, values out of form, open ports");
+  command.add_option("-c,--config,FILE", options->config, "The settings")->required();
   command.add_flag("--json", options->json, kForPrograms);
   command.callback([options, &exit] { exit = check(*options); });
 }
@@ -140,6 +168,7 @@ void addPsk(CLI::App &app, Exit &exit) {
   CLI::App &command =
       *app.add_subcommand("psk", "The WPA key of a network, from a pass phrase on standard input");
   command.add_option("SSID", options->ssid, "The network's name")->required();
+  command.add_flag("--json", options->json, kForPrograms);
   command.callback([options, &exit] { exit = psk(*options); });
 }
 

@@ -2,9 +2,7 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
-#include <cerrno>
-#include <cstring>
-#include <fstream>
+#include <chrono>
 #include <iostream>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -24,6 +22,10 @@
 #include "tools/show/week.h"
 #include "tools/text/json.h"
 #include "tools/text/lines.h"
+#include "tools/text/output.h"
+#include "tools/traffic/change.h"
+#include "tools/traffic/desk_router.h"
+#include "tools/traffic/meanwhile.h"
 
 namespace orba::tool {
 
@@ -39,6 +41,8 @@ struct CallOptions : DeviceOptions {
 
   void addTo(CLI::App &command, const char *entry_name);
   std::vector<nvram::Setting> settings() const;
+  // Throws BadArgument.
+  void checkWords() const;
   // Throws BadArgument for the words before any file is read.
   Recording run(long long ticks = 0) const;
 };
@@ -55,20 +59,32 @@ std::vector<nvram::Setting> CallOptions::settings() const {
   return path.empty() ? std::vector<nvram::Setting>() : readConfig(path);
 }
 
-Recording CallOptions::run(long long ticks) const {
+void CallOptions::checkWords() const try {
   entryPointNamed(entry).checkWords(words);
+} catch (const BadArgument &error) {
+  // Where another subcommand takes a file, these take words.
+  auto isFile = [](const std::string &word) { return access(word.c_str(), F_OK) == 0; };
+  for (const std::string &word : words) {
+    if (isFile(word)) throw BadArgument(error.what() + ("; settings are given as: -c " + word));
+  }
+  if (isFile(entry)) throw BadArgument(error.what() + ("; settings are given as: -c " + entry));
+  throw;
+}
+
+Recording CallOptions::run(long long ticks) const {
+  checkWords();
   return record(
       settings(), entry, words, [this](sim::Device &made) { prepare(made); }, ticks);
 }
 
 void writePicture(const std::string &path, const Recording &run, const Origins &origins,
                   const Difference *difference = nullptr) {
-  std::ofstream file(path, std::ios::binary);
-  file << firewallPicture(run, origins, difference) << std::flush;
-  if (!file) throw BadArgument(path + ": " + strerror(errno));
+  writeWhole(path, firewallPicture(run, origins, difference));
 }
 
 // ---- plan ----
+
+constexpr long long kMostTicks = 864'000;  // a day
 
 struct PlanOptions : CallOptions {
   bool json = false;
@@ -120,10 +136,14 @@ Exit showSchedule(const ShowOptions &options) {
   options.prepare(device);
   Week week = plannedWeek(device);
   if (options.json) {
-    printJson(std::cout, week.asJson());
-  } else {
-    week.print(std::cout);
+    nlohmann::ordered_json all = week.asJson();
+    all["differs_after_start"] = week.startsAsJson();
+    if (!options.at.empty()) all["at"] = week.atAsJson(minuteOfWeek(options.at));
+    printJson(std::cout, all);
+    return kDone;
   }
+  week.print(std::cout);
+  if (!options.at.empty()) week.printAt(std::cout, minuteOfWeek(options.at));
   return kDone;
 }
 
@@ -169,27 +189,73 @@ struct DiffOptions : DeviceOptions {
   std::vector<std::string> words;
   std::string picture;
   bool json = false;
+  bool meanwhile = false;
 };
 
+// The entry point runs with the new settings on the router that the old ones have made.
+Exit diffMeanwhile(const DiffOptions &options) {
+  const Prepare prepare = [&](sim::Device &device) { options.prepare(device); };
+  const DeskRouter before = deskRouter(readConfig(options.before), prepare);
+  const Recording rebuild =
+      record(readConfig(options.after), options.entry, options.words, prepare);
+  const auto begun = std::chrono::steady_clock::now();
+  bool shown = false;
+  const Meanwhile meanwhile = meanwhileOf(before, rebuild, [&](size_t done, size_t all) {
+    const bool long_since = std::chrono::steady_clock::now() - begun > std::chrono::seconds(1);
+    if (!long_since || isatty(STDERR_FILENO) == 0) return;
+    std::cerr << "\r" << done << " of " << all << " states" << std::flush;
+    shown = true;
+  });
+  if (shown) std::cerr << "\r\033[K" << std::flush;
+  if (options.json) {
+    printJson(std::cout, meanwhileAsJson(meanwhile, before));
+  } else {
+    printMeanwhile(std::cout, meanwhile, before, isatty(STDOUT_FILENO) != 0);
+  }
+  return meanwhile.windows.empty() ? kDone : kFound;
+}
+
+// An entry point of the router's start is told with what its change does to traffic.
 Exit diff(const DiffOptions &options) {
   options.confineToLab();
-  Prepare prepare = [&](sim::Device &device) { options.prepare(device); };
-  auto run = [&](const std::string &config) {
-    return record(readConfig(config), options.entry, options.words, prepare);
-  };
-  Recording before = run(options.before), after = run(options.after);
-  Difference difference = differenceOf(before, after);
+  if (options.meanwhile) return diffMeanwhile(options);
+  const Prepare prepare = [&](sim::Device &device) { options.prepare(device); };
+  const auto old_settings = readConfig(options.before), settings = readConfig(options.after);
+  const bool with_traffic =
+      options.picture.empty() && isOfStart(options.entry) && options.words.empty();
+  std::optional<DeskRouter> old_router, router;
+  std::optional<TrafficChanges> traffic;
+  Recording before, after;
+  if (with_traffic) {
+    old_router = deskRouter(old_settings, prepare);
+    router = deskRouter(settings, prepare);
+    traffic = trafficChanges(*old_router, *router, prepare);
+    before = old_router->run(options.entry);
+    after = router->run(options.entry);
+  } else {
+    before = record(old_settings, options.entry, options.words, prepare);
+    after = record(settings, options.entry, options.words, prepare);
+  }
+  const Difference difference = differenceOf(before, after);
+  const bool none = difference.none() && (!traffic || traffic->none());
+  const bool coloured = isatty(STDOUT_FILENO) != 0;
   if (!options.picture.empty()) {
     writePicture(options.picture, after, originsOf(after, prepare), &difference);
   } else if (options.json) {
-    printJson(std::cout, differenceAsJson(difference));
-  } else if (difference.none()) {
+    nlohmann::ordered_json json = differenceAsJson(difference);
+    if (traffic) json["traffic"] = trafficChangesAsJson(*traffic, *router);
+    printJson(std::cout, json);
+  } else if (none) {
     std::cout << options.entry << ": no difference\n";
   } else {
     std::cout << "--- " << visible(options.before) << "\n+++ " << visible(options.after) << "\n";
-    printDifference(std::cout, difference, isatty(STDOUT_FILENO) != 0);
+    if (traffic) {
+      printTrafficChanges(std::cout, *traffic, *router, coloured);
+      if (!difference.none()) std::cout << "\n";
+    }
+    printDifference(std::cout, difference, coloured);
   }
-  return difference.none() ? kDone : kFound;
+  return none ? kDone : kFound;
 }
 
 }  // namespace
@@ -199,16 +265,21 @@ void addPlan(CLI::App &app, Exit &exit) {
   CLI::App &command = *app.add_subcommand(
       "plan", "Call an entry point on the simulated device and show what it would do");
   options->addTo(command, "ENTRY");
-  command.add_flag("--json", options->json, kForPrograms);
-  command.add_flag("--raw", options->raw, "Only the exact lines given to the shell");
-  command.add_option("--ticks", options->ticks,
-                     "Let so many tenths of a second pass and run the timer's handler");
-  command.add_flag("--tables", options->tables, "The resulting chains, as packets meet them");
-  command.add_flag("--origins", options->origins, "Below each command the settings it comes from")
-      ->excludes("--ticks");
-  command
-      .add_option("--picture", options->picture, "Write the resulting chains to this file, as SVG")
-      ->excludes("--ticks");
+  CLI::Option *json = command.add_flag("--json", options->json, kForPrograms);
+  CLI::Option *raw =
+      command.add_flag("--raw", options->raw, "Only the exact lines given to the shell");
+  CLI::Option *ticks = command.add_option(
+      "--ticks", options->ticks, "Let so many tenths of a second pass and run the timer's handler");
+  ticks->check(CLI::Range(0LL, kMostTicks));
+  CLI::Option *tables =
+      command.add_flag("--tables", options->tables, "The resulting chains, as packets meet them");
+  CLI::Option *origins = command.add_flag("--origins", options->origins,
+                                          "Below each command the settings it comes from");
+  CLI::Option *picture = command.add_option("--picture", options->picture,
+                                            "Write the resulting chains to this file, as SVG");
+  raw->excludes(json)->excludes(tables)->excludes(origins)->excludes(picture);
+  picture->excludes(json)->excludes(tables)->excludes(ticks);
+  origins->excludes(tables)->excludes(ticks);
   command.callback([options, &exit] { exit = plan(*options); });
 }
 
@@ -217,22 +288,27 @@ void addShow(CLI::App &app, Exit &exit) {
   CLI::App &command =
       *app.add_subcommand("show", "What a getter answers; 'show schedule': the radio's week");
   options->addTo(command, "GETTER");
-  command.add_flag("--json", options->json, kForPrograms);
-  command.add_flag("--raw", options->raw, "The answer as the getter writes it");
+  CLI::Option *json = command.add_flag("--json", options->json, kForPrograms);
+  command.add_flag("--raw", options->raw, "The answer as the getter writes it")->excludes(json);
   command.callback([options, &exit] { exit = show(*options); });
 }
 
 void addDiff(CLI::App &app, Exit &exit) {
   auto options = std::make_shared<DiffOptions>();
   CLI::App &command = *app.add_subcommand(
-      "diff", "What changes in an entry point's commands and chains with the settings");
+      "diff",
+      "What changes in traffic, and in an entry point's commands and chains, with the settings");
   command.add_option("BEFORE", options->before, "The settings: KEY=VALUE lines, [1] and [2]")
       ->required();
   command.add_option("AFTER", options->after, "The changed settings")->required();
   command.add_option("ENTRY", options->entry, "The entry point")->capture_default_str();
   command.add_option("ARG", options->words, "Its arguments");
-  command.add_option("--picture", options->picture,
-                     "Write the chains with what changes to this file, as SVG");
+  auto *picture = command.add_option("--picture", options->picture,
+                                     "Write the chains with what changes to this file, as SVG");
+  command
+      .add_flag("--meanwhile", options->meanwhile,
+                "What gets through while the commands run, and neither before nor afterwards")
+      ->excludes(picture);
   options->addTo(command);
   command.add_flag("--json", options->json, kForPrograms);
   command.callback([options, &exit] { exit = diff(*options); });

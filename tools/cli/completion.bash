@@ -62,7 +62,8 @@ _orba() {
     -c | --config | -d | --device | --picture) _orba_files -f "$word"; return ;;
     -r | --root) _orba_files -d "$word"; return ;;
     --state) offered='new established related invalid' ;;
-    -p | --port | --address | --at | --ticks | --mac | --flags | --source-port | --length) return ;;
+    -p | --port | --address | --at | --ticks | --mac | --flags | --source-port | --length | -s | --space) return ;;
+    --from | --to) offered='router lan wifi wan wan2 wan3 wan4' ;;
   esac
   if [ -n "$offered" ]; then
     :
@@ -82,6 +83,7 @@ _orba() {
       trace)
         # The first positional; files of settings stand behind options.
         _orba_first_positional && offered='lan wifi wan wan2 wan3 wan4 router' ;;
+      check | serve | import | export | expect) _orba_files -f "$word"; return ;;
       explain) offered=$(_orba_names explain; _orba_names list) ;;
       *)
         # A subcommand's first positional may be an entry point. The help is read to its end: a

@@ -10,16 +10,10 @@
 
 namespace orba::tool {
 
-namespace {
-
-// A new device's clock stands at the midnight that begins a Sunday.
-void setClock(sim::Device &device, const std::string &at) {
-  tm time = timeFrom(Parameter{"at"}, at);
-  int minutes = (time.tm_wday * 24 + time.tm_hour) * 60 + time.tm_min;
-  device.clock().set(device.clock().now() + time_t{60} * minutes);
+int minuteOfWeek(const std::string &at) {
+  const tm time = timeFrom(Parameter{"at"}, at);
+  return (time.tm_wday * 24 + time.tm_hour) * 60 + time.tm_min;
 }
-
-}  // namespace
 
 void DeviceOptions::addTo(CLI::App &command) {
   command.add_option("-r,--root", root, "A folder with the device's files, read only")
@@ -41,7 +35,8 @@ void DeviceOptions::prepare(sim::Device &made) const {
   if (in_lab && !entered) enterLab("router");
   entered = in_lab;
   DeskDevice{root, device}.prepare(made, in_lab ? putThisMachine : setUpDeskDevice);
-  if (!at.empty()) setClock(made, at);
+  // A new device's clock stands at the midnight that begins a Sunday.
+  if (!at.empty()) made.clock().set(made.clock().now() + time_t{60} * minuteOfWeek(at));
 }
 
 }  // namespace orba::tool

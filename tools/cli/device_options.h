@@ -26,6 +26,10 @@ struct DeviceOptions {
   void prepare(sim::Device &made) const;
 };
 
+// The minutes of a time that --at gives, such as "Mon 22:45", from the midnight that begins a
+// Sunday. Throws BadArgument.
+int minuteOfWeek(const std::string &at);
+
 }  // namespace orba::tool
 
 #endif

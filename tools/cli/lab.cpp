@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "tools/cli/subcommands.h"
+#include "tools/device/config.h"
 #include "tools/lab/apply.h"
 #include "tools/lab/confine.h"
 
@@ -20,6 +21,20 @@ struct LabCommand {
   Words &words;
 };
 
+struct TestOptions {
+  Words names;
+  bool list = false;
+  bool json = false;
+
+  Words words() const {
+    Words words;
+    if (list) words.emplace_back("--list");
+    if (json) words.emplace_back("--json");
+    words.insert(words.end(), names.begin(), names.end());
+    return words;
+  }
+};
+
 LabCommand addLabCommand(CLI::App &lab, const char *name, const char *line,
                          void (*run)(const Words &)) {
   auto words = std::make_shared<Words>();
@@ -31,6 +46,12 @@ LabCommand addLabCommand(CLI::App &lab, const char *name, const char *line,
 void runConfined(const char *script, const Words &words) {
   confine();
   runLabScript(script, words);
+}
+
+void makeConfined(const Words &words) {
+  const std::vector<nvram::Setting> config = readConfig(words.front());
+  confine();
+  makeLab(config);
 }
 
 void runConfinedInLab(const Words &words) {
@@ -61,12 +82,10 @@ void addLab(CLI::App &app, Exit &) {
   CLI::App &lab =
       *app.add_subcommand("lab", "A router and two hosts on one machine, in network namespaces");
   lab.require_subcommand(1);
-  LabCommand up = addLabCommand(lab, "up", "Make the lab",
-                                [](const Words &words) { runConfined("up.sh", words); });
-  up.command.add_option("-c,--config", up.words, "The settings that it is made for")
+  LabCommand up = addLabCommand(lab, "up", "Make the lab", makeConfined);
+  up.command.add_option("-c,--config,FILE", up.words, "The settings that it is made for")
       ->required()
-      ->expected(1)
-      ->check(CLI::ExistingFile);
+      ->expected(1);
   addLabCommand(lab, "down", "Take it away",
                 [](const Words &words) { runConfined("down.sh", words); });
   LabCommand shell =
@@ -74,9 +93,13 @@ void addLab(CLI::App &app, Exit &) {
   shell.command.add_option("HOST", shell.words,
                            "router, lan or internet, and the command with its words");
   // What the tests do is their maker's; each of their labs is confined by itself.
-  LabCommand test = addLabCommand(lab, "test", "The library's commands with real tools and packets",
-                                  [](const Words &words) { runLabScript("test.sh", words); });
-  test.command.add_option("NAME", test.words, "Only these tests");
+  auto options = std::make_shared<TestOptions>();
+  CLI::App &test =
+      *lab.add_subcommand("test", "The library's commands with real tools and packets");
+  test.add_option("NAME", options->names, "Only these tests");
+  CLI::Option *list = test.add_flag("--list", options->list, "Name the tests, and run none");
+  test.add_flag("--json", options->json, kForPrograms)->needs(list);
+  test.callback([options] { runLabScript("test.sh", options->words()); });
 }
 
 void runLabShell(int argc, char **argv) {

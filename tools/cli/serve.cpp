@@ -12,7 +12,8 @@ void addServe(CLI::App &app, Exit &exit) {
   auto options = std::make_shared<ServeOptions>();
   CLI::App &command = *app.add_subcommand(
       "serve", "The device on the desk in a browser: what it shows, and what a change would do");
-  command.add_option("-c,--config", options->config, "The settings, which are never written to")
+  command
+      .add_option("-c,--config,FILE", options->config, "The settings, which are never written to")
       ->required();
   command.add_option("-r,--root", options->root, "A folder with the device's files, read only")
       ->check(CLI::ExistingDirectory);

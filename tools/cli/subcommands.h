@@ -13,7 +13,7 @@ class App;
 namespace orba::tool {
 
 // What the tool's exit codes mean.
-enum Exit { kDone = 0, kFound = 1, kUsage = 2, kConfig = 3 };
+enum Exit { kDone = 0, kFound = 1, kUsage = 2, kConfig = 3, kOutput = 4 };
 
 // What --json is for.
 inline constexpr char kForPrograms[] = "Print for programs";
@@ -27,7 +27,11 @@ void addDiff(CLI::App &app, Exit &exit);
 void addPsk(CLI::App &app, Exit &exit);
 void addCheck(CLI::App &app, Exit &exit);
 void addTrace(CLI::App &app, Exit &exit);
+void addPorts(CLI::App &app, Exit &exit);
+void addExpect(CLI::App &app, Exit &exit);
 void addExplain(CLI::App &app, Exit &exit);
+void addImport(CLI::App &app, Exit &exit);
+void addExport(CLI::App &app, Exit &exit);
 void addApply(CLI::App &app, Exit &exit);
 void addServe(CLI::App &app, Exit &exit);
 void addLab(CLI::App &app, Exit &exit);

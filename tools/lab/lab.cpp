@@ -2,13 +2,17 @@
 
 #include <fcntl.h>
 #include <grp.h>
+#include <poll.h>
 #include <sched.h>
+#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -16,6 +20,8 @@
 #include <fstream>
 #include <map>
 #include <sstream>
+
+#include "tools/device/config.h"
 
 namespace orba::tool {
 
@@ -119,6 +125,16 @@ void runLabScript(const std::string &script, const std::vector<std::string> &wor
   throw NoLab(path.string() + ": " + strerror(errno));
 }
 
+void makeLab(const std::vector<nvram::Setting> &config) {
+  const std::string text = printConfig(config);
+  const int file = memfd_create("config", 0);
+  bool written = file >= 0 &&
+                 write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size()) &&
+                 dup2(file, STDIN_FILENO) == STDIN_FILENO;
+  if (!written) throw NoLab(std::string("cannot hand the settings over: ") + strerror(errno));
+  runLabScript("up.sh", {"/dev/stdin"});
+}
+
 std::string labConfig() {
   firstProcess("router");
   return stateFolder() + "/config";
@@ -126,6 +142,7 @@ std::string labConfig() {
 
 void enterLab(const std::string &host) {
   std::string process = firstProcess(host);
+  const int lab = static_cast<int>(syscall(SYS_pidfd_open, std::stoi(process), 0));
   // Until a program of the lab takes its place, this process has this machine's tool and its
   // caller's open files, and nobody in the lab is to reach them through it.
   if (prctl(PR_SET_DUMPABLE, 0) != 0)
@@ -148,10 +165,12 @@ void enterLab(const std::string &host) {
     while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
     if (WIFEXITED(status)) _exit(WEXITSTATUS(status));
-    fputs("orba: the lab ended\n", stderr);
+    pollfd ended = {lab, POLLIN, 0};
+    if (poll(&ended, 1, 0) > 0) fputs("orba: the lab ended\n", stderr);
     _exit(128 + WTERMSIG(status));
   }
   if (child < 0) throw NoLab(std::string("cannot start a process: ") + strerror(errno));
+  close(lab);
   reduceEnvironment();
 }
 
@@ -162,6 +181,12 @@ void runInLab(const std::vector<std::string> &words) {
   }
   enterLab(host);
   std::vector<std::string> command(words.begin() + (words.empty() ? 0 : 1), words.end());
+  // A shell gives the terminal back to the group that had it, which has no number in a lab.
+  if (isatty(STDIN_FILENO) != 0 && setpgid(0, 0) == 0) {
+    signal(SIGTTOU, SIG_IGN);
+    tcsetpgrp(STDIN_FILENO, getpid());
+    signal(SIGTTOU, SIG_DFL);
+  }
   if (command.empty()) {
     setenv("PS1", (host + "# ").c_str(), 1);
     command = {"sh"};

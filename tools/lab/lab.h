@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/nvram/store_format.h"
 #include "tools/catalog/entry_point.h"
 
 namespace orba::tool {
@@ -20,6 +21,9 @@ struct NoLab : BadArgument {
 // Gives this process to one of the lab's scripts, "up.sh", with its words.
 // Throws NoLab when there is none.
 [[noreturn]] void runLabScript(const std::string &script, const std::vector<std::string> &words);
+
+// Gives this process to the script that makes a lab for a configuration.
+[[noreturn]] void makeLab(const std::vector<nvram::Setting> &config);
 
 // The configuration that the lab was made for. Throws NoLab when no lab is up.
 std::string labConfig();

@@ -134,9 +134,11 @@ OwnProcess::OwnProcess(std::string entry, const Work &work) : entry_(std::move(e
   static const sim::Root folder_made;
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) throw std::system_error(errno, std::generic_category(), "pipe");
+  const pid_t maker = getpid();
   child_ = fork();
   if (child_ == 0) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);  // nobody else would end a call that waits for ever
+    if (getppid() != maker) _exit(1);  // it has ended already
     close(ends[0]);
     workAndSend(work, ends[1]);
   }

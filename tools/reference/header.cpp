@@ -56,6 +56,9 @@ std::map<std::string, Declaration> readHeader(const std::string &path) {
       at = end + 1;
       continue;
     }
+    // A remark, which tells of no declaration.
+    if (header.compare(at, 2, "//") == 0) at = header.find('\n', at);
+    if (at == std::string::npos) break;
     statement += header[at];
     if (header[at] == '{') depth++;
     if (header[at] == '}') depth--;

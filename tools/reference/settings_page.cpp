@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "tools/catalog/peculiarities.h"
 #include "tools/catalog/settings.h"
 #include "tools/reference/pages.h"
 
@@ -16,6 +17,7 @@ constexpr char kHead[] =
 Every setting that the library reads or writes: what it means, its form, and what happens without
 it. A setting lives in space 1, the main configuration, unless space 2, the 5 GHz module's, is named.
 Fields of a record are counted from 1, as `orba check` does; the library's functions count from 0.
+What is done on purpose and one would not guess stands behind "Mind", and a test shows each of it.
 The same at the shell: `orba explain KEY`; what is wrong with a configuration: `orba check`.
 
 Made by `./dev reference` from `tools/catalog/setting_table.cpp` and from what the
@@ -62,6 +64,9 @@ std::string section(const std::vector<Known> &all, const SettingDescription &des
                      "; for example `" + description.keysWithExamples().front().second + "`\n";
   for (const std::string &line : description.form.fieldLines()) text += "  - " + line + "\n";
   text += "- Without it: " + description.without + "\n";
+  for (const std::string &sentence : tool::peculiaritiesOf(description)) {
+    text += "- Mind: " + sentence + "\n";
+  }
   std::string readers = linksTo(all, description, &tool::Behaviour::reads);
   std::string writers = linksTo(all, description, &tool::Behaviour::writes);
   if (!readers.empty()) text += "- Read by " + readers + "\n";

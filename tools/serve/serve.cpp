@@ -7,10 +7,8 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
-#include <fstream>
 #include <iostream>
 #include <mutex>
-#include <sstream>
 #include <thread>
 
 #include "tools/device/config.h"
@@ -46,12 +44,11 @@ const httplib::Headers kHeaders = {
     {"Cross-Origin-Resource-Policy", "same-origin"},
 };
 
-// Readable without a fault, or readConfig throws.
+// Readable without a fault, or it throws.
 std::string readText(const std::string &path) {
-  readConfig(path);
-  std::ostringstream text;
-  text << std::ifstream(path, std::ios::binary).rdbuf();
-  return text.str();
+  std::string text = configText(path);
+  configIn(text, path);
+  return text;
 }
 
 Draft::Value valueIn(const Json &wanted) {
@@ -236,6 +233,12 @@ void serve(const ServeOptions &options) {
   sigaddset(&stops, SIGINT);
   sigaddset(&stops, SIGTERM);
   pthread_sigmask(SIG_BLOCK, &stops, nullptr);
+  // Connections wait already; what cannot be told is thrown while there is no other thread.
+  std::cout << "http://" << visible(inUrl(options.address)) << ":" << port << guard.invitation()
+            << "  (Ctrl-C stops)" << std::endl;
+  if (!isLoopback(options.address)) {
+    std::cout << "Whoever reads along on the way can see and change these settings." << std::endl;
+  }
   std::atomic<bool> ended = false;
   std::thread listener([&] {
     server.listen_after_bind();
@@ -243,11 +246,6 @@ void serve(const ServeOptions &options) {
     kill(getpid(), SIGTERM);
   });
   while (!server.is_running() && !ended) std::this_thread::yield();
-  std::cout << "http://" << visible(inUrl(options.address)) << ":" << port << guard.invitation()
-            << "  (Ctrl-C stops)" << std::endl;
-  if (!isLoopback(options.address)) {
-    std::cout << "Whoever reads along on the way can see and change these settings." << std::endl;
-  }
   int stop = 0;
   sigwait(&stops, &stop);
   bool failed = ended;

@@ -10,6 +10,7 @@
 #include "net/routing_rule.h"
 #include "net/wan_static_route.h"
 #include "orba_util.h"
+#include "tools/catalog/peculiarities.h"
 #include "tools/catalog/settings.h"
 #include "tools/text/lines.h"
 
@@ -205,20 +206,16 @@ void checkForms(const sim::Device &device, Checker &checker) {
   }
 }
 
+void checkPeculiarities(const sim::Device &device, Checker &checker) {
+  const ValueOf value = [&](const std::string &key) { return device.setting(key); };
+  for (const Peculiarity &each : peculiarities()) {
+    if (!inTrouble(each, value)) continue;
+    const std::string &key = each.keys[0];
+    checker.findings.push_back({key, kMainSpace, 0, 0, *value(key), each.reason, each.effect});
+  }
+}
+
 }  // namespace
-
-std::string Finding::fieldName() const {
-  const Field *known = descriptionOf(key, space)->form.field(field);
-  return known != nullptr ? known->name : "";
-}
-
-std::string Finding::line() const {
-  std::string text = key;
-  if (space != kMainSpace) text += " in space " + std::to_string(space);
-  if (record > 0) text += ", record " + std::to_string(record);
-  if (field > 0) text += ", field " + std::to_string(field) + " (" + fieldName() + ")";
-  return text + ": \"" + visible(value) + "\" " + reason + "; it " + effect;
-}
 
 std::vector<Finding> checkSettings(sim::Device &device) {
   Checker checker;
@@ -229,6 +226,7 @@ std::vector<Finding> checkSettings(sim::Device &device) {
   checkWebFilters(checker);
   checkRoutes(checker);
   checkForms(device, checker);
+  checkPeculiarities(device, checker);
   return checker.findings;
 }
 

@@ -5,10 +5,12 @@
 #include <iomanip>
 #include <sstream>
 
+#include "tools/catalog/peculiarities.h"
 #include "tools/catalog/settings.h"
 #include "tools/play/behaviour.h"
 #include "tools/text/json.h"
 #include "tools/text/lines.h"
+#include "tools/text/near_names.h"
 
 namespace orba::tool {
 
@@ -84,7 +86,8 @@ ordered_json asJson(const SettingDescription &description, const std::string &ke
                        {"meaning", description.meaning},
                        {"form", description.form.inWords()},
                        {"example", description.exampleOf(key)},
-                       {"without", description.without}};
+                       {"without", description.without},
+                       {"mind", peculiaritiesOf(description)}};
   int number = 1;
   for (const Field &field : description.form.fields) {
     if (field.name.empty()) continue;
@@ -149,6 +152,9 @@ bool explainSetting(std::ostream &out, const std::string &key, bool json) {
       name = "";
     }
     printItem(out, "without it", description->without);
+    for (const std::string &sentence : peculiaritiesOf(*description)) {
+      printItem(out, "mind", sentence);
+    }
     printItem(out, "read by", joined(users.readers));
     printItem(out, "written by", joined(users.writers));
     out << "\n";
@@ -190,49 +196,12 @@ void explainEntry(std::ostream &out, const EntryPoint &entry, bool json) {
   }
 }
 
-// ---- near names ----
-
-char lower(char c) {
-  return static_cast<char>(tolower(static_cast<unsigned char>(c)));
-}
-
-// How many letters must be added, left out or changed, whatever their case.
-size_t distance(const std::string &a, const std::string &b) {
-  std::vector<size_t> row(b.size() + 1);
-  for (size_t j = 0; j <= b.size(); j++) row[j] = j;
-  for (size_t i = 1; i <= a.size(); i++) {
-    size_t diagonal = row[0];
-    row[0] = i;
-    for (size_t j = 1; j <= b.size(); j++) {
-      size_t changed = diagonal + (lower(a[i - 1]) == lower(b[j - 1]) ? 0 : 1);
-      diagonal = row[j];
-      row[j] = std::min({changed, row[j] + 1, row[j - 1] + 1});
-    }
-  }
-  return row[b.size()];
-}
-
-bool contains(const std::string &text, const std::string &part) {
-  return std::search(text.begin(), text.end(), part.begin(), part.end(),
-                     [](char a, char b) { return lower(a) == lower(b); }) != text.end();
-}
-
-std::vector<std::string> nearTo(const std::string &name) {
-  std::set<std::pair<size_t, std::string>> near;  // the nearest first
-  auto consider = [&](const std::string &other) {
-    size_t steps = distance(name, other);
-    bool part = name.size() > 2 && contains(other, name);
-    if (part || steps <= 1 + name.size() / 4) near.emplace(part ? 1 : steps, other);
-  };
-  for (const SettingDescription &description : settingDescriptions()) {
-    for (const auto &[key, example] : description.keysWithExamples()) consider(key);
-  }
-  for (const EntryPoint &entry : entryPoints()) consider(entry.name);
-  constexpr size_t kMost = 8;
+std::vector<std::string> everyName() {
   std::vector<std::string> names;
-  for (const auto &[steps, other] : near) {
-    if (names.size() < kMost) names.push_back(other);
+  for (const SettingDescription &description : settingDescriptions()) {
+    for (const auto &[key, example] : description.keysWithExamples()) names.push_back(key);
   }
+  for (const EntryPoint &entry : entryPoints()) names.emplace_back(entry.name);
   return names;
 }
 
@@ -244,10 +213,8 @@ void explain(std::ostream &out, const std::string &name, bool json) {
   for (const EntryPoint &entry : entryPoints()) {
     if (entry.name == name) return explainEntry(out, entry, json);
   }
-  std::string near = joined(nearTo(name));
-  throw BadArgument(
-      "there is no setting and no entry point '" + name + "'" +
-      (near.empty() ? "; 'orba explain' shows all settings" : "; did you mean " + near + "?"));
+  throw BadArgument("there is no setting and no entry point '" + name + "'" +
+                    didYouMean(name, everyName(), "'orba explain' shows all settings"));
 }
 
 }  // namespace orba::tool

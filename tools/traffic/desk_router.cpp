@@ -95,9 +95,18 @@ const Side *DeskRouter::side(const std::string &name) const {
   return found != sides.end() ? &*found : nullptr;
 }
 
+const Recording &DeskRouter::run(const std::string &entry) const {
+  return *std::find_if(runs.begin(), runs.end(),
+                       [&](const Recording &each) { return each.entry == entry; });
+}
+
 std::string DeskRouter::text(size_t command) const {
   const auto &[run, at] = commands.at(command);
   return commandsOf(runs[run].commands[at.line])[at.part];
+}
+
+bool isOfStart(const std::string &entry) {
+  return std::find(std::begin(kStart), std::end(kStart), entry) != std::end(kStart);
 }
 
 DeskRouter deskRouter(const std::vector<nvram::Setting> &config, const Prepare &prepare) {

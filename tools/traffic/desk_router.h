@@ -36,8 +36,13 @@ struct DeskRouter {
 
   // Null for none; "router" is no side.
   const Side *side(const std::string &name) const;
+  // The run of an entry point for which isOfStart() holds.
+  const Recording &run(const std::string &entry) const;
   std::string text(size_t command) const;  // of a packets::Rule::command
 };
+
+// Whether an entry point is one of those that make a router.
+bool isOfStart(const std::string &entry);
 
 DeskRouter deskRouter(const std::vector<nvram::Setting> &config, const Prepare &prepare);
 

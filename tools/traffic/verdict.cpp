@@ -35,14 +35,11 @@ std::string policyText(const RuleAt &at, const DeskRouter &desk, Blame &blame) {
 // Where it goes on to, and as what.
 std::string sentText(const FollowedWay &way, const DeskRouter &desk) {
   const Packet &sent = way.packet, &end = way.walk.end;
-  auto end_of = [](const Packet &packet, Field address, Field port) {
-    return endText(packet, address, port);
-  };
   std::string text = " out of " + interfaceName(desk, end[kOut]);
-  const std::string to = end_of(end, kDestination, kDestinationPort);
-  const std::string from = end_of(end, kSource, kSourcePort);
-  if (to != end_of(sent, kDestination, kDestinationPort)) text += " to " + to;
-  if (from != end_of(sent, kSource, kSourcePort)) text += " as " + from;
+  const std::string to = endText(end, kDestination, kDestinationPort);
+  const std::string from = endText(end, kSource, kSourcePort);
+  if (to != endText(sent, kDestination, kDestinationPort)) text += " to " + to;
+  if (from != endText(sent, kSource, kSourcePort)) text += " as " + from;
   return text;
 }
 
@@ -50,10 +47,10 @@ std::string sentText(const FollowedWay &way, const DeskRouter &desk) {
 std::string martianText(const Packet &packet, const DeskRouter &desk) {
   const uint64_t source = packet[kSource], destination = packet[kDestination];
   const std::string from = addressText(source);
-  if (destination >> 24 == 127 || destination >> 24 == 0) {
+  if (destination >> 24 == 127 || destination == 0) {
     return "nothing that comes from outside can be for " + addressText(destination);
   }
-  if (source >> 28 == 0xe || source >> 24 == 127 || source >> 24 == 0 || source == 0xffffffff) {
+  if (source >> 28 == 0xe || source >> 24 == 127 || source == 0 || source == 0xffffffff) {
     return "no host sends from " + from;
   }
   const std::optional<Route> back = desk.router.network().route(source, 0);
@@ -215,6 +212,7 @@ std::string aboutText(const std::vector<FollowedWay> &ways, const DeskRouter &de
     }
   }
   std::vector<std::string> texts;
+  texts.reserve(abouts.size());
   for (const auto &[about, words] : abouts) {
     texts.push_back(about + " (" + listed(words, "or") + ")");
   }

@@ -103,15 +103,16 @@ std::string whyNot(const Rule &rule, const Packet &packet, const DeskRouter &des
     const IntervalSet others = each.values.complement(largestOf(each.field));
     // Of "!" what is shut out is told, else what is asked for.
     const bool negated = others.intervals().size() < each.values.intervals().size();
-    if (each.values.empty()) return text + ", and the router has none that the rule names";
-    if (!negated) {
-      const std::string wanted =
-          valuesText(each.values, each.field, words.text, words.ranges, network);
-      return wanted.empty() ? text : text + ", not " + wanted;
+    if (each.values.empty()) {
+      text += words.text == interface ? ", and the router has none that the rule names"
+                                      : ", and no packet has what the rule asks for";
+      return text;
     }
-    if (others.intervals() == std::vector<Interval>{{value, value}}) return text;
-    const std::string shut_out = valuesText(others, each.field, words.text, words.ranges, network);
-    return shut_out.empty() ? text : text + ", one of " + shut_out;
+    if (negated && others.intervals() == std::vector<Interval>{{value, value}}) return text;
+    const std::string told =
+        valuesText(negated ? others : each.values, each.field, words.text, words.ranges, network);
+    if (!told.empty()) text += (negated ? ", one of " : ", not ") + told;
+    return text;
   }
   return "";
 }

@@ -1,0 +1,282 @@
+#include "tools/traffic/reach.h"
+
+#include <algorithm>
+#include <set>
+
+#include "tools/traffic/blockers.h"
+#include "tools/traffic/packet_words.h"
+
+namespace orba::tool {
+
+namespace {
+
+using namespace packets;
+using Node = Diagrams::Node;
+
+// Switches that are there to stop packets.
+constexpr const char *kDefences[] = {"WANPingFilter", "LANPingFilter", "BlockPortScan",
+                                     "BlockPingofDeath", "BlockLAND"};
+constexpr size_t kMostBlockers = 3;
+
+// Where the rules of records stand, and those of defences.
+constexpr const char *kChainsOfRecords[] = {
+    "macipport_filter", "macipport_input_filter", "port_forward", "web_filter",
+    "MAC_Filter",       "Policy_Route",           "MCL_IPCHAIN"};
+constexpr const char *kChainsOfDefences[] = {"malicious_input_filter", "malicious_filter",
+                                             "PING_DEATH"};
+
+template <typename Names>
+bool isOneOf(const std::string &name, const Names &names) {
+  return std::find(std::begin(names), std::end(names), name) != std::end(names);
+}
+
+bool decides(const Rule &rule) {
+  return rule.target.kind != Target::kGoOn && rule.target.kind != Target::kJump;
+}
+
+bool stops(const Rule &rule) {
+  return rule.target.kind == Target::kDrop || rule.target.kind == Target::kReject;
+}
+
+bool isLoopbackOnly(const Rule &rule) {
+  return std::any_of(rule.conditions.begin(), rule.conditions.end(), [](const Condition &each) {
+    return each.field == kIn && each.values == IntervalSet::one(0);
+  });
+}
+
+class TrafficChecker {
+ public:
+  TrafficChecker(SideWays &ways, Blame &blame)
+      : ways_(ways),
+        blame_(blame),
+        search_(ways),
+        diagrams_(ways.diagrams()),
+        router_(ways.desk().router) {}
+
+  std::vector<Finding> findings() {
+    checkRefusals();
+    checkUnreached();
+    checkForwards();
+    checkOpenPorts();
+    return std::move(findings_);
+  }
+
+ private:
+  const Rule &ruleAt(const RuleAt &at) const { return router_.chain(at.place)->rules[at.rule]; }
+
+  // About what a rule came from, once.
+  void add(const Origin &origin, const RuleAt &at, std::string reason, std::string effect,
+           std::string blocker, std::string witness) {
+    if (!told_.insert({origin.key, origin.record}).second) return;
+    findings_.push_back({origin.key, origin.space, origin.record, 0,
+                         valueFor(origin, blame_.commandOf(at)), std::move(reason),
+                         std::move(effect), std::move(blocker), std::move(witness)});
+  }
+
+  std::string valueFor(const Origin &origin, size_t command) const {
+    const DeskRouter &desk = ways_.desk();
+    return valueOf(origin, desk.runs[desk.commands[command].run]);
+  }
+
+  const Origin *originOf(const RuleAt &at) {
+    const std::vector<Origin> &origins = blame_.originsOf(at);
+    return origins.empty() ? nullptr : &origins[0];
+  }
+
+  void checkRefusals() {
+    for (const Refusal &refusal : router_.refusals()) {
+      // Whether a route is refused depends on addresses, which the desk has made up.
+      if (!refusal.missing || refusal.words.find("tables") == std::string::npos) continue;
+      const std::vector<Origin> &origins = blame_.originsOf(refusal.command);
+      if (origins.empty() || origins[0].record == 0) continue;
+      if (!told_.insert({origins[0].key, origins[0].record}).second) continue;
+      findings_.push_back({origins[0].key, origins[0].space, origins[0].record, 0,
+                           valueFor(origins[0], refusal.command),
+                           "makes a command that is refused (" + refusal.why + ")",
+                           "comes to nothing"});
+    }
+  }
+
+  void checkUnreached() {
+    std::vector<RuleAt> unreached;
+    for (const auto &[place, chain] : router_.chains()) {
+      const bool of_records = isOneOf(place.chain, kChainsOfRecords);
+      if (!of_records && !isOneOf(place.chain, kChainsOfDefences)) continue;
+      for (size_t i = 0; i < chain.rules.size(); i++) {
+        const Rule &rule = chain.rules[i];
+        // MCL_IPCHAIN stops, always the same, what its records have not accepted.
+        if (!decides(rule) || isLoopbackOnly(rule) || (!of_records && !stops(rule)) ||
+            (place.chain == "MCL_IPCHAIN" && stops(rule)) || search_.acts({place, i})) {
+          continue;
+        }
+        unreached.push_back({place, i});
+      }
+    }
+    blame_.ask(unreached);
+    for (const RuleAt &at : unreached) {
+      const Origin *origin = originOf(at);
+      if (origin == nullptr) continue;
+      if (origin->record == 0 && !isIdleDefence(*origin, at)) continue;
+      const Blockers blockers = search_.blockersOf(at);
+      const std::string blocker = namesOf(blockers);
+      std::string effect = "comes behind " + blocker + ", where all its packets go";
+      if (blockers.routing) effect = "is for packets that the kernel's routing refuses";
+      if (blockers.router) effect = "is for packets to the router itself, which it does not filter";
+      if (blocker.empty()) {
+        // Where the desk alone has no packet for it, nothing is said.
+        if (search_.isHooked(at.place)) continue;
+        effect = "stands where no packet comes";
+      }
+      add(*origin, at,
+          origin->record == 0 ? "stops nothing that would get so far" : "is reached by no packet",
+          effect, blocker, blockers.witness);
+    }
+  }
+
+  // Whether all that a switch has to stop packets with acts on none.
+  bool isIdleDefence(const Origin &origin, const RuleAt &at) {
+    if (!isOneOf(origin.key, kDefences) || !stops(ruleAt(at))) return false;
+    std::vector<RuleAt> acting;
+    for (const char *name : kChainsOfDefences) {
+      const Place place = {Place::kIptables, "filter", name};
+      const Chain *chain = router_.chain(place);
+      for (size_t i = 0; chain != nullptr && i < chain->rules.size(); i++) {
+        if (stops(chain->rules[i]) && search_.acts({place, i})) acting.push_back({place, i});
+      }
+    }
+    blame_.ask(acting);
+    return std::none_of(acting.begin(), acting.end(), [&](const RuleAt &each) {
+      const Origin *other = originOf(each);
+      return other != nullptr && other->key == origin.key;
+    });
+  }
+
+  std::string namesOf(const Blockers &blockers) {
+    if (blockers.routing) return "routing";
+    if (blockers.router) return "the router itself";
+    std::vector<std::string> names;
+    for (const RuleAt &at : blockers.rules) {
+      const std::string name = blame_.nameOf(at);
+      if (std::find(names.begin(), names.end(), name) == names.end()) names.push_back(name);
+      if (names.size() > kMostBlockers) break;
+    }
+    std::string text;
+    for (size_t i = 0; i < names.size(); i++) {
+      if (i > 0) text += i + 1 == names.size() ? " and " : ", ";
+      text += i < kMostBlockers ? names[i] : "others";
+    }
+    return text;
+  }
+
+  // A port that two records forward to different hosts is the first one's.
+  void checkForwards() {
+    const Place place = {Place::kIptables, "nat", "port_forward"};
+    const Chain *chain = router_.chain(place);
+    if (chain == nullptr) return;
+    for (size_t later = 0; later < chain->rules.size(); later++) {
+      for (size_t earlier = 0; earlier < later; earlier++) {
+        const Rule &first = chain->rules[earlier], &second = chain->rules[later];
+        const IntervalSet *ports[] = {valuesOf(first, kDestinationPort),
+                                      valuesOf(second, kDestinationPort)};
+        const IntervalSet *protocols[] = {valuesOf(first, kProtocol), valuesOf(second, kProtocol)};
+        if (first.target == second.target || ports[0] == nullptr || ports[1] == nullptr ||
+            protocols[0] == nullptr || protocols[1] == nullptr ||
+            !(*protocols[0] == *protocols[1])) {
+          continue;
+        }
+        const IntervalSet shared = ports[0]->intersection(*ports[1]);
+        if (shared.empty() || shared == *ports[1]) continue;
+        const Origin *origin = originOf({place, later});
+        if (origin == nullptr) continue;
+        const std::string blocker = blame_.nameOf({place, earlier});
+        Conditions both = second.conditions;
+        both.push_back({kDestinationPort, shared});
+        add(*origin, {place, later}, "does not get all its ports",
+            "leaves " + portsText(shared) + " to " + blocker, blocker, witnessFromOutside(both));
+        break;
+      }
+    }
+  }
+
+  std::string witnessFromOutside(const Conditions &conditions) {
+    for (const Side &side : search_.sides()) {
+      const Node such = diagrams_.both(diagrams_.set(conditions), ways_.beginnings(side));
+      const bool outside = side.name.rfind("wan", 0) == 0;
+      if (outside && such != Diagrams::kNone) return search_.witnessOf(side, such);
+    }
+    return "";
+  }
+
+  IntervalSet portsOf(Node set) {
+    set = diagrams_.forSomeAnswer(set);
+    for (FieldId field = 0; field < kFields; field++) {
+      if (field != kDestinationPort) set = diagrams_.forSome(set, field);
+    }
+    IntervalSet ports;
+    diagrams_.boxes(set, [&](const Conditions &box) {
+      if (box.empty()) ports.add({0, largestOf(kDestinationPort)});
+      for (const Condition &each : box) {
+        for (const Interval &interval : each.values.intervals()) ports.add(interval);
+      }
+    });
+    return ports;
+  }
+
+  // Ports of the router that are open because nothing closes them, not because a service or a
+  // record opens them: by the rule behind the records. What stands in INPUT nobody can close.
+  void checkOpenPorts() {
+    for (const Side &side : search_.sides()) {
+      const packets::Interface &outside = *router_.network().find(side.interface);
+      if (side.name.rfind("wan", 0) != 0 || !outside.bridge.empty()) continue;
+      const std::vector<Outcome> &outcomes = ways_.from(side).outcomes();
+      const Node begun = search_.outcomesOf(side, ways_.beginnings(side));
+      std::vector<RuleAt> doors;
+      for (uint32_t value : diagrams_.values(begun)) {
+        if (value == BlockerSearch::kOthers || outcomes[value].verdict != Verdict::kDelivered)
+          continue;
+        const std::optional<RuleAt> &by = outcomes[value].decided_by;
+        if (by && by->place.chain == "macipport_input_filter") doors.push_back(*by);
+      }
+      blame_.ask(doors);
+      for (const RuleAt &door : doors) {
+        const Origin *origin = originOf(door);
+        if (origin == nullptr || origin->record != 0) continue;
+        // A missing policy counts as 0, and then the list that made it be looked at is to blame.
+        const bool missing = origin->key == "IPPortFilterRules";
+        if (!missing && origin->key != "DefaultFirewallPolicy") continue;
+        const Node through = diagrams_.where(begun, [&](uint32_t value) {
+          return value != BlockerSearch::kOthers &&
+                 outcomes[value].verdict == Verdict::kDelivered &&
+                 outcomes[value].decided_by == door;
+        });
+        std::string open;
+        for (const auto &[protocol, name] : {std::pair{kUdp, "udp "}, {kTcp, "tcp "}}) {
+          const Node those =
+              diagrams_.both(through, diagrams_.set({kProtocol, IntervalSet::one(protocol)}));
+          if (those == Diagrams::kNone) continue;
+          open = name + portsText(portsOf(those)) + (open.empty() ? "" : "; ") + open;
+        }
+        add({Origin::kBecause, 1, "DefaultFirewallPolicy"}, door,
+            std::string(missing ? "is missing, which counts as 0, and " : "") +
+                "lets the Internet reach ports of the router that no setting opens",
+            "leaves open " + open, "", search_.witnessOf(side, through));
+      }
+    }
+  }
+
+  SideWays &ways_;
+  Blame &blame_;
+  BlockerSearch search_;
+  Diagrams &diagrams_;
+  const Router &router_;
+  std::set<std::pair<std::string, int>> told_;
+  std::vector<Finding> findings_;
+};
+
+}  // namespace
+
+std::vector<Finding> checkTraffic(SideWays &ways, Blame &blame) {
+  return TrafficChecker(ways, blame).findings();
+}
+
+}  // namespace orba::tool

@@ -25,6 +25,11 @@ Refused readFlags(const std::string &text, uint64_t &flags) {
   return std::nullopt;
 }
 
+bool severalIn(const IntervalSet &values) {
+  const std::vector<Interval> &intervals = values.intervals();
+  return !intervals.empty() && intervals.front().first != intervals.back().last;
+}
+
 class IptablesReader : FormReader {
  public:
   using FormReader::FormReader;
@@ -42,6 +47,10 @@ class IptablesReader : FormReader {
     if (rule_.target.kind == Target::kDnat && rule_.target.addresses.empty()) {
       return "DNAT has no --to";
     }
+    // Among several the kernel chooses, and nobody knows how.
+    const Target &target = rule_.target;
+    if (severalIn(target.addresses) || severalIn(target.ports))
+      rule_.target.kind = Target::kUnknown;
     return std::nullopt;
   }
 

@@ -31,7 +31,7 @@ struct Target {
     kDnat,        // to `address`, the port stays; `port` where one is given
     kMasquerade,  // its source becomes the address of the interface that it leaves by
     kMark,        // `mark` is or-ed to its mark, and the next rule
-    kUnknown,     // whatever a program that nobody here knows does with it
+    kUnknown,     // whatever a program that nobody here knows, or the kernel's choice, does with it
   };
   Kind kind = kGoOn;
   std::string chain;      // of kJump

@@ -21,7 +21,7 @@ enum class Verdict {
   kNobody,     // to a group that the router is not in, or in a frame to all stations and not
                // for the router: dropped by routing
   kBridged,    // passed on between ports of a bridge, not routed
-  kUnknown,    // a program decides that nobody here knows
+  kUnknown,    // a program decides that nobody here knows, or the kernel chooses
 };
 
 // The first packet of a connection as it came and as it went on, for what follows it.

@@ -28,6 +28,7 @@ step_sanitized() {
     echo "== $program"
     "$program" '--gtest_filter=-TwoWriters.*:SharedLogin.*Killed' || return 1
   done
+  ctest --preset sanitize -R '^tool/(transcripts|picture|desk|command_line)$'
 }
 
 # The ordinary forms: valgrind makes everything far slower.

@@ -129,7 +129,7 @@ std::string verdictSentence(const FollowedWay &way, const DeskRouter &desk, Blam
     case Verdict::kUnknown:
       break;
   }
-  return "not known: nobody here can say what the DMZ program does with it" +
+  return "not known: the DMZ program, or the kernel among several hosts, decides who gets it" +
          (cause.empty() ? "" : ", after " + cause);
 }
 

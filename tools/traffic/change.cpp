@@ -813,7 +813,8 @@ std::vector<std::string> Comparison::unknownsOf(Packet packet, const Stream &str
     }
     const Walk way = walk(desk.router, packet, nullptr, Detail::kVerdict);
     for (FieldId field : way.asked) add(desk.router.unknowns()[field - kFields]);
-    if (way.verdict == Verdict::kUnknown) add("what a program of the device or the kernel chooses");
+    if (way.verdict == Verdict::kUnknown)
+      add("what a program of the device does or the kernel chooses");
   }
   return questions;
 }

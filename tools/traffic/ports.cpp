@@ -327,10 +327,20 @@ class FromSide {
   // The addresses by which a side knows the router stand for all that it has.
   bool isRouter(const IntervalSet &hosts) { return !hosts.intersection(addresses_).empty(); }
 
+  // Whom some packets could reach at a place; at more than one, whom they do.
+  const IntervalSet &hostsAt(const std::string &to) {
+    const auto [known, fresh] = hosts_.try_emplace(to);
+    if (fresh) {
+      const Side *side = ways_.desk().side(to);
+      known->second = side ? ways_.hostsOf(*side) : diagrams_.valuesOf(reached(to), kDestination);
+    }
+    return known->second;
+  }
+
   bool areAll(const IntervalSet &hosts, const Way &way) {
     if (way.destination) return false;
     if (way.to == kRouter) return isRouter(hosts);
-    return nearly(hosts, diagrams_.valuesOf(reached(way.to), kDestination));
+    return nearly(hosts, hostsAt(way.to));
   }
 
   // Some packets by what they have of one field, those together that have nearly the same sources
@@ -432,6 +442,7 @@ class FromSide {
   std::set<std::string> told_;
   std::string through_;  // all places behind the router, when they are told as one
   std::map<std::string, Node> reached_;
+  std::map<std::string, IntervalSet> hosts_;
 };
 
 }  // namespace

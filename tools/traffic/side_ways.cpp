@@ -95,15 +95,11 @@ SideWays::Node SideWays::beginnings(const Side &side) {
   Conditions conditions = {is(kBridgePort, network.number(side.interface)), is(kEtherType, kIpv4),
                            is(kState, kNew), is(kMark, 0), is(kDestinationMac, own.mac)};
   if (!isWan(side.name) && !own.addresses.empty()) {
-    IntervalSet hosts;
-    for (const Address &address : own.addresses) {
-      const uint64_t rest = restOf(address);
-      const uint64_t first = address.address & ~rest;
-      if (rest < 3) continue;
-      hosts.add({first + 1, address.address - 1});
-      hosts.add({address.address + 1, first + rest - 1});
-    }
-    conditions.push_back({kSource, hosts});
+    // Its network, and those behind routers of its own.
+    IntervalSet hosts = routed([&](const Route &route) {
+      return route.kind == Route::kUnicast && route.prefix > 0 && route.device == own.name;
+    });
+    conditions.push_back({kSource, hosts.intersection(noHosts().complement(largestOf(kSource)))});
   }
   // Fields that a protocol has not are 0.
   auto with = [&](Conditions more) {
@@ -125,11 +121,9 @@ SideWays::Node SideWays::beginnings(const Side &side) {
   return beginnings_[side.name] = made;
 }
 
-IntervalSet SideWays::hostsOf(const Side &side) const {
-  const Network &network = desk_.router.network();
-  const std::string target = targetOf(side);
+IntervalSet SideWays::noHosts() const {
   IntervalSet none = nobodies();
-  for (const packets::Interface &interface : network.interfaces) {
+  for (const packets::Interface &interface : desk_.router.network().interfaces) {
     for (const Address &each : interface.addresses) {
       if (each.prefix > 30) continue;
       const uint64_t first = each.address & ~restOf(each);
@@ -137,10 +131,16 @@ IntervalSet SideWays::hostsOf(const Side &side) const {
       none.add({first | restOf(each), first | restOf(each)});
     }
   }
+  return none;
+}
+
+IntervalSet SideWays::hostsOf(const Side &side) const {
+  const Network &network = desk_.router.network();
+  const std::string target = targetOf(side);
   return routed([&](const Route &route) {
            return route.kind == Route::kUnicast && targetOf(network.number(route.device)) == target;
          })
-      .intersection(none.complement(largestOf(kDestination)));
+      .intersection(noHosts().complement(largestOf(kDestination)));
 }
 
 IntervalSet SideWays::routed(const std::function<bool(const Route &)> &wanted) const {

@@ -33,7 +33,8 @@ class SideWays {
   packets::Ways &from(const Side &side);
   // The packets with which hosts behind a side begin something: IPv4 for the router's MAC address,
   // unmarked, in state new; of TCP those with SYN alone, of ICMP echo requests. Behind the LAN's
-  // ports are the hosts of its network, behind a WAN those of any address.
+  // ports are the hosts of its network and of those that are routed to one of them, behind a WAN
+  // those of any address.
   Node beginnings(const Side &side);
   // Of those the packets that need no neighbour: from a WAN the ones from where a host of the
   // Internet can be, to the WAN's own address or to one behind the router to which the Internet
@@ -67,6 +68,9 @@ class SideWays {
   packets::Packet witness(const Side &side, Node set);
 
  private:
+  // What no host has for its own: addresses of nobody, and the first and last of a network.
+  packets::IntervalSet noHosts() const;
+
   const DeskRouter &desk_;
   packets::Diagrams &diagrams_;
   std::map<std::string, std::unique_ptr<packets::Ways>> ways_;

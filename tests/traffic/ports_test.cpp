@@ -225,6 +225,32 @@ TEST(Expectations, HoldForAllPacketsOrFailWithOne) {
   }
 }
 
+// A network behind a router of the LAN, which may send what hosts of the LAN may not; and one
+// host of the Internet that all may reach.
+TEST(Expectations, SpeakOfNetworksBehindTheLanToo) {
+  std::vector<nvram::Setting> config = nvram::parseSettings(kOpen, nullptr);
+  for (nvram::Setting &each : config) {
+    if (each.key == "firewallAction") each.value = "ACCEPT";
+    if (each.key != "IPPortFilterRules") continue;
+    each.value = "10.50.0.0/16,,0,0,198.51.100.7,,443,0,1,1,branch,,,,";
+  }
+  config.push_back({1, "StaticRoutingRules", "1,branch,10.50.0.0,255.255.0.0,192.168.1.7,br0"});
+  Asked asked(config);
+  const std::string path = testing::TempDir() + "/branch.expect";
+  std::ofstream(path) << "lan 192.168.1.0/24 cannot reach wan tcp\n"
+                         "lan 10.50.0.6 can reach wan 198.51.100.7 tcp/443\n"
+                         "lan cannot reach wan tcp/443\n"
+                         "lan 10.51.0.6 cannot reach wan tcp/443\n";
+  std::vector<bool> held;
+  for (const Expectation &each : readExpectations(path, asked.desk)) {
+    held.push_back(judge(each, asked.ways, asked.blame).holds);
+  }
+  EXPECT_EQ(held, (std::vector<bool>{true, true, false, false}));
+  std::ostringstream said;
+  printPorts(said, portsOf(asked.ways, asked.blame, {"lan", "wan"}), asked.desk, false, false);
+  EXPECT_THAT(said.str(), HasSubstr(" to 198.51.100.7 "));
+}
+
 TEST(Expectations, ThatAreNotUnderstoodAreToldByFileAndLine) {
   Asked asked(nvram::parseSettings(kOpen, nullptr));
   const std::string path = testing::TempDir() + "/faults.expect";

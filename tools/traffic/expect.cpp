@@ -149,8 +149,16 @@ class Judge {
   // The packets that break it, as they are sent ("cannot"), or as they would arrive.
   Node broken() { return expectation_.can ? missing() : got(true); }
 
+  // Of no packet at all nothing is to be told.
+  bool holds() { return packets_ != Diagrams::kNone && broken() == Diagrams::kNone; }
+
   Judgement judged(Blame &blame) {
     Judgement made;
+    if (packets_ == Diagrams::kNone) {
+      made.holds = false;
+      made.why = "it speaks of nobody: no host of " + expectation_.from + " has such an address";
+      return made;
+    }
     const Node breaking = broken();
     made.holds = breaking == Diagrams::kNone;
     if (made.holds) {
@@ -294,7 +302,7 @@ std::vector<Expectation> readExpectations(const std::string &path, const DeskRou
 }
 
 bool holds(const Expectation &expectation, SideWays &ways) {
-  return Judge(expectation, ways).broken() == Diagrams::kNone;
+  return Judge(expectation, ways).holds();
 }
 
 Judgement judge(const Expectation &expectation, SideWays &ways, Blame &blame) {

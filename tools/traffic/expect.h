@@ -45,7 +45,7 @@ std::vector<Expectation> readExpectations(const std::string &path, const DeskRou
 
 struct Judgement {
   bool holds = true;
-  std::optional<packets::Packet> witness;  // that breaks it
+  std::optional<packets::Packet> witness;  // that breaks it; nothing: it speaks of nobody
   std::string why;   // what becomes of that: "dropped by record 1 of IPPortFilterRules (...)"
   std::string note;  // of one that holds: that the answer would not come back; or empty
 };
@@ -55,7 +55,8 @@ struct Judgement {
 // whatever a program does with those that it is given. "can" holds when from each host each
 // protocol and port of the destination is reached by a packet, whatever the answers are: where
 // addresses are translated the router is asked, and the host behind it is reached. What only a
-// neighbour on a WAN's wire can send counts for "cannot", and not for "can".
+// neighbour on a WAN's wire can send counts for "cannot", and not for "can". What speaks of hosts
+// that a side has not does not hold.
 bool holds(const Expectation &expectation, SideWays &ways);
 // The same, with the reasons.
 Judgement judge(const Expectation &expectation, SideWays &ways, Blame &blame);

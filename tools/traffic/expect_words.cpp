@@ -37,7 +37,9 @@ void printExpected(std::ostream &out, const std::vector<Expectation> &expectatio
       continue;
     }
     failed++;
-    out << "fails\n    " << sentText(*judgement.witness) << ": " << visible(judgement.why) << "\n";
+    out << "fails\n    ";
+    if (judgement.witness) out << sentText(*judgement.witness) << ": ";
+    out << visible(judgement.why) << "\n";
   }
   out << expectations.size() << (expectations.size() == 1 ? " expectation, " : " expectations, ")
       << (failed == 0 ? "all hold" : std::to_string(failed) + (failed == 1 ? " fails" : " fail"))

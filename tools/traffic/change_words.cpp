@@ -5,6 +5,7 @@
 
 #include "tools/text/lines.h"
 #include "tools/traffic/change.h"
+#include "tools/traffic/ordinary.h"
 #include "tools/traffic/packet_words.h"
 
 namespace orba::tool {
@@ -188,7 +189,7 @@ void printTrafficChanges(std::ostream &out, const TrafficChanges &changes, const
     }
     paint(words.colour, text);
     if (!each.depends.empty()) out << "    depending on " << listed(each.depends, "; ") << "\n";
-    out << "    such as " << packetText(each.witness) << "\n";
+    out << "    such as " << sentText(each.witness, kNeighbour) << "\n";
     std::vector<std::string> causes;
     for (const SettingChange &cause : each.causes) causes.push_back(settingChangeText(cause));
     if (!causes.empty()) out << "    since " << forReader(listed(causes, ", and ")) << "\n";

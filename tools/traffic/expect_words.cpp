@@ -12,12 +12,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-// A packet with the MAC address that it is sent from, where that is part of what is told.
-std::string sentText(const packets::Packet &packet) {
-  const uint64_t mac = packet[packets::kSourceMac];
-  return packetText(packet) + (mac == 0 ? "" : " with mac " + packets::macText(mac));
-}
-
 const std::string &textOf(const packets::RuleAt &rule, const DeskRouter &desk) {
   return desk.router.chain(rule.place)->rules[rule.rule].text;
 }

@@ -264,7 +264,8 @@ void printMeanwhile(std::ostream &out, const Meanwhile &meanwhile, const DeskRou
   for (const Window &each : meanwhile.windows) {
     out << (coloured ? "\033[31m" : "") << windowText(each, ends) << (coloured ? "\033[0m" : "")
         << "\n";
-    out << "    such as " << packetText(each.witness) << ", for " << each.shuts - each.opens
+    out << "    such as " << sentText(each.witness, kNeighbour) << ", for "
+        << each.shuts - each.opens
         << (each.shuts - each.opens == 1 ? " command:\n" : " commands:\n");
     out << "    opens with " << commandText(meanwhile, each.opens) << "\n";
     out << "    shuts with " << commandText(meanwhile, each.shuts) << "\n";

@@ -106,6 +106,12 @@ std::string packetText(const Packet &packet) {
   return text;
 }
 
+std::string sentText(const packets::Packet &packet, uint64_t ordinary) {
+  const uint64_t mac = packet[packets::kSourceMac];
+  const bool told = mac != 0 && mac != ordinary;
+  return packetText(packet) + (told ? " with mac " + packets::macText(mac) : "");
+}
+
 nlohmann::ordered_json packetAsJson(const Packet &packet, const packets::Network &network) {
   nlohmann::ordered_json made;
   auto interface = [&](packets::Field field) {

@@ -161,10 +161,13 @@ IntervalSet SideWays::routed(const std::function<bool(const Route &)> &wanted) c
 
 IntervalSet SideWays::outside(const Side &side) const {
   const std::string &own = this->own(side).name;
+  // Without a route back packets come in as well.
   return routed([&](const Route &route) {
            const uint64_t device = desk_.router.network().number(route.device);
-           return route.kind == Route::kUnicast && (route.device == own || isWan(targetOf(device)));
+           return route.kind != Route::kUnicast ||
+                  (route.device != own && !isWan(targetOf(device)));
          })
+      .complement(largestOf(kSource))
       .intersection(nobodies().complement(largestOf(kSource)));
 }
 

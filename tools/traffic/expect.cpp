@@ -298,6 +298,7 @@ std::vector<Expectation> readExpectations(const std::string &path, const DeskRou
     }
   }
   if (!faults.empty()) throw BadConfig(faults);
+  if (made.empty()) throw BadConfig(path + ": there is no expectation in it");
   return made;
 }
 

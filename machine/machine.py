@@ -38,8 +38,24 @@ class Machine:
                         "-device", "virtio-blk-pci,drive=d0"]
         self.process = subprocess.Popen(command, stdin=subprocess.DEVNULL,
                                         stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
-        self.socket = None
         self.pending = b""
+        self.socket = self._connected()  # at once: what is said to nobody is lost
+
+    def _connected(self):
+        until = time.monotonic() + 10
+        while True:
+            made = socket.socket(socket.AF_UNIX)
+            try:
+                made.connect(self.path)
+                return made
+            except OSError:
+                made.close()
+                if self.process.poll() is not None:
+                    raise ConnectionError(self.process.stderr.read().decode()) from None
+                if time.monotonic() > until:
+                    self.process.kill()
+                    raise
+                time.sleep(0.02)
 
     def _line(self, until):
         while b"\n" not in self.pending:
@@ -56,17 +72,6 @@ class Machine:
     def wait(self, seconds=60):
         """Until it has started."""
         until = time.monotonic() + seconds
-        while self.socket is None:
-            if self.process.poll() is not None:
-                raise ConnectionError(self.process.stderr.read().decode())
-            try:
-                made = socket.socket(socket.AF_UNIX)
-                made.connect(self.path)
-                self.socket = made
-            except OSError:
-                if time.monotonic() > until:
-                    raise
-                time.sleep(0.05)
         while self._line(until) != "= ready":
             pass
 
@@ -84,5 +89,4 @@ class Machine:
     def end(self):
         self.process.kill()
         self.process.wait()
-        if self.socket:
-            self.socket.close()
+        self.socket.close()

@@ -112,7 +112,7 @@ class Booted:
         self.router.start(self.folder, [("router.wire", "world.wire")], ["store.ext4"],
                           self.path("initramfs"))
 
-    def wait(self, seconds=120):
+    def wait(self, seconds=300):
         for machine in (self.world, self.router):
             machine.run("until [ -e /run/up ]; do usleep 50000; done", seconds=seconds)
 

@@ -75,7 +75,7 @@ done >"$own/early/order"
 for library in src/liborba_util.so.0 platform/nvram/libnvram.so.0; do
   mipsel-linux-gnu-strip -o "$own/own/lib/$(basename $library)" "$build/$library"
 done
-for program in platform/nvram/programs/nvram_{get,set,show} machine/orba_call; do
+for program in platform/nvram/programs/nvram_{get,set,show} machine/{orba_call,iptables}; do
   mipsel-linux-gnu-strip -o "$own/own/bin/$(basename "$program")" "$build/$program"
 done
 (cd "$own" && find . | cpio -o -H newc --quiet -R 0:0 | gzip -1) >"$folder/initramfs.new"

@@ -1,12 +1,16 @@
 // Calls entry points of the library that ships, by name, for the booted router, all in this
 // process:
-//   orba_call [--answer FILE] ENTRY [WORD...] [-- ENTRY [WORD...]]...
+//   orba_call [--answer FILE | --stay SECONDS] ENTRY [WORD...] [-- ENTRY [WORD...]]...
 //   orba_call --settings FILE
 // Prints what the entry points print, and then what they answer, a text a line; with --answer that
 // goes into a file, as a list in JSON. --settings puts a file's settings in place of all that the
 // store has. Exit code 0; 2 when there is no such entry point or the words are not what it takes; 3
 // when the store cannot be written.
+#include <unistd.h>
+
+#include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <iostream>
 #include <iterator>
@@ -60,6 +64,12 @@ void makeCalls(const std::vector<std::vector<std::string>> &calls, const char *a
     std::ofstream(answer) << answers.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
+// The library's timer goes on ticking meanwhile, and its signals end a sleep.
+void stay(int seconds) {
+  const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
+  while (std::chrono::steady_clock::now() < until) usleep(100000);
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
@@ -69,6 +79,9 @@ int main(int argc, char **argv) {
       replaceSettings(argv[2]);
     } else if (option == "--answer") {
       makeCalls(callsIn(argc - 3, argv + 3), argv[2]);
+    } else if (option == "--stay") {
+      makeCalls(callsIn(argc - 3, argv + 3), nullptr);
+      stay(atoi(argv[2]));
     } else {
       makeCalls(callsIn(argc - 1, argv + 1), nullptr);
     }

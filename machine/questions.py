@@ -28,11 +28,11 @@ class Agent:
                 answer = ast.literal_eval(base64.b64decode(self.channel.line(), validate=True).decode())
             except ValueError:
                 continue  # what a terminal says before it is the agent's
-            if answer[0] == mark:
+            if answer[:2] == ("=", mark):
                 break
-        if answer[2]:
-            raise AssertionError(f"{function}{arguments}: {answer[2]}")
-        return answer[1]
+        if answer[3]:
+            raise AssertionError(f"{function}{arguments}: {answer[3]}")
+        return answer[2]
 
 
 agent = Agent()

@@ -56,6 +56,12 @@ class ToTheRouter(LabTest):
         self.assertEqual(tcp("internet", ROUTER, 7547), "refused")  # TR-069 is always open
         self.assertEqual(tcp("lan", ROUTER_LAN, 4444), "refused")
 
+    def test_dhcp_relay(self):
+        for relays, seen in ((1, "dropped"), (2, "refused")):
+            self.firewall(**CLOSED | {"dhcpEnabled": relays})
+            self.assertEqual(udp("internet", ROUTER, 67, source_port=67), seen, relays)
+            self.assertEqual(udp("internet", ROUTER, 67), "dropped")
+
     def test_the_example_is_a_home_on_the_internet(self):
         self.firewall()
         shell("internet", f"ip route replace 192.168.1.0/24 via {ROUTER}")

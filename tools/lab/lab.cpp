@@ -143,8 +143,10 @@ void makeLab(const std::vector<nvram::Setting> &config) {
 }
 
 void runBooted(const std::vector<std::string> &words, const std::vector<nvram::Setting> *config) {
+  const fs::path script = scriptFolder("machine") / "booted.py";
+  if (!fs::exists(script)) throw NoLab("./dev machine boots a router, in the source tree only");
   if (config != nullptr) takeAsInput(*config);
-  become(scriptFolder("machine") / "booted.py", words);
+  become(script, words);
 }
 
 std::string labConfig() {

@@ -6,6 +6,7 @@ value() { nvram_get "$1" 2>/dev/null; }
 up() {  # number, suffix of its settings, Ethernet interface
   case $(value "wanConnectionMode$2") in
     PPPOE)
+      modprobe pppoe
       pppd plugin rp-pppoe.so "$3" unit $(($1 - 1)) user router password router noauth noipdefault \
         persist maxfail 0 holdoff 1 \
         mtu 1492 mru 1492 lcp-echo-interval 0 ipparam "$1" >>/var/log/pppd 2>&1

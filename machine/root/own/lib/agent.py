@@ -1,8 +1,8 @@
 """agent.py PORT: sends packets in the world's networks for whoever asks on a port. A line that comes in
-is a Python tuple in base64, a function of packets.py and its arguments; what goes out is a line "MARK",
-then what came of it."""
-import base64
+is a Python tuple in base64: a mark, a function of packets.py and its arguments. What goes out is another:
+"=", the mark, what came of it and what went wrong."""
 import ast
+import base64
 import itertools
 import os
 import sys
@@ -38,7 +38,7 @@ def main():
                 answer = (FUNCTIONS[function](*arguments, **named), None)
             except Exception as error:  # whoever asked is told
                 answer = (None, f"{type(error).__name__}: {error}")
-            text = base64.b64encode(repr((mark, *answer)).encode())
+            text = base64.b64encode(repr(("=", mark, *answer)).encode())
             answers.write(text + b"\n")
 
 

@@ -39,10 +39,12 @@ SETTINGS = {
     "AutoChannelSelect": "0",
     "RoutingRules": f"192.168.5.0,255.255.255.0,192.168.1.254,LAN,br0,,{MARKUP}",
     "websHostFilters": f"casino.example.com;{MARKUP}",
+    "SSID2": "Caf\u00e9",
 }
 NETWORKS = f'''"{MARKUP}" 00:11:22:33:44:55 6 -55 WPA2-PSK AES
 "</script><script>hacked=1//" 00:1A:2B:00:00:01 11 -72 open
 "'}}];hacked=1;//" 00:1A:2B:00:00:02 1 -85 WEP
+"caf\\xC3\\xA9" 00:1A:2B:00:00:03 1 -91 open
 '''
 VIEWS = ("overview", "network", "radio", "firewall", "settings", "changes")
 
@@ -53,38 +55,16 @@ def configuration():
                      for line in lines) + "\n"
 
 
-class Served(unittest.TestCase):
-    @classmethod
-    def setUpClass(cls):
-        cls.folder = tempfile.TemporaryDirectory()
-        cls.config = pathlib.Path(cls.folder.name, "router.conf")
-        cls.config.write_text(configuration())
-        networks = pathlib.Path(cls.folder.name, "networks.txt")
-        networks.write_text(NETWORKS)
-        cls.orba = subprocess.Popen(
-            [ORBA, "serve", "--config", cls.config, "--root", EXAMPLES / "device",
-             "--device", networks, "--port", "0"], stdout=subprocess.PIPE, text=True)
-        cls.url = cls.orba.stdout.readline().split()[0]
-        address = urllib.parse.urlsplit(cls.url)
-        cls.port, cls.folder_path = address.port, address.path
-        cls.cookie = f"orba={address.query.removeprefix('token=')}"
-        cls.browser = chromium.Chromium()
-        cls.browser.resize(1280, 900)
+class Server:
+    """`orba serve` with these words, and what is asked of it with its cookie."""
 
-    @classmethod
-    def tearDownClass(cls):
-        cls.browser.close()
-        cls.orba.send_signal(signal.SIGTERM)
-        code = cls.orba.wait(10)
-        cls.orba.stdout.close()
-        cls.folder.cleanup()
-        assert code == 0, f"SIGTERM ends it with {code}"
-
-    def setUp(self):
-        self.wish("discard")
-
-    def tearDown(self):
-        self.assertEqual(self.browser.complaints(), [])
+    def __init__(self, *words, **how):
+        self.orba = subprocess.Popen([ORBA, "serve", *words, "--port", "0"], stdout=subprocess.PIPE,
+                                     text=True, **how)
+        self.url = self.orba.stdout.readline().split()[0]
+        address = urllib.parse.urlsplit(self.url)
+        self.port, self.folder_path = address.port, address.path
+        self.cookie = f"orba={address.query.removeprefix('token=')}"
 
     def ask(self, path, method="GET", body=None, headers={}):
         connection = http.client.HTTPConnection("127.0.0.1", self.port, timeout=60)
@@ -100,10 +80,46 @@ class Served(unittest.TestCase):
                                   {"Content-Type": "application/json"})
         return response.status, json.loads(text)
 
+    def end(self, *signals):
+        """Its exit code, and what it said on the way."""
+        for number in signals:
+            self.orba.send_signal(number)
+        said = self.orba.communicate(timeout=10)
+        return self.orba.returncode, said[0] + (said[1] or "")
+
+
+class Served(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = tempfile.TemporaryDirectory()
+        cls.config = pathlib.Path(cls.folder.name, "router.conf")
+        cls.config.write_text(configuration())
+        networks = pathlib.Path(cls.folder.name, "networks.txt")
+        networks.write_text(NETWORKS)
+        cls.server = Server("--config", cls.config, "--root", EXAMPLES / "device", "--device", networks)
+        cls.url, cls.port, cls.folder_path, cls.cookie = (
+            cls.server.url, cls.server.port, cls.server.folder_path, cls.server.cookie)
+        cls.ask, cls.wish = cls.server.ask, cls.server.wish
+        cls.browser = chromium.Chromium()
+        cls.browser.resize(1280, 900)
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.browser.close()
+        code, _ = cls.server.end(signal.SIGTERM)
+        cls.folder.cleanup()
+        assert code == 0, f"SIGTERM ends it with {code}"
+
+    def setUp(self):
+        self.wish("discard")
+
+    def tearDown(self):
+        self.assertEqual(self.browser.complaints(), [])
+
     def view(self, name):
         self.browser.go("about:blank")
         self.browser.go(f"{self.url}#{name}")
-        self.browser.wait_for("document.body.dataset.ready === arguments[0]", name)
+        self.browser.wait_for("document.body.dataset.ready === arguments[0]", name.split("/")[0])
         # Nothing that a setting or the air holds became an element, or ran.
         self.assertEqual(self.browser.run("""return [typeof hacked, document.scripts.length,
             document.querySelectorAll('img:not([src="icon.svg"])').length,
@@ -160,9 +176,11 @@ class Served(unittest.TestCase):
         self.assertEqual([(one["value"], one["selected"]) for one in read[0][2]],
                          [("10", False), ("11", True)])
         self.assertEqual(len(read[0][1]), 24)
-        self.assertEqual([one["ssid"] for one in read[1]],
-                         [MARKUP, "</script><script>hacked=1//", "'}];hacked=1;//"])
-        self.assertEqual(self.texts(".ssid"), [one["ssid"] for one in read[1]])
+        found = [MARKUP, "</script><script>hacked=1//", "'}];hacked=1;//", "&nbsp"]
+        self.assertEqual([one["ssid"] for one in read[1]], found)
+        # The names of the device's own networks stand above them; what no router shows beside.
+        self.assertEqual(self.texts(".ssid"), ["Home", "Caf\u00e9", "Home 5G", *found])
+        self.assertEqual(self.texts(".real"), ["Caf\\xc3\\xa9", "caf\u00e9 caf\\xc3\\xa9"])
         self.assertEqual(self.texts("[data-getter=getWlan11gChannels] option"), ["Channel 10", "Channel 11"])
 
         self.browser.go("about:blank")
@@ -216,6 +234,72 @@ class Served(unittest.TestCase):
     def value(self, text, key):
         return next(line.partition("=")[2] for line in text.splitlines() if line.startswith(key + "="))
 
+    def write(self, field, value):
+        self.browser.run("""const field = document.querySelector(arguments[0]);
+            field.value = arguments[1]; field.dispatchEvent(new Event("change"))""", field, value)
+
+    def press(self, button):
+        self.browser.run("document.querySelector(arguments[0]).click()", button)
+
+    def becomes(self, key, value):
+        """Waits until the page has sent a value, and shows it."""
+        end = time.monotonic() + 30
+        while (now := self.value(self.ask("/api/settings.conf")[1], key)) != value:
+            self.assertLess(time.monotonic(), end, f"{key} is {now} and not {value}")
+        self.browser.wait_for("""[...document.querySelectorAll(`[data-key=${arguments[0]}] tbody [data-place]`)].map(
+            (row) => [...row.querySelectorAll("td input, td select")].map((field) => field.value).join()).join(";")
+            .replace(/,+(;|$)/g, "$1") === arguments[1].replace(/,+(;|$)/g, "$1")""", key, value)
+
+    def test_a_list_is_a_table_whatever_it_holds(self):
+        kept = "192.168.1.10,443,0,TCP;192.168.1.11,51820,0,UDP;192.168.1.12,6881,6889,TCP&UDP"
+        one, two, three = kept.split(";")
+        self.view("settings")
+        self.assertEqual(self.texts("[data-key=PortForwardRules] thead th")[:5],
+                         ["record", "LAN address", "first port", "last port", "protocol"])
+        self.assertEqual(len(self.texts("[data-key=RoutingRules] [data-place]")), 1)
+        self.assertEqual(self.texts(".adder :user-invalid, .adder [aria-invalid]"), [])
+        # A record of an empty list is one as soon as something is written into it.
+        self.press("[data-key=SinglePortForwardRules] .add")
+        self.assertEqual(json.loads(self.ask("/api/pending")[1])["changes"], 0)
+        self.write("#setting-1-SinglePortForwardRules-1-2", "80")
+        self.browser.wait_for("document.querySelector('[data-key=SinglePortForwardRules] .marks .kept')")
+        self.assertRegex(self.value(self.ask("/api/settings.conf")[1], "SinglePortForwardRules"), "^,80,+$")
+        # Moved by its number, removed, and refused what would make two of it.
+        self.write("[data-key=PortForwardRules] [data-place='2'] .place", "1")
+        self.becomes("PortForwardRules", f"{three};{one};{two}")
+        self.press("[data-key=PortForwardRules] [data-place='1'] [aria-label^=Remove]")
+        self.becomes("PortForwardRules", f"{three};{two}")
+        field = "#setting-1-PortForwardRules-2-1"
+        for refused in ("a;b", "a,b"):
+            self.write(field, refused)
+            self.assertEqual(len(self.texts(f"td:has({field}) .refused")), 1)
+        self.assertEqual(self.value(self.ask("/api/settings.conf")[1], "PortForwardRules"), f"{three};{two}")
+        # What is wrong is said at the field.
+        self.write(field, "192.168.1.300")
+        self.browser.wait_for(f"document.querySelector('td:has({field}[aria-invalid]) .finding')")
+        self.assertEqual(self.texts(f"td:has({field}) .finding"), ["is not an IPv4 address, is passed over"])
+        self.screenshots("lists")
+        self.view("changes")
+        self.assertEqual(self.texts("[data-key=PortForwardRules] .edits > li"), [
+            "\u2212record 1: " + one, "\u2195record 1 (was 3): " + three,
+            "~record 2: LAN address: 192.168.1.11 \u2192 192.168.1.300"])
+
+    def test_two_thousand_records_are_edited(self):
+        records = [f"10.0.{n // 250}.{n % 250},,0,0,any/0,,{n + 1},0,1,1,rule {n},,,," for n in range(2000)]
+        self.wish("change", space=1, key="IPPortFilterRules", value=";".join(records))
+        self.view("settings/1/IPPortFilterRules/1500")
+        self.assertEqual(self.browser.run("return [document.activeElement.id, document.activeElement.value]"),
+                         ["setting-1-IPPortFilterRules-1500-1", "10.0.5.249"])
+        self.assertLess(len(self.texts("[data-key=IPPortFilterRules] tbody tr")), 100)
+        self.write("#setting-1-IPPortFilterRules-1500-1", "10.9.9.9")
+        records[1499] = records[1499].replace("10.0.5.249", "10.9.9.9")
+        self.browser.wait_for("document.querySelector('#setting-1-IPPortFilterRules-1500-1').value === '10.9.9.9'")
+        self.assertEqual(self.wish("change", space=1, key="New", value="x" * 524289),
+                         (422, {"error": "a value has 524288 bytes at most, and this 524289"}))
+        self.browser.wait_for("/^1 change not kept yet: \\d{4,} commands/.test("
+                              "document.getElementById('pending-text').textContent)")
+        self.assertEqual(self.value(self.ask("/api/settings.conf")[1], "IPPortFilterRules"), ";".join(records))
+
     def test_a_rule_of_the_picture_tells_where_it_comes_from(self):
         self.wish("change", space=1, key="PortForwardRules", value="192.168.1.99,80,80,TCP,x")
         self.view("firewall")
@@ -226,7 +310,8 @@ class Served(unittest.TestCase):
         self.assertIn("from PortForwardRules, record 1: 192.168.1.99,80,80,TCP,x", told)
         self.browser.run("document.querySelector('.told a').click()")
         self.browser.wait_for("document.body.dataset.ready === 'settings'")
-        self.assertEqual(self.texts(".setting:not([hidden]) label"),
+        self.assertEqual(self.browser.run("return [...document.querySelectorAll("
+                                          "'.setting:not([hidden])')].map((row) => row.dataset.key)"),
                          ["PortForwardRules", "SinglePortForwardRules"])
 
     def test_views_fit(self):
@@ -262,7 +347,7 @@ class Served(unittest.TestCase):
                 ("POST", "/api/discard", body | {"Origin": "http://127.0.0.1:1"}, 403),
                 ("POST", "/api/discard", body | {"Content-Type": "text/plain"}, 403),
                 ("POST", "/api/discard", {"Content-Type": "application/json", "Transfer-Encoding": "chunked"}, 403),
-                ("POST", "/api/discard", body | {"Content-Length": "65537"}, 403),
+                ("POST", "/api/discard", body | {"Content-Length": "1048577"}, 403),
                 ("PUT", "/api/discard", body, 403)):
             with self.subTest(method=method, path=path, headers=headers):
                 sent = b"{}" if method != "GET" and "Content-Length" in headers else None
@@ -339,6 +424,48 @@ class Served(unittest.TestCase):
         records = ";".join(f"192.168.1.9,{port},{port},TCP,{'x' * 20}" for port in range(1, 400))
         self.wish("change", space=1, key="PortForwardRules", value=records)
         self.assertLess(len(self.ask("/api/firewall.svg?changes")[1]), 2_000_000)
+
+    def test_nothing_is_lost_without_a_word(self):
+        config = pathlib.Path(self.folder.name, "saved.conf")
+        config.write_bytes(b"# mine\nDMZEnable=0\nSSID1=Caf\xe9\n")
+        ours, theirs = os.openpty()
+        server = Server("-c", config, stdin=theirs, stderr=subprocess.PIPE)
+        os.close(theirs)
+        setting = json.loads(server.ask("/api/settings")[1])["settings"][1]
+        self.assertEqual((setting["value"], setting["bytes"]), ("Caf\\xe9", True))
+        server.wish("change", space=1, key="DMZEnable", value="1")
+        server.wish("keep")
+        self.assertEqual(server.wish("save")[0], 422)
+        server.orba.send_signal(signal.SIGINT)
+        said = [server.orba.stderr.readline() for _ in range(3)]
+        self.assertEqual(said[1], f"orba: kept in memory only, not in {config}: DMZEnable.\n")
+        self.assertEqual(server.ask("/")[0].status, 200)
+        self.assertEqual(server.end(signal.SIGINT), (
+            0, f"orba: lost, as it was kept in memory only, not in {config}: DMZEnable\n"))
+        os.close(ours)
+
+        server = Server("-c", config, "--save", config, stderr=subprocess.PIPE)
+        server.wish("change", space=1, key="DMZEnable", value="1")
+        self.assertEqual([one["key"] for one in server.wish("keep")[1]["unsaved"]], ["DMZEnable"])
+        self.assertEqual(server.wish("save")[1]["unsaved"], [])
+        written = b"# mine\nDMZEnable=1\nSSID1=Caf\xe9\n"
+        self.assertEqual(config.read_bytes(), written)
+        # What somebody else has written meanwhile stays, and is what settings are compared with.
+        config.write_bytes(written + b"HostName=theirs\n")
+        self.assertEqual([one["key"] for one in json.loads(
+            server.ask("/api/changes?against=file")[1])["list"]], ["HostName"])
+        self.assertEqual(server.wish("save")[0], 422)
+        config.write_bytes(written)
+        server.wish("change", space=1, key="DMZEnable", value="2")
+        server.wish("keep")
+        server.wish("change", space=1, key="New", value="x")
+        self.assertEqual(server.end(signal.SIGTERM), (
+            0, f"Written to {config}: DMZEnable\norba: lost, as it was not even kept: New\n"))
+        self.assertEqual(config.read_bytes(), written.replace(b"=1", b"=2"))
+        other = subprocess.run([ORBA, "serve", "-c", config, "--save", self.config],
+                               capture_output=True, text=True, timeout=60)
+        self.assertEqual((other.returncode, other.stderr), (
+            2, f"orba: --save would write over {self.config}, which is not the file of -c\n"))
 
     def test_a_port_in_use_is_an_error(self):
         second = subprocess.run([ORBA, "serve", "--config", self.config, "--port", str(self.port)],

@@ -12,12 +12,15 @@
 #include <thread>
 
 #include "tools/device/config.h"
+#include "tools/serve/aside.h"
 #include "tools/serve/connections.h"
 #include "tools/serve/guard.h"
 #include "tools/serve/page_file.h"
+#include "tools/serve/saved_file.h"
 #include "tools/serve/views.h"
 #include "tools/text/json.h"
 #include "tools/text/lines.h"
+#include "tools/text/output.h"
 
 namespace orba::tool {
 
@@ -26,6 +29,9 @@ namespace {
 using httplib::Request;
 using httplib::Response;
 
+// What a change does to traffic: of most it is known in a second, of long lists it may take
+// minutes.
+constexpr std::chrono::seconds kLongestThought{20};
 constexpr int kChosenChannel = 6;  // by the radio, when the settings leave it to choose
 
 // Nothing but this server's own files: no script or style within the page, no
@@ -44,13 +50,6 @@ const httplib::Headers kHeaders = {
     {"Cross-Origin-Resource-Policy", "same-origin"},
 };
 
-// Readable without a fault, or it throws.
-std::string readText(const std::string &path) {
-  std::string text = configText(path);
-  configIn(text, path);
-  return text;
-}
-
 Draft::Value valueIn(const Json &wanted) {
   const Json &value = wanted.at("value");
   return value.is_null() ? std::nullopt : Draft::Value(value.get<std::string>());
@@ -65,25 +64,65 @@ int spaceIn(const Json &wanted) {
   return space.get<int>();
 }
 
+Draft::Name nameIn(const Json &wanted) {
+  return {spaceIn(wanted), wanted.at("key").get<std::string>()};
+}
+
+Against againstOf(const Request &request) {
+  return request.get_param_value("against") == "file" ? Against::kFile : Against::kKept;
+}
+
+Defaults defaultsIn(const std::string &path) {
+  return path.empty() ? Defaults() : byName(readConfig(path));
+}
+
+// "DMZEnable, SSID1 (space 2)", of many the first.
+std::string listed(const std::vector<Draft::Name> &names) {
+  constexpr size_t kMost = 8;
+  std::string text;
+  for (size_t i = 0; i < std::min(names.size(), kMost); i++) {
+    text += (i > 0 ? ", " : "") + visible(names[i].second);
+    if (names[i].first != 1) text += " (space " + std::to_string(names[i].first) + ")";
+  }
+  if (names.size() > kMost) text += " and " + std::to_string(names.size() - kMost) + " more";
+  return text;
+}
+
 // The page's questions and wishes, answered one at a time: a simulated device
 // is the whole process's, and the draft belongs to every page that is open.
 class Desk {
  public:
   explicit Desk(const ServeOptions &options)
       : desk_{options.root, options.device, time(nullptr), kChosenChannel},
-        draft_(readText(options.config)) {
+        file_(options.config, options.save),
+        draft_(file_.text()),
+        defaults_(defaultsIn(options.defaults)) {
     networkView(desk_, draft_);  // complains of a device file now
   }
 
   // Below the folder that ends in '/'.
   void open(httplib::Server &server, const std::string &folder) {
     api_ = folder + "api/";
-    answer(server, "status", [this] { return statusView(desk_, draft_, elapsed()); });
-    answer(server, "network", [this] { return networkView(desk_, draft_); });
-    answer(server, "radio", [this] { return radioView(desk_, draft_); });
-    answer(server, "settings", [this] { return settingsView(draft_); });
-    answer(server, "changes", [this] { return changesView(draft_); });
-    answer(server, "effects", [this] { return effectsView(desk_, draft_); });
+    answer(server, "status",
+           [this](const Request &) { return statusView(desk_, draft_, elapsed()); });
+    answer(server, "network", [this](const Request &) { return networkView(desk_, draft_); });
+    answer(server, "radio", [this](const Request &) { return radioView(desk_, draft_); });
+    answer(server, "known", [](const Request &) { return knownView(); });
+    answer(server, "settings",
+           [this](const Request &) { return withFile(settingsView(draft_, defaults_)); });
+    answer(server, "pending", [this](const Request &) { return withFile(pendingView(draft_)); });
+    answer(server, "changes", [this](const Request &request) {
+      return withFile(changesView(draft_, againstOf(request)));
+    });
+    answer(server, "effects", [this](const Request &request) {
+      return effectsView(desk_, draft_, againstOf(request));
+    });
+    server.Get(api_ + "traffic", [this](const Request &request, Response &response) {
+      std::unique_lock lock(one_at_a_time_);
+      auto text = aside_.answer(
+          std::move(lock), [&] { return dumped(trafficView(desk_, draft_, againstOf(request))); });
+      response.set_content(text.value_or("{\"given_up\": true}"), "application/json");
+    });
     server.Get(api_ + "firewall.svg", [this](const Request &request, Response &response) {
       std::scoped_lock lock(one_at_a_time_);
       response.set_content(firewall(request.has_param("changes")), "image/svg+xml");
@@ -93,34 +132,85 @@ class Desk {
       response.set_header("Content-Disposition", "attachment; filename=\"router.conf\"");
       response.set_content(draft_.text(), "text/plain");
     });
-    wish(server, "change", [this](const Json &wanted) {
-      draft_.change({spaceIn(wanted), wanted.at("key").get<std::string>()}, valueIn(wanted));
+    wish(server, "change",
+         [this](const Json &wanted) { draft_.change(nameIn(wanted), valueIn(wanted)); });
+    wish(server, "undo", [this](const Json &wanted) {
+      draft_.change(nameIn(wanted), draft_.kept(nameIn(wanted)));
     });
     wish(server, "keep", [this](const Json &) { draft_.keep(); });
     wish(server, "discard", [this](const Json &) { draft_.discard(); });
+    wish(server, "save", [this](const Json &) { save(); });
+  }
+
+  // What an end would lose, a line for whoever ends the server; empty for nothing.
+  std::string unsaved() {
+    std::scoped_lock lock(one_at_a_time_);
+    draft_.onFile(file_.text());
+    std::string text;
+    const std::vector<Draft::Name> kept = draft_.unsaved();
+    const bool will_be_saved = !file_.target().empty() && file_.sameAsRead();
+    if (!kept.empty() && !will_be_saved) {
+      text += "kept in memory only, not in " + visible(nameOf(file_.name())) + ": " + listed(kept);
+    }
+    if (!draft_.changes().empty()) {
+      std::vector<Draft::Name> names;
+      for (const auto &change : draft_.changes()) names.push_back(change.first);
+      text += (text.empty() ? "" : "; ") + std::string("not even kept: ") + listed(names);
+    }
+    return text;
+  }
+
+  void stopThinking() { aside_.stop(); }
+
+  // At the end, what is kept goes to the file that was named for it.
+  void saveAtTheEnd() {
+    draft_.onFile(file_.text());
+    if (file_.target().empty() || draft_.unsaved().empty()) return;
+    const std::string names = listed(draft_.unsaved());
+    save();
+    std::cout << "Written to " << visible(file_.target()) << ": " << names << std::endl;
   }
 
  private:
   template <typename Make>
   void answer(httplib::Server &server, const char *name, Make make) {
-    server.Get(api_ + name, [this, make](const Request &, Response &response) {
+    server.Get(api_ + name, [this, make](const Request &request, Response &response) {
       std::scoped_lock lock(one_at_a_time_);
-      response.set_content(dumped(make()), "application/json");
+      draft_.onFile(file_.text());
+      response.set_content(dumped(make(request)), "application/json");
     });
   }
 
-  // Each wish is answered with the changes as they are now.
+  // What a view is told of the file.
+  Json withFile(Json answer) {
+    answer["file"] = {{"name", visible(nameOf(file_.name()))},
+                      {"target", visible(file_.target())},
+                      {"written_by_others", !file_.sameAsRead()}};
+    return answer;
+  }
+
+  void save() {
+    if (file_.target().empty()) throw BadChange("start with --save FILE to write settings");
+    file_.write(draft_.keptText());
+    draft_.onFile(file_.text());
+  }
+
+  // Each wish is answered with what is pending then.
   template <typename Do>
   void wish(httplib::Server &server, const char *name, Do act) {
     server.Post(api_ + name, [this, act](const Request &request, Response &response) {
       std::scoped_lock lock(one_at_a_time_);
       try {
         act(Json::parse(request.body));
-        response.set_content(dumped(changesView(draft_)), "application/json");
+        draft_.onFile(file_.text());
+        response.set_content(dumped(withFile(pendingView(draft_))), "application/json");
       } catch (const Json::exception &) {
         response.status = 400;
         response.set_content("{\"error\": \"this is not what was expected\"}", "application/json");
       } catch (const BadChange &error) {
+        response.status = 422;
+        response.set_content(dumped({{"error", error.what()}}), "application/json");
+      } catch (const CannotWrite &error) {
         response.status = 422;
         response.set_content(dumped({{"error", error.what()}}), "application/json");
       }
@@ -145,7 +235,9 @@ class Desk {
 
   std::string api_;
   DeskDevice desk_;
+  SavedFile file_;
   Draft draft_;
+  Defaults defaults_;
   std::chrono::steady_clock::time_point started_ = std::chrono::steady_clock::now();
   struct Drawing {
     long long version = 0;
@@ -153,6 +245,7 @@ class Desk {
   };
   Drawing drawings_[2];
   std::mutex one_at_a_time_;
+  Aside aside_{kLongestThought};
 };
 
 void tellFailures(httplib::Server &server) {
@@ -215,6 +308,18 @@ int bindTo(httplib::Server &server, const ServeOptions &options) {
                     std::to_string(options.port) + ": " + reason);
 }
 
+// Somebody at a terminal who would lose something is told so, and goes on or asks again.
+void waitForTheEnd(Desk &desk, const sigset_t &stops) {
+  int stop = 0;
+  sigwait(&stops, &stop);
+  if (stop != SIGINT || isatty(STDIN_FILENO) == 0) return;
+  const std::string unsaved = desk.unsaved();
+  if (unsaved.empty()) return;
+  std::cerr << "\norba: " << unsaved << ".\nThe page can save it (Changes); Ctrl-C once more ends."
+            << std::endl;
+  sigwait(&stops, &stop);
+}
+
 }  // namespace
 
 void serve(const ServeOptions &options) {
@@ -246,11 +351,15 @@ void serve(const ServeOptions &options) {
     kill(getpid(), SIGTERM);
   });
   while (!server.is_running() && !ended) std::this_thread::yield();
-  int stop = 0;
-  sigwait(&stops, &stop);
+  waitForTheEnd(desk, stops);
   bool failed = ended;
+  desk.stopThinking();
   server.stop();
   listener.join();
+  desk.saveAtTheEnd();
+  if (const std::string lost = desk.unsaved(); !lost.empty()) {
+    std::cerr << "orba: lost, as it was " << lost << std::endl;
+  }
   if (failed) throw CannotServe("the connection to " + inUrl(options.address) + " was lost");
 }
 

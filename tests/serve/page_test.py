@@ -103,7 +103,7 @@ class Served(unittest.TestCase):
     def view(self, name):
         self.browser.go("about:blank")
         self.browser.go(f"{self.url}#{name}")
-        self.browser.wait_for("document.body.dataset.ready === arguments[0]", name)
+        self.browser.wait_for("document.body.dataset.ready === arguments[0]", name.partition("?")[0])
         # Nothing that a setting or the air holds became an element, or ran.
         self.assertEqual(self.browser.run("""return [typeof hacked, document.scripts.length,
             document.querySelectorAll('img:not([src="icon.svg"])').length,
@@ -223,11 +223,51 @@ class Served(unittest.TestCase):
             rule.textContent.includes("DNAT 192.168.1.99")).focus()""")
         told = self.texts(".told p")
         self.assertRegex(told[0], "-d 198.51.100.2|-d 203.0.113.2")
-        self.assertIn("from PortForwardRules, record 1: 192.168.1.99,80,80,TCP,x", told)
+        self.assertIn("from record 1 of PortForwardRules: 192.168.1.99,80,80,TCP,x", told)
         self.browser.run("document.querySelector('.told a').click()")
         self.browser.wait_for("document.body.dataset.ready === 'settings'")
-        self.assertEqual(self.texts(".setting:not([hidden]) label"),
-                         ["PortForwardRules", "SinglePortForwardRules"])
+        self.assertEqual(self.browser.run("return location.hash"), "#settings/1/PortForwardRules/1")
+
+    # ---- the firewall on a small screen, and questions about packets ----
+
+    def test_the_firewall_is_a_list_on_a_small_screen(self):
+        self.wish("change", space=1, key="PortForwardRules", value="192.168.1.99,80,80,TCP,x")
+        self.browser.resize(400, 800)
+        self.addCleanup(self.browser.resize, 1280, 900)
+        self.view("firewall")
+        self.browser.run("[...document.querySelectorAll('button')].find((one) => one.textContent === 'Next change').click()")
+        self.assertEqual(self.texts(".chain[open] > summary code"), ["port_forward"])
+        self.assertIn("1 DNAT", self.texts(".chain[open] .verdict"))
+        self.assertEqual(self.browser.run("return [...document.querySelectorAll('.rule.added')].map((rule) => rule.querySelector('summary').innerText.split('\\n'))"),
+                         [["1", "TCP to 203.0.113.2 to port 80:80 goes to 192.168.1.99 instead.", "DNAT"]])
+        self.assertEqual(self.browser.run("return document.querySelector('.rule.added a').hash"), "#settings/1/PortForwardRules/1")
+        # As a picture, what is told of a rule stands above the bar of the changes.
+        self.browser.run("document.querySelector('.choices input').click()")
+        self.browser.wait_for("document.querySelector('.picture .rule.added')")
+        self.browser.run("document.querySelector('.picture .rule.added').focus()")
+        self.assertTrue(self.browser.run("return document.querySelector('.told').getBoundingClientRect().bottom < document.getElementById('pending').getBoundingClientRect().top"))
+
+    def test_by_night_the_picture_is_dark(self):
+        self.browser.dark(True)
+        self.addCleanup(self.browser.dark, False)
+        self.view("firewall")
+        lights = self.browser.run("""return ["rect", ".row", ".header", ".drop rect"].map((name) =>
+            Math.max(...getComputedStyle(document.querySelector(`.picture ${name}`)).fill.match(/\\d+/g)))""")
+        self.assertLess(max(lights), 100, lights)
+
+    def test_a_fold_of_a_saved_picture_opens_without_a_script(self):
+        picture = pathlib.Path(self.folder.name, "large.svg")
+        large = pathlib.Path(self.folder.name, "large.conf")
+        large.write_text(configuration().replace("PortForwardRules=", "PortForwardRules=" + ";".join(
+            f"192.168.1.9,{port},{port},TCP,x" for port in range(1, 101)) + ";", 1))
+        subprocess.run([ORBA, "plan", "firewall_init", "-c", large, "--picture", picture], check=True)
+        self.browser.emulate("ScriptExecutionDisabled", value=True)
+        self.addCleanup(self.browser.emulate, "ScriptExecutionDisabled", value=False)
+        self.browser.go(picture.as_uri())
+        visible = "return document.querySelector('li').checkVisibility()"
+        self.assertFalse(self.browser.run(visible))
+        self.browser.driver.find_element("css selector", "summary").click()
+        self.assertTrue(self.browser.run(visible))
 
     def test_views_fit(self):
         self.wish("change", space=1, key="PortForwardRules", value="192.168.1.99,80,80,TCP,x")
@@ -239,7 +279,7 @@ class Served(unittest.TestCase):
         for width, height, dark in ((1280, 900, False), (1280, 900, True), (400, 800, False)):
             self.browser.resize(width, height)
             self.browser.dark(dark)
-            self.browser.screenshot(SHOTS / f"{name}-{width}{'-dark' if dark else ''}.png")
+            self.browser.screenshot(SHOTS / f"{name.partition('&')[0].replace('?', '-')}-{width}{'-dark' if dark else ''}.png")
             self.assertLessEqual(self.browser.run("return document.documentElement.scrollWidth"), width, name)
         self.browser.resize(1280, 900)
 

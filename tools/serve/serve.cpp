@@ -12,9 +12,11 @@
 #include <thread>
 
 #include "tools/device/config.h"
+#include "tools/firewall/picture_style.h"
 #include "tools/serve/connections.h"
 #include "tools/serve/guard.h"
 #include "tools/serve/page_file.h"
+#include "tools/serve/questions.h"
 #include "tools/serve/views.h"
 #include "tools/text/json.h"
 #include "tools/text/lines.h"
@@ -43,6 +45,14 @@ const httplib::Headers kHeaders = {
     {"Cross-Origin-Opener-Policy", "same-origin"},
     {"Cross-Origin-Resource-Policy", "same-origin"},
 };
+
+constexpr char kJson[] = "application/json";
+
+PacketQuestion packetQuestionIn(const Request &request) {
+  auto given = [&](const char *name) { return request.get_param_value(name); };
+  return {given("from"),  given("source"), given("destination"), given("protocol"), given("state"),
+          given("flags"), given("mac"),    given("source_port"), given("length")};
+}
 
 // Readable without a fault, or it throws.
 std::string readText(const std::string &path) {
@@ -84,9 +94,21 @@ class Desk {
     answer(server, "settings", [this] { return settingsView(draft_); });
     answer(server, "changes", [this] { return changesView(draft_); });
     answer(server, "effects", [this] { return effectsView(desk_, draft_); });
-    server.Get(api_ + "firewall.svg", [this](const Request &request, Response &response) {
-      std::scoped_lock lock(one_at_a_time_);
-      response.set_content(firewall(request.has_param("changes")), "image/svg+xml");
+    answerAbout(server, "firewall.svg", "image/svg+xml",
+                [this](Settings of, const Request &) { return questions_.picture(of); });
+    answerAbout(server, "firewall", kJson,
+                [this](Settings of, const Request &) { return questions_.list(of); });
+    answerAbout(server, "offers", kJson,
+                [this](Settings of, const Request &) { return dumped(questions_.offers(of)); });
+    answerAbout(server, "trace", kJson, [this](Settings of, const Request &request) {
+      return dumped(questions_.trace(of, packetQuestionIn(request)));
+    });
+    answerAbout(server, "ports", kJson, [this](Settings of, const Request &request) {
+      return dumped(
+          questions_.ports(of, {request.get_param_value("from"), request.get_param_value("to")}));
+    });
+    server.Get(api_ + "picture.css", [](const Request &, Response &response) {
+      response.set_content(kPictureStyle, "text/css");
     });
     server.Get(api_ + "settings.conf", [this](const Request &, Response &response) {
       std::scoped_lock lock(one_at_a_time_);
@@ -105,7 +127,17 @@ class Desk {
   void answer(httplib::Server &server, const char *name, Make make) {
     server.Get(api_ + name, [this, make](const Request &, Response &response) {
       std::scoped_lock lock(one_at_a_time_);
-      response.set_content(dumped(make()), "application/json");
+      response.set_content(dumped(make()), kJson);
+    });
+  }
+
+  // Of what was kept, or with `changes` of what would be then.
+  template <typename Make>
+  void answerAbout(httplib::Server &server, const char *name, const char *type, Make make) {
+    server.Get(api_ + name, [this, type, make](const Request &request, Response &response) {
+      std::scoped_lock lock(one_at_a_time_);
+      const bool changed = request.has_param("changes");
+      response.set_content(make(changed ? Settings::kChanged : Settings::kKept, request), type);
     });
   }
 
@@ -116,25 +148,15 @@ class Desk {
       std::scoped_lock lock(one_at_a_time_);
       try {
         act(Json::parse(request.body));
-        response.set_content(dumped(changesView(draft_)), "application/json");
+        response.set_content(dumped(changesView(draft_)), kJson);
       } catch (const Json::exception &) {
         response.status = 400;
-        response.set_content("{\"error\": \"this is not what was expected\"}", "application/json");
+        response.set_content("{\"error\": \"this is not what was expected\"}", kJson);
       } catch (const BadChange &error) {
         response.status = 422;
-        response.set_content(dumped({{"error", error.what()}}), "application/json");
+        response.set_content(dumped({{"error", error.what()}}), kJson);
       }
     });
-  }
-
-  // Drawn once for each state of the settings: to find where the rules come from
-  // takes hundreds of runs.
-  const std::string &firewall(bool with_changes) {
-    Drawing &drawing = drawings_[with_changes ? 1 : 0];
-    if (drawing.version != draft_.version()) {
-      drawing = {draft_.version(), firewallView(desk_, draft_, with_changes)};
-    }
-    return drawing.svg;
   }
 
   long long elapsed() const {
@@ -147,11 +169,7 @@ class Desk {
   DeskDevice desk_;
   Draft draft_;
   std::chrono::steady_clock::time_point started_ = std::chrono::steady_clock::now();
-  struct Drawing {
-    long long version = 0;
-    std::string svg;
-  };
-  Drawing drawings_[2];
+  Questions questions_{desk_, draft_};
   std::mutex one_at_a_time_;
 };
 
@@ -161,7 +179,7 @@ void tellFailures(httplib::Server &server) {
     try {
       std::rethrow_exception(failure);
     } catch (const std::exception &error) {
-      response.set_content(dumped({{"error", error.what()}}), "application/json");
+      response.set_content(dumped({{"error", error.what()}}), kJson);
     }
   });
 }

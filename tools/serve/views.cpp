@@ -7,9 +7,7 @@
 #include "tools/catalog/settings.h"
 #include "tools/device/config.h"
 #include "tools/device/desk_life.h"
-#include "tools/firewall/picture.h"
 #include "tools/play/difference.h"
-#include "tools/play/origin.h"
 #include "tools/show/changes.h"
 #include "tools/show/check.h"
 #include "tools/show/week.h"
@@ -219,14 +217,6 @@ Json effectsView(const DeskDevice &desk, const Draft &draft) {
     if (known.count(finding.line()) == 0) answer["findings"].push_back(finding.line());
   }
   return answer;
-}
-
-std::string firewallView(const DeskDevice &desk, const Draft &draft, bool with_changes) {
-  Recording run = runWith(with_changes ? draft.changed() : draft.kept(), kFirewall, desk);
-  Origins origins = originsOf(run, [&](sim::Device &device) { desk.prepare(device); });
-  if (!with_changes) return firewallPicture(run, origins);
-  Difference difference = differenceOf(runWith(draft.kept(), kFirewall, desk), run);
-  return firewallPicture(run, origins, &difference);
 }
 
 }  // namespace orba::tool

@@ -25,8 +25,6 @@ Json changesView(const Draft &draft);
 // The same with what comes of them: the commands that would be others, entry
 // point by entry point, and what is newly wrong with the settings.
 Json effectsView(const DeskDevice &desk, const Draft &draft);
-// The firewall as an SVG; with the changes, what they add and take is marked.
-std::string firewallView(const DeskDevice &desk, const Draft &draft, bool with_changes);
 
 }  // namespace orba::tool
 

@@ -36,7 +36,7 @@ async function look() {
 }
 
 function show() {
-  const [wanted, query] = location.hash.slice(1).split("?");
+  const [place, query] = location.hash.slice(1).split("?"), [wanted, ...path] = place.split("/");
   const name = Object.hasOwn(kViews, wanted) ? wanted : "overview";
   delete document.body.dataset.ready;
   for (const link of document.querySelectorAll("nav a")) {
@@ -44,7 +44,7 @@ function show() {
     else link.removeAttribute("aria-current");
   }
   byId("main").replaceChildren();
-  view = {name, ...kViews[name](byId("main"), new URLSearchParams(query))};
+  view = {name, ...kViews[name](byId("main"), new URLSearchParams(query), path)};
   look();
 }
 
@@ -72,6 +72,9 @@ document.addEventListener("changes", ({detail}) => {
 for (const name of ["keep", "discard"]) {
   byId(name).addEventListener("click", () => attempt(() => wish(name).then(announce).then(look)));
 }
+// What stays in sight stays above the bar.
+new ResizeObserver(([{target}]) => document.documentElement.style.setProperty("--pending", `${target.offsetHeight}px`))
+  .observe(byId("pending"));
 window.addEventListener("hashchange", show);
 window.addEventListener("unhandledrejection", (event) => attempt(() => Promise.reject(event.reason)));
 document.addEventListener("visibilitychange", () => document.hidden || look());

@@ -44,7 +44,8 @@ NETWORKS = f'''"{MARKUP}" 00:11:22:33:44:55 6 -55 WPA2-PSK AES
 "</script><script>hacked=1//" 00:1A:2B:00:00:01 11 -72 open
 "'}}];hacked=1;//" 00:1A:2B:00:00:02 1 -85 WEP
 '''
-VIEWS = ("overview", "network", "radio", "firewall", "settings", "changes")
+MAIL = "ask?from=lan&source=192.168.1.20&destination=198.51.100.1&protocol=tcp/25"
+VIEWS = ("overview", "network", "radio", "firewall", "settings", "changes", MAIL, "ask?ask=ports")
 
 
 def configuration():
@@ -254,6 +255,59 @@ class Served(unittest.TestCase):
         lights = self.browser.run("""return ["rect", ".row", ".header", ".drop rect"].map((name) =>
             Math.max(...getComputedStyle(document.querySelector(`.picture ${name}`)).fill.match(/\\d+/g)))""")
         self.assertLess(max(lights), 100, lights)
+
+    def test_a_packet_is_followed_to_the_record_that_drops_it(self):
+        self.view(MAIL)
+        self.assertEqual(self.texts(".answer"), ["Dropped by record 1 of IPPortFilterRules (192.168.1.20 to any, TCP 25)."])
+        self.assertEqual(self.browser.run("return [...document.querySelectorAll('.answer a')].map((link) => link.hash)"),
+                         ["#settings/1/IPPortFilterRules/1"])
+        self.assertIn("rule 3 of macipport_filter: TCP of a connection in state NEW,INVALID from 192.168.1.20 to port 25 is dropped.",
+                      self.texts(".step p"))
+        self.assertIn("rule 1 of port_forward: TCP to 203.0.113.2 to port 443 goes to 192.168.1.10 instead. "
+                      "No: the destination is 198.51.100.1, not 203.0.113.2.", self.texts(".passed-by li"))
+        # The last step is the one that the picture shows as the end.
+        last = self.texts(".way-steps .badge-step")[-1]
+        self.assertEqual(self.browser.run("""return [...document.querySelectorAll(".picture .decided")].map((rule) =>
+            [rule.getAttribute("class"), rule.closest(".chain").dataset.chain, rule.dataset.step])"""),
+                         [["rule matched decided bad", "iptables filter macipport_filter", last]])
+        # With the record gone, in the draft; and as it is kept.
+        records = self.value(self.ask("/api/settings.conf")[1], "IPPortFilterRules").split(";")
+        self.wish("change", space=1, key="IPPortFilterRules", value=";".join(records[1:]))
+        self.view(MAIL)
+        self.assertRegex(self.texts(".answer")[0], "^Forwarded out of eth2.2")
+        self.browser.run("document.querySelector('.ask-choices input').click()")
+        self.browser.wait_for("document.querySelector('.answer')?.textContent.startsWith('Dropped by record 1')")
+
+    def test_a_question_that_cannot_be_asked_is_named_at_its_field(self):
+        self.view("ask")
+        self.browser.run("""document.querySelector("[name=source]").value = "nonsense";
+            document.querySelector(".question button").click()""")
+        self.browser.wait_for("document.querySelector('.finding:not([hidden])')")
+        self.assertEqual(self.texts("label:has([aria-invalid]) .finding"), [
+            "'nonsense' is no IPv4 address; type one such as 198.51.100.1, or router for the router's own"])
+        self.assertEqual(self.browser.run("return document.activeElement.name"), "source")
+
+    def test_answers_about_packets(self):
+        mail = MAIL.partition("?")[2]
+        for question, field, part in (
+                (mail.replace("198.51.100.1", "here"), "destination", "no IPv4 address"),
+                (mail.replace("tcp/25", "tcp"), "protocol", "needs a port"), (mail.replace("lan", "dmz"), "from", "no side"),
+                (mail + "&mac=1", "mac", "no MAC address"), (mail + "&source_port=x", "source_port", "no number"),
+                (mail + "&flags=SIN", "flags", "no flag"), (mail + "&state=old", "state", "no state"), ("", "from", "no side")):
+            wrong = json.loads(self.ask(f"/api/trace?{question}")[1])["wrong"]
+            self.assertEqual(wrong["field"], field)
+            self.assertIn(part, wrong["why"])
+        self.assertEqual(json.loads(self.ask("/api/ports?to=nowhere")[1])["wrong"]["field"], "to")
+        web = next(one for one in json.loads(self.ask("/api/ports")[1])["openings"] if one["ports"] == ["443"])
+        self.assertEqual((web["words"]["heading"], web["by_origins"]),
+                         ("From the Internet (wan) through the router to lan", [{"space": 1, "key": "PortForwardRules", "record": 1}]))
+        # The router that is asked about is the one that is drawn.
+        followed = json.loads(self.ask(f"/api/trace?{mail}")[1])["ways"][0]["steps"]
+        drawn = {tuple(rule["made_by"].values()) for stage in json.loads(self.ask("/api/firewall")[1])["stages"]
+                 for chain in stage["chains"] for rule in chain["rules"]}
+        met = {tuple(step["made_by"].values()) for step in followed if step["step"] == "rule"}
+        self.assertGreater(len(met), 30)
+        self.assertLessEqual(met, drawn)
 
     def test_a_fold_of_a_saved_picture_opens_without_a_script(self):
         picture = pathlib.Path(self.folder.name, "large.svg")

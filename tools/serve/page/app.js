@@ -1,5 +1,6 @@
 // The page: its views, and the changes that wait to be kept.
 import {announce, ask, wish} from "./api.js";
+import {asking} from "./ask.js";
 import {changes} from "./changes.js";
 import {visible} from "./dom.js";
 import {firewall} from "./firewall.js";
@@ -8,7 +9,7 @@ import {overview} from "./overview.js";
 import {radio} from "./radio.js";
 import {settings} from "./settings.js";
 
-const kViews = {overview, network, radio, firewall, settings, changes};
+const kViews = {overview, network, radio, firewall, ask: asking, settings, changes};
 
 const byId = (id) => document.getElementById(id);
 let view = null;

@@ -46,7 +46,8 @@ NETWORKS = f'''"{MARKUP}" 00:11:22:33:44:55 6 -55 WPA2-PSK AES
 "'}}];hacked=1;//" 00:1A:2B:00:00:02 1 -85 WEP
 "caf\\xC3\\xA9" 00:1A:2B:00:00:03 1 -91 open
 '''
-VIEWS = ("overview", "network", "radio", "firewall", "settings", "changes")
+MAIL = "ask?from=lan&source=192.168.1.20&destination=198.51.100.1&protocol=tcp/25"
+VIEWS = ("overview", "network", "radio", "firewall", "settings", "changes", MAIL, "ask?ask=ports")
 
 
 def configuration():
@@ -119,7 +120,8 @@ class Served(unittest.TestCase):
     def view(self, name):
         self.browser.go("about:blank")
         self.browser.go(f"{self.url}#{name}")
-        self.browser.wait_for("document.body.dataset.ready === arguments[0]", name.split("/")[0])
+        self.browser.wait_for("document.body.dataset.ready === arguments[0]",
+                              name.partition("?")[0].partition("/")[0])
         # Nothing that a setting or the air holds became an element, or ran.
         self.assertEqual(self.browser.run("""return [typeof hacked, document.scripts.length,
             document.querySelectorAll('img:not([src="icon.svg"])').length,
@@ -307,12 +309,104 @@ class Served(unittest.TestCase):
             rule.textContent.includes("DNAT 192.168.1.99")).focus()""")
         told = self.texts(".told p")
         self.assertRegex(told[0], "-d 198.51.100.2|-d 203.0.113.2")
-        self.assertIn("from PortForwardRules, record 1: 192.168.1.99,80,80,TCP,x", told)
+        self.assertIn("from record 1 of PortForwardRules: 192.168.1.99,80,80,TCP,x", told)
         self.browser.run("document.querySelector('.told a').click()")
         self.browser.wait_for("document.body.dataset.ready === 'settings'")
-        self.assertEqual(self.browser.run("return [...document.querySelectorAll("
-                                          "'.setting:not([hidden])')].map((row) => row.dataset.key)"),
-                         ["PortForwardRules", "SinglePortForwardRules"])
+        self.assertEqual(self.browser.run("return location.hash"), "#settings/1/PortForwardRules/1")
+
+    # ---- the firewall on a small screen, and questions about packets ----
+
+    def test_the_firewall_is_a_list_on_a_small_screen(self):
+        self.wish("change", space=1, key="PortForwardRules", value="192.168.1.99,80,80,TCP,x")
+        self.browser.resize(400, 800)
+        self.addCleanup(self.browser.resize, 1280, 900)
+        self.view("firewall")
+        self.browser.run("[...document.querySelectorAll('button')].find((one) => one.textContent === 'Next change').click()")
+        self.assertEqual(self.texts(".chain[open] > summary code"), ["port_forward"])
+        self.assertIn("1 DNAT", self.texts(".chain[open] .verdict"))
+        self.assertEqual(self.browser.run("return [...document.querySelectorAll('.rule.added')].map((rule) => rule.querySelector('summary').innerText.split('\\n'))"),
+                         [["1", "TCP to 203.0.113.2 to port 80:80 goes to 192.168.1.99 instead.", "DNAT"]])
+        self.assertEqual(self.browser.run("return document.querySelector('.rule.added a').hash"), "#settings/1/PortForwardRules/1")
+        # As a picture, what is told of a rule stands above the bar of the changes.
+        self.browser.run("document.querySelector('.choices input').click()")
+        self.browser.wait_for("document.querySelector('.picture .rule.added')")
+        self.browser.run("document.querySelector('.picture .rule.added').focus()")
+        self.assertTrue(self.browser.run("return document.querySelector('.told').getBoundingClientRect().bottom < document.getElementById('pending').getBoundingClientRect().top"))
+
+    def test_by_night_the_picture_is_dark(self):
+        self.browser.dark(True)
+        self.addCleanup(self.browser.dark, False)
+        self.view("firewall")
+        lights = self.browser.run("""return ["rect", ".row", ".header", ".drop rect"].map((name) =>
+            Math.max(...getComputedStyle(document.querySelector(`.picture ${name}`)).fill.match(/\\d+/g)))""")
+        self.assertLess(max(lights), 100, lights)
+
+    def test_a_packet_is_followed_to_the_record_that_drops_it(self):
+        self.view(MAIL)
+        self.assertEqual(self.texts(".answer"), ["Dropped by record 1 of IPPortFilterRules (192.168.1.20 to any, TCP 25)."])
+        self.assertEqual(self.browser.run("return [...document.querySelectorAll('.answer a')].map((link) => link.hash)"),
+                         ["#settings/1/IPPortFilterRules/1"])
+        self.assertIn("rule 3 of macipport_filter: TCP of a connection in state NEW,INVALID from 192.168.1.20 to port 25 is dropped.",
+                      self.texts(".step p"))
+        self.assertIn("rule 1 of port_forward: TCP to 203.0.113.2 to port 443 goes to 192.168.1.10 instead. "
+                      "No: the destination is 198.51.100.1, not 203.0.113.2.", self.texts(".passed-by li"))
+        # The last step is the one that the picture shows as the end.
+        last = self.texts(".way-steps .badge-step")[-1]
+        self.assertEqual(self.browser.run("""return [...document.querySelectorAll(".picture .decided")].map((rule) =>
+            [rule.getAttribute("class"), rule.closest(".chain").dataset.chain, rule.dataset.step])"""),
+                         [["rule matched decided bad", "iptables filter macipport_filter", last]])
+        # With the record gone, in the draft; and as it is kept.
+        records = self.value(self.ask("/api/settings.conf")[1], "IPPortFilterRules").split(";")
+        self.wish("change", space=1, key="IPPortFilterRules", value=";".join(records[1:]))
+        self.view(MAIL)
+        self.assertRegex(self.texts(".answer")[0], "^Forwarded out of eth2.2")
+        self.browser.run("document.querySelector('.ask-choices input').click()")
+        self.browser.wait_for("document.querySelector('.answer')?.textContent.startsWith('Dropped by record 1')")
+
+    def test_a_question_that_cannot_be_asked_is_named_at_its_field(self):
+        self.view("ask")
+        self.browser.run("""document.querySelector("[name=source]").value = "nonsense";
+            document.querySelector(".question button").click()""")
+        self.browser.wait_for("document.querySelector('.finding:not([hidden])')")
+        self.assertEqual(self.texts("label:has([aria-invalid]) .finding"), [
+            "'nonsense' is no IPv4 address; type one such as 198.51.100.1, or router for the router's own"])
+        self.assertEqual(self.browser.run("return document.activeElement.name"), "source")
+
+    def test_answers_about_packets(self):
+        mail = MAIL.partition("?")[2]
+        for question, field, part in (
+                (mail.replace("198.51.100.1", "here"), "destination", "no IPv4 address"),
+                (mail.replace("tcp/25", "tcp"), "protocol", "needs a port"), (mail.replace("lan", "dmz"), "from", "no side"),
+                (mail + "&mac=1", "mac", "no MAC address"), (mail + "&source_port=x", "source_port", "no number"),
+                (mail + "&flags=SIN", "flags", "no flag"), (mail + "&state=old", "state", "no state"), ("", "from", "no side")):
+            wrong = json.loads(self.ask(f"/api/trace?{question}")[1])["wrong"]
+            self.assertEqual(wrong["field"], field)
+            self.assertIn(part, wrong["why"])
+        self.assertEqual(json.loads(self.ask("/api/ports?to=nowhere")[1])["wrong"]["field"], "to")
+        web = next(one for one in json.loads(self.ask("/api/ports")[1])["openings"] if one["ports"] == ["443"])
+        self.assertEqual((web["words"]["heading"], web["by_origins"]),
+                         ("From the Internet (wan) through the router to lan", [{"space": 1, "key": "PortForwardRules", "record": 1}]))
+        # The router that is asked about is the one that is drawn.
+        followed = json.loads(self.ask(f"/api/trace?{mail}")[1])["ways"][0]["steps"]
+        drawn = {tuple(rule["made_by"].values()) for stage in json.loads(self.ask("/api/firewall")[1])["stages"]
+                 for chain in stage["chains"] for rule in chain["rules"]}
+        met = {tuple(step["made_by"].values()) for step in followed if step["step"] == "rule"}
+        self.assertGreater(len(met), 30)
+        self.assertLessEqual(met, drawn)
+
+    def test_a_fold_of_a_saved_picture_opens_without_a_script(self):
+        picture = pathlib.Path(self.folder.name, "large.svg")
+        large = pathlib.Path(self.folder.name, "large.conf")
+        large.write_text(configuration().replace("PortForwardRules=", "PortForwardRules=" + ";".join(
+            f"192.168.1.9,{port},{port},TCP,x" for port in range(1, 101)) + ";", 1))
+        subprocess.run([ORBA, "plan", "firewall_init", "-c", large, "--picture", picture], check=True)
+        self.browser.emulate("ScriptExecutionDisabled", value=True)
+        self.addCleanup(self.browser.emulate, "ScriptExecutionDisabled", value=False)
+        self.browser.go(picture.as_uri())
+        visible = "return document.querySelector('li').checkVisibility()"
+        self.assertFalse(self.browser.run(visible))
+        self.browser.driver.find_element("css selector", "summary").click()
+        self.assertTrue(self.browser.run(visible))
 
     def test_views_fit(self):
         self.wish("change", space=1, key="PortForwardRules", value="192.168.1.99,80,80,TCP,x")
@@ -324,7 +418,7 @@ class Served(unittest.TestCase):
         for width, height, dark in ((1280, 900, False), (1280, 900, True), (400, 800, False)):
             self.browser.resize(width, height)
             self.browser.dark(dark)
-            self.browser.screenshot(SHOTS / f"{name}-{width}{'-dark' if dark else ''}.png")
+            self.browser.screenshot(SHOTS / f"{name.partition('&')[0].replace('?', '-')}-{width}{'-dark' if dark else ''}.png")
             self.assertLessEqual(self.browser.run("return document.documentElement.scrollWidth"), width, name)
         self.browser.resize(1280, 900)
 

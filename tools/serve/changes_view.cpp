@@ -2,9 +2,7 @@
 #include <set>
 #include <sstream>
 
-#include "tools/firewall/picture.h"
 #include "tools/play/difference.h"
-#include "tools/play/origin.h"
 #include "tools/serve/view_parts.h"
 #include "tools/show/changes.h"
 #include "tools/text/lines.h"
@@ -74,14 +72,6 @@ Json trafficView(const DeskDevice &desk, const Draft &draft, Against against) {
   answer["same"] = changes.none();
   answer["lines"] = linesIn(words.str());
   return answer;
-}
-
-std::string firewallView(const DeskDevice &desk, const Draft &draft, bool with_changes) {
-  Recording run = runWith(with_changes ? draft.changed() : draft.kept(), kFirewall, desk);
-  Origins origins = originsOf(run, [&](sim::Device &device) { desk.prepare(device); });
-  if (!with_changes) return firewallPicture(run, origins);
-  Difference difference = differenceOf(runWith(draft.kept(), kFirewall, desk), run);
-  return firewallPicture(run, origins, &difference);
 }
 
 }  // namespace orba::tool

@@ -12,10 +12,12 @@
 #include <thread>
 
 #include "tools/device/config.h"
+#include "tools/firewall/picture_style.h"
 #include "tools/serve/aside.h"
 #include "tools/serve/connections.h"
 #include "tools/serve/guard.h"
 #include "tools/serve/page_file.h"
+#include "tools/serve/questions.h"
 #include "tools/serve/saved_file.h"
 #include "tools/serve/views.h"
 #include "tools/text/json.h"
@@ -49,6 +51,14 @@ const httplib::Headers kHeaders = {
     {"Cross-Origin-Opener-Policy", "same-origin"},
     {"Cross-Origin-Resource-Policy", "same-origin"},
 };
+
+constexpr char kJson[] = "application/json";
+
+PacketQuestion packetQuestionIn(const Request &request) {
+  auto given = [&](const char *name) { return request.get_param_value(name); };
+  return {given("from"),  given("source"), given("destination"), given("protocol"), given("state"),
+          given("flags"), given("mac"),    given("source_port"), given("length")};
+}
 
 Draft::Value valueIn(const Json &wanted) {
   const Json &value = wanted.at("value");
@@ -121,11 +131,23 @@ class Desk {
       std::unique_lock lock(one_at_a_time_);
       auto text = aside_.answer(
           std::move(lock), [&] { return dumped(trafficView(desk_, draft_, againstOf(request))); });
-      response.set_content(text.value_or("{\"given_up\": true}"), "application/json");
+      response.set_content(text.value_or("{\"given_up\": true}"), kJson);
     });
-    server.Get(api_ + "firewall.svg", [this](const Request &request, Response &response) {
-      std::scoped_lock lock(one_at_a_time_);
-      response.set_content(firewall(request.has_param("changes")), "image/svg+xml");
+    answerAbout(server, "firewall.svg", "image/svg+xml",
+                [this](Settings of, const Request &) { return questions_.picture(of); });
+    answerAbout(server, "firewall", kJson,
+                [this](Settings of, const Request &) { return questions_.list(of); });
+    answerAbout(server, "offers", kJson,
+                [this](Settings of, const Request &) { return dumped(questions_.offers(of)); });
+    answerAbout(server, "trace", kJson, [this](Settings of, const Request &request) {
+      return dumped(questions_.trace(of, packetQuestionIn(request)));
+    });
+    answerAbout(server, "ports", kJson, [this](Settings of, const Request &request) {
+      return dumped(
+          questions_.ports(of, {request.get_param_value("from"), request.get_param_value("to")}));
+    });
+    server.Get(api_ + "picture.css", [](const Request &, Response &response) {
+      response.set_content(kPictureStyle, "text/css");
     });
     server.Get(api_ + "settings.conf", [this](const Request &, Response &response) {
       std::scoped_lock lock(one_at_a_time_);
@@ -177,7 +199,17 @@ class Desk {
     server.Get(api_ + name, [this, make](const Request &request, Response &response) {
       std::scoped_lock lock(one_at_a_time_);
       draft_.onFile(file_.text());
-      response.set_content(dumped(make(request)), "application/json");
+      response.set_content(dumped(make(request)), kJson);
+    });
+  }
+
+  // Of what was kept, or with `changes` of what would be then.
+  template <typename Make>
+  void answerAbout(httplib::Server &server, const char *name, const char *type, Make make) {
+    server.Get(api_ + name, [this, type, make](const Request &request, Response &response) {
+      std::scoped_lock lock(one_at_a_time_);
+      const bool changed = request.has_param("changes");
+      response.set_content(make(changed ? Settings::kChanged : Settings::kKept, request), type);
     });
   }
 
@@ -203,28 +235,18 @@ class Desk {
       try {
         act(Json::parse(request.body));
         draft_.onFile(file_.text());
-        response.set_content(dumped(withFile(pendingView(draft_))), "application/json");
+        response.set_content(dumped(withFile(pendingView(draft_))), kJson);
       } catch (const Json::exception &) {
         response.status = 400;
-        response.set_content("{\"error\": \"this is not what was expected\"}", "application/json");
+        response.set_content("{\"error\": \"this is not what was expected\"}", kJson);
       } catch (const BadChange &error) {
         response.status = 422;
-        response.set_content(dumped({{"error", error.what()}}), "application/json");
+        response.set_content(dumped({{"error", error.what()}}), kJson);
       } catch (const CannotWrite &error) {
         response.status = 422;
-        response.set_content(dumped({{"error", error.what()}}), "application/json");
+        response.set_content(dumped({{"error", error.what()}}), kJson);
       }
     });
-  }
-
-  // Drawn once for each state of the settings: to find where the rules come from
-  // takes hundreds of runs.
-  const std::string &firewall(bool with_changes) {
-    Drawing &drawing = drawings_[with_changes ? 1 : 0];
-    if (drawing.version != draft_.version()) {
-      drawing = {draft_.version(), firewallView(desk_, draft_, with_changes)};
-    }
-    return drawing.svg;
   }
 
   long long elapsed() const {
@@ -239,11 +261,7 @@ class Desk {
   Draft draft_;
   Defaults defaults_;
   std::chrono::steady_clock::time_point started_ = std::chrono::steady_clock::now();
-  struct Drawing {
-    long long version = 0;
-    std::string svg;
-  };
-  Drawing drawings_[2];
+  Questions questions_{desk_, draft_};
   std::mutex one_at_a_time_;
   Aside aside_{kLongestThought};
 };
@@ -254,7 +272,7 @@ void tellFailures(httplib::Server &server) {
     try {
       std::rethrow_exception(failure);
     } catch (const std::exception &error) {
-      response.set_content(dumped({{"error", error.what()}}), "application/json");
+      response.set_content(dumped({{"error", error.what()}}), kJson);
     }
   });
 }

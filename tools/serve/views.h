@@ -42,8 +42,6 @@ Json changesView(const Draft &draft, Against against);
 Json effectsView(const DeskDevice &desk, const Draft &draft, Against against);
 // What they do to traffic, in the words of `orba diff`.
 Json trafficView(const DeskDevice &desk, const Draft &draft, Against against);
-// The firewall as an SVG; with the changes, what they add and take is marked.
-std::string firewallView(const DeskDevice &desk, const Draft &draft, bool with_changes);
 
 }  // namespace orba::tool
 

@@ -1,5 +1,6 @@
 // The page: its views, and the changes that wait to be kept.
 import {announce, ask, wishAndTell} from "./api.js";
+import {asking} from "./ask.js";
 import {changes} from "./changes.js";
 import {visible} from "./dom.js";
 import {firewall} from "./firewall.js";
@@ -8,7 +9,7 @@ import {overview} from "./overview.js";
 import {radio} from "./radio.js";
 import {settings} from "./settings.js";
 
-const kViews = {overview, network, radio, firewall, settings, changes};
+const kViews = {overview, network, radio, firewall, ask: asking, settings, changes};
 
 const byId = (id) => document.getElementById(id);
 let view = null;
@@ -77,6 +78,9 @@ document.addEventListener("pending", ({detail: {changes: count, version, unsaved
 for (const name of ["keep", "discard"]) {
   byId(name).addEventListener("click", () => attempt(() => wishAndTell(name).then(look)));
 }
+// What stays in sight stays above the bar.
+new ResizeObserver(([{target}]) => document.documentElement.style.setProperty("--pending", `${target.offsetHeight}px`))
+  .observe(byId("pending"));
 window.addEventListener("hashchange", show);
 window.addEventListener("unhandledrejection", (event) => attempt(() => Promise.reject(event.reason)));
 document.addEventListener("visibilitychange", () => document.hidden || look());

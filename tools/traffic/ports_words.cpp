@@ -85,6 +85,14 @@ Json intervalsAsJson(const IntervalSet &set, std::string (*text)(const IntervalS
   return made;
 }
 
+Json originsAsJson(const std::vector<Origin> &origins) {
+  Json made = Json::array();
+  for (const Origin &each : origins) {
+    made.push_back({{"space", each.space}, {"key", each.key}, {"record", each.record}});
+  }
+  return made;
+}
+
 // What stops others of every line below the heading of the first.
 std::string ofAll(std::vector<Opening>::const_iterator first,
                   std::vector<Opening>::const_iterator end, const DeskRouter &desk) {
@@ -141,19 +149,24 @@ Json portsAsJson(const Ports &ports, const DeskRouter &desk) {
   const Network &network = desk.router.network();
   Json openings = Json::array(), leaks = Json::array(), missing = Json::array();
   for (const Opening &each : ports.openings) {
-    openings.push_back({{"from", each.from},
-                        {"neighbours", each.neighbours},
-                        {"to", each.to.empty() ? Json(nullptr) : Json(each.to)},
-                        {"protocols", protocolNamesText(each.protocols)},
-                        {"ports", intervalsAsJson(each.ports, portsText)},
-                        {"sources", intervalsAsJson(each.sources, addressesText)},
-                        {"hosts", intervalsAsJson(each.hosts, addressesText)},
-                        {"translated", each.translated},
-                        {"port", each.port ? Json(*each.port) : Json(nullptr)},
-                        {"by", each.by},
-                        {"but", each.but},
-                        {"depends", each.depends},
-                        {"witness", packetAsJson(each.witness, network)}});
+    openings.push_back(
+        {{"from", each.from},
+         {"neighbours", each.neighbours},
+         {"to", each.to.empty() ? Json(nullptr) : Json(each.to)},
+         {"protocols", protocolNamesText(each.protocols)},
+         {"ports", intervalsAsJson(each.ports, portsText)},
+         {"sources", intervalsAsJson(each.sources, addressesText)},
+         {"hosts", intervalsAsJson(each.hosts, addressesText)},
+         {"words",
+          {{"heading", headingOf(each, desk)}, {"what", whatText(each)}, {"who", whoText(each)}}},
+         {"translated", each.translated},
+         {"port", each.port ? Json(*each.port) : Json(nullptr)},
+         {"by", each.by},
+         {"by_origins", originsAsJson(each.by_origins)},
+         {"but", each.but},
+         {"but_origins", originsAsJson(each.but_origins)},
+         {"depends", each.depends},
+         {"witness", packetAsJson(each.witness, network)}});
   }
   for (const Leak &each : ports.leaks) {
     leaks.push_back({{"from", each.from},
@@ -164,6 +177,8 @@ Json portsAsJson(const Ports &ports, const DeskRouter &desk) {
                      {"ports", each.ports},
                      {"sources", intervalsAsJson(each.sources, addressesText)},
                      {"by", each.by},
+                     {"by_origins", originsAsJson(each.by_origins)},
+                     {"words", leakText(each)},
                      {"witness", packetAsJson(each.witness, network)}});
   }
   for (const Refusal &each : desk.router.refusals()) {

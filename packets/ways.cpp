@@ -18,6 +18,9 @@ IntervalSet groupMacs() {
   return macs;
 }
 
+// Where what no route leads to leaves; no interface has this number.
+constexpr uint32_t kNowhere = kNoInterface + 1;
+
 bool refuses(Target::Kind kind) {
   return kind == Target::kDrop || kind == Target::kReject || kind == Target::kUnknown;
 }
@@ -30,7 +33,9 @@ Ways::Ways(const Router &router, Diagrams &diagrams, uint64_t interface, Decider
   const Flow flow = {
       packets,
       {{{kIn, interface}, {kBridgePort, interface}, {kOut, kNoInterface}, {kMark, 0}}, {}}};
-  if (router.network().interfaces[interface].bridge.empty()) {
+  if (interface == kNoInterface) {
+    send(flow);
+  } else if (router.network().interfaces[interface].bridge.empty()) {
     enter(flow);
   } else {
     enterBridge(flow);
@@ -282,15 +287,12 @@ void Ways::route(const Flow &flow) {
   }
   end(take(diagrams_.without(to(groups), to(all_hosts))), Verdict::kNobody);
   deliver(take(to_many));
-  const Node routes = now(routesOf(flow.now.fields.at(kMark)), flow);
-  end(take(diagrams_.where(routes, [](uint32_t place) { return place == 0; })), Verdict::kNoRoute);
-  // By where they leave; the router itself is no interface.
-  const Node outs = diagrams_.map(routes, [&](uint32_t place) -> uint32_t {
-    if (place == 0 || routes_[place - 1].kind != Route::kUnicast) return kNoInterface;
-    return static_cast<uint32_t>(router_.network().number(routes_[place - 1].device));
-  });
-  for (const auto &[out, packets] : diagrams_.parts(outs)) {
+  for (const auto &[out, packets] : diagrams_.parts(outsOf(flow))) {
     Flow part = take(packets);
+    if (out == kNowhere) {
+      end(part, Verdict::kNoRoute);
+      continue;
+    }
     part.now.fields[kOut] = out;
     if (out == kNoInterface) {
       deliver(part);
@@ -300,6 +302,52 @@ void Ways::route(const Flow &flow) {
       end({diagrams_.both(part.packets, to_group), part.now}, Verdict::kNobody);
       part.packets = diagrams_.without(part.packets, to_group);
       forward(part);
+    }
+  }
+}
+
+// By where packets leave: kNoInterface for what is the router's own, kNowhere without a route.
+Ways::Node Ways::outsOf(const Flow &flow) {
+  return diagrams_.map(
+      now(routesOf(flow.now.fields.at(kMark)), flow), [&](uint32_t place) -> uint32_t {
+        if (place == 0) return kNowhere;
+        const Route &route = routes_[place - 1];
+        const bool sends = flow.now.fields.at(kIn) == kNoInterface;
+        if (route.kind == Route::kLocal || (route.kind == Route::kBroadcast && !sends)) {
+          return kNoInterface;
+        }
+        return static_cast<uint32_t>(router_.network().number(route.device));
+      });
+}
+
+// What the router itself sends; to itself by its loopback.
+void Ways::send(const Flow &flow) {
+  constexpr uint64_t kLoopback = 0;
+  for (const auto &[out, packets] : diagrams_.parts(outsOf(flow))) {
+    Flow part = {diagrams_.both(flow.packets, packets), flow.now};
+    if (out == kNowhere) {
+      end(part, Verdict::kNoRoute);
+      continue;
+    }
+    part.now.fields[kOut] = out == kNoInterface ? kLoopback : out;
+    const Node first = diagrams_.set(Condition{kState, IntervalSet::one(kNew)});
+    Flow others = {diagrams_.without(part.packets, first), part.now};
+    for (Flow &each : accepted({Place::kIptables, "nat", "OUTPUT"},
+                               {diagrams_.both(part.packets, first), part.now})) {
+      const Node translated =
+          decided(each, [](Target::Kind kind) { return kind == Target::kDnat; });
+      end({diagrams_.both(each.packets, translated), each.now}, Verdict::kUnknown);
+      others.packets =
+          diagrams_.either(others.packets, diagrams_.without(each.packets, translated));
+    }
+    if (out != kNoInterface) {
+      forward(others, "OUTPUT");
+      continue;
+    }
+    for (Flow &each : accepted({Place::kIptables, "filter", "OUTPUT"}, others)) {
+      each.now.fields[kIn] = each.now.fields[kBridgePort] = kLoopback;
+      each.now.fields[kOut] = kNoInterface;
+      deliver({each.packets, each.now});
     }
   }
 }
@@ -314,9 +362,10 @@ void Ways::deliver(const Flow &flow) {
   }
 }
 
-void Ways::forward(const Flow &flow) {
+// What a filter's chain lets leave.
+void Ways::forward(const Flow &flow, const char *filter) {
   const Node first = diagrams_.set({kState, IntervalSet::one(kNew)});
-  for (const Flow &each : through({Place::kIptables, "filter", "FORWARD"}, flow)) {
+  for (const Flow &each : through({Place::kIptables, "filter", filter}, flow)) {
     // What is done to a packet that leaves, where the flow is of first packets of connections.
     const Node leaving = diagrams_.without(first, decided(each, &refuses));
     Node done = Diagrams::kNone;

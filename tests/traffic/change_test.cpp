@@ -8,6 +8,7 @@
 #include "tools/traffic/change.h"
 #include "tools/traffic/meanwhile.h"
 #include "tools/traffic/packet_words.h"
+#include "tools/traffic/trace.h"
 
 using namespace orba::tool;
 using testing::Contains;
@@ -44,7 +45,8 @@ packets::Walk walked(const DeskRouter &desk, const std::string &from, packets::P
                      uint64_t answer, bool begins = true) {
   packet[packets::kBridgePort] = desk.router.network().number(desk.side(from)->interface);
   for (size_t i = 0; i < desk.router.unknowns().size(); i++) {
-    const bool no = begins && isAboutContent(desk.router.unknowns()[i]);
+    const bool no = begins && packet[packets::kProtocol] == packets::kTcp &&
+                    isAboutText(desk.router.unknowns()[i]);
     packet[static_cast<packets::FieldId>(packets::kFields + i)] = no ? 0 : answer;
   }
   return packets::walk(desk.router, packet);
@@ -57,7 +59,7 @@ std::vector<std::string> changesOf(const DeskRouter &before, const DeskRouter &a
   const TrafficChanges found = trafficChanges(before, after, setUpDeskDevice);
   std::vector<std::string> lines;
   for (const TrafficChange &each : found.changes) {
-    const bool begins = each.packets <= TrafficChange::kDirect;
+    const bool begins = each.packets <= TrafficChange::kNeighbours;
     const auto fate = [&](const DeskRouter &desk, uint64_t answer) {
       return fateOf(walked(desk, each.from[0], each.witness, answer, begins), each.witness, desk);
     };

@@ -116,7 +116,7 @@ TEST(OpenPorts, AreWhatSinglePacketsReach) {
           });
       EXPECT_TRUE(found || !told || !got) << name << " " << packetText(packet);
       // Nor is more told than gets through.
-      const auto &own = asked.ways.own(side).addresses;
+      const auto &own = asked.desk.own(side).addresses;
       const bool claimed =
           std::any_of(ports.openings.begin(), ports.openings.end(), [&](const Opening &line) {
             return line.from == side.name && !line.neighbours && line.but.empty() &&

@@ -83,7 +83,7 @@ TEST(Reach, NamesWhatNoPacketReachesAndWhatStandsBefore) {
       {{"BlockLAND=1"},
        "BlockLAND: " + kIdle +
            "is for packets that the kernel's routing refuses, such as tcp from 203.0.113.2:40000 to "
-           "203.0.113.2:8080 (SYN)"},
+           "203.0.113.2:80 (SYN)"},
       {{"IPPortFilterRules=any/0,,0,0,192.168.1.1,,23,0,1,1,telnet,,,,"},
        "IPPortFilterRules, record 1: " + kUnreached +
            "is for packets to the router itself, which it does not filter, such as tcp from "
@@ -92,16 +92,17 @@ TEST(Reach, NamesWhatNoPacketReachesAndWhatStandsBefore) {
       {{"IPPortFilterRules=192.168.1.1,,0,0,any/0,,25,0,1,1,mail,,,,"},
        "IPPortFilterRules, record 1: " + kUnreached +
            "is for packets that the kernel's routing refuses, such as tcp from 192.168.1.1:40000 to "
-           "192.168.1.1:25 (SYN)"},
+           "198.51.100.1:25 (SYN)"},
       // Lists of other kinds.
       {{"aclRules=192.168.1.0/24;192.168.1.8"},
        "aclRules, record 2: " + kUnreached +
            behind("record 1 of aclRules (192.168.1.0/24)",
-                  "tcp from 192.168.1.8:40000 to 192.168.1.1:8080 (SYN)")},
+                  "tcp from 192.168.1.8:40000 to 192.168.1.1:80 (SYN)")},
       {{"MACFilterRules=00:0C:43:66:66:66;02:1A:11:F0:0D:5E;00:0C:43:66:66:66"},
        "MACFilterRules, record 3: " + kUnreached +
-           behind("record 1 of MACFilterRules (00:0C:43:66:66:66)",
-                  "tcp from 192.168.1.100:40000 to 192.168.1.1:8080 (SYN) by 00:0C:43:66:66:66")},
+           behind(
+               "record 1 of MACFilterRules (00:0C:43:66:66:66)",
+               "tcp from 192.168.1.100:40000 to 198.51.100.1:80 (SYN) with mac 00:0C:43:66:66:66")},
       {{"PortForwardRules=192.168.1.10,80,90,TCP;192.168.1.11,85,0,TCP"},
        "PortForwardRules, record 2: " + kUnreached +
            behind("record 1 of PortForwardRules (TCP 80-90 to 192.168.1.10)",
@@ -109,7 +110,7 @@ TEST(Reach, NamesWhatNoPacketReachesAndWhatStandsBefore) {
       {{"PortForwardRules=192.168.1.10,80,90,TCP;192.168.1.11,85,95,TCP"},
        "PortForwardRules, record 2: does not get all its ports; it leaves 85-90 to record 1 of "
        "PortForwardRules (TCP 80-90 to 192.168.1.10), such as tcp from 198.51.100.100:40000 to "
-       "203.0.113.2:85 (SYN)"},
+       "203.0.113.2:87 (SYN)"},
       {{"PortForwardRules=192.168.1.10,80,90,TCP;192.168.1.11,85,95,UDP;192.168.1.10,85,95,TCP"},
        ""},
       // The tools want the ports in order.

@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "net/interface_name.h"
+#include "orba_util.h"
 #include "sim/radio.h"
 #include "sim/switch.h"
 #include "sim/wps_session.h"
@@ -110,13 +111,13 @@ void readLine(const std::string &line, sim::Device &device) {
 }  // namespace
 
 void setUpDeskDevice(sim::Device &device) {
-  device.interface("br0").address("192.168.1.1").netmask("255.255.255.0").mac(macOf(0));
+  device.interface(getLanIfName()).address("192.168.1.1").netmask("255.255.255.0").mac(macOf(0));
   device.interface("ra0").mac(macOf(8));
   for (int wan = 1; wan <= kWans; wan++) {
     InterfaceName interface, ethernet;
     wanInterface(wan, interface);
     wanDevice(wan, ethernet);
-    if (interface.empty() || interface.is("br0")) continue;
+    if (interface.empty() || interface.is(getLanIfName())) continue;
     if (!ethernet.empty()) device.interface(ethernet.text()).mac(macOf(wan));
     device.interface(interface.text()).address(wanAddress(wan)).netmask("255.255.255.0");
     const std::string info = "/var/wan" + std::to_string(wan) + ".info";

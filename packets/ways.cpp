@@ -20,6 +20,7 @@ IntervalSet groupMacs() {
 
 // Where what no route leads to leaves; no interface has this number.
 constexpr uint32_t kNowhere = kNoInterface + 1;
+constexpr uint64_t kLoopback = 0;  // the interface by which the router sends to itself
 
 bool refuses(Target::Kind kind) {
   return kind == Target::kDrop || kind == Target::kReject || kind == Target::kUnknown;
@@ -320,9 +321,9 @@ Ways::Node Ways::outsOf(const Flow &flow) {
       });
 }
 
-// What the router itself sends; to itself by its loopback.
+// What the router itself sends. The rules of nat see the first packet of a connection.
 void Ways::send(const Flow &flow) {
-  constexpr uint64_t kLoopback = 0;
+  const Node first = diagrams_.set(Condition{kState, IntervalSet::one(kNew)});
   for (const auto &[out, packets] : diagrams_.parts(outsOf(flow))) {
     Flow part = {diagrams_.both(flow.packets, packets), flow.now};
     if (out == kNowhere) {
@@ -330,25 +331,23 @@ void Ways::send(const Flow &flow) {
       continue;
     }
     part.now.fields[kOut] = out == kNoInterface ? kLoopback : out;
-    const Node first = diagrams_.set(Condition{kState, IntervalSet::one(kNew)});
-    Flow others = {diagrams_.without(part.packets, first), part.now};
     for (Flow &each : accepted({Place::kIptables, "nat", "OUTPUT"},
                                {diagrams_.both(part.packets, first), part.now})) {
       const Node translated =
           decided(each, [](Target::Kind kind) { return kind == Target::kDnat; });
       end({diagrams_.both(each.packets, translated), each.now}, Verdict::kUnknown);
-      others.packets =
-          diagrams_.either(others.packets, diagrams_.without(each.packets, translated));
+      leave({diagrams_.without(each.packets, translated), each.now});
     }
-    if (out != kNoInterface) {
-      forward(others, "OUTPUT");
-      continue;
-    }
-    for (Flow &each : accepted({Place::kIptables, "filter", "OUTPUT"}, others)) {
-      each.now.fields[kIn] = each.now.fields[kBridgePort] = kLoopback;
-      each.now.fields[kOut] = kNoInterface;
-      deliver({each.packets, each.now});
-    }
+    leave({diagrams_.without(part.packets, first), part.now});
+  }
+}
+
+void Ways::leave(const Flow &flow) {
+  if (flow.now.fields.at(kOut) != kLoopback) return forward(flow, "OUTPUT");
+  for (Flow &each : accepted({Place::kIptables, "filter", "OUTPUT"}, flow)) {
+    each.now.fields[kIn] = each.now.fields[kBridgePort] = kLoopback;
+    each.now.fields[kOut] = kNoInterface;
+    deliver({each.packets, each.now});
   }
 }
 

@@ -79,6 +79,7 @@ class Ways {
   void translate(const Flow &flow);
   void route(const Flow &flow);
   void send(const Flow &flow);
+  void leave(const Flow &flow);
   Node outsOf(const Flow &flow);
   void deliver(const Flow &flow);
   void forward(const Flow &flow, const char *filter = "FORWARD");

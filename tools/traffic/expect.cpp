@@ -195,6 +195,7 @@ class Judge {
       return nobody + "no host of " + expectation_.from + " has such an address";
     }
     if (!expectation_.can || wanted() != Diagrams::kNone) return "";
+    if (expectation_.from == kRouter) return nobody + "the router sends there from another address";
     if (from() != Diagrams::kNone) return nobody + "there is no such host";
     return nobody + "only a neighbour on the wire of " + expectation_.from +
            " can have such an address";
@@ -248,7 +249,10 @@ class Judge {
 
   // What should arrive.
   Node wanted() {
-    const Node sent = whateverFrame(diagrams_, diagrams_.forSome(from(), kDestination));
+    // The router's address depends on whom it sends to.
+    const Node sent = expectation_.from == kRouter
+                          ? from()
+                          : whateverFrame(diagrams_, diagrams_.forSome(from(), kDestination));
     return diagrams_.both(sent, diagrams_.both(what_, diagrams_.set({{kDestination, hosts()}})));
   }
 

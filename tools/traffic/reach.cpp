@@ -135,10 +135,46 @@ class TrafficChecker {
         if (search_.isHooked(at.place)) continue;
         effect = "stands where no packet comes";
       }
-      add(*origin, at,
-          origin->record == 0 ? "stops nothing that would get so far" : "is reached by no packet",
-          effect, blocker, blockers.witness);
+      std::string reason = "is reached by no packet";
+      if (origin->record == 0) reason = "stops nothing that would get so far";
+      if (origin->record != 0 && othersAct(at, *origin)) {
+        if (blocker.empty() || blockers.routing || blockers.router) continue;
+        reason = "does not get all its packets";
+        effect = "comes behind " + blocker + ", where all its " + kindOf(ruleAt(at)) + " go";
+      }
+      add(*origin, at, reason, effect, blocker, blockers.witness);
     }
+  }
+
+  // Whether another rule of the same record acts, of those that stand in the same table. Their
+  // commands were run one behind the other.
+  bool othersAct(const RuleAt &at, const Origin &origin) {
+    constexpr size_t kMostCommands = 8;
+    const size_t command = blame_.commandOf(at);
+    std::vector<RuleAt> others;
+    for (const auto &[place, chain] : router_.chains()) {
+      if (place.program != at.place.program || place.table != at.place.table) continue;
+      for (size_t i = 0; i < chain.rules.size(); i++) {
+        const Rule &rule = chain.rules[i];
+        const size_t between = std::max(rule.command, command) - std::min(rule.command, command);
+        const RuleAt other = {place, i};
+        if (between <= kMostCommands && other != at && decides(rule) && search_.acts(other)) {
+          others.push_back(other);
+        }
+      }
+    }
+    blame_.ask(others);
+    return std::any_of(others.begin(), others.end(), [&](const RuleAt &each) {
+      const Origin *of_it = originOf(each);
+      return of_it != nullptr && of_it->key == origin.key && of_it->record == origin.record;
+    });
+  }
+
+  // "udp packets"
+  static std::string kindOf(const Rule &rule) {
+    const IntervalSet *protocols = valuesOf(rule, kProtocol);
+    if (protocols == nullptr || protocols->size() != 1) return "packets of one kind";
+    return protocolName(protocols->intervals()[0].first) + " packets";
   }
 
   // Whether all that a switch has to stop packets with acts on none.

@@ -225,6 +225,7 @@ IntervalSet SideWays::outside(const Side &side) const {
 IntervalSet SideWays::ownAddresses() const {
   IntervalSet own;
   for (const packets::Interface &each : desk_.router.network().interfaces) {
+    if (each.name == "lo") continue;
     for (const Address &address : each.addresses) own.add({address.address, address.address});
   }
   return own;

@@ -281,13 +281,13 @@ class FromSide {
 
   Way wayOf(const Outcome &outcome) {
     Way way = {placeOf(outcome).value_or(""), {}, {}, {}};
-    if (briefly_) {
-      if (outcome.verdict == Verdict::kForwarded) way.to = through_;
-      return way;
-    }
     if (outcome.translated_by) {
       way.destination = outcome.destination;
       way.port = outcome.port;
+    }
+    if (briefly_) {
+      if (outcome.verdict == Verdict::kForwarded) way.to = through_;
+      return way;
     }
     for (const RuleAt &rule : tool::rulesOf(outcome)) {
       const std::vector<Origin> &origins = blame_.originsOf(rule);

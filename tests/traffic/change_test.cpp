@@ -3,6 +3,7 @@
 
 #include <set>
 
+#include "tests/traffic/random_router.h"
 #include "tools/device/config.h"
 #include "tools/device/desk_device.h"
 #include "tools/traffic/change.h"
@@ -61,6 +62,7 @@ std::vector<std::string> changesOf(const DeskRouter &before, const DeskRouter &a
   for (const TrafficChange &each : found.changes) {
     const bool begins = each.packets <= TrafficChange::kNeighbours;
     const auto fate = [&](const DeskRouter &desk, uint64_t answer) {
+      if (desk.side(each.from[0]) == nullptr) return Fate();
       return fateOf(walked(desk, each.from[0], each.witness, answer, begins), each.witness, desk);
     };
     const std::string words = packetText(each.witness);
@@ -80,6 +82,8 @@ std::vector<std::string> changesOf(const DeskRouter &before, const DeskRouter &a
   }
   return lines;
 }
+
+const int kRandomPairs = getenv("ROUTERS") ? atoi(getenv("ROUTERS")) : 6;
 
 constexpr char kForwards[] = "192.168.1.10,443,0,TCP;192.168.1.11,51820,0,UDP";
 
@@ -141,6 +145,59 @@ TEST(TrafficChange, OfADmzHostIsAllThatNobodyElseGets) {
 }
 
 // Of several settings each change has its own, and one that takes two has both.
+// Random settings, and some of others put over: what is told is so, and what gets through now or
+// no longer is told.
+TEST(TrafficChange, IsWhatSinglePacketsMeet) {
+  std::mt19937 random(15);
+  for (int i = 0; i < kRandomPairs; i++) {
+    std::vector<nvram::Setting> one = randomConfig(random), other = one;
+    for (const nvram::Setting &each : randomConfig(random)) {
+      if (random() % 12 != 0) continue;
+      std::erase_if(other, [&](const nvram::Setting &old) { return old.key == each.key; });
+      other.push_back(each);
+    }
+    SCOPED_TRACE(settingsText(one) + "then\n" + settingsText(other));
+    const DeskRouter before = deskRouter(one, setUpDeskDevice),
+                     after = deskRouter(other, setUpDeskDevice);
+    changesOf(before, after);
+    const TrafficChanges found = trafficChanges(before, after, setUpDeskDevice);
+    packets::Diagrams diagrams;
+    SideWays was(before, diagrams), is(after, diagrams);
+    const Ends ends(after);
+    for (int k = 0; k < 500; k++) {
+      const Side &side = after.sides[random() % after.sides.size()];
+      const Side *old = before.side(side.name);
+      packets::Packet packet = randomPacket(random, side, is);
+      if (old == nullptr || diagrams.value(is.beginnings(side), packet) == 0) continue;
+      const auto passes = [&](const DeskRouter &desk, uint64_t answer) {
+        packet[packets::kDestinationMac] = desk.own(*desk.side(side.name)).mac;
+        return fateOf(walked(desk, side.name, packet, answer), packet, desk).passes();
+      };
+      const bool passed = passes(before, 0), now = passes(after, 0);
+      if (passed == now || passes(before, 1) != passed || passes(after, 1) != now) continue;
+      const bool first = ends.hosts.contains(packet[packets::kDestination]) &&
+                         diagrams.value(is.ordinary(side), packet) != 0;
+      const bool told =
+          std::any_of(found.changes.begin(), found.changes.end(), [&](const TrafficChange &change) {
+            const bool from = std::count(change.from.begin(), change.from.end(), side.name) != 0;
+            if (!from ||
+                (now ? change.passes <= change.was_passed : change.passes >= change.was_passed)) {
+              return false;
+            }
+            if (!first) return change.slices.empty();
+            return std::any_of(change.slices.begin(), change.slices.end(), [&](const Slice &slice) {
+              return slice.protocols.contains(packet[packets::kProtocol]) &&
+                     std::all_of(slice.fields.begin(), slice.fields.end(), [&](const auto &each) {
+                       return each.second.contains(packet[each.first]);
+                     });
+            });
+          });
+      EXPECT_TRUE(told || found.more != 0)
+          << side.name << ": " << packetText(packet) << (now ? " opens" : " shuts");
+    }
+  }
+}
+
 TEST(TrafficChange, IsBlamedOnTheLeastThatMakesIt) {
   const DeskRouter before = gateway({{"aclMode", "1"}, {"aclRules", "192.168.1.2"}});
   const DeskRouter after = gateway({{"aclMode", "1"},

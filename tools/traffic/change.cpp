@@ -496,8 +496,9 @@ Node Comparison::candidates() {
   for (const Place &place : places) {
     const Chain &was = before.chain(place) != nullptr ? *before.chain(place) : kEmpty;
     const Chain &is = after.chain(place) != nullptr ? *after.chain(place) : kEmpty;
-    if (!was.rules.empty() && !is.rules.empty() && was.policy != is.policy) return Diagrams::kAll;
-    if (was.built_in && was.policy != is.policy) return Diagrams::kAll;
+    // To a chain that is new leads a rule that is.
+    const bool in_both = before.chain(place) != nullptr && after.chain(place) != nullptr;
+    if (in_both && was.policy != is.policy) return Diagrams::kAll;
     const auto texts = [](const Chain &chain) {
       std::vector<std::string> all;
       for (const Rule &rule : chain.rules) all.push_back(rule.text);

@@ -43,8 +43,10 @@ DeskRouter gateway(Settings changes) {
 // The witness as a router knows its interfaces, with the same answer to all questions but those
 // about what the first packet of a connection does not hold.
 packets::Walk walked(const DeskRouter &desk, const std::string &from, packets::Packet packet,
-                     uint64_t answer, bool begins = true) {
-  packet[packets::kBridgePort] = desk.router.network().number(desk.side(from)->interface);
+                     uint64_t answer, bool begins = true, bool to_router = true) {
+  const Side &side = *desk.side(from);
+  packet[packets::kBridgePort] = desk.router.network().number(side.interface);
+  if (to_router) packet[packets::kDestinationMac] = desk.own(side).mac;
   for (size_t i = 0; i < desk.router.unknowns().size(); i++) {
     const bool no = begins && packet[packets::kProtocol] == packets::kTcp &&
                     isAboutText(desk.router.unknowns()[i]);
@@ -63,7 +65,9 @@ std::vector<std::string> changesOf(const DeskRouter &before, const DeskRouter &a
     const bool begins = each.packets <= TrafficChange::kNeighbours;
     const auto fate = [&](const DeskRouter &desk, uint64_t answer) {
       if (desk.side(each.from[0]) == nullptr) return Fate();
-      return fateOf(walked(desk, each.from[0], each.witness, answer, begins), each.witness, desk);
+      const bool to_router = each.packets != TrafficChange::kFrames;
+      return fateOf(walked(desk, each.from[0], each.witness, answer, begins, to_router),
+                    each.witness, desk);
     };
     const std::string words = packetText(each.witness);
     EXPECT_TRUE(fate(before, 0) != fate(after, 0) || fate(before, 1) != fate(after, 1)) << words;
@@ -170,7 +174,6 @@ TEST(TrafficChange, IsWhatSinglePacketsMeet) {
       packets::Packet packet = randomPacket(random, side, is);
       if (old == nullptr || diagrams.value(is.beginnings(side), packet) == 0) continue;
       const auto passes = [&](const DeskRouter &desk, uint64_t answer) {
-        packet[packets::kDestinationMac] = desk.own(*desk.side(side.name)).mac;
         return fateOf(walked(desk, side.name, packet, answer), packet, desk).passes();
       };
       const bool passed = passes(before, 0), now = passes(after, 0);

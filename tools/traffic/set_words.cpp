@@ -129,8 +129,7 @@ void widen(Slice &around, const Slice &other) {
 Ends::Ends(const DeskRouter &desk) {
   IntervalSet nobody = IntervalSet::range(0, 0x00ffffff);  // 0.0.0.0/8
   nobody.add({0x7f000000, 0x7fffffff});
-  nobody.add({0xe0000000, 0xefffffff});
-  nobody.add({kAnyAddress, kAnyAddress});
+  nobody.add({0xe0000000, kAnyAddress});
   for (const packets::Interface &each : desk.router.network().interfaces) {
     for (const Address &address : each.addresses) {
       if (address.address >> 24 == 127) continue;

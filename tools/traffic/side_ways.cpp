@@ -219,7 +219,7 @@ IntervalSet SideWays::outside(const Side &side) const {
         return route.kind != Route::kUnicast || (route.device != own && !isWan(targetOf(device)));
       })
       .complement(largestOf(kSource))
-      .intersection(nobodies().complement(largestOf(kSource)));
+      .intersection(noHosts().complement(largestOf(kSource)));
 }
 
 IntervalSet SideWays::ownAddresses() const {

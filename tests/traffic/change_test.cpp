@@ -87,7 +87,7 @@ std::vector<std::string> changesOf(const DeskRouter &before, const DeskRouter &a
   return lines;
 }
 
-const int kRandomPairs = getenv("ROUTERS") ? atoi(getenv("ROUTERS")) : 6;
+constexpr int kRandomPairs = 6;
 
 constexpr char kForwards[] = "192.168.1.10,443,0,TCP;192.168.1.11,51820,0,UDP";
 

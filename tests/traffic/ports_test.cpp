@@ -22,7 +22,7 @@ using testing::HasSubstr;
 namespace {
 
 // Besides the examples.
-const int kRandomRouters = getenv("ROUTERS") ? atoi(getenv("ROUTERS")) : 6;
+constexpr int kRandomRouters = 6;
 
 constexpr const char *kExamples[] = {"gateway", "pppoe-gateway", "minimal", "bridge", "repeater"};
 
@@ -250,6 +250,72 @@ TEST(Expectations, HoldForAllPacketsOrFailWithOne) {
                      way.verdict == Verdict::kBridged;
     EXPECT_TRUE(got != read[0].can || way.verdict == Verdict::kDelivered) << text;
   }
+}
+
+// Of random routers: what fails is broken by its witness, and nothing breaks a "cannot" that holds.
+TEST(Expectations, AreBrokenByNoPacketWhereTheyHold) {
+  std::mt19937 random(15);
+  static const std::vector<std::string> kEnds = {"lan",
+                                                 "wifi",
+                                                 "wan",
+                                                 "router",
+                                                 "192.168.1.20",
+                                                 "lan 192.168.1.0/25",
+                                                 "wan 198.51.100.0/24"},
+                                        kWhat = {"", "tcp/80", "tcp/20-30 udp", "icmp", "udp/53"};
+  const std::string path = testing::TempDir() + "/random.expect";
+  size_t held = 0;
+  for (int i = 0; i < kRandomRouters; i++) {
+    Asked asked(randomConfig(random));
+    SCOPED_TRACE(settingsText(asked.desk.runs[0].config));
+    for (int k = 0; k < 12; k++) {
+      const std::string text = anyOf(random, kEnds) + (k % 2 == 0 ? " can" : " cannot") +
+                               " reach " + anyOf(random, kEnds) + " " + anyOf(random, kWhat);
+      std::ofstream(path) << text << "\n";
+      std::vector<Expectation> read;
+      try {
+        read = readExpectations(path, asked.desk);
+      } catch (const BadConfig &) {
+        continue;  // there is no such side
+      }
+      const Expectation &each = read[0];
+      const Judgement judgement = judge(each, asked.ways, asked.blame);
+      const auto gets = [&](const Packet &packet) {
+        for (const FollowedWay &way : waysOf(packet, asked.desk)) {
+          const Verdict verdict = way.walk.verdict;
+          const uint64_t out = way.walk.end[kOut];
+          if (verdict == Verdict::kUnknown) return true;
+          const bool to_router = each.to == kRouter;
+          const bool there =
+              verdict == Verdict::kBridged ||
+              (verdict == Verdict::kDelivered && (each.to.empty() || to_router)) ||
+              (verdict == Verdict::kForwarded && !to_router &&
+               (each.to.empty() ||
+                asked.ways.targetOf(out) == asked.ways.targetOf(asked.ways.side(each.to))));
+          if (there && (!each.hosts || each.hosts->contains(way.walk.end[kDestination])))
+            return true;
+        }
+        return false;
+      };
+      EXPECT_TRUE(!judgement.witness || each.can || gets(*judgement.witness)) << text;
+      if (each.can || !judgement.holds) continue;
+      held++;
+      const Side &side = asked.ways.sender(each.from);
+      for (int packets = 0; packets < 300; packets++) {
+        const Packet packet = randomPacket(random, side, asked.ways);
+        const Diagrams::Node spoken =
+            asked.diagrams.both(asked.ways.beginnings(side), asked.diagrams.set(each.senders));
+        const bool of_it =
+            each.what.empty() ||
+            std::any_of(each.what.begin(), each.what.end(), [&](const Conditions &what) {
+              return asked.diagrams.value(asked.diagrams.set(what), packet) != 0;
+            });
+        if (!of_it || asked.diagrams.value(spoken, packet) == 0) continue;
+        EXPECT_FALSE(gets(packet)) << text << ": " << packetText(packet);
+      }
+    }
+  }
+  EXPECT_GT(held, 5u);
 }
 
 // A network behind a router of the LAN, which may send what hosts of the LAN may not; and one

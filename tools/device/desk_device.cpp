@@ -111,13 +111,15 @@ void readLine(const std::string &line, sim::Device &device) {
 }  // namespace
 
 void setUpDeskDevice(sim::Device &device) {
-  device.interface(getLanIfName()).address("192.168.1.1").netmask("255.255.255.0").mac(macOf(0));
+  for (const char *lan : {"br0", getLanIfName()}) {
+    device.interface(lan).address("192.168.1.1").netmask("255.255.255.0").mac(macOf(0));
+  }
   device.interface("ra0").mac(macOf(8));
   for (int wan = 1; wan <= kWans; wan++) {
     InterfaceName interface, ethernet;
     wanInterface(wan, interface);
     wanDevice(wan, ethernet);
-    if (interface.empty() || interface.is(getLanIfName())) continue;
+    if (interface.empty() || interface.is("br0")) continue;
     if (!ethernet.empty()) device.interface(ethernet.text()).mac(macOf(wan));
     device.interface(interface.text()).address(wanAddress(wan)).netmask("255.255.255.0");
     const std::string info = "/var/wan" + std::to_string(wan) + ".info";

@@ -268,7 +268,7 @@ TEST(Expectations, AreBrokenByNoPacketWhereTheyHold) {
   for (int i = 0; i < kRandomRouters; i++) {
     Asked asked(randomConfig(random));
     SCOPED_TRACE(settingsText(asked.desk.runs[0].config));
-    for (int k = 0; k < 12; k++) {
+    for (int k = 0; k < 30; k++) {
       const std::string text = anyOf(random, kEnds) + (k % 2 == 0 ? " can" : " cannot") +
                                " reach " + anyOf(random, kEnds) + " " + anyOf(random, kWhat);
       std::ofstream(path) << text << "\n";

@@ -15,10 +15,6 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-uint64_t maskOf(int prefix) {
-  return prefix == 0 ? 0 : 0xffffffffull << (32 - prefix) & 0xffffffffull;
-}
-
 bool contains(const Route &route, uint64_t address) {
   return ((route.destination ^ address) & maskOf(route.prefix)) == 0;
 }
@@ -54,6 +50,10 @@ bool readNumber(const std::string &text, uint32_t &number) {
 }
 
 }  // namespace
+
+uint64_t maskOf(int prefix) {
+  return prefix == 0 ? 0 : 0xffffffffull << (32 - prefix) & 0xffffffffull;
+}
 
 Interface &Network::add(Interface interface) {
   interfaces.push_back(std::move(interface));

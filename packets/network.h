@@ -15,6 +15,8 @@ struct Address {
   int prefix = 32;
 };
 
+uint64_t maskOf(int prefix);
+
 struct Interface {
   std::string name;
   uint64_t mac = 0;

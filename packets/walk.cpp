@@ -83,7 +83,7 @@ struct Passage {
 // With where it leads as a number.
 struct KnownRoute {
   Route route;
-  uint64_t mask, out;
+  uint64_t out;
 };
 
 }  // namespace
@@ -124,11 +124,11 @@ struct Walker::Known {
     auto [found, fresh] = routes.try_emplace(mark);
     if (fresh) {
       for (const Route &each : network.routesFor(mark)) {
-        found->second.push_back({each, maskOf(each.prefix), network.number(each.device)});
+        found->second.push_back({each, network.number(each.device)});
       }
     }
     for (const KnownRoute &each : found->second) {
-      if (((each.route.destination ^ destination) & each.mask) == 0) return &each;
+      if (each.route.contains(destination)) return &each;
     }
     return nullptr;
   }

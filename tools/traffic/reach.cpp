@@ -127,10 +127,28 @@ class TrafficChecker {
         if (search_.isHooked(at.place)) continue;
         effect = "stands where no packet comes";
       }
-      add(*origin, at,
-          origin->record == 0 ? "stops nothing that would get so far" : "is reached by no packet",
-          effect, blocker, blockers.witness);
+      std::string reason = "is reached by no packet";
+      if (origin->record == 0) reason = "stops nothing that would get so far";
+      if (isReachedInPart(*origin, at.place)) {
+        reason = "is not reached by all its packets";
+        effect = "leaves some to " + blocker;
+      }
+      add(*origin, at, reason, effect, blocker, blockers.witness);
     }
+  }
+
+  // A forwarded port is a rule for TCP and one for UDP where its record names both.
+  bool isReachedInPart(const Origin &origin, const Place &place) {
+    if (place.chain != "port_forward") return false;
+    std::vector<RuleAt> acting;
+    for (size_t i = 0; i < router_.chain(place)->rules.size(); i++) {
+      if (search_.acts({place, i})) acting.push_back({place, i});
+    }
+    blame_.ask(acting);
+    return std::any_of(acting.begin(), acting.end(), [&](const RuleAt &each) {
+      const Origin *other = originOf(each);
+      return other != nullptr && *other == origin;
+    });
   }
 
   // Whether all that a switch has to stop packets with acts on none.

@@ -21,6 +21,11 @@ struct LabCommand {
   Words &words;
 };
 
+struct UpOptions {
+  std::string config;
+  bool json = false;
+};
+
 struct TestOptions {
   Words names;
   bool list = false;
@@ -48,10 +53,10 @@ void runConfined(const char *script, const Words &words) {
   runLabScript(script, words);
 }
 
-void makeConfined(const Words &words) {
-  const std::vector<nvram::Setting> config = readConfig(words.front());
+void makeConfined(const std::string &path, bool json) {
+  const std::vector<nvram::Setting> config = readConfig(path);
   confine();
-  makeLab(config);
+  makeLab(config, json);
 }
 
 void runConfinedInLab(const Words &words) {
@@ -82,10 +87,11 @@ void addLab(CLI::App &app, Exit &) {
   CLI::App &lab =
       *app.add_subcommand("lab", "A router and two hosts on one machine, in network namespaces");
   lab.require_subcommand(1);
-  LabCommand up = addLabCommand(lab, "up", "Make the lab", makeConfined);
-  up.command.add_option("-c,--config,FILE", up.words, "The settings that it is made for")
-      ->required()
-      ->expected(1);
+  auto made = std::make_shared<UpOptions>();
+  CLI::App &up = *lab.add_subcommand("up", "Make the lab");
+  up.add_option("-c,--config,FILE", made->config, "The settings that it is made for")->required();
+  up.add_flag("--json", made->json, kForPrograms);
+  up.callback([made] { makeConfined(made->config, made->json); });
   addLabCommand(lab, "down", "Take it away",
                 [](const Words &words) { runConfined("down.sh", words); });
   LabCommand shell =

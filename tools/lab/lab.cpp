@@ -125,14 +125,16 @@ void runLabScript(const std::string &script, const std::vector<std::string> &wor
   throw NoLab(path.string() + ": " + strerror(errno));
 }
 
-void makeLab(const std::vector<nvram::Setting> &config) {
+void makeLab(const std::vector<nvram::Setting> &config, bool json) {
   const std::string text = printConfig(config);
   const int file = memfd_create("config", 0);
   bool written = file >= 0 &&
                  write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size()) &&
                  dup2(file, STDIN_FILENO) == STDIN_FILENO;
   if (!written) throw NoLab(std::string("cannot hand the settings over: ") + strerror(errno));
-  runLabScript("up.sh", {"/dev/stdin"});
+  std::vector<std::string> words = {"/dev/stdin"};
+  if (json) words.insert(words.begin(), "--json");
+  runLabScript("up.sh", words);
 }
 
 std::string labConfig() {

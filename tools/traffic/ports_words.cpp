@@ -28,7 +28,7 @@ std::string shortened(const IntervalSet &set, std::string (*text)(const Interval
   return text(first) + " and " + std::to_string(set.intervals().size() - kMostListed) + " more";
 }
 
-std::string protocolsText(const IntervalSet &protocols) {
+std::string protocolNamesText(const IntervalSet &protocols) {
   std::string text;
   uint64_t named = 0;
   for (const Interval &each : protocols.intervals()) {
@@ -43,7 +43,7 @@ std::string protocolsText(const IntervalSet &protocols) {
 }
 
 std::string whatText(const Opening &opening) {
-  return protocolsText(opening.protocols) +
+  return protocolNamesText(opening.protocols) +
          (opening.ports.empty() ? "" : " " + shortened(opening.ports, portsText));
 }
 
@@ -144,7 +144,7 @@ Json portsAsJson(const Ports &ports, const DeskRouter &desk) {
     openings.push_back({{"from", each.from},
                         {"neighbours", each.neighbours},
                         {"to", each.to.empty() ? Json(nullptr) : Json(each.to)},
-                        {"protocols", protocolsText(each.protocols)},
+                        {"protocols", protocolNamesText(each.protocols)},
                         {"ports", intervalsAsJson(each.ports, portsText)},
                         {"sources", intervalsAsJson(each.sources, addressesText)},
                         {"hosts", intervalsAsJson(each.hosts, addressesText)},

@@ -105,7 +105,37 @@ std::string onText(const Fate &fate) {
   return text;
 }
 
+std::string changeText(const TrafficChange &change, const Ends &ends) {
+  const Words words = wordsOf(change.was_passed, change.passes);
+  std::string text = std::string(words.sign) + " " + slicesText(change, ends);
+  const bool elsewhere = change.was_passed == change.passes;
+  if (change.slices.empty() || !elsewhere) text += std::string(": ") + words.now;
+  if (change.alike > 1) {
+    if (elsewhere) text += std::string(": ") + words.now;
+  } else if (elsewhere && !change.slices.empty()) {
+    text += ": " + fateText(change.is) + " now, before " + fateText(change.was);
+  } else if (!elsewhere && !change.slices.empty()) {
+    const std::string on = onText(change.is.passes() ? change.is : change.was);
+    if (!on.empty()) text += ", sent on to " + on;
+  }
+  return text;
+}
+
 }  // namespace
+
+std::vector<const TrafficChange *> toldChanges(const TrafficChanges &changes) {
+  std::vector<const TrafficChange *> told;
+  std::set<std::vector<std::string>> first;  // the sides from which first packets fare otherwise
+  for (const TrafficChange &each : changes.changes) {
+    if (each.packets == TrafficChange::kFirst) first.insert(each.from);
+    if (each.packets == TrafficChange::kFirst || first.count(each.from) == 0) told.push_back(&each);
+  }
+  return told;
+}
+
+std::string trafficChangeText(const TrafficChange &change, const DeskRouter &after) {
+  return changeText(change, Ends(after.router.network()));
+}
 
 std::string sidesText(const std::vector<std::string> &sides) {
   if (sides == std::vector<std::string>{"lan", "wifi"}) return "the LAN";
@@ -166,27 +196,11 @@ void printTrafficChanges(std::ostream &out, const TrafficChanges &changes, const
   }
   const Ends ends(after.router.network());
   paint(kHeading, "traffic");
-  std::set<std::vector<std::string>> told;  // the sides from which first packets fare otherwise
-  bool others = false;
-  for (const TrafficChange &each : changes.changes) {
+  const std::vector<const TrafficChange *> told = toldChanges(changes);
+  for (const TrafficChange *one : told) {
+    const TrafficChange &each = *one;
     const Words words = wordsOf(each.was_passed, each.passes);
-    if (each.packets == TrafficChange::kFirst) {
-      told.insert(each.from);
-    } else if (told.count(each.from) != 0) {
-      others = true;
-      continue;
-    }
-    std::string text = std::string(words.sign) + " " + slicesText(each, ends);
-    const bool elsewhere = each.was_passed == each.passes;
-    if (each.slices.empty() || !elsewhere) text += std::string(": ") + words.now;
-    if (each.alike > 1) {
-      if (elsewhere) text += std::string(": ") + words.now;
-    } else if (elsewhere && !each.slices.empty()) {
-      text += ": " + fateText(each.is) + " now, before " + fateText(each.was);
-    } else if (!elsewhere && !each.slices.empty()) {
-      const std::string on = onText(each.is.passes() ? each.is : each.was);
-      if (!on.empty()) text += ", sent on to " + on;
-    }
+    const std::string text = changeText(each, ends);
     paint(words.colour, text);
     if (!each.depends.empty()) out << "    depending on " << listed(each.depends, "; ") << "\n";
     out << "    such as " << sentText(each.witness, kNeighbour) << "\n";
@@ -194,7 +208,7 @@ void printTrafficChanges(std::ostream &out, const TrafficChanges &changes, const
     for (const SettingChange &cause : each.causes) causes.push_back(settingChangeText(cause));
     if (!causes.empty()) out << "    since " << forReader(listed(causes, ", and ")) << "\n";
   }
-  if (others) {
+  if (told.size() != changes.changes.size()) {
     out << "  with them change packets that begin no connection; --json has one of each kind\n";
   }
   if (changes.more != 0) out << "  and " << changes.more << " more kinds of it\n";

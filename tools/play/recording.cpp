@@ -73,7 +73,6 @@ std::vector<uint8_t> receive(int descriptor) {
   }
 }
 
-constexpr long long kTick = 100;  // of the WPS monitors, in milliseconds
 
 // A call with these settings, on the device that `prepare` makes of them.
 struct Situation {
@@ -99,7 +98,7 @@ void call(const Situation &situation, const Made &made, const std::function<void
   });
   CallResult result = entryPointNamed(situation.entry).call(situation.words);
   for (long long i = 0; i < situation.ticks && device->clock().armed(); i++) {
-    device->advance(kTick);
+    device->advance(kTickMilliseconds);
   }
   made(*device, result);
 }

@@ -52,6 +52,8 @@ struct Recording : Call {
 // commands there were before each event, and behind the last.
 std::vector<size_t> readEvents(Recording &run);
 
+constexpr long long kTickMilliseconds = 100;  // of the WPS monitors
+
 // What the device has besides settings; called when those are in place.
 using Prepare = std::function<void(sim::Device &)>;
 

@@ -9,11 +9,9 @@ namespace orba::tool {
 
 namespace {
 
-struct Exited {
+struct Ended {
   int status;
 };
-
-constexpr long long kTick = 100;  // of the WPS monitors, in milliseconds
 
 }  // namespace
 
@@ -28,15 +26,15 @@ Recording Series::record(const std::vector<nvram::Setting> &config, const EntryP
   sim::Device device;
   putSettings(config, device);
   if (prepare_) prepare_(device);
-  device.onExit([](int status) { throw Exited{status}; });
+  device.onExit([](int status) { throw Ended{status}; });
   Recording run;
   run.entry = entry.name;
   run.words = words;
   try {
     run.result = entry.call(words);
-    for (long long i = 0; i < ticks && device.clock().armed(); i++) device.advance(kTick);
-  } catch (const Exited &exited) {
-    run.result = {"exit " + std::to_string(exited.status), {}};
+    for (long long i = 0; i < ticks && device.clock().armed(); i++) device.advance(kTickMilliseconds);
+  } catch (const Ended &ended) {
+    run.result = {"exit " + std::to_string(ended.status), {}};
   }
   run.events = device.events();
   for (const sim::Event &event : run.events) {

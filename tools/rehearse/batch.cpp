@@ -149,7 +149,7 @@ class Answers {
 };
 
 // Whole lines of standard input, as many as have come.
-class Lines {
+class LineReader {
  public:
   std::optional<std::string> next() {
     char part[65536];
@@ -185,7 +185,7 @@ std::string lineOf(const nlohmann::ordered_json &value) {
 }
 
 void answerBatch(const Prepare &prepare, size_t jobs) {
-  Lines lines;
+  LineReader lines;
   std::unique_ptr<Answers> answers;  // of a worker
   haveDone(
       {[&] { return lines.next(); }, STDIN_FILENO}, jobs,

@@ -6,7 +6,8 @@
 #include "tools/rehearse/kinds.h"
 #include "tools/text/lines.h"
 #include "tools/traffic/change.h"
-#include "tools/traffic/ordinary.h"
+#include "tools/traffic/question.h"
+#include "tools/traffic/side_ways.h"
 #include "tools/traffic/packet_words.h"
 
 namespace orba::tool {
@@ -241,7 +242,7 @@ SidesCompared::Witness SidesCompared::witness(const Config &settings, const Chan
     witness.opens |= opensToInternet(*each);
     if (witness.traffic.size() >= kMostLines) continue;
     witness.traffic.push_back(text);
-    witness.traffic.push_back("  such as " + sentText(each->witness, kNeighbour));
+    witness.traffic.push_back("  such as " + sentText(each->witness, macOfNoRule(after.router)));
   }
   return witness;
 }

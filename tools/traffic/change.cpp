@@ -875,7 +875,7 @@ TrafficChanges Comparison::find() {
 }  // namespace
 
 bool opensToInternet(const TrafficChange &change) {
-  return change.packets <= TrafficChange::kDirect && directionOf(change) == kOpens &&
+  return change.packets <= TrafficChange::kNeighbours && directionOf(change) == kOpens &&
          isWan(change.from[0]);
 }
 

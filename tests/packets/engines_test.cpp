@@ -36,9 +36,9 @@ Router routerOf(const Commands &commands) {
 
 // Commands with numbers that lie close together, so that their rules overlap, and packets that lie
 // at the edges of these.
-class Random {
+class RandomRouter {
  public:
-  explicit Random(unsigned int seed) : numbers_(seed) {}
+  explicit RandomRouter(unsigned int seed) : numbers_(seed) {}
 
   Commands commands() {
     commands_ = {"iptables -t nat -N LAN_NAT_CHAIN",
@@ -273,7 +273,7 @@ std::string told(const Packet &packet) {
 TEST(Engines, AgreeOnRandomRouters) {
   std::map<Verdict, int> seen;
   for (unsigned int seed = 1; seed <= 60; seed++) {
-    Random random(seed);
+    RandomRouter random(seed);
     Commands commands = random.commands();
     commands.push_back("iptables -A OUTPUT -j one");
     const Router router = routerOf(commands);
@@ -393,7 +393,7 @@ Node accepted(Diagrams &diagrams, const Router &router) {
 TEST(Engines, AgreeWithASolver) {
   int refuted = 0;
   for (unsigned int seed = 1; seed <= 25; seed++) {
-    Random random(seed);
+    RandomRouter random(seed);
     const Commands commands = random.commands();
     const Router router = routerOf(commands);
     SCOPED_TRACE(testing::Message() << "seed " << seed << testing::PrintToString(commands));

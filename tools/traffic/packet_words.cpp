@@ -13,7 +13,7 @@ using packets::IntervalSet;
 using packets::Packet;
 
 // A network where it is one, else its first and last address.
-std::string addressesText(const Interval &each) {
+std::string networkText(const Interval &each) {
   const uint64_t size = each.last - each.first + 1;
   if (size == 1) return packets::addressText(each.first);
   const bool network = (size & (size - 1)) == 0 && each.first % size == 0;
@@ -23,7 +23,7 @@ std::string addressesText(const Interval &each) {
   return packets::addressText(each.first) + "-" + packets::addressText(each.last);
 }
 
-std::string portsText(const Interval &each) {
+std::string portRange(const Interval &each) {
   if (each.first == each.last) return std::to_string(each.first);
   return std::to_string(each.first) + "-" + std::to_string(each.last);
 }
@@ -49,12 +49,12 @@ const char *const kFlags[] = {"FIN", "SYN", "RST", "PSH", "ACK", "URG"};
 
 std::string addressesText(const IntervalSet &addresses) {
   if (addresses == IntervalSet::range(0, 0xffffffff)) return "anywhere";
-  return listed(addresses, addressesText);
+  return listed(addresses, networkText);
 }
 
 std::string portsText(const IntervalSet &ports) {
   if (ports == IntervalSet::range(0, 65535)) return "any port";
-  return listed(ports, portsText);
+  return listed(ports, portRange);
 }
 
 bool hasPorts(const Packet &packet) {

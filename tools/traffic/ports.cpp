@@ -98,6 +98,18 @@ std::string settingsOf(const Rules &rules, const DeskRouter &desk, Blame &blame)
   return text + (rest == 0 ? "" : " and " + std::to_string(rest) + " more rules there");
 }
 
+// The closest setting of each rule that is named.
+std::vector<Origin> originsOf(const Rules &rules, Blame &blame) {
+  std::vector<Origin> found;
+  for (const RuleAt &rule : namedOf(rules)) {
+    const std::vector<Origin> &origins = blame.originsOf(rule);
+    const bool is_new =
+        !origins.empty() && std::find(found.begin(), found.end(), origins[0]) == found.end();
+    if (is_new) found.push_back(origins[0]);
+  }
+  return found;
+}
+
 // What the packets of a line have in common: where they get, and what lets them.
 struct Way {
   std::string to;
@@ -411,6 +423,8 @@ class FromSide {
                       .stoppers = rulesOf(others, stops),
                       .by = {},
                       .but = {},
+                      .by_origins = {},
+                      .but_origins = {},
                       .depends = depends,
                       .witness = {}};
       // With the answers that let it through.
@@ -526,8 +540,13 @@ Ports portsOf(SideWays &ways, Blame &blame, const PortsQuestion &question) {
   for (Opening &each : ports.openings) {
     each.by = settingsOf(each.rules, desk, blame);
     each.but = settingsOf(each.stoppers, desk, blame);
+    each.by_origins = originsOf(each.rules, blame);
+    each.but_origins = originsOf(each.stoppers, blame);
   }
-  for (Leak &each : ports.leaks) each.by = settingsOf(each.rules, desk, blame);
+  for (Leak &each : ports.leaks) {
+    each.by = settingsOf(each.rules, desk, blame);
+    each.by_origins = originsOf(each.rules, blame);
+  }
   return ports;
 }
 

@@ -29,7 +29,7 @@ std::string shortened(const IntervalSet &set, std::string (*text)(const Interval
   return text(first) + " and " + std::to_string(set.intervals().size() - kMostListed) + " more";
 }
 
-std::string protocolsText(const IntervalSet &protocols) {
+std::string protocolNamesText(const IntervalSet &protocols) {
   std::string text;
   uint64_t named = 0;
   for (const Interval &each : protocols.intervals()) {
@@ -44,7 +44,7 @@ std::string protocolsText(const IntervalSet &protocols) {
 }
 
 std::string whatText(const Opening &opening) {
-  return protocolsText(opening.protocols) +
+  return protocolNamesText(opening.protocols) +
          (opening.ports.empty() ? "" : " " + shortened(opening.ports, portsText));
 }
 
@@ -84,6 +84,14 @@ Json intervalsAsJson(const IntervalSet &set, std::string (*text)(const IntervalS
   Json made = Json::array();
   for (const Interval &each : set.intervals()) {
     made.push_back(text(IntervalSet::range(each.first, each.last)));
+  }
+  return made;
+}
+
+Json originsAsJson(const std::vector<Origin> &origins) {
+  Json made = Json::array();
+  for (const Origin &each : origins) {
+    made.push_back({{"space", each.space}, {"key", each.key}, {"record", each.record}});
   }
   return made;
 }
@@ -145,19 +153,24 @@ Json portsAsJson(const Ports &ports, const DeskRouter &desk) {
   const Network &network = desk.router.network();
   Json openings = Json::array(), leaks = Json::array(), missing = Json::array();
   for (const Opening &each : ports.openings) {
-    openings.push_back({{"from", each.from},
-                        {"neighbours", each.neighbours},
-                        {"to", each.to.empty() ? Json(nullptr) : Json(each.to)},
-                        {"protocols", protocolsText(each.protocols)},
-                        {"ports", intervalsAsJson(each.ports, portsText)},
-                        {"sources", intervalsAsJson(each.sources, addressesText)},
-                        {"hosts", intervalsAsJson(each.hosts, addressesText)},
-                        {"translated", each.translated},
-                        {"port", each.port ? Json(*each.port) : Json(nullptr)},
-                        {"by", each.by},
-                        {"but", each.but},
-                        {"depends", each.depends},
-                        {"witness", packetAsJson(each.witness, network)}});
+    openings.push_back(
+        {{"from", each.from},
+         {"neighbours", each.neighbours},
+         {"to", each.to.empty() ? Json(nullptr) : Json(each.to)},
+         {"protocols", protocolNamesText(each.protocols)},
+         {"ports", intervalsAsJson(each.ports, portsText)},
+         {"sources", intervalsAsJson(each.sources, addressesText)},
+         {"hosts", intervalsAsJson(each.hosts, addressesText)},
+         {"words",
+          {{"heading", headingOf(each, desk)}, {"what", whatText(each)}, {"who", whoText(each)}}},
+         {"translated", each.translated},
+         {"port", each.port ? Json(*each.port) : Json(nullptr)},
+         {"by", each.by},
+         {"by_origins", originsAsJson(each.by_origins)},
+         {"but", each.but},
+         {"but_origins", originsAsJson(each.but_origins)},
+         {"depends", each.depends},
+         {"witness", packetAsJson(each.witness, network)}});
   }
   for (const Leak &each : ports.leaks) {
     leaks.push_back({{"from", each.from},
@@ -168,6 +181,8 @@ Json portsAsJson(const Ports &ports, const DeskRouter &desk) {
                      {"ports", each.ports},
                      {"sources", intervalsAsJson(each.sources, addressesText)},
                      {"by", each.by},
+                     {"by_origins", originsAsJson(each.by_origins)},
+                     {"words", leakText(each)},
                      {"witness", packetAsJson(each.witness, network)}});
   }
   for (const Refusal &each : desk.router.refusals()) {

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "packets/values.h"
-#include "tools/catalog/entry_point.h"
 #include "tools/text/lines.h"
 #include "tools/traffic/packet_words.h"
 
@@ -20,7 +19,7 @@ constexpr uint64_t kSomeMac = 0x020000000001, kOtherHostMac = 0x0200000000fe;
 constexpr uint64_t kSomePort = 40000, kHeader = 20, kBare = 40, kPing = 84;
 
 [[noreturn]] void refuse(const std::string &argument, const std::string &why) {
-  throw BadArgument(argument + ": " + why);
+  throw BadQuestion(argument, why);
 }
 
 uint64_t numberOf(const std::string &argument, const std::string &text, uint64_t least,

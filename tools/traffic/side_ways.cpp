@@ -237,7 +237,8 @@ SideWays::Node SideWays::ordinary(const Side &side) {
   IntervalSet addresses;
   for (const Address &each : desk_.own(side).addresses) addresses.add({each.address, each.address});
   const IntervalSet others = outside(side).complement(largestOf(kDestination));
-  const IntervalSet known = others.intersection(privates().complement(largestOf(kDestination)));
+  const IntervalSet known = others.intersection(privates().complement(largestOf(kDestination)))
+                                .intersection(noHosts().complement(largestOf(kDestination)));
   const IntervalSet behind = known.intersection(
       desk_.routed([](const Route &route) { return route.kind == Route::kUnicast; }));
   for (const Interval &each : behind.intervals()) addresses.add(each);

@@ -132,8 +132,7 @@ class Judge {
         ways_(ways),
         diagrams_(ways.diagrams()),
         side_(ways.side(expectation.from)),
-        outcomes_(ways.from(side_).outcomes()),
-        function_(ways.function(side_)) {
+        outcomes_(ways.from(side_).outcomes()) {
     const Node senders = diagrams_.set(expectation.senders);
     packets_ = diagrams_.both(ways.beginnings(side_), senders);
     what_ = expectation.what.empty() ? Diagrams::kAll : Diagrams::kNone;
@@ -184,9 +183,7 @@ class Judge {
 
   template <typename Each>
   void eachOutcome(Node packets, const Each &each) {
-    const Node numbered = diagrams_.map(function_, [](uint32_t place) { return place + 1; });
-    for (const auto &[number, part] :
-         diagrams_.parts(diagrams_.choose(packets, numbered, Diagrams::kNone))) {
+    for (const auto &[number, part] : diagrams_.parts(ways_.placesFrom1(side_, packets))) {
       if (number != 0) each(outcomes_[number - 1], part);
     }
   }
@@ -268,7 +265,6 @@ class Judge {
   Diagrams &diagrams_;
   const Side &side_;
   const std::vector<Outcome> &outcomes_;
-  const Node function_;
   Node packets_;  // of the senders, whatever they begin
   Node what_;     // the protocols and ports that it speaks of
   Node arrived_;  // the packets that it speaks of where they arrive

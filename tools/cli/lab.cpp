@@ -22,6 +22,7 @@ constexpr char kBooted[] = "The router that is booted in an emulator, not the la
 struct LabOptions {
   Words words;
   bool machine = false;
+  bool json = false;
 };
 
 struct TestOptions {
@@ -62,11 +63,13 @@ Words withFirst(const char *word, Words words) {
 void make(const LabOptions &options) {
   std::vector<nvram::Setting> config;
   if (!options.words.empty()) config = readConfig(options.words.front());
+  if (options.machine && options.json)
+    throw BadArgument("--json and --machine: only the lab in namespaces tells what it has");
   if (options.machine && options.words.empty()) runBooted({"up"});
   if (options.machine) runBooted({"up", "/dev/stdin"}, &config);
   if (options.words.empty()) throw CLI::RequiredError("--config");
   confine();
-  makeLab(config);
+  makeLab(config, options.json);
 }
 
 void takeAway(const LabOptions &options) {
@@ -129,6 +132,7 @@ void addLab(CLI::App &app, Exit &) {
                   "The settings that it is made for; a booted router has those of an example when "
                   "not given")
       ->expected(1);
+  up.command.add_flag("--json", up.options.json, kForPrograms);
   addLabCommand(lab, "down", "Take it away", takeAway);
   LabCommand shell =
       addLabCommand(lab, "shell", "A shell, or a command, on one of its hosts", runOnHost);

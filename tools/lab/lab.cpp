@@ -137,9 +137,11 @@ void runLabScript(const std::string &script, const std::vector<std::string> &wor
   become(scriptFolder("lab") / script, words);
 }
 
-void makeLab(const std::vector<nvram::Setting> &config) {
+void makeLab(const std::vector<nvram::Setting> &config, bool json) {
   takeAsInput(config);
-  runLabScript("up.sh", {"/dev/stdin"});
+  std::vector<std::string> words = {"/dev/stdin"};
+  if (json) words.insert(words.begin(), "--json");
+  runLabScript("up.sh", words);
 }
 
 void runBooted(const std::vector<std::string> &words, const std::vector<nvram::Setting> *config) {

@@ -22,8 +22,8 @@ struct NoLab : BadArgument {
 // Throws NoLab when there is none.
 [[noreturn]] void runLabScript(const std::string &script, const std::vector<std::string> &words);
 
-// Gives this process to the script that makes a lab for a configuration.
-[[noreturn]] void makeLab(const std::vector<nvram::Setting> &config);
+// Gives this process to the script that makes a lab for a configuration, and says what it has.
+[[noreturn]] void makeLab(const std::vector<nvram::Setting> &config, bool json);
 
 // Gives this process to the booted router's script (machine/booted.py) with its words; where
 // settings are given they are its standard input.

@@ -51,12 +51,11 @@ enum class Passes { kNo, kDepends, kYes };
 // Packets of which something else becomes now.
 struct TrafficChange {
   enum Packets {
-    kFirst,   // that begin a connection with an address that the side has a way to
-    kDirect,  // the same from a WAN to others than the router's address there: what only the
-              // provider's own network can send
-    kLater,   // of connections that are there already
-    kOthers,  // that belong to none, to groups and from addresses that cannot be
-    kFrames,  // between the ports of the bridge
+    kFirst,       // that begin a connection between hosts, and need no neighbour
+    kNeighbours,  // that begin one, and only somebody on a WAN's own wire can send
+    kLater,       // of connections that are there already
+    kOthers,      // to groups, from addresses that cannot be, and that belong to no connection
+    kFrames,      // between the ports of the bridge
   };
   Packets packets = kFirst;
   std::vector<std::string> from;  // sides

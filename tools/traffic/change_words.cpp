@@ -5,8 +5,8 @@
 
 #include "tools/text/lines.h"
 #include "tools/traffic/change.h"
-#include "tools/traffic/ordinary.h"
 #include "tools/traffic/packet_words.h"
+#include "tools/traffic/question.h"
 
 namespace orba::tool {
 
@@ -54,19 +54,19 @@ Words wordsOf(Passes was, Passes is) {
 // Packets of a kind other than the first, which are not told one by one.
 const char *packetsText(TrafficChange::Packets packets) {
   switch (packets) {
-    case TrafficChange::kDirect:
-      return "what only the provider's own network can send";
+    case TrafficChange::kNeighbours:
+      return "what only a neighbour on its wire can begin";
     case TrafficChange::kLater:
       return "packets of connections that are there already";
     case TrafficChange::kFrames:
       return "frames between the ports of the bridge";
     default:
-      return "packets that begin no connection";
+      return "what is forged, for groups or of no connection";
   }
 }
 
 const char *packetsName(TrafficChange::Packets packets) {
-  static const char *const kNames[] = {"first", "direct", "later", "others", "frames"};
+  static const char *const kNames[] = {"first", "neighbours", "later", "others", "frames"};
   return kNames[packets];
 }
 
@@ -164,15 +164,17 @@ void printTrafficChanges(std::ostream &out, const TrafficChanges &changes, const
     paint(kHeading, "the same traffic");
     return;
   }
-  const Ends ends(after.router.network());
+  const Ends ends(after);
+  const uint64_t ordinary_mac = macOfNoRule(after.router);
   paint(kHeading, "traffic");
-  std::set<std::vector<std::string>> told;  // the sides from which first packets fare otherwise
+  // Where first packets fare otherwise, from which sides and in which direction.
+  std::set<std::pair<std::vector<std::string>, std::string>> told;
   bool others = false;
   for (const TrafficChange &each : changes.changes) {
     const Words words = wordsOf(each.was_passed, each.passes);
     if (each.packets == TrafficChange::kFirst) {
-      told.insert(each.from);
-    } else if (told.count(each.from) != 0) {
+      told.insert({each.from, words.sign});
+    } else if (told.count({each.from, words.sign}) != 0) {
       others = true;
       continue;
     }
@@ -189,13 +191,13 @@ void printTrafficChanges(std::ostream &out, const TrafficChanges &changes, const
     }
     paint(words.colour, text);
     if (!each.depends.empty()) out << "    depending on " << listed(each.depends, "; ") << "\n";
-    out << "    such as " << sentText(each.witness, kNeighbour) << "\n";
+    out << "    such as " << sentText(each.witness, ordinary_mac) << "\n";
     std::vector<std::string> causes;
     for (const SettingChange &cause : each.causes) causes.push_back(settingChangeText(cause));
     if (!causes.empty()) out << "    since " << forReader(listed(causes, ", and ")) << "\n";
   }
   if (others) {
-    out << "  with them change packets that begin no connection; --json has one of each kind\n";
+    out << "  with them change packets of other kinds; --json has one of each\n";
   }
   if (changes.more != 0) out << "  and " << changes.more << " more kinds of it\n";
   for (const std::string &each : changes.not_compared) {
@@ -205,7 +207,7 @@ void printTrafficChanges(std::ostream &out, const TrafficChanges &changes, const
 
 nlohmann::ordered_json trafficChangesAsJson(const TrafficChanges &changes,
                                             const DeskRouter &after) {
-  const Ends ends(after.router.network());
+  const Ends ends(after);
   nlohmann::ordered_json json = {{"same", changes.none()},
                                  {"changes", nlohmann::ordered_json::array()},
                                  {"more", changes.more},

@@ -74,14 +74,16 @@ bool isAnswered(const FollowedWay &way) {
 
 }  // namespace
 
+bool isAboutText(const std::string &question) {
+  return std::any_of(std::begin(kTextOptions), std::end(kTextOptions), [&](const char *option) {
+    return question.find(option) != std::string::npos;
+  });
+}
+
 bool isOpen(FieldId question, const Packet &packet, const DeskRouter &desk) {
-  const std::string &text = desk.router.unknowns().at(question - kFields);
-  const bool about_text =
-      std::any_of(std::begin(kTextOptions), std::end(kTextOptions),
-                  [&](const char *option) { return text.find(option) != std::string::npos; });
   const bool empty =
       packet[kProtocol] == kTcp && ((packet[kTcpFlags] & kSyn) != 0 || packet[kLength] <= kHeaders);
-  return !about_text || !empty;
+  return !empty || !isAboutText(desk.router.unknowns().at(question - kFields));
 }
 
 std::vector<FollowedWay> waysOf(const Packet &packet, const DeskRouter &desk) {

@@ -353,8 +353,8 @@ class Served(unittest.TestCase):
         # The last step is the one that the picture shows as the end.
         last = self.texts(".way-steps .badge-step")[-1]
         self.assertEqual(self.browser.run("""return [...document.querySelectorAll(".picture .decided")].map((rule) =>
-            [rule.getAttribute("class"), rule.closest(".chain").dataset.chain, rule.dataset.step])"""),
-                         [["rule matched decided bad", "iptables filter macipport_filter", last]])
+            [rule.getAttribute("class"), rule.querySelector("title").textContent.split("\\n")[0], rule.dataset.step])"""),
+                         [["rule matched decided bad", "-m state --state NEW,INVALID -s 192.168.1.20 -d any/0 -p tcp --dport 25 -j DROP", last]])
         # With the record gone, in the draft; and as it is kept.
         records = self.value(self.ask("/api/settings.conf")[1], "IPPortFilterRules").split(";")
         self.wish("change", space=1, key="IPPortFilterRules", value=";".join(records[1:]))

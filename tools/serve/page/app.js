@@ -53,13 +53,13 @@ const counted = (count, noun) => `${count} ${noun}${count === 1 ? "" : "s"}`;
 
 // How much comes of the changes, as soon as it is known; while they come one upon the other
 // nobody waits for it.
-let told = 0, asking = 0;
+let told = 0, waiting = 0;
 function tellEffect(text, version) {
-  clearTimeout(asking);
+  clearTimeout(waiting);
   byId("pending-text").textContent = `${text}.`;
   told = version;
   if (byId("pending").hidden) return;
-  asking = setTimeout(async () => {
+  waiting = setTimeout(async () => {
     const {effects} = await ask("effects");
     const commands = effects.reduce((sum, {difference}) => sum + difference.commands.length, 0);
     if (told === version) byId("pending-text").textContent = `${text}: ${counted(commands, "command")} would differ.`;

@@ -2,7 +2,7 @@
 import {announce, ask, wishAndTell} from "./api.js";
 import {asking} from "./ask.js";
 import {changes} from "./changes.js";
-import {visible} from "./dom.js";
+import {counted, visible} from "./dom.js";
 import {firewall} from "./firewall.js";
 import {network} from "./network.js";
 import {overview} from "./overview.js";
@@ -48,8 +48,6 @@ function show() {
   view = {name, ...kViews[name](byId("main"), new URLSearchParams(query), path)};
   look();
 }
-
-const counted = (count, noun) => `${count} ${noun}${count === 1 ? "" : "s"}`;
 
 // How much comes of the changes, as soon as it is known; while they come one upon the other
 // nobody waits for it.

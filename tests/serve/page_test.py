@@ -213,7 +213,7 @@ class Served(unittest.TestCase):
             "iptables -t nat -A DMZ -i eth2.2 -p tcp --dport 161 -j RETURN;"
             "iptables -t nat -A DMZ -j DNAT -i eth2.2 --to 192.168.1.77;"
             "iptables -t nat -A DMZ -j DNAT -i eth2.2 -p tcp --dport ! 80 --to 192.168.1.77"])
-        self.assertIn("since DMZEnable=1, was 0", self.texts(".traffic small"))
+        self.assertIn("since DMZAddress=192.168.1.77, was 192.168.1.50, and DMZEnable=1, was 0", self.texts(".traffic small"))
         self.screenshots("changes")
         self.browser.run("document.getElementById('keep').click()")
         self.browser.wait_for("document.getElementById('pending').hidden")

@@ -143,7 +143,7 @@ Recording SidesCompared::run(Both &both, bool after, const std::string &entry) {
   return run;
 }
 
-void SidesCompared::addTraffic(Both &both, std::vector<Change> &changes) {
+void SidesCompared::addTraffic(Both &both, std::vector<SideChange> &changes) {
   const auto router = [&](bool after) {
     return deskRouter(after ? both.after : both.before, prepare_,
                       [&](const std::string &entry) { return run(both, after, entry); });
@@ -159,7 +159,7 @@ void SidesCompared::addTraffic(Both &both, std::vector<Change> &changes) {
   for (const auto &[kind, opens] : kinds) changes.push_back({true, opens, {kind}, {}});
 }
 
-std::vector<Change> SidesCompared::changes(const Config &settings, uint32_t part,
+std::vector<SideChange> SidesCompared::changes(const Config &settings, uint32_t part,
                                            const Deaths &deaths, Place &place) {
   Config changed = edited(settings, sides_.edits);
   Both both{settings,           std::move(changed), part,
@@ -172,7 +172,7 @@ std::vector<Change> SidesCompared::changes(const Config &settings, uint32_t part
   }
   std::map<std::set<std::string>, std::set<std::string>> by_entries;
   for (auto &[kind, entries] : kinds) by_entries[entries].insert(kind);
-  std::vector<Change> changes;
+  std::vector<SideChange> changes;
   for (auto &[entries, those] : by_entries) {
     changes.push_back({false, false, std::move(those), entries});
   }
@@ -183,16 +183,16 @@ std::vector<Change> SidesCompared::changes(const Config &settings, uint32_t part
   return changes;
 }
 
-bool SidesCompared::show(const Config &settings, const Change &change, uint32_t part,
+bool SidesCompared::show(const Config &settings, const SideChange &change, uint32_t part,
                          const Deaths &deaths, Place &place) {
   std::set<std::string> seen;
-  for (const Change &each : changes(settings, part, deaths, place)) {
+  for (const SideChange &each : changes(settings, part, deaths, place)) {
     if (each.traffic == change.traffic) seen.insert(each.kinds.begin(), each.kinds.end());
   }
   return std::includes(seen.begin(), seen.end(), change.kinds.begin(), change.kinds.end());
 }
 
-SidesCompared::Witness SidesCompared::witness(const Config &settings, const Change &change) {
+SidesCompared::Witness SidesCompared::witness(const Config &settings, const SideChange &change) {
   Both both{
       settings,         edited(settings, sides_.edits), 0, OwnWords(settings), Asked(settings),
       Asked(both.after)};

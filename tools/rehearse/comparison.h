@@ -23,7 +23,7 @@ struct TwoSides {
 };
 
 // Something that is different. Configurations have the same change when it has the same kinds.
-struct Change {
+struct SideChange {
   bool traffic = false;           // of packets, and not of what entry points do
   bool opens = false;             // lets something in from the Internet
   std::set<std::string> kinds;    // as kindsOf() and trafficChangeText() have them
@@ -37,10 +37,10 @@ class SidesCompared {
   // What is different for these settings. What changes in the same entry points together is one
   // change: so each builder of rules has its own, and a program that calls several of them is told
   // with each. `deaths` and `place` as a worker has them.
-  std::vector<Change> changes(const std::vector<nvram::Setting> &settings, uint32_t part,
+  std::vector<SideChange> changes(const std::vector<nvram::Setting> &settings, uint32_t part,
                               const Deaths &deaths, Place &place);
   // Whether these settings show at least this change.
-  bool show(const std::vector<nvram::Setting> &settings, const Change &change, uint32_t part,
+  bool show(const std::vector<nvram::Setting> &settings, const SideChange &change, uint32_t part,
             const Deaths &deaths, Place &place);
 
   // What there is to show of a change: the lines that come and go in one of its entry points, and
@@ -51,7 +51,7 @@ class SidesCompared {
     std::vector<std::string> traffic;  // "+ tcp 22 from ...", "  such as ..."
     bool opens = false;
   };
-  Witness witness(const std::vector<nvram::Setting> &settings, const Change &change);
+  Witness witness(const std::vector<nvram::Setting> &settings, const SideChange &change);
 
  private:
   // Of one configuration.
@@ -60,7 +60,7 @@ class SidesCompared {
 
   void compareOwn(Both &both, const Deaths &deaths, Place &place, Kinds &kinds);
   void comparePrograms(Both &both, const Deaths &deaths, Place &place, Kinds &kinds);
-  void addTraffic(Both &both, std::vector<Change> &changes);
+  void addTraffic(Both &both, std::vector<SideChange> &changes);
   bool isAsked(const std::string &entry) const;
   Recording run(Both &both, bool after, const std::string &entry);
 

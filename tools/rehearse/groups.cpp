@@ -50,7 +50,7 @@ void Group::add(const Group &other) {
   count += other.count;
 }
 
-std::string nameOf(const Change &change) {
+std::string nameOf(const SideChange &change) {
   Recording named;
   named.result.returned = change.traffic ? "traffic" : "commands";
   named.result.outputs.assign(change.kinds.begin(), change.kinds.end());

@@ -25,7 +25,7 @@ struct Example {
 };
 
 struct Group {
-  Change change;
+  SideChange change;
   Example example;
   uint64_t count = 0;
 
@@ -34,7 +34,7 @@ struct Group {
 };
 
 // What names a change: 16 hexadecimal digits.
-std::string nameOf(const Change &change);
+std::string nameOf(const SideChange &change);
 
 nlohmann::json asJson(const Group &group);
 Group groupIn(const nlohmann::json &json);

@@ -73,7 +73,7 @@ class Looker {
     if (settings.empty()) return {{"refused", "holds no settings"}};
     json names = json::array();
     std::optional<Example> example;
-    for (const Change &change : compared_.changes(settings, part, deaths, place)) {
+    for (const SideChange &change : compared_.changes(settings, part, deaths, place)) {
       const std::string name = nameOf(change);
       names.push_back(name);
       if (!example) example = {settings.size(), found[0], asciiConfig(settings)};

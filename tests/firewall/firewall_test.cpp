@@ -34,7 +34,7 @@ std::string skeleton(const std::string &first, const std::string &behind) {
   std::string commands;
   bool inside = false;
   for (std::string line; std::getline(transcript, line);) {
-    if (line.empty() || line.starts_with("$ ")) continue;
+    if (line.empty() || line[0] == '$' || line[0] == ' ') continue;  // not a command
     inside = (inside || line.starts_with(first)) && !line.starts_with(behind);
     if (inside) commands += "\n" + line;
   }

@@ -160,9 +160,14 @@ void SidesCompared::addTraffic(Both &both, std::vector<Change> &changes) {
 
 std::vector<Change> SidesCompared::changes(const Config &settings, uint32_t part,
                                            const Deaths &deaths, Place &place) {
-  Config changed = edited(settings, sides_.edits);
-  Both both{settings,           std::move(changed), part,
-            OwnWords(settings), Asked(settings),    Asked(both.after)};
+  return changes(settings, settings, part, deaths, place);
+}
+
+std::vector<Change> SidesCompared::changes(const Config &settings, const Config &example,
+                                           uint32_t part, const Deaths &deaths, Place &place) {
+  Both both{
+      settings,         edited(settings, sides_.edits), part, OwnWords(example), Asked(settings),
+      Asked(both.after)};
   Kinds kinds;
   if (before_) {
     comparePrograms(both, deaths, place, kinds);
@@ -182,19 +187,18 @@ std::vector<Change> SidesCompared::changes(const Config &settings, uint32_t part
   return changes;
 }
 
-bool SidesCompared::show(const Config &settings, const Change &change, uint32_t part,
-                         const Deaths &deaths, Place &place) {
+bool SidesCompared::show(const Config &some, const Config &example, const Change &change,
+                         uint32_t part, const Deaths &deaths, Place &place) {
   std::set<std::string> seen;
-  for (const Change &each : changes(settings, part, deaths, place)) {
+  for (const Change &each : changes(some, example, part, deaths, place)) {
     if (each.traffic == change.traffic) seen.insert(each.kinds.begin(), each.kinds.end());
   }
   return std::includes(seen.begin(), seen.end(), change.kinds.begin(), change.kinds.end());
 }
 
-SidesCompared::Witness SidesCompared::witness(const Config &settings, const Change &change) {
-  Both both{
-      settings,         edited(settings, sides_.edits), 0, OwnWords(settings), Asked(settings),
-      Asked(both.after)};
+SidesCompared::Witness SidesCompared::witness(const Config &some, const Config &example,
+                                              const Change &change) {
+  Both both{some, edited(some, sides_.edits), 0, OwnWords(example), Asked(some), Asked(both.after)};
   Witness witness;
   // The entry point that does the least besides, by its number of commands.
   size_t least = SIZE_MAX;

@@ -25,6 +25,11 @@ struct NoLab : BadArgument {
 // Gives this process to the script that makes a lab for a configuration, and says what it has.
 [[noreturn]] void makeLab(const std::vector<nvram::Setting> &config, bool json);
 
+// Gives this process to the booted router's script (machine/booted.py) with its words; where
+// settings are given they are its standard input.
+[[noreturn]] void runBooted(const std::vector<std::string> &words,
+                            const std::vector<nvram::Setting> *config = nullptr);
+
 // The configuration that the lab was made for. Throws NoLab when no lab is up.
 std::string labConfig();
 

@@ -1,6 +1,7 @@
 #include "tools/traffic/packet_words.h"
 
 #include <cctype>
+#include <cstdio>
 #include <nlohmann/json.hpp>
 
 namespace orba::tool {
@@ -32,6 +33,8 @@ std::string listed(const IntervalSet &set, std::string (*one)(const Interval &))
   for (const Interval &each : set.intervals()) text += (text.empty() ? "" : ", ") + one(each);
   return text;
 }
+
+constexpr uint64_t kIpv4 = 0x0800;
 
 const struct {
   const char *name;
@@ -95,6 +98,11 @@ std::string endText(const Packet &packet, packets::Field address, packets::Field
 }
 
 std::string packetText(const Packet &packet) {
+  if (packet[packets::kEtherType] != kIpv4) {
+    char text[40];
+    snprintf(text, sizeof(text), "a frame of type 0x%04x", int(packet[packets::kEtherType]));
+    return text;
+  }
   std::string text = protocolName(packet[packets::kProtocol]) + " from " +
                      endText(packet, packets::kSource, packets::kSourcePort) + " to " +
                      endText(packet, packets::kDestination, packets::kDestinationPort);
@@ -107,9 +115,18 @@ std::string packetText(const Packet &packet) {
 }
 
 std::string sentText(const packets::Packet &packet, uint64_t ordinary) {
-  const uint64_t mac = packet[packets::kSourceMac];
-  const bool told = mac != 0 && mac != ordinary;
-  return packetText(packet) + (told ? " with mac " + packets::macText(mac) : "");
+  constexpr uint64_t kBare = 40, kPing = 84;
+  const uint64_t mac = packet[packets::kSourceMac], length = packet[packets::kLength];
+  std::string text = packetText(packet);
+  if (mac != 0 && mac != ordinary) text += " with mac " + packets::macText(mac);
+  if (packet[packets::kEtherType] != kIpv4) return text;
+  if (length != (packet[packets::kProtocol] == packets::kIcmp ? kPing : kBare)) {
+    text += " of " + std::to_string(length) + " bytes";
+  }
+  if (packet[packets::kState] != stateOfFirst(packet)) {
+    text += std::string(", ") + stateName(static_cast<packets::State>(packet[packets::kState]));
+  }
+  return text;
 }
 
 nlohmann::ordered_json packetAsJson(const Packet &packet, const packets::Network &network) {

@@ -447,18 +447,39 @@ std::vector<std::pair<uint32_t, Diagrams::Node>> Diagrams::parts(Node function) 
   return parts;
 }
 
-std::optional<Packet> Diagrams::witness(Node set, const Packet &like) const {
+// A value with which a node does not lead to kNone: of an interval one that is not at its edge,
+// where it is wide.
+uint64_t Diagrams::wished(const Entry &entry, const std::vector<IntervalSet> &wishes) const {
+  IntervalSet possible;
+  uint64_t first = 0;
+  for (uint32_t i = entry.begin; i < entry.end; i++) {
+    if (edges_[i].to != kNone) possible.add({first, edges_[i].last});
+    first = edges_[i].last + 1;
+  }
+  for (const IntervalSet &each : wishes) {
+    const IntervalSet both = possible.intersection(each);
+    if (both.empty()) continue;
+    possible = both;
+    break;
+  }
+  constexpr uint64_t kInside = 10;
+  const Interval &values = possible.intervals()[0];
+  return values.first + std::min((values.last - values.first) / 2, kInside);
+}
+
+std::optional<Packet> Diagrams::witness(Node set, const Packet &like, const Wishes &wishes) const {
+  static const std::vector<IntervalSet> kNoWish;
   if (set == kNone) return {};
   Packet packet = like;
   while (!isConstant(set)) {
     const Entry &entry = entries_[set];
-    uint64_t &value = packet[fieldAt(entry.level)];
-    set = edgeOf(set, value).to;
+    const FieldId field = fieldAt(entry.level);
     // Every node that is not kNone leads to a packet, so any such edge will do.
-    for (uint32_t i = entry.begin; set == kNone; i++) {
-      set = edges_[i].to;
-      value = i == entry.begin ? 0 : edges_[i - 1].last + 1;
+    if (edgeOf(set, packet[field]).to == kNone) {
+      const auto wish = wishes.find(field);
+      packet[field] = wished(entry, wish == wishes.end() ? kNoWish : wish->second);
     }
+    set = edgeOf(set, packet[field]).to;
   }
   return packet;
 }

@@ -71,7 +71,9 @@ class Diagrams {
   // The fields on which it depends.
   std::set<FieldId> fieldsOf(Node function) const;
   // A packet of the set, with the fields that it does not ask for as in `like`; nothing for none.
-  std::optional<Packet> witness(Node set, const Packet &like = {}) const;
+  // A field that cannot be as there has a value of the first of its wishes that it can have.
+  using Wishes = std::map<FieldId, std::vector<IntervalSet>>;
+  std::optional<Packet> witness(Node set, const Packet &like = {}, const Wishes &wishes = {}) const;
   // The set as disjoint boxes: in each every field has any of some values.
   void boxes(Node set, const std::function<void(const Conditions &)> &each) const;
 
@@ -100,6 +102,7 @@ class Diagrams {
   template <typename Each>
   void visit(Node function, const Each &each) const;
   const Edge &edgeOf(Node node, uint64_t value) const;
+  uint64_t wished(const Entry &entry, const std::vector<IntervalSet> &wishes) const;
   void add(size_t begin, Edge edge);
   Node made(uint32_t level, size_t begin);
   Node known(const Entry &entry);

@@ -15,6 +15,8 @@ struct Address {
   int prefix = 32;
 };
 
+uint64_t maskOf(int prefix);  // of an address
+
 struct Interface {
   std::string name;
   uint64_t mac = 0;
@@ -34,6 +36,8 @@ struct Route {
   std::string table = {};       // of Network::routesFor: "local", "main", or that of a rule
 
   static constexpr size_t kNoCommand = SIZE_MAX;
+
+  bool contains(uint64_t address) const;
 };
 
 struct RoutingRule {

@@ -2,6 +2,7 @@
 #ifndef ORBA_PACKETS_WALK_H
 #define ORBA_PACKETS_WALK_H
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -76,11 +77,29 @@ enum class Detail { kVerdict, kSteps };
 //   a bridge are not behind a port that rules of the bridge keep them from.
 //
 // Fragments are joined before the rules see them; the time to live is not looked at.
-Walk walk(const Router &router, Packet packet, const Connection *connection = nullptr,
+Walk walk(const Router &router, const Packet &packet, const Connection *connection = nullptr,
           Detail detail = Detail::kSteps);
 // The way of a packet that the router itself sends.
-Walk walkFromRouter(const Router &router, Packet packet, const Connection *connection = nullptr,
-                    Detail detail = Detail::kSteps);
+Walk walkFromRouter(const Router &router, const Packet &packet,
+                    const Connection *connection = nullptr, Detail detail = Detail::kSteps);
+
+// Walks many packets through one router, which must outlive it and stay as it is. What all of
+// them need of chains and routes is worked out once, and most take no memory from the heap.
+class Walker {
+ public:
+  explicit Walker(const Router &router);
+  ~Walker();
+
+  Walk walk(const Packet &packet, const Connection *connection = nullptr,
+            Detail detail = Detail::kSteps);
+  Walk walkFromRouter(const Packet &packet, const Connection *connection = nullptr,
+                      Detail detail = Detail::kSteps);
+
+  struct Known;
+
+ private:
+  std::unique_ptr<Known> known_;
+};
 
 // The packet with which the other side answers a first packet that was forwarded, as it comes
 // in where that left; or the router one that it was delivered.

@@ -18,6 +18,10 @@ IntervalSet groupMacs() {
   return macs;
 }
 
+// Where what no route leads to leaves; no interface has this number.
+constexpr uint32_t kNowhere = kNoInterface + 1;
+constexpr uint64_t kLoopback = 0;  // the interface by which the router sends to itself
+
 bool refuses(Target::Kind kind) {
   return kind == Target::kDrop || kind == Target::kReject || kind == Target::kUnknown;
 }
@@ -30,7 +34,9 @@ Ways::Ways(const Router &router, Diagrams &diagrams, uint64_t interface, Decider
   const Flow flow = {
       packets,
       {{{kIn, interface}, {kBridgePort, interface}, {kOut, kNoInterface}, {kMark, 0}}, {}}};
-  if (router.network().interfaces[interface].bridge.empty()) {
+  if (interface == kNoInterface) {
+    send(flow);
+  } else if (router.network().interfaces[interface].bridge.empty()) {
     enter(flow);
   } else {
     enterBridge(flow);
@@ -282,15 +288,12 @@ void Ways::route(const Flow &flow) {
   }
   end(take(diagrams_.without(to(groups), to(all_hosts))), Verdict::kNobody);
   deliver(take(to_many));
-  const Node routes = now(routesOf(flow.now.fields.at(kMark)), flow);
-  end(take(diagrams_.where(routes, [](uint32_t place) { return place == 0; })), Verdict::kNoRoute);
-  // By where they leave; the router itself is no interface.
-  const Node outs = diagrams_.map(routes, [&](uint32_t place) -> uint32_t {
-    if (place == 0 || routes_[place - 1].kind != Route::kUnicast) return kNoInterface;
-    return static_cast<uint32_t>(router_.network().number(routes_[place - 1].device));
-  });
-  for (const auto &[out, packets] : diagrams_.parts(outs)) {
+  for (const auto &[out, packets] : diagrams_.parts(outsOf(flow))) {
     Flow part = take(packets);
+    if (out == kNowhere) {
+      end(part, Verdict::kNoRoute);
+      continue;
+    }
     part.now.fields[kOut] = out;
     if (out == kNoInterface) {
       deliver(part);
@@ -304,6 +307,50 @@ void Ways::route(const Flow &flow) {
   }
 }
 
+// By where packets leave: kNoInterface for what is the router's own, kNowhere without a route.
+Ways::Node Ways::outsOf(const Flow &flow) {
+  return diagrams_.map(
+      now(routesOf(flow.now.fields.at(kMark)), flow), [&](uint32_t place) -> uint32_t {
+        if (place == 0) return kNowhere;
+        const Route &route = routes_[place - 1];
+        const bool sends = flow.now.fields.at(kIn) == kNoInterface;
+        if (route.kind == Route::kLocal || (route.kind == Route::kBroadcast && !sends)) {
+          return kNoInterface;
+        }
+        return static_cast<uint32_t>(router_.network().number(route.device));
+      });
+}
+
+// What the router itself sends. The rules of nat see the first packet of a connection.
+void Ways::send(const Flow &flow) {
+  const Node first = diagrams_.set(Condition{kState, IntervalSet::one(kNew)});
+  for (const auto &[out, packets] : diagrams_.parts(outsOf(flow))) {
+    Flow part = {diagrams_.both(flow.packets, packets), flow.now};
+    if (out == kNowhere) {
+      end(part, Verdict::kNoRoute);
+      continue;
+    }
+    part.now.fields[kOut] = out == kNoInterface ? kLoopback : out;
+    for (Flow &each : accepted({Place::kIptables, "nat", "OUTPUT"},
+                               {diagrams_.both(part.packets, first), part.now})) {
+      const Node translated =
+          decided(each, [](Target::Kind kind) { return kind == Target::kDnat; });
+      end({diagrams_.both(each.packets, translated), each.now}, Verdict::kUnknown);
+      leave({diagrams_.without(each.packets, translated), each.now});
+    }
+    leave({diagrams_.without(part.packets, first), part.now});
+  }
+}
+
+void Ways::leave(const Flow &flow) {
+  if (flow.now.fields.at(kOut) != kLoopback) return forward(flow, "OUTPUT");
+  for (Flow &each : accepted({Place::kIptables, "filter", "OUTPUT"}, flow)) {
+    each.now.fields[kIn] = each.now.fields[kBridgePort] = kLoopback;
+    each.now.fields[kOut] = kNoInterface;
+    deliver({each.packets, each.now});
+  }
+}
+
 void Ways::deliver(const Flow &flow) {
   for (const Flow &each : through({Place::kIptables, "filter", "INPUT"}, flow)) {
     end(each, [&](uint32_t number) {
@@ -314,9 +361,10 @@ void Ways::deliver(const Flow &flow) {
   }
 }
 
-void Ways::forward(const Flow &flow) {
+// What a filter's chain lets leave.
+void Ways::forward(const Flow &flow, const char *filter) {
   const Node first = diagrams_.set({kState, IntervalSet::one(kNew)});
-  for (const Flow &each : through({Place::kIptables, "filter", "FORWARD"}, flow)) {
+  for (const Flow &each : through({Place::kIptables, "filter", filter}, flow)) {
     // What is done to a packet that leaves, where the flow is of first packets of connections.
     const Node leaving = diagrams_.without(first, decided(each, &refuses));
     Node done = Diagrams::kNone;

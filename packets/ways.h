@@ -31,8 +31,9 @@ struct Outcome {
 
 class Ways {
  public:
-  // Of the packets that come in from the wire of an interface (a bridge's port or another), or of
-  // some of them: of others the function gives no place in outcomes().
+  // Of the packets that come in from the wire of an interface (a bridge's port or another), or that
+  // the router itself sends (kNoInterface), or of some of them: of others the function gives no
+  // place in outcomes(). What rules of nat OUTPUT translate has an outcome that is kUnknown.
   Ways(const Router &router, Diagrams &diagrams, uint64_t interface,
        Deciders deciders = Deciders::kTold, Diagrams::Node packets = Diagrams::kAll);
 
@@ -77,8 +78,11 @@ class Ways {
   void enter(const Flow &flow);
   void translate(const Flow &flow);
   void route(const Flow &flow);
+  void send(const Flow &flow);
+  void leave(const Flow &flow);
+  Node outsOf(const Flow &flow);
   void deliver(const Flow &flow);
-  void forward(const Flow &flow);
+  void forward(const Flow &flow, const char *filter = "FORWARD");
   Node routesOf(uint64_t mark);
   IntervalSet noHosts() const;
 

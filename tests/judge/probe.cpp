@@ -73,17 +73,14 @@ std::string text(const Probe &probe, const Network &network) {
   return words.str();
 }
 
-Walk wayOf(const Router &router, const std::vector<Probe> &probes, size_t which) {
-  const Probe &probe = probes[which];
-  const auto walked = [&](const Packet &packet, const Connection *connection) {
-    return packet[kBridgePort] == kNoInterface
-               ? walkFromRouter(router, packet, connection, Detail::kVerdict)
-               : walk(router, packet, connection, Detail::kVerdict);
-  };
-  if (probe.first == Probe::kNone) return walked(probe.packet, nullptr);
-  const Packet &first = probes[probe.first].packet;
-  const Connection connection = {first, walked(first, nullptr).end};
-  return walked(probe.packet, &connection);
+Walk wayOf(Walker &walker, const Probe &probe, const Connection *connection) {
+  return probe.packet[kBridgePort] == kNoInterface
+             ? walker.walkFromRouter(probe.packet, connection, Detail::kVerdict)
+             : walker.walk(probe.packet, connection, Detail::kVerdict);
+}
+
+Connection connectionOf(Walker &walker, const Probe &first) {
+  return {first.packet, wayOf(walker, first, nullptr).end};
 }
 
 bool agrees(const Walk &way, const Probe &probe, const Arrival &arrival, std::string &why) {
@@ -142,17 +139,16 @@ bool agrees(const Walk &way, const Probe &probe, const Arrival &arrival, std::st
   return true;
 }
 
-Agreement judged(const Router &router, const std::vector<Probe> &probes, size_t which,
-                 const Arrival &arrival, std::string &why) {
-  const Walk way = wayOf(router, probes, which);
-  if (agrees(way, probes[which], arrival, why)) return Agreement::kAgrees;
+Agreement judged(const Router &router, Walker &walker, const Walk &way, const Probe &probe,
+                 const Connection *connection, const Arrival &arrival, std::string &why) {
+  if (agrees(way, probe, arrival, why)) return Agreement::kAgrees;
   // Each question that it met and whose answer the packet does not hold, the other way.
   for (FieldId field : way.asked) {
     if (router.unknowns()[field - kFields].find("limit") == std::string::npos) continue;
-    std::vector<Probe> asked = probes;
-    asked[which].packet[field] ^= 1;
+    Probe asked = probe;
+    asked.packet[field] ^= 1;
     std::string other;
-    if (agrees(wayOf(router, asked, which), probes[which], arrival, other)) {
+    if (agrees(wayOf(walker, asked, connection), probe, arrival, other)) {
       return Agreement::kByAnAnswer;
     }
   }

@@ -53,15 +53,19 @@ inline uint64_t macOfHost(uint64_t address) {
   return 0x020100000000 | address;
 }
 
-// The router's answer about a packet by the model, whose connection begins with another probe.
-packets::Walk wayOf(const packets::Router &router, const std::vector<Probe> &probes, size_t which);
+// What the model says of a packet; of one that is not the first, with its connection.
+packets::Walk wayOf(packets::Walker &walker, const Probe &probe,
+                    const packets::Connection *connection);
+// What follows that first packet belongs to this.
+packets::Connection connectionOf(packets::Walker &walker, const Probe &first);
 
 // Whether it is what was seen. Says why not.
 bool agrees(const packets::Walk &way, const Probe &probe, const Arrival &arrival, std::string &why);
-// The same where answers to questions that nobody can foresee may be any.
+// The same where answers to questions that nobody can foresee may be any; `way` is the model's.
 enum class Agreement { kAgrees, kByAnAnswer, kDiffers };
-Agreement judged(const packets::Router &router, const std::vector<Probe> &probes, size_t which,
-                 const Arrival &arrival, std::string &why);
+Agreement judged(const packets::Router &router, packets::Walker &walker, const packets::Walk &way,
+                 const Probe &probe, const packets::Connection *connection, const Arrival &arrival,
+                 std::string &why);
 
 // What the model makes of lines.
 packets::Router routerOf(const packets::Network &network, const std::vector<std::string> &lines);

@@ -1,6 +1,7 @@
 #include "prober.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace judge {
 
@@ -22,8 +23,8 @@ bool asksForText(const std::string &question) {
 
 }  // namespace
 
-Prober::Prober(const Router &router, Dice &dice)
-    : router_(router), network_(router.network()), dice_(dice) {
+Prober::Prober(const Router &router, Walker &walker, Dice &dice)
+    : router_(router), walker_(walker), network_(router.network()), dice_(dice) {
   for (const auto &[place, chain] : router.chains()) {
     for (const Rule &rule : chain.rules) {
       rules_.push_back(&rule);
@@ -196,10 +197,11 @@ void Prober::settle(Probe &probe) {
     probe.content = dice_.pick(texts_);
     if (dice_.chance(30)) probe.content.back()++;
   }
-  for (size_t i = 0; i < router_.unknowns().size(); i++) {
+  for (size_t i = 0; !probe.content.empty() && i < router_.unknowns().size(); i++) {
     const std::string &question = router_.unknowns()[i];
-    packet[static_cast<FieldId>(kFields + i)] =
-        asksForText(question) && probe.content.find(lastWord(question)) != std::string::npos;
+    if (asksForText(question) && probe.content.find(lastWord(question)) != std::string::npos) {
+      packet[static_cast<FieldId>(kFields + i)] = 1;
+    }
   }
   const bool ethernet =
       packet[kBridgePort] != kNoInterface && network_.interfaces[packet[kBridgePort]].mac != 0;
@@ -258,7 +260,7 @@ bool Prober::isFresh(const Probe &probe) {
     const auto [one, other] = std::minmax({each[kSource], each[kDestination]});
     return uint64_t{1} << 63 | ((one << 31) ^ other);
   };
-  const auto before = ends(packet), behind = ends(wayOf(router_, {probe}, 0).end);
+  const auto before = ends(packet), behind = ends(wayOf(walker_, probe, nullptr).end);
   if (used_.count(before) != 0 || used_.count(behind) != 0) return false;
   used_.insert({before, behind});
   return true;
@@ -282,8 +284,10 @@ void Prober::answer(Packet &packet) {
   packet[kLength] = packet[kProtocol] == kTcp ? 40 : 28;
   packet[kIn] = packet[kBridgePort];
   packet[kSegmentSize] = 0;
-  for (size_t i = 0; i < router_.unknowns().size(); i++)
-    packet[static_cast<FieldId>(kFields + i)] = 0;
+  for (size_t i = 0; i < router_.unknowns().size(); i++) {
+    const FieldId question = static_cast<FieldId>(kFields + i);
+    if (std::as_const(packet)[question] != 0) packet[question] = 0;
+  }
 }
 
 std::vector<Probe> Prober::followers(const Probe &first, uint32_t place, const Walk &way) {

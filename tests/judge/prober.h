@@ -15,7 +15,7 @@ namespace judge {
 
 class Prober {
  public:
-  Prober(const packets::Router &router, Dice &dice);
+  Prober(const packets::Router &router, packets::Walker &walker, Dice &dice);
 
   // The first packet of a connection that no other shares a number with; nothing when chance
   // came up with none.
@@ -35,6 +35,7 @@ class Prober {
   void answer(packets::Packet &packet);
 
   const packets::Router &router_;
+  packets::Walker &walker_;
   const packets::Network &network_;
   Dice &dice_;
   std::vector<const packets::Rule *> rules_;

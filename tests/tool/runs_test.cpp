@@ -4,6 +4,7 @@
 #include <sys/mman.h>
 
 #include <atomic>
+#include <nlohmann/json.hpp>
 #include <random>
 #include <sstream>
 
@@ -141,6 +142,49 @@ ebtables nat MAC_Filter
 
 iptables filter FORWARD (policy ACCEPT, now DROP)
 )");
+}
+
+// A list by record, whichever way it came about; a network's value by its network; a row of the
+// timetable by its fields.
+TEST(ChangedSettings, AreToldByRecordAndField) {
+  const std::string before =
+      "AuthMode=OPEN;WPA2PSK\nPortForwardRules=192.168.1.10,443,0,TCP;192.168.1.11,80,0,TCP;"
+      "192.168.1.12,53,0,UDP\nwlanSchedule1=1 0 22 1 6 0\nDMZEnable=0\nold=a;b\nSSID1=Home\n";
+  const std::string after =
+      "[2]\nSSID1=5G\n[1]\nDMZEnable=1\nwlanSchedule1=1 1 22 1 6 0\nSSID1=Home\nold=b;c\n"
+      "PortForwardRules=192.168.1.12,53,0,UDP;192.168.1.10,443,0,TCP;192.168.1.11,80,90,TCP;"
+      "192.168.1.20,22,0,TCP\nAuthMode=WPA2PSK\n";
+  std::ostringstream out;
+  const auto changed = changedSettings(config(before), config(after));
+  printChangedSettings(out, changed, false);
+  EXPECT_EQ(out.str(), R"(settings
+~ PortForwardRules
+      Ports that are forwarded to hosts of the LAN
+~   record 2: 192.168.1.10,443,0,TCP  (was record 1)
+~   record 3: 192.168.1.11,80,90,TCP  (was record 2)
+        field 3 (last port): "0", now "90"
++   record 4: 192.168.1.20,22,0,TCP
+~ DMZEnable: "0" (off), now "1" (rules)
+      Whether a host gets everything from the WAN that nobody else takes, and how
+~ AuthMode
+      How stations prove themselves, a record a network
+~   record 1: WPA2PSK
+        was: OPEN
+-   record 2: WPA2PSK
+~ wlanSchedule1: "1 0 22 1 6 0", now "1 1 22 1 6 0"
+      The timetable
+        field 2 (mode): "0" (off inside the hours, on outside), now "1" (on inside, off outside)
++ SSID1 (space 2): "5G", which was not set
+      The module's network
+~ old
+-   record 1: a
++   record 2: c
+)");
+  EXPECT_EQ(changedSettingsAsJson(changed)[0]["records"][1].dump(),
+            R"({"change":"changed","before":{"record":2,"text":"192.168.1.11,80,0,TCP"},)"
+            R"("after":{"record":3,"text":"192.168.1.11,80,90,TCP"},)"
+            R"("fields":[{"field":3,"name":"last port","before":"0","after":"90"}]})");
+  EXPECT_THAT(changedSettings(config(after), config(after)), IsEmpty());
 }
 
 // A record alone is told from a plain value, equal records from each other, whether or not they

@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "net/interface_name.h"
+#include "orba_util.h"
 #include "sim/radio.h"
 #include "sim/switch.h"
 #include "sim/wps_session.h"
@@ -111,7 +112,9 @@ void readLine(const std::string &line, sim::Device &device) {
 }  // namespace
 
 void setUpDeskDevice(sim::Device &device) {
-  device.interface("br0").address("192.168.1.1").netmask("255.255.255.0").mac(macOf(0));
+  for (const char *lan : {"br0", getLanIfName()}) {
+    device.interface(lan).address("192.168.1.1").netmask("255.255.255.0").mac(macOf(0));
+  }
   device.interface("ra0").mac(macOf(8));
   for (int wan = 1; wan <= kWans; wan++) {
     InterfaceName interface, ethernet;

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "tools/text/lines.h"
+
 namespace orba::tool {
 
 namespace {
@@ -25,10 +27,13 @@ std::vector<CommandAt> commandsBehind(const sim::PacketFilter &filter) {
 }  // namespace
 
 MadeFirewall::MadeFirewall(const Recording &run, const Origins &origins)
-    : run_(run), origins_(origins), entries_({{run.entry, 0}}) {}
+    : run_(run), origins_(origins), entries_({{run.entry, 0}}) {
+  splitLists();
+}
 
 MadeFirewall::MadeFirewall(const std::vector<Recording> &runs, const Prepare &prepare) {
   run_.config = runs.at(0).config;
+  splitLists();
   for (const Recording &each : runs) {
     entries_.push_back({each.entry, run_.commands.size()});
     run_.commands.insert(run_.commands.end(), each.commands.begin(), each.commands.end());
@@ -50,6 +55,22 @@ MadeFirewall::MadeFirewall(const std::vector<Recording> &runs, const Prepare &pr
       parts[asked[k].part] = std::move(found[k]);
     }
   }
+}
+
+// Once: each record is asked for, and a list has thousands.
+void MadeFirewall::splitLists() {
+  for (const nvram::Setting &each : run_.config) {
+    records_[{each.space, each.key}] = splitAt(each.value, ';');
+  }
+}
+
+const std::string &MadeFirewall::valueOf(const Origin &origin) const {
+  static const std::string kNone;
+  if (origin.record != 0) {
+    return records_.at({origin.space, origin.key}).at(static_cast<size_t>(origin.record) - 1);
+  }
+  const std::string *value = run_.value(origin.space, origin.key);
+  return value != nullptr ? *value : kNone;
 }
 
 MadeFirewall::MadeBy MadeFirewall::madeBy(const CommandAt &at) const {

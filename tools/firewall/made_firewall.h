@@ -2,7 +2,9 @@
 #ifndef ORBA_TOOLS_FIREWALL_MADE_FIREWALL_H
 #define ORBA_TOOLS_FIREWALL_MADE_FIREWALL_H
 
+#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tools/play/origin.h"
@@ -32,6 +34,8 @@ class MadeFirewall {
   std::string nameOf(const CommandAt &at) const;
   // Null when nobody asked.
   const CommandOrigins *originsOf(const CommandAt &at) const;
+  // What the runs were given for an origin: a value, or one of its records.
+  const std::string &valueOf(const Origin &origin) const;
 
  private:
   struct Entry {
@@ -39,7 +43,10 @@ class MadeFirewall {
     size_t first;  // of its lines in `run_`
   };
 
+  void splitLists();
+
   Recording run_;
+  std::map<std::pair<int, std::string>, std::vector<std::string>> records_;  // by space and key
   Origins origins_;  // of the lines of `run_`
   std::vector<Entry> entries_;
 };

@@ -39,9 +39,9 @@ RuleTold::RuleTold(const DrawnRule &rule, const MadeFirewall &made)
   more = origins->size() - std::min(origins->size(), kMostSources);
   for (const Origin &origin : *origins) {
     if (sources.size() == kMostSources) break;
-    std::string value = valueOf(origin, made.run());
-    if (value.size() > kLongestValue) value.replace(kLongestValue, std::string::npos, "…");
-    sources.push_back({origin, value});
+    const std::string &value = made.valueOf(origin);
+    const bool cut = value.size() > kLongestValue;
+    sources.push_back({origin, value.substr(0, kLongestValue) + (cut ? "…" : "")});
   }
 }
 

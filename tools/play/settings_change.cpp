@@ -47,59 +47,74 @@ std::vector<ChangedField> changedFields(const Form &form, const std::string &was
   return changed;
 }
 
-// How many fields two records have in common, or none when that is less than half of them.
-size_t likeness(const Form &form, const std::string &one, const std::string &other) {
-  if (form.field_separator == '\0') return 0;
-  const Lines left = splitAt(one, form.field_separator),
-              right = splitAt(other, form.field_separator);
-  size_t filled = 0, common = 0;
-  for (size_t i = 0; i < std::max(left.size(), right.size()); i++) {
-    const std::string a = i < left.size() ? left[i] : "", b = i < right.size() ? right[i] : "";
-    filled += a.empty() && b.empty() ? 0 : 1;
-    common += a.empty() || a != b ? 0 : 1;
+// How many fields of two records say the same, and how many say anything.
+struct Likeness {
+  size_t common = 0, filled = 0;
+
+  Likeness(const Form &form, const std::string &one, const std::string &other) {
+    if (form.field_separator == '\0') return;
+    const Lines left = splitAt(one, form.field_separator);
+    const Lines right = splitAt(other, form.field_separator);
+    for (size_t i = 0; i < std::max(left.size(), right.size()); i++) {
+      const std::string a = i < left.size() ? left[i] : "", b = i < right.size() ? right[i] : "";
+      filled += a.empty() && b.empty() ? 0 : 1;
+      common += a.empty() || a != b ? 0 : 1;
+    }
   }
-  return common * 2 >= filled ? common : 0;
+  // In its place a record may have become another in half of its fields, elsewhere in one.
+  bool isOne(bool in_place) const {
+    return common > 0 && (common + 1 >= filled || (in_place && common * 2 >= filled));
+  }
+};
+
+ChangedRecord recordOf(const Edit &edit) {
+  switch (edit.kind) {
+    case Edit::kAdded:
+      return {ChangedRecord::kAdded, 0, edit.after, "", edit.text, {}};
+    case Edit::kRemoved:
+      return {ChangedRecord::kRemoved, edit.before, 0, edit.text, "", {}};
+    default:
+      return {ChangedRecord::kMoved, edit.before, edit.after, edit.text, edit.text, {}};
+  }
 }
 
-// A record that goes, and one like it that comes in its place, are one that changes.
+// A record that goes and one like it that comes are one that changes.
 std::vector<ChangedRecord> changedRecords(const Form &form, const Lines &before,
                                           const Lines &after) {
   std::vector<ChangedRecord> changed;
-  size_t behind_kept = 0;  // those from here on stand between the same two kept ones
+  std::vector<size_t> gaps;  // between which two kept ones each stands
+  size_t gap = 0;
   for (const Edit &edit : editsWithMoves(before, after)) {
-    switch (edit.kind) {
-      case Edit::kKept:
-        behind_kept = changed.size();
-        break;
-      case Edit::kRemoved:
-        changed.push_back({ChangedRecord::kRemoved, edit.before, 0, edit.text, "", {}});
-        break;
-      case Edit::kMoved:
-        changed.push_back(
-            {ChangedRecord::kMoved, edit.before, edit.after, edit.text, edit.text, {}});
-        break;
-      case Edit::kAdded: {
-        ChangedRecord *replaced = nullptr;
-        size_t most = 0;
-        for (size_t i = behind_kept; i < changed.size(); i++) {
-          if (changed[i].kind != ChangedRecord::kRemoved) continue;
-          const size_t alike = likeness(form, changed[i].was, edit.text);
-          if (alike > most) replaced = &changed[i], most = alike;
-        }
-        if (replaced == nullptr) {
-          changed.push_back({ChangedRecord::kAdded, 0, edit.after, "", edit.text, {}});
-        } else {
-          *replaced = {ChangedRecord::kChanged,
-                       replaced->before,
-                       edit.after,
-                       replaced->was,
-                       edit.text,
-                       changedFields(form, replaced->was, edit.text)};
-        }
-      }
+    if (edit.kind == Edit::kKept) {
+      gap++;
+    } else {
+      changed.push_back(recordOf(edit));
+      gaps.push_back(gap);
     }
   }
-  return changed;
+  std::vector<bool> replaced(changed.size());
+  for (size_t i = 0; i < changed.size(); i++) {
+    if (changed[i].kind != ChangedRecord::kAdded) continue;
+    size_t nearest = changed.size(), most = 0;
+    for (size_t j = 0; j < changed.size(); j++) {
+      if (changed[j].kind != ChangedRecord::kRemoved || replaced[j]) continue;
+      const Likeness likeness(form, changed[j].was, changed[i].is);
+      if (!likeness.isOne(gaps[i] == gaps[j]) || likeness.common <= most) continue;
+      nearest = j;
+      most = likeness.common;
+    }
+    if (nearest == changed.size()) continue;
+    replaced[nearest] = true;
+    const ChangedRecord &old = changed[nearest];
+    changed[i] = {ChangedRecord::kChanged, old.before,
+                  changed[i].after,        old.was,
+                  changed[i].is,           changedFields(form, old.was, changed[i].is)};
+  }
+  std::vector<ChangedRecord> told;
+  for (size_t i = 0; i < changed.size(); i++) {
+    if (!replaced[i]) told.push_back(std::move(changed[i]));
+  }
+  return told;
 }
 
 // Where a record is for whoever has its number, such as a network of the radio.

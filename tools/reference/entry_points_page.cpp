@@ -11,7 +11,7 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-constexpr char kHead[] =
+constexpr char kEntryPointsHead[] =
     R"(# Entry points
 
 Every function and datum that the library exports, by subsystem: what it runs, and which settings and
@@ -210,7 +210,7 @@ std::string section(const Symbol &symbol, const tool::Declaration &declaration, 
 }  // namespace
 
 std::string entryPointsPage(const std::vector<Known> &all, const std::vector<Symbol> &symbols) {
-  const std::map<std::string, Declaration> &header = tool::publicDeclarations();
+  const std::map<std::string, tool::Declaration> &header = tool::publicDeclarations();
   std::vector<Builder> candidates = builders(all);
   std::string contents, sections, subsystem;
   for (const Symbol &symbol : symbols) {
@@ -233,7 +233,7 @@ std::string entryPointsPage(const std::vector<Known> &all, const std::vector<Sym
     sections +=
         section(symbol, declaration->second, known == all.end() ? nullptr : &*known, candidates);
   }
-  return kHead + contents + "\n" + sections;
+  return kEntryPointsHead + contents + "\n" + sections;
 }
 
 }  // namespace orba::reference

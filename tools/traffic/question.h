@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "packets/interval_set.h"
 #include "packets/packet.h"
 #include "tools/catalog/entry_point.h"
 #include "tools/traffic/desk_router.h"
@@ -34,8 +35,13 @@ struct PacketQuestion {
 // host of the bridge. Throws BadQuestion.
 packets::Packet packetOf(const PacketQuestion &question, const DeskRouter &desk);
 
-// The MAC address of a host that rules know only as one of many.
-uint64_t macOfNoRule(const packets::Router &router);
+// The MAC addresses that some rule of a router tells from most others, and one that is none of
+// some: of a host that rules know only as one of many.
+packets::IntervalSet macsOfRules(const packets::Router &router);
+uint64_t macBut(const packets::IntervalSet &macs);
+inline uint64_t macOfNoRule(const packets::Router &router) {
+  return macBut(macsOfRules(router));
+}
 
 }  // namespace orba::tool
 

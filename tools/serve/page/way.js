@@ -115,14 +115,13 @@ export class WayPicture {
     if (this.way === way) return;
     this.way = way;
     for (const badge of this.drawing.querySelectorAll(".step-badge")) badge.remove();
-    for (const marked of this.drawing.querySelectorAll(".met, .looked, .matched, .decided")) {
-      marked.classList.remove("met", "looked", "matched", "decided", "good", "bad");
+    for (const marked of this.drawing.querySelectorAll(".looked, .matched, .decided")) {
+      marked.classList.remove("looked", "matched", "decided", "good", "bad");
       marked.removeAttribute("data-step");
     }
+    const met = new Set(way.steps.filter((step) => step.chain).map(placeOf));
+    for (const drawn of this.drawing.querySelectorAll("[data-chain]")) drawn.classList.toggle("met", met.has(drawn.dataset.chain));
     for (const step of way.steps) {
-      if (step.chain) {
-        for (const met of this.drawing.querySelectorAll(`[data-chain="${CSS.escape(placeOf(step))}"]`)) met.classList.add("met");
-      }
       if (step.step === "rule" && !step.matched) this.elementOf(step)?.classList.add("looked");
     }
     const good = kGood.has(way.verdict);

@@ -79,13 +79,17 @@ class Booted:
         self.wait()
 
     def start(self, config):
-        """As up, but a world that is there stays."""
+        """As up, but a world that is there stays, and so does a router of these settings."""
         if self.world.process() is None:
-            self.up(config)
-        else:
+            return self.up(config)
+        if self.router.process() is None or self.config() != config:
             self.router.end()
             self.start_router(config)
-            self.wait()
+        self.wait()
+
+    def config(self):
+        with open(self.path("config"), encoding="utf-8", errors="surrogateescape") as file:
+            return file.read()
 
     def start_world(self):
         self.world.start(self.folder, [("world.wire", "router.wire")])
@@ -112,7 +116,7 @@ class Booted:
         self.router.start(self.folder, [("router.wire", "world.wire")], ["store.ext4"],
                           self.path("initramfs"))
 
-    def wait(self, seconds=300):
+    def wait(self, seconds=600):
         for machine in (self.world, self.router):
             machine.run("until [ -e /run/up ]; do usleep 50000; done", seconds=seconds)
 

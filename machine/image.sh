@@ -57,7 +57,8 @@ fi
 # ---- what is ours ----
 own=$folder/initial
 rm -rf "$own"
-mkdir -p "$own"/{proc,sys,dev,run/lab,tmp,mnt,root,base,own/{lib,bin},var/{run,log,lib,spool/cron/crontabs},etc}
+mkdir -p "$own"/{proc,sys,dev,run/lab,tmp,mnt,root,base,own/{lib,bin},var/{log,lib},etc}
+ln -s ../run "$own/var/run"
 for link in bin sbin lib usr; do ln -s "base/$link" "$own/$link"; done
 cp -r "$base/etc/." "$own/etc/"
 cp -r "$here"/root/. "$own/"

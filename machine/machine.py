@@ -185,13 +185,14 @@ class Machine:
         if self.process() is None:
             raise Silent(f"the {self.role} does not run")
         ports = range(CHANNELS) if port is None else [port]
-        held = [open(self.path(f"{each}.lock"), "w", encoding="ascii") for each in ports]
-        for each, file in zip(ports, held):
-            with contextlib.suppress(BlockingIOError):
-                fcntl.flock(file, fcntl.LOCK_EX | fcntl.LOCK_NB)
-                return Channel(self.path(each), file, seconds)
-        fcntl.flock(held[0], fcntl.LOCK_EX)
-        return Channel(self.path(ports[0]), held[0], seconds)
+        for each in ports:
+            held = open(self.path(f"{each}.lock"), "w", encoding="ascii")
+            try:
+                fcntl.flock(held, fcntl.LOCK_EX | (0 if each == ports[-1] else fcntl.LOCK_NB))
+                return Channel(self.path(each), held, seconds)
+            except BlockingIOError:
+                held.close()
+        raise Silent(f"the {self.role} has no port")
 
     def run(self, command, given=b"", seconds=120):
         """The exit code of a shell's command, what it printed and what it complained of."""

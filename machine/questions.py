@@ -3,9 +3,10 @@ packets.py and lab.py there."""
 import ast
 import base64
 import secrets
+import time
 
 import packets
-from booted import Booted
+from booted import Booted, without_comments
 from machine import AGENT
 
 booted = Booted()
@@ -18,10 +19,11 @@ class Agent:
 
     def ask(self, function, *arguments, **named):
         if self.channel is None:
-            booted.world.run(f"setsid python3 /own/lib/agent.py hvc{AGENT} >/var/log/agent 2>&1 &")
-            self.channel = booted.world.channel(AGENT, seconds=3600)
+            booted.world.run(f"setsid python3.11 /own/lib/agent.py hvc{AGENT} >/var/log/agent 2>&1 &")
+            self.channel = booted.world.channel(AGENT)
         mark = secrets.token_hex(8)
         question = base64.b64encode(repr((mark, function, arguments, named)).encode())
+        self.channel.until = time.monotonic() + 120
         self.channel.socket.sendall(question + b"\n")
         while True:
             try:
@@ -63,18 +65,12 @@ def shell(host, command):
     return output
 
 
-booted_with = None
-
-
 def up(config):
     """The router as it has booted with these settings, from an empty store; what it lacks."""
-    global booted_with
-    if config != booted_with:
-        booted.start(config)
-        booted_with = config
+    booted.start(without_comments(config))
     return []
 
 
 def apply(words, config):
-    answers, printed = booted.apply([list(words)], config)
+    answers, printed = booted.apply([list(words)], without_comments(config))
     return answers[0] | {"printed": printed}

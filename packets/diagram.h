@@ -10,7 +10,6 @@
 #include <map>
 #include <optional>
 #include <set>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -64,7 +63,7 @@ class Diagrams {
   std::vector<uint32_t> values(Node function) const;
   // Each of them with the packets that have it.
   std::vector<std::pair<uint32_t, Node>> parts(Node function);
-  // The values of a field, by what the function is where it has them.
+  // The values of a field, by what the function is where it has them; the lowest first.
   std::vector<std::pair<IntervalSet, Node>> parts(Node function, FieldId field);
   // The values that a field has in the packets of a set.
   IntervalSet valuesOf(Node set, FieldId field) const;
@@ -95,7 +94,25 @@ class Diagrams {
   struct Choice {  // one that was made
     Node set = kNone, then = kNone, otherwise = kNone, chosen = kNone;
   };
-  using Done = std::unordered_map<uint64_t, Node>;
+  // What has become of nodes, or of pairs of them.
+  class Done {
+   public:
+    Done() : places_(1 << 6) {}
+    const Node *find(uint64_t key) const;
+    Node put(uint64_t key, Node node);
+
+   private:
+    struct Place {
+      uint64_t key = kFree;
+      Node node = kNone;
+    };
+    static constexpr uint64_t kFree = UINT64_MAX;
+
+    Place &placeOf(uint64_t key);
+
+    std::vector<Place> places_;  // by the hash of their keys
+    size_t taken_ = 0;
+  };
   static constexpr uint32_t kConstant = UINT32_MAX;
 
   bool isConstant(Node node) const { return entries_[node].level == kConstant; }
@@ -118,6 +135,9 @@ class Diagrams {
   std::vector<Edge> scratch_;    // the edges of nodes that are being made
   std::vector<Node> places_;     // of nodes, by their hash; kNone where there is none
   std::vector<Choice> choices_;  // the last of each hash
+  // By node the last visit that came to it.
+  mutable std::vector<uint32_t> visited_;
+  mutable uint32_t visits_ = 0;
 };
 
 }  // namespace packets

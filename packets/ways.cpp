@@ -18,6 +18,8 @@ IntervalSet groupMacs() {
   return macs;
 }
 
+// In place of the number of a decision, for packets that are not of a flow.
+constexpr uint32_t kOthers = UINT32_MAX;
 // Where what no route leads to leaves; no interface has this number.
 constexpr uint32_t kNowhere = kNoInterface + 1;
 constexpr uint64_t kLoopback = 0;  // the interface by which the router sends to itself
@@ -28,15 +30,14 @@ bool refuses(Target::Kind kind) {
 
 }  // namespace
 
-Ways::Ways(const Router &router, Diagrams &diagrams, uint64_t interface, Deciders deciders,
-           Node packets)
-    : router_(router), diagrams_(diagrams), chains_(router, diagrams, deciders) {
+Ways::Ways(Chains &chains, uint64_t interface, Node packets)
+    : router_(chains.router()), diagrams_(chains.diagrams()), chains_(chains) {
   const Flow flow = {
       packets,
       {{{kIn, interface}, {kBridgePort, interface}, {kOut, kNoInterface}, {kMark, 0}}, {}}};
   if (interface == kNoInterface) {
     send(flow);
-  } else if (router.network().interfaces[interface].bridge.empty()) {
+  } else if (router_.network().interfaces[interface].bridge.empty()) {
     enter(flow);
   } else {
     enterBridge(flow);
@@ -372,8 +373,11 @@ void Ways::forward(const Flow &flow, const char *filter) {
                                    {diagrams_.both(each.packets, leaving), each.now})) {
       done = out.decision;
     }
-    const Node places =
-        diagrams_.combine(each.decision, done, [&](uint32_t number, uint32_t behind) {
+    const Node decisions =
+        diagrams_.choose(each.packets, each.decision, diagrams_.constant(kOthers));
+    ends_.push_back(
+        diagrams_.combine(decisions, done, [&](uint32_t number, uint32_t behind) -> uint32_t {
+          if (number == kOthers) return 0;
           Outcome forwarded = outcome(each, refused(number)   ? number
                                             : refused(behind) ? behind
                                                               : number);
@@ -384,8 +388,7 @@ void Ways::forward(const Flow &flow, const char *filter) {
             forwarded.masqueraded = decision != nullptr && decision->kind == Target::kMasquerade;
           }
           return placeOf(forwarded);
-        });
-    ends_.push_back(diagrams_.choose(each.packets, places, Diagrams::kNone));
+        }));
   }
 }
 
@@ -421,11 +424,12 @@ uint32_t Ways::placeOf(const Outcome &outcome) {
 void Ways::end(const Flow &flow,
                const std::function<std::optional<Outcome>(uint32_t number)> &outcome) {
   if (flow.packets == Diagrams::kNone) return;
-  const Node places = diagrams_.map(flow.decision, [&](uint32_t number) -> uint32_t {
+  const Node decisions = diagrams_.choose(flow.packets, flow.decision, diagrams_.constant(kOthers));
+  ends_.push_back(diagrams_.map(decisions, [&](uint32_t number) -> uint32_t {
+    if (number == kOthers) return 0;
     const std::optional<Outcome> here = outcome(number);
     return here ? placeOf(*here) : 0;
-  });
-  ends_.push_back(diagrams_.choose(flow.packets, places, Diagrams::kNone));
+  }));
 }
 
 void Ways::end(const Flow &flow, Verdict verdict) {
@@ -447,22 +451,24 @@ Ways::Node Ways::possibly(const std::function<bool(const Outcome &)> &wanted) {
 }
 
 Ways::Node Ways::actsOn(const RuleAt &rule) {
-  const auto found = acts_.find(rule);
-  Node packets = found == acts_.end() ? Diagrams::kNone : found->second;
   for (const auto &[run, flow] : visits_) {
-    Node act = Diagrams::kNone;
-    if (run.begin != RuleAt::kPolicy) {
-      const auto &acts = chains_.acts(run);
-      const auto at = acts.find(rule);
-      if (at == acts.end()) continue;
-      act = diagrams_.both(open(flow), now(at->second, flow));
-    } else if (rule == RuleAt{run.place, RuleAt::kPolicy}) {
-      act =
-          diagrams_.both(flow.packets, chains_.toPolicy(*router_.chain(run.place), flow.decision));
+    const auto add = [&](const RuleAt &at, Node packets) {
+      Node &acts = acts_[at];
+      acts = diagrams_.either(acts, packets);
+    };
+    if (run.begin == RuleAt::kPolicy) {
+      const Node to_policy = chains_.toPolicy(*router_.chain(run.place), flow.decision);
+      add({run.place, RuleAt::kPolicy}, diagrams_.both(flow.packets, to_policy));
+      continue;
     }
-    packets = diagrams_.either(packets, act);
+    const Node still_open = open(flow);
+    for (const auto &[at, matched] : chains_.acts(run)) {
+      add(at, diagrams_.both(still_open, now(matched, flow)));
+    }
   }
-  return packets;
+  visits_.clear();
+  const auto found = acts_.find(rule);
+  return found == acts_.end() ? Diagrams::kNone : found->second;
 }
 
 }  // namespace packets

@@ -4,6 +4,7 @@
 #define ORBA_PACKETS_WAYS_H
 
 #include <map>
+#include <memory>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -33,9 +34,12 @@ class Ways {
  public:
   // Of the packets that come in from the wire of an interface (a bridge's port or another), or that
   // the router itself sends (kNoInterface), or of some of them: of others the function gives no
-  // place in outcomes(). What rules of nat OUTPUT translate has an outcome that is kUnknown.
+  // place in outcomes(). What rules of nat OUTPUT translate has an outcome that is kUnknown. The
+  // ways from several interfaces of a router may share its chains.
+  Ways(Chains &chains, uint64_t interface, Diagrams::Node packets = Diagrams::kAll);
   Ways(const Router &router, Diagrams &diagrams, uint64_t interface,
-       Deciders deciders = Deciders::kTold, Diagrams::Node packets = Diagrams::kAll);
+       Deciders deciders = Deciders::kTold, Diagrams::Node packets = Diagrams::kAll)
+      : Ways(std::make_unique<Chains>(router, diagrams, deciders), interface, packets) {}
 
   // Packets, as they come in, to the place of their outcome in outcomes().
   Diagrams::Node function() const { return function_; }
@@ -63,6 +67,11 @@ class Ways {
     Node decision = Diagrams::kNone;  // of the chain that they are in, for `packets` only
   };
   using Flows = std::vector<Flow>;
+
+  Ways(std::unique_ptr<Chains> chains, uint64_t interface, Node packets)
+      : Ways(*chains, interface, packets) {
+    own_chains_ = std::move(chains);
+  }
 
   Node now(Node function, const Flow &flow);
   Node open(const Flow &flow);
@@ -93,12 +102,14 @@ class Ways {
 
   const Router &router_;
   Diagrams &diagrams_;
-  Chains chains_;
+  std::unique_ptr<Chains> own_chains_;
+  Chains &chains_;
   std::vector<Route> routes_;
-  std::map<uint64_t, Node> routes_by_mark_;   // to places in routes_ from 1, 0 for none
-  std::vector<std::pair<Run, Flow>> visits_;  // of flows to rules, and to policies
-  std::map<RuleAt, Node> acts_;               // of rules that stand in no run
-  std::vector<Node> ends_;                    // of some packets: places in outcomes_ from 1
+  std::map<uint64_t, Node> routes_by_mark_;  // to places in routes_ from 1, 0 for none
+  // Of flows to rules, and to policies, that acts_ knows nothing of yet.
+  std::vector<std::pair<Run, Flow>> visits_;
+  std::map<RuleAt, Node> acts_;
+  std::vector<Node> ends_;  // of some packets: places in outcomes_ from 1
   std::vector<Outcome> outcomes_;
   std::map<Outcome, uint32_t> places_;
   Node function_ = Diagrams::kNone;

@@ -19,7 +19,7 @@ def rules():
 class Start(LabTest):
     def test_the_router_has_started_itself(self):
         calls = shell("router", "cut -d ' ' -f 1 /run/lab/calls").split()
-        order = ["internet.sh", "mcl.sh", "dropbear.sh", "udpsvd", "ntp.sh", "super_dmz", "nat.sh"]
+        order = ["internet.sh", "mcl.sh", "dropbear.sh", "ntp.sh", "super_dmz", "nat.sh"]
         self.assertEqual([name for name in dict.fromkeys(calls) if name in order], order)
         self.assertEqual(shell("router", "cat /var/wan1.info"), f"{INTERNET}:eth2.2\n")
         self.assertEqual(shell("router", "grep -c RadioOff /etc/admin"), "4\n")

@@ -213,9 +213,13 @@ class Served(unittest.TestCase):
             "iptables -t nat -A DMZ -i eth2.2 -p tcp --dport 161 -j RETURN;"
             "iptables -t nat -A DMZ -j DNAT -i eth2.2 --to 192.168.1.77;"
             "iptables -t nat -A DMZ -j DNAT -i eth2.2 -p tcp --dport ! 80 --to 192.168.1.77"])
+        self.assertIn("since DMZAddress=192.168.1.77, was 192.168.1.50, and DMZEnable=1, was 0", self.texts(".traffic small"))
         self.screenshots("changes")
         self.browser.run("document.getElementById('keep').click()")
         self.browser.wait_for("document.getElementById('pending').hidden")
+        self.assertRegex(self.texts("#unsaved")[0], "^[0-9]+ settings kept in memory only, not in router.conf$")
+        self.write("#against", "file")
+        self.browser.wait_for("document.querySelector('.changes [data-key=DMZEnable]')")
 
         status, answer = self.wish("change", space=2, key="a=b", value="")
         self.assertEqual((status, answer["error"]), (422, "this is no name for a setting"))
@@ -523,10 +527,14 @@ class Served(unittest.TestCase):
         config = pathlib.Path(self.folder.name, "saved.conf")
         config.write_bytes(b"# mine\nDMZEnable=0\nSSID1=Caf\xe9\n")
         ours, theirs = os.openpty()
-        server = Server("-c", config, stdin=theirs, stderr=subprocess.PIPE)
+        defaults = pathlib.Path(self.folder.name, "defaults.conf")
+        defaults.write_text("DMZEnable=0\nHostName=router\n")
+        server = Server("-c", config, "--defaults", defaults, stdin=theirs, stderr=subprocess.PIPE)
         os.close(theirs)
-        setting = json.loads(server.ask("/api/settings")[1])["settings"][1]
-        self.assertEqual((setting["value"], setting["bytes"]), ("Caf\\xe9", True))
+        self.assertEqual(json.loads(server.ask("/api/settings")[1])["settings"], [
+            {"space": 1, "key": "DMZEnable", "value": "0"},
+            {"space": 1, "key": "HostName", "value": None, "default": "router"},
+            {"space": 1, "key": "SSID1", "value": "Caf\\xe9", "bytes": True, "default": None}])
         server.wish("change", space=1, key="DMZEnable", value="1")
         server.wish("keep")
         self.assertEqual(server.wish("save")[0], 422)

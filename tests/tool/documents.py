@@ -16,18 +16,19 @@ orba, programs, source = (os.path.abspath(word) for word in sys.argv[1:])
 INSTALLED = "/usr/share/orba_util/examples"
 # What is not run here, and why: what begins so, or is so as a whole.
 NOT_RUN = {
-    r"\./dev (run|test|package)\b": "builds the whole; tests run inside of it, and `./dev bare` tries it",
+    r"\./dev (run|test|package|machine)\b": "builds the whole; tests run inside of it, and `./dev bare` tries it",
     r"cmake --preset firmware |cmake --build --preset firmware |cmake --install build/firmware ":
         "takes a firmware's toolchain; the test library/firmware has one",
     r"apt install ": "changes this machine; tests/package/install.sh does it on a bare one",
-    r"(cmake --preset mips|machine/|echo 'world) ?": "takes an emulated router, which needs minutes",
+    r"build/release/tools/orba/orba lab \w+ --machine": "takes an emulated router; the test machine boots one",
+    r"orba rehearse (BEFORE |merge \./|\./)": "takes an older orba, and hosts; ./dev soak rehearses with them",
     r"orba serve ": "goes on until it is interrupted; the test serve starts it",
 }
 # What takes a lab, and is passed over where none can be made.
 IN_LAB = r"orba (lab|apply) |orba plan firewall_init --lab "
 # Where a document's commands are called; in a new folder of its own otherwise.
 IN_EXAMPLES = ["man/orba.1"]
-FINDS = {"check", "diff", "ports", "expect"}  # which say by 1 that there is something
+FINDS = {"check", "diff", "ports", "expect", "rehearse"}  # which say by 1 that there is something
 
 wrong, ran, left_out, labs = [], 0, set(), True
 

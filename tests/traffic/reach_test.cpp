@@ -108,9 +108,9 @@ TEST(Reach, NamesWhatNoPacketReachesAndWhatStandsBefore) {
            behind("record 1 of PortForwardRules (TCP 80-90 to 192.168.1.10)",
                   "tcp from 198.51.100.100:40000 to 203.0.113.2:85 (SYN)")},
       {{"PortForwardRules=192.168.1.10,80,0,TCP;192.168.1.11,80,0,TCP&UDP"},
-       "PortForwardRules, record 2: is not reached by all its packets; it leaves some to record 1 of "
-       "PortForwardRules (TCP 80 to 192.168.1.10), such as tcp from 198.51.100.100:40000 to "
-       "203.0.113.2:80 (SYN)"},
+       "PortForwardRules, record 2: does not get all its packets; it comes behind record 1 of "
+       "PortForwardRules (TCP 80 to 192.168.1.10), where all its tcp packets go, such as tcp from "
+       "198.51.100.100:40000 to 203.0.113.2:80 (SYN)"},
       {{"PortForwardRules=192.168.1.10,80,90,TCP;192.168.1.11,85,95,TCP"},
        "PortForwardRules, record 2: does not get all its ports; it leaves 85-90 to record 1 of "
        "PortForwardRules (TCP 80-90 to 192.168.1.10), such as tcp from 198.51.100.100:40000 to "

@@ -17,6 +17,7 @@
 #include "tools/play/effects.h"
 #include "tools/play/origin.h"
 #include "tools/play/recording.h"
+#include "tools/rehearse/batch.h"
 #include "tools/show/changes.h"
 #include "tools/show/report.h"
 #include "tools/show/statistics.h"
@@ -93,11 +94,17 @@ struct PlanOptions : CallOptions {
   long long ticks = 0;
   bool tables = false;
   bool origins = false;
+  bool batch = false;
+  size_t jobs = 1;
   std::string picture;
 };
 
 Exit plan(const PlanOptions &options) {
   options.confineToLab();
+  if (options.batch) {
+    answerBatch([&](sim::Device &device) { options.prepare(device); }, options.jobs);
+    return kDone;
+  }
   Recording run = options.run(options.ticks);
   std::optional<Origins> origins;
   if (options.origins || !options.picture.empty()) {
@@ -315,6 +322,19 @@ void addPlan(CLI::App &app, Exit &exit) {
                                           "Below each command the settings it comes from");
   CLI::Option *picture = command.add_option("--picture", options->picture,
                                             "Write the resulting chains to this file, as SVG");
+  CLI::Option *batch = command.add_flag_callback(
+      "--batch",
+      [options, &command] {
+        options->batch = true;
+        command.get_option("ENTRY")->required(false);
+      },
+      "Answer requests, a line of JSON each, from standard input");
+  batch->trigger_on_parse();
+  command.add_option("--jobs", options->jobs, "Processes that answer them beside each other")
+      ->check(CLI::Range(1, 1024))
+      ->needs(batch);
+  for (CLI::Option *other : {json, raw, ticks, tables, origins, picture}) batch->excludes(other);
+  batch->excludes("ENTRY")->excludes("--config");
   raw->excludes(json)->excludes(tables)->excludes(origins)->excludes(picture);
   picture->excludes(json)->excludes(tables)->excludes(ticks);
   origins->excludes(tables)->excludes(ticks);

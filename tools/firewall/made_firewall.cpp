@@ -48,11 +48,11 @@ MadeFirewall::MadeFirewall(const std::vector<Recording> &runs, const Prepare &pr
       if (at.line >= first && at.line < end) asked.push_back({at.line - first, at.part});
     }
     if (asked.empty()) continue;
-    std::vector<CommandOrigins> found = tool::originsOf(runs[i], prepare, asked);
-    for (size_t k = 0; k < asked.size(); k++) {
-      std::vector<CommandOrigins> &parts = origins_[first + asked[k].line];
-      parts.resize(std::max(parts.size(), asked[k].part + 1));
-      parts[asked[k].part] = std::move(found[k]);
+    const Origins found = tool::originsOf(runs[i], prepare);
+    for (const CommandAt &at : asked) {
+      std::vector<CommandOrigins> &parts = origins_[first + at.line];
+      parts.resize(std::max(parts.size(), at.part + 1));
+      parts[at.part] = found[at.line][at.part];
     }
   }
 }

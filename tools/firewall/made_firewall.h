@@ -15,7 +15,7 @@ namespace orba::tool {
 class MadeFirewall {
  public:
   MadeFirewall(const Recording &run, const Origins &origins);
-  // What a start-up program makes. Asks only of the commands that made a rule where they come
+  // What a start-up program makes. Knows only of the commands that made a rule where they come
   // from. The runs have a configuration in common, and there is at least one.
   MadeFirewall(const std::vector<Recording> &runs, const Prepare &prepare);
 

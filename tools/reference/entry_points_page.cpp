@@ -210,7 +210,7 @@ std::string section(const Symbol &symbol, const tool::Declaration &declaration, 
 }  // namespace
 
 std::string entryPointsPage(const std::vector<Known> &all, const std::vector<Symbol> &symbols) {
-  const std::map<std::string, Declaration> &header = tool::publicDeclarations();
+  const std::map<std::string, tool::Declaration> &header = tool::publicDeclarations();
   std::vector<Builder> candidates = builders(all);
   std::string contents, sections, subsystem;
   for (const Symbol &symbol : symbols) {

@@ -91,6 +91,9 @@ Json settingsView(const Draft &draft, const Defaults &defaults) {
   for (const auto *settings : {&now, &kept, &saved}) {
     for (const auto &setting : *settings) names.insert(setting.first);
   }
+  if (defaults) {
+    for (const auto &setting : *defaults) names.insert(setting.first);
+  }
   Json answer = stateOf(draft);
   answer["settings"] = Json::array();
   for (const Draft::Name &name : names) {

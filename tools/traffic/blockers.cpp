@@ -67,8 +67,7 @@ bool BlockerSearch::acts(const RuleAt &at) {
 }
 
 BlockerSearch::Node BlockerSearch::outcomesOf(const Side &side, Node packets) {
-  return diagrams_.choose(packets, ways_.withoutText(ways_.from(side).function()),
-                          diagrams_.constant(kOthers));
+  return diagrams_.choose(packets, ways_.function(side), diagrams_.constant(kOthers));
 }
 
 BlockerSearch::Nearness BlockerSearch::nearness(const RuleAt &rule, const Outcome &outcome) {

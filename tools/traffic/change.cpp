@@ -330,8 +330,10 @@ void mergeInto(TrafficChange &change, const TrafficChange &other) {
 
 class Comparison {
  public:
-  Comparison(const DeskRouter &before, const DeskRouter &after, const Prepare &prepare)
+  Comparison(const DeskRouter &before, const DeskRouter &after, const Prepare &prepare,
+             Causes wanted)
       : prepare_(prepare),
+        wanted_(wanted),
         settings_(before, after),
         ends_(after),
         was_(before, diagrams_),
@@ -387,6 +389,7 @@ class Comparison {
                                       const Variant &variant) const;
 
   const Prepare &prepare_;
+  const Causes wanted_;
   Diagrams diagrams_;
   SettingChanges settings_;
   Ends ends_;
@@ -793,7 +796,7 @@ std::optional<std::set<size_t>> Comparison::causes(const Question &question,
                                                    const Packet &witness) {
   std::set<size_t> needed;
   bool enough = true;
-  if (settings_.count() == 0) return std::nullopt;
+  if (wanted_ == Causes::kLeftOut || settings_.count() == 0) return std::nullopt;
   const auto accounts = [&](size_t first) {
     std::set<size_t> chosen = needed;
     for (size_t unit = 0; unit < first; unit++) chosen.insert(unit);
@@ -871,6 +874,11 @@ TrafficChanges Comparison::find() {
 
 }  // namespace
 
+bool opensToInternet(const TrafficChange &change) {
+  return change.packets <= TrafficChange::kNeighbours && directionOf(change) == kOpens &&
+         isWan(change.from[0]);
+}
+
 Fate fateOf(const Walk &way, const Packet &packet, const DeskRouter &desk) {
   Outcome outcome = {way.verdict};
   outcome.out = way.end[kOut];
@@ -885,9 +893,9 @@ Fate fateOf(const Walk &way, const Packet &packet, const DeskRouter &desk) {
 }
 
 TrafficChanges trafficChanges(const DeskRouter &before, const DeskRouter &after,
-                              const Prepare &prepare) {
+                              const Prepare &prepare, Causes causes) {
   if (same(before, after)) return {};
-  return Comparison(before, after, prepare).find();
+  return Comparison(before, after, prepare, causes).find();
 }
 
 }  // namespace orba::tool

@@ -158,6 +158,12 @@ bool isOfStart(const std::string &entry) {
 }
 
 DeskRouter deskRouter(const std::vector<nvram::Setting> &config, const Prepare &prepare) {
+  return deskRouter(config, prepare,
+                    [&](const std::string &entry) { return record(config, entry, {}, prepare); });
+}
+
+DeskRouter deskRouter(const std::vector<nvram::Setting> &config, const Prepare &prepare,
+                      const RunOf &runOf) {
   std::vector<Side> sides;
   packets::Network network;
   {
@@ -168,7 +174,7 @@ DeskRouter deskRouter(const std::vector<nvram::Setting> &config, const Prepare &
   }
   DeskRouter made{{}, {}, std::move(sides), packets::Router(std::move(network))};
   for (const char *entry : kStart) {
-    made.runs.push_back(record(config, entry, {}, prepare));
+    made.runs.push_back(runOf(entry));
     const Recording &run = made.runs.back();
     size_t line = 0;
     for (const sim::Event &event : run.events) {

@@ -57,6 +57,10 @@ struct DeskRouter {
 bool isOfStart(const std::string &entry);
 
 DeskRouter deskRouter(const std::vector<nvram::Setting> &config, const Prepare &prepare);
+// The same of runs that `runOf` has of its entry points.
+using RunOf = std::function<Recording(const std::string &entry)>;
+DeskRouter deskRouter(const std::vector<nvram::Setting> &config, const Prepare &prepare,
+                      const RunOf &runOf);
 
 // The interfaces that the settings give a device: the LAN with its ports, the WANs and the
 // default route, with the addresses that the device has for them.

@@ -144,7 +144,6 @@ class Judge {
         diagrams_(ways.diagrams()),
         side_(ways.sender(expectation.from)),
         outcomes_(ways.from(side_).outcomes()),
-        function_(ways.function(side_)),
         senders_(diagrams_.set(expectation.senders)) {
     for (const Side &each : ways.desk().sides) {
       if (!expectation.to.empty() && each.name != expectation.to) continue;
@@ -213,9 +212,7 @@ class Judge {
 
   template <typename Each>
   void eachOutcome(Node packets, const Each &each) {
-    const Node numbered = diagrams_.map(function_, [](uint32_t place) { return place + 1; });
-    for (const auto &[number, part] :
-         diagrams_.parts(diagrams_.choose(packets, numbered, Diagrams::kNone))) {
+    for (const auto &[number, part] : diagrams_.parts(ways_.placesFrom1(side_, packets))) {
       if (number != 0) each(outcomes_[number - 1], part);
     }
   }
@@ -321,7 +318,6 @@ class Judge {
   Diagrams &diagrams_;
   const Side &side_;
   const std::vector<Outcome> &outcomes_;
-  const Node function_;
   const Node senders_;
   Node frames_ = Diagrams::kNone;  // to where it says, past the router
   Node packets_;                   // of the senders, whatever they begin

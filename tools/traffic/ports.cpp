@@ -147,10 +147,7 @@ class FromSide {
         packets_(packets),
         briefly_(briefly),
         diagrams_(ways.diagrams()) {
-    // From 1 on, so that 0 is left for all other packets.
-    const Node outcomes =
-        diagrams_.map(ways.function(side), [](uint32_t place) { return place + 1; });
-    outcomes_ = diagrams_.choose(packets, outcomes, Diagrams::kNone);
+    outcomes_ = ways.placesFrom1(side, packets);
     sources_ = diagrams_.valuesOf(
         where([](const Outcome &outcome) { return outcome.verdict != Verdict::kMartian; }),
         kSource);

@@ -182,7 +182,7 @@ Json portsAsJson(const Ports &ports, const DeskRouter &desk) {
                      {"sources", intervalsAsJson(each.sources, addressesText)},
                      {"by", each.by},
                      {"by_origins", originsAsJson(each.by_origins)},
-                     {"words", leakText(each)},
+                     {"words", leakText(each, desk)},
                      {"witness", packetAsJson(each.witness, network)}});
   }
   for (const Refusal &each : desk.router.refusals()) {

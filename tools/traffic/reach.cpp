@@ -39,6 +39,13 @@ bool stops(const Rule &rule) {
   return rule.target.kind == Target::kDrop || rule.target.kind == Target::kReject;
 }
 
+// Whether the one begins before the other ends: of each two of many, which soon tells most apart.
+bool meet(const IntervalSet &one, const IntervalSet &other) {
+  if (one.empty() || other.empty()) return false;
+  const auto &ones = one.intervals(), &others = other.intervals();
+  return ones.front().first <= others.back().last && others.front().first <= ones.back().last;
+}
+
 bool isLoopbackOnly(const Rule &rule) {
   return std::any_of(rule.conditions.begin(), rule.conditions.end(), [](const Condition &each) {
     return each.field == kIn && each.values == IntervalSet::one(0);
@@ -217,25 +224,34 @@ class TrafficChecker {
     const Place place = {Place::kIptables, "nat", "port_forward"};
     const Chain *chain = router_.chain(place);
     if (chain == nullptr) return;
-    for (size_t later = 0; later < chain->rules.size(); later++) {
-      for (size_t earlier = 0; earlier < later; earlier++) {
-        const Rule &first = chain->rules[earlier], &second = chain->rules[later];
-        const IntervalSet *ports[] = {valuesOf(first, kDestinationPort),
-                                      valuesOf(second, kDestinationPort)};
-        const IntervalSet *protocols[] = {valuesOf(first, kProtocol), valuesOf(second, kProtocol)};
-        if (first.target == second.target || ports[0] == nullptr || ports[1] == nullptr ||
-            protocols[0] == nullptr || protocols[1] == nullptr ||
-            !(*protocols[0] == *protocols[1])) {
+    struct Forward {
+      size_t at;
+      const Rule &rule;
+      const IntervalSet &ports, &protocols;
+    };
+    std::vector<Forward> forwards;
+    for (size_t at = 0; at < chain->rules.size(); at++) {
+      const Rule &rule = chain->rules[at];
+      const IntervalSet *ports = valuesOf(rule, kDestinationPort);
+      const IntervalSet *protocols = valuesOf(rule, kProtocol);
+      if (ports != nullptr && protocols != nullptr)
+        forwards.push_back({at, rule, *ports, *protocols});
+    }
+    for (const Forward &later : forwards) {
+      for (const Forward &earlier : forwards) {
+        if (earlier.at == later.at) break;
+        if (!meet(earlier.ports, later.ports) || !(earlier.protocols == later.protocols) ||
+            earlier.rule.target == later.rule.target) {
           continue;
         }
-        const IntervalSet shared = ports[0]->intersection(*ports[1]);
-        if (shared.empty() || shared == *ports[1]) continue;
-        const Origin *origin = originOf({place, later});
+        const IntervalSet shared = earlier.ports.intersection(later.ports);
+        if (shared.empty() || shared == later.ports) continue;
+        const Origin *origin = originOf({place, later.at});
         if (origin == nullptr) continue;
-        const std::string blocker = blame_.nameOf({place, earlier});
-        Conditions both = second.conditions;
+        const std::string blocker = blame_.nameOf({place, earlier.at});
+        Conditions both = later.rule.conditions;
         both.push_back({kDestinationPort, shared});
-        add(*origin, {place, later}, "does not get all its ports",
+        add(*origin, {place, later.at}, "does not get all its ports",
             "leaves " + portsText(shared) + " to " + blocker, blocker, witnessFromOutside(both));
         break;
       }

@@ -96,6 +96,7 @@ std::vector<Sides> sidesOf(const std::vector<const DeskRouter *> &routers) {
 SideWays::SideWays(const DeskRouter &desk, Diagrams &diagrams)
     : desk_(desk),
       diagrams_(diagrams),
+      chains_(desk.router, diagrams, Deciders::kTold),
       named_macs_(macsOfRules(desk.router)),
       mac_(macBut(named_macs_)) {}
 
@@ -109,8 +110,7 @@ const Side &SideWays::side(const std::string &name) const {
 Ways &SideWays::from(const Side &side) {
   std::unique_ptr<Ways> &ways = ways_[side.interface];
   if (!ways) {
-    const Network &network = desk_.router.network();
-    ways = std::make_unique<Ways>(desk_.router, diagrams_, network.number(side.interface));
+    ways = std::make_unique<Ways>(chains_, desk_.router.network().number(side.interface));
   }
   return *ways;
 }
@@ -237,7 +237,8 @@ SideWays::Node SideWays::ordinary(const Side &side) {
   IntervalSet addresses;
   for (const Address &each : desk_.own(side).addresses) addresses.add({each.address, each.address});
   const IntervalSet others = outside(side).complement(largestOf(kDestination));
-  const IntervalSet known = others.intersection(privates().complement(largestOf(kDestination)));
+  const IntervalSet known = others.intersection(privates().complement(largestOf(kDestination)))
+                                .intersection(noHosts().complement(largestOf(kDestination)));
   const IntervalSet behind = known.intersection(
       desk_.routed([](const Route &route) { return route.kind == Route::kUnicast; }));
   for (const Interval &each : behind.intervals()) addresses.add(each);
@@ -305,6 +306,13 @@ SideWays::Node SideWays::function(const Side &side) {
   if (!fresh) return found->second;
   const Node made = withoutText(from(side).function());
   return functions_[side.name] = made;
+}
+
+SideWays::Node SideWays::placesFrom1(const Side &side, Node packets) {
+  const auto [found, fresh] = places_.try_emplace(side.name, Diagrams::kNone);
+  if (fresh)
+    found->second = diagrams_.map(function(side), [](uint32_t place) { return place + 1; });
+  return diagrams_.choose(packets, found->second, Diagrams::kNone);
 }
 
 namespace {

@@ -60,6 +60,8 @@ class SideWays {
   Node withoutText(Node function);
   // Ways::function() of those.
   Node function(const Side &side);
+  // The same for some packets with places from 1 on, so that 0 is left for all others.
+  Node placesFrom1(const Side &side, Node packets);
   // Packets that have an outcome as they arrive, at the address and port that it gives them; and
   // of all packets those that would arrive among some.
   Node arriving(const packets::Outcome &outcome, Node packets);
@@ -86,11 +88,12 @@ class SideWays {
 
   const DeskRouter &desk_;
   packets::Diagrams &diagrams_;
+  packets::Chains chains_;
   const packets::IntervalSet named_macs_;
   const uint64_t mac_;
   Node possible_ = packets::Diagrams::kNone;
   std::map<std::string, std::unique_ptr<packets::Ways>> ways_;
-  std::map<std::string, Node> beginnings_, functions_;
+  std::map<std::string, Node> beginnings_, functions_, places_;
 };
 
 }  // namespace orba::tool

@@ -2,7 +2,7 @@
 import {announce, ask, wishAndTell} from "./api.js";
 import {asking} from "./ask.js";
 import {changes} from "./changes.js";
-import {visible} from "./dom.js";
+import {counted, visible} from "./dom.js";
 import {firewall} from "./firewall.js";
 import {network} from "./network.js";
 import {overview} from "./overview.js";
@@ -49,17 +49,15 @@ function show() {
   look();
 }
 
-const counted = (count, noun) => `${count} ${noun}${count === 1 ? "" : "s"}`;
-
 // How much comes of the changes, as soon as it is known; while they come one upon the other
 // nobody waits for it.
-let told = 0, delay = 0;
+let told = 0, waiting = 0;
 function tellEffect(text, version) {
-  clearTimeout(delay);
+  clearTimeout(waiting);
   byId("pending-text").textContent = `${text}.`;
   told = version;
   if (byId("pending").hidden) return;
-  delay = setTimeout(async () => {
+  waiting = setTimeout(async () => {
     const {effects} = await ask("effects");
     const commands = effects.reduce((sum, {difference}) => sum + difference.commands.length, 0);
     if (told === version) byId("pending-text").textContent = `${text}: ${counted(commands, "command")} would differ.`;

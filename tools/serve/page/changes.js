@@ -1,6 +1,6 @@
 // What the collected changes are, and what they would do.
 import {announce, ask, wishAndTell} from "./api.js";
-import {card, h} from "./dom.js";
+import {card, counted, h} from "./dom.js";
 
 const kSign = {added: "+", removed: "\u2212", moved: "\u2195", changed: "~"};
 
@@ -25,7 +25,7 @@ function effectOf({entry, difference}) {
     part("Commands", commands), part("Settings written", settings), part("Besides", besides),
     Object.entries(files).map(([path, lines]) => part(path, lines)),
     chains.length === 0 ? null
-      : h("details", {}, h("summary", {}, `${chains.length} ${chains.length === 1 ? "chain differs" : "chains differ"}`),
+      : h("details", {}, h("summary", {}, `${counted(chains.length, "chain")} that differ${chains.length === 1 ? "s" : ""}`),
         chains.map(chainOf)));
 }
 
@@ -99,7 +99,7 @@ export function changes(main, query) {
     const answer = await ask(`changes?against=${wanted}`);
     announce(answer);
     against.replaceChildren(h("option", {value: "kept", selected: wanted === "kept"}, "compared with what is kept"),
-      h("option", {value: "file", selected: wanted === "file"}, `compared with ${answer.file.name}`));
+      h("option", {value: "file", selected: wanted === "file"}, `compared with ${answer.file.name.split("/").at(-1)}`));
     file.replaceChildren(fileOf(answer, look));
     const undo = ({space, key}) => (wanted === "file" ? null
       : h("button", {type: "button", onclick: () => wishAndTell("undo", {space, key}).then(look)}, "Undo"));

@@ -60,6 +60,8 @@ export function table(headings, rows, caption) {
       h("tbody", {}, rows.map((row) => h("tr", {}, row.map(cell))))));
 }
 
+export const counted = (count, noun) => `${count} ${noun}${count === 1 ? "" : "s"}`;
+
 // Names and values beside each other, those without a value left out.
 export function facts(pairs) {
   return h("dl", {class: "facts"}, pairs.filter(([, value]) => value !== "" && value !== undefined)

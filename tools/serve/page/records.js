@@ -1,6 +1,6 @@
 // A list as a table: its records are rows, its fields columns with the names that the table of
 // settings gives them. Of a long list only the rows in sight are there.
-import {h} from "./dom.js";
+import {counted, h} from "./dom.js";
 
 const kBeyond = 12;  // rows that are there above and below those in sight
 const kWidest = 26, kNarrowest = 3;
@@ -53,7 +53,7 @@ export class Records {
     this.records = records;
     const columns = Math.max(this.shape.columns.length, ...records.map((record) => fieldsOf(record, this.shape).length));
     if (!same || columns !== this.columns) this.measure(columns);
-    this.count.replaceChildren(records.length === 1 ? `1 ${this.shape.of}` : `${records.length} ${this.shape.of}s`);
+    this.count.replaceChildren(counted(records.length, this.shape.of));
     this.tellFaults();
     this.draw(true);
     if (this.moved_to) this.reveal(this.moved_to);
@@ -130,7 +130,7 @@ export class Records {
   row(place, faults) {
     const number = place + 1, several = this.shape.records !== "";
     const fields = fieldsOf(this.records[place], this.shape);
-    const tool = (sign, words, act, off) => h("button", {type: "button", "aria-label": `${words} ${this.shape.of} ${number}`,
+    const tool = (sign, words, act, off) => h("button", {type: "button", "aria-label": `${words}, ${this.shape.of} ${number}`,
       title: words, disabled: off, onclick: act}, sign);
     const whole = faults.filter(({field}) => field === 0);
     return h("tr", {class: this.fresh === place ? "fresh" : whole.length ? "wrong" : null, "data-place": place,
@@ -138,8 +138,8 @@ export class Records {
       h("th", {scope: "row"}, h("span", {class: "tools"},
         several ? h("input", {class: "place", value: number, inputmode: "numeric", size: 3, autocomplete: "off",
           "aria-label": `Place of ${this.shape.of} ${number}`, onchange: (event) => this.moveTo(place, event.target)}) : null,
-        several ? [tool("\u2191", "Move up", () => this.move(place, place - 1), place === 0),
-          tool("\u2193", "Move down", () => this.move(place, place + 1), number === this.records.length),
+        several ? [tool("\u2191", "Move up (Alt+\u2191)", () => this.move(place, place - 1), place === 0),
+          tool("\u2193", "Move down (Alt+\u2193)", () => this.move(place, place + 1), number === this.records.length),
           tool("+", "Add one below", () => this.insert(number)),
           tool("\u00d7", "Remove", () => this.remove(place))] : null),
         whole.map((fault) => h("small", {class: "finding"}, fault.reason))),

@@ -1,8 +1,8 @@
 // Every setting, to be changed in a copy: by the part of the router that it belongs to, with
 // what differs from what is kept, from the file and from the default.
 import {ask, change, wishAndTell} from "./api.js";
-import {card, h} from "./dom.js";
-import {Records} from "./records.js";
+import {card, counted, h} from "./dom.js";
+import {Records, recordsOf} from "./records.js";
 
 const idOf = ({space, key}) => `${space} ${key}`;
 const elementOf = ({space, key}) => `setting-${space}-${key}`;
@@ -42,12 +42,16 @@ function editor(setting, one, wrong, collect) {
     onchange: (event) => collect(event.target.value)});
 }
 
-function marks(setting) {
-  const mark = (name, sign, value) => h("span", {class: `mark ${name}`}, sign, " ", h("code", {}, shortly(value)));
-  return [
-    "kept" in setting ? mark("kept", "was", setting.kept) : null,
-    "file" in setting ? mark("file", "in the file", setting.file) : null,
-    "default" in setting ? mark("default", "default", setting.default) : null];
+// What a value was, or is elsewhere; pressed, it is that here too.
+function marks(setting, shape, take) {
+  const told = (value) => (shape?.records && value ? counted(recordsOf(value, shape).length, shape.of) : shortly(value));
+  const mark = (name, words) => {
+    if (!(name in setting)) return null;
+    const value = setting[name];
+    return h("button", {type: "button", class: `mark ${name}`, title: "Take this value", disabled: /\\x/.test(value ?? ""),
+      onclick: () => take(value)}, words, " ", h("code", {}, told(value)));
+  };
+  return [mark("kept", "was"), mark("file", "in the file"), mark("default", "default")];
 }
 
 // A setting's row, which stays the same element while what it says changes.
@@ -76,7 +80,8 @@ class Row {
     this.element.classList.toggle("changed", changed);
     this.element.classList.toggle("gone", value === null);
     this.front.replaceChildren(this.records || value === null ? h("span", {class: "name", id: `${elementOf(setting)}-name`}, name)
-      : h("label", {for: elementOf(setting)}, name), h("span", {class: "marks"}, marks(setting)));
+      : h("label", {for: elementOf(setting)}, name), h("span", {class: "marks"},
+        marks(setting, this.one?.table, (other) => this.collect(other).then(this.collect.look))));
     const undo = changed ? h("button", {type: "button", onclick: () => wishAndTell("undo", {space, key}).then(this.collect.look)},
       setting.kept === null ? "Do not add" : "Undo") : null;
     this.tools.replaceChildren(...[undo, value === null ? null
@@ -92,7 +97,7 @@ class Row {
       this.records.show(value, faults);
       return;
     }
-    if (value === null) return this.place.replaceChildren(h("span", {class: "none"}, "taken away"));
+    if (value === null) return this.place.replaceChildren(h("span", {class: "none"}, "kept" in setting || "file" in setting ? "taken away" : "not set"));
     // What is being typed at is left alone when it says the same.
     const there = document.getElementById(elementOf(setting));
     const focused = there && there === document.activeElement && there.value === value;

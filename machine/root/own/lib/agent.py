@@ -6,11 +6,12 @@ import base64
 import itertools
 import os
 import sys
+import termios
 import tty
 
 import packets
 
-packets.namespace = lambda host: f"/var/run/netns/{host}"
+packets.namespace = lambda host: f"/run/netns/{host}"
 packets.PATIENCE = 1.5  # two emulators stand between a question and its answer
 
 sniffers = {}
@@ -30,7 +31,7 @@ FUNCTIONS = {"ping": packets.ping, "tcp": packets.tcp, "udp": packets.udp, "send
 
 def main():
     port = os.open(f"/dev/{sys.argv[1]}", os.O_RDWR)
-    tty.setraw(port)
+    tty.setraw(port, termios.TCSANOW)  # a question may be there already
     with open(port, "rb", buffering=0) as lines, open(os.dup(port), "wb", buffering=0) as answers:
         for line in lines:
             mark, function, arguments, named = ast.literal_eval(base64.b64decode(line).decode())

@@ -313,6 +313,26 @@ TEST(Origins, AreTheRecordsWithoutWhichTheirCommandsAreGone) {
   }
 }
 
+// A record without a protocol takes that of the one before it, which is of a kind with an earlier
+// one: left out, it would make another command of this one, and so the list stays as it is.
+TEST(Origins, OfALongListWhoseRecordsLeanOnOthersAreTheirs) {
+  std::string settings =
+      "OperationMode=1\ndefaultRouteNum=1\nwanConnectionMode=PPPOE\nPortForwardRules=";
+  for (int i = 0; i < 40; i++) {
+    const char *const protocols[] = {"TCP", "UDP", "TCP", ""};
+    settings +=
+        (i > 0 ? ";" : "") + ("192.168.1.5," + std::to_string(1000 + i)) + ",0," + protocols[i % 4];
+  }
+  const Recording run = runOf(settings + "\n", "iptablesPortForwardRun");
+  const Origins origins = orba::tool::originsOf(run, setUpDeskDevice);
+  ASSERT_EQ(origins.size(), 80u);
+  for (int i = 0; i < 80; i++) {
+    const Origin its = {Origin::kRecord, 1, "PortForwardRules", i / 2 + 1};
+    ASSERT_EQ(origins[static_cast<size_t>(i)].front().front(), its)
+        << run.commands[static_cast<size_t>(i)];
+  }
+}
+
 // Of a list of any length all that a short one tells, by two runs more: one finds out which
 // commands are a record's, one that those of one record of each kind are the same without the rest.
 TEST(Origins, OfTwoThousandRecordsCostTwoMoreRunsThanOfFive) {

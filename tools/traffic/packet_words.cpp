@@ -34,8 +34,6 @@ std::string listed(const IntervalSet &set, std::string (*one)(const Interval &))
   return text;
 }
 
-constexpr uint64_t kIpv4 = 0x0800;
-
 const struct {
   const char *name;
   uint64_t number;
@@ -98,7 +96,7 @@ std::string endText(const Packet &packet, packets::Field address, packets::Field
 }
 
 std::string packetText(const Packet &packet) {
-  if (packet[packets::kEtherType] != kIpv4) {
+  if (packet[packets::kEtherType] != packets::kIpv4) {
     char text[40];
     snprintf(text, sizeof(text), "a frame of type 0x%04x", int(packet[packets::kEtherType]));
     return text;
@@ -119,7 +117,7 @@ std::string sentText(const packets::Packet &packet, uint64_t ordinary) {
   const uint64_t mac = packet[packets::kSourceMac], length = packet[packets::kLength];
   std::string text = packetText(packet);
   if (mac != 0 && mac != ordinary) text += " with mac " + packets::macText(mac);
-  if (packet[packets::kEtherType] != kIpv4) return text;
+  if (packet[packets::kEtherType] != packets::kIpv4) return text;
   if (length != (packet[packets::kProtocol] == packets::kIcmp ? kPing : kBare)) {
     text += " of " + std::to_string(length) + " bytes";
   }

@@ -12,7 +12,6 @@ using namespace packets;
 
 namespace {
 
-constexpr uint64_t kIpv4 = 0x0800;
 constexpr uint64_t kEchoRequest = 8;
 constexpr uint64_t kGre = 47;
 // Hosts of the Internet: of a network that is kept for examples (RFC 5737).
@@ -21,8 +20,6 @@ constexpr uint64_t kSomebody = 0xc6336464, kServer = 0xc6336401;  // 198.51.100.
 constexpr uint64_t kHostOfLan = 100, kFirstUsual = 20, kLastUsual = 200;
 constexpr uint64_t kGroupBit = uint64_t{1} << 40;  // of a MAC address
 constexpr uint64_t kOtherStation = 0x0200000000fe;
-// The lengths of a packet without data, of a ping and of one with as much as it can hold.
-constexpr uint64_t kHeaders = 40, kPing = 84, kFull = 1500;
 
 Condition is(FieldId field, uint64_t value) {
   return {field, IntervalSet::one(value)};
@@ -340,6 +337,8 @@ SideWays::Node SideWays::arrivingAmong(const Outcome &outcome, Node arrived) {
 }
 
 Packet SideWays::witness(const Side &side, Node set) {
+  // The lengths of a packet without data, of a ping and of one with as much as it can hold.
+  constexpr uint64_t kNoData = 40, kPing = 84, kMostData = 1500;
   const Node can_be = diagrams_.both(set, possible());
   if (can_be != Diagrams::kNone) set = can_be;
   const bool begins = diagrams_.both(set, diagrams_.set(is(kState, kNew))) != Diagrams::kNone;
@@ -364,7 +363,7 @@ Packet SideWays::witness(const Side &side, Node set) {
   like[kSourcePort] = 40000;
   like[kDestination] = kServer;
   like[kDestinationPort] = 80;
-  like[kLength] = kHeaders;
+  like[kLength] = kNoData;
   if (side.name != kRouter) {
     const packets::Interface &own = desk_.own(side);
     like[kBridgePort] = desk_.router.network().number(side.interface);
@@ -389,7 +388,7 @@ Packet SideWays::witness(const Side &side, Node set) {
                              {kDestination, {routers, examples, internet, usual, lan}},
                              {kDestinationPort, ones({8080, 443})},
                              {kDestinationMac, ones({kOtherStation})},
-                             {kLength, {IntervalSet::range(kHeaders, kFull)}}};
+                             {kLength, {IntervalSet::range(kNoData, kMostData)}}};
   if (isWan(side.name)) {
     wishes[kSource] = {examples, internet, usual, lan};
     wishes[kDestination] = {routers, usual, lan, examples, internet};

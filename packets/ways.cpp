@@ -275,15 +275,18 @@ void Ways::route(const Flow &flow) {
   const Node to_all = diagrams_.either(unaddressed, to(everybody));
   const Node to_many = diagrams_.either(to_all, to(groups));
   const Node loops = diagrams_.either(from(loopback), to(loopback));
+  const Node routes = now(routesOf(flow.now.fields.at(kMark)), flow);
+  const Node nowhere = diagrams_.where(routes, [](uint32_t place) { return place == 0; });
+  // Only where a packet has a route is its source held against the routes.
+  const Node no_hosts = diagrams_.without(from(noHosts()), diagrams_.without(nowhere, to_many));
   for (Node martians :
-       {from(groups), from(everybody), from(noHosts()), diagrams_.without(loops, to_all),
+       {from(groups), from(everybody), no_hosts, diagrams_.without(loops, to_all),
         diagrams_.without(from(nobody), to_many), diagrams_.without(to(nobody), unaddressed)}) {
     end(take(martians), Verdict::kMartian);
   }
   end(take(diagrams_.without(to(groups), to(all_hosts))), Verdict::kNobody);
   deliver(take(to_many));
-  const Node routes = now(routesOf(flow.now.fields.at(kMark)), flow);
-  end(take(diagrams_.where(routes, [](uint32_t place) { return place == 0; })), Verdict::kNoRoute);
+  end(take(nowhere), Verdict::kNoRoute);
   // By where they leave; the router itself is no interface.
   const Node outs = diagrams_.map(routes, [&](uint32_t place) -> uint32_t {
     if (place == 0 || routes_[place - 1].kind != Route::kUnicast) return kNoInterface;

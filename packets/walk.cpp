@@ -549,7 +549,8 @@ Packet messageTo(const Router &router, const Walk &way, Message message) {
     told[kSourcePort] = about[kDestinationPort];
     told[kDestinationPort] = about[kSourcePort];
     told[kTcpFlags] = kAcknowledge | (message == Message::kOpened ? kSyn : kReset);
-    told[kState] = reset ? kRelated : kEstablished;
+    // A reset belongs to what the packet did, be it nothing.
+    told[kState] = !reset ? kEstablished : about[kState] == kInvalid ? kInvalid : kRelated;
     return told;
   }
   constexpr uint64_t kUnreachable = 3, kHeaders = 28, kLongest = 576;

@@ -294,6 +294,17 @@ Situation situation(uint64_t seed, const std::string &examples) {
                             "executePolicyRoute"}) {
     play(made.settings, entry, made);
   }
+  // The library keeps nothing of what the router itself says from leaving; that a rule can is
+  // judged with some of a person's own.
+  if (seed % 3 == 2) {
+    for (const char *line : {"iptables -A OUTPUT -m state --state INVALID -j DROP",
+                             "iptables -A OUTPUT -p icmp -s 192.168.1.1 -j DROP",
+                             "iptables -A OUTPUT -p tcp --sport 80 --tcp-flags SYN,ACK SYN,ACK "
+                             "-m state --state ESTABLISHED -j DROP",
+                             "iptables -A OUTPUT -p tcp --sport 22 -j DROP"}) {
+      made.lines.push_back(line);
+    }
+  }
   return made;
 }
 

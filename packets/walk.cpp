@@ -543,22 +543,21 @@ Packet messageTo(const Router &router, const Walk &way, Message message) {
   Packet told;
   told[kSource] = about[kDestination];
   told[kDestination] = about[kSource];
+  // It belongs to what the packet did, be it nothing.
+  told[kState] = about[kState] == kInvalid ? kInvalid : kRelated;
   const bool reset = message == Message::kRefused && about[kProtocol] == kTcp;
   if (reset || message == Message::kOpened || message == Message::kClosed) {
     told[kProtocol] = kTcp;
     told[kSourcePort] = about[kDestinationPort];
     told[kDestinationPort] = about[kSourcePort];
     told[kTcpFlags] = kAcknowledge | (message == Message::kOpened ? kSyn : kReset);
-    // A reset belongs to what the packet did, be it nothing.
-    told[kState] = !reset ? kEstablished : about[kState] == kInvalid ? kInvalid : kRelated;
+    if (!reset) told[kState] = kEstablished;
     return told;
   }
   constexpr uint64_t kUnreachable = 3, kHeaders = 28, kLongest = 576;
   told[kProtocol] = kIcmp;
   told[kIcmpType] = kUnreachable;
   told[kLength] = std::min(about[kLength] + kHeaders, kLongest);
-  // Of what has not got through the router its connection is not known yet.
-  told[kState] = message == Message::kNoRoute ? kInvalid : kRelated;
   if (message == Message::kNoRoute) {
     const std::optional<Route> back = router.network().route(about[kSource], 0);
     const Interface *out = back ? router.network().find(back->device) : nullptr;

@@ -139,7 +139,7 @@ class Booted:
             return self.router, command
         return self.world, f"exec ip netns exec {host} sh -c {shlex.quote(command)}"
 
-    def run(self, host, command, given=b"", seconds=120):
+    def run(self, host, command, given=b"", seconds=300):
         machine, command = self.place(host, command)
         return machine.run(command, given, seconds)
 

@@ -194,7 +194,7 @@ class Machine:
                 held.close()
         raise Silent(f"the {self.role} has no port")
 
-    def run(self, command, given=b"", seconds=120):
+    def run(self, command, given=b"", seconds=300):
         """The exit code of a shell's command, what it printed and what it complained of."""
         with self.channel(seconds=seconds) as channel:
             code, output, errors = channel.run(command, given)

@@ -23,7 +23,7 @@ class Agent:
             self.channel = booted.world.channel(AGENT)
         mark = secrets.token_hex(8)
         question = base64.b64encode(repr((mark, function, arguments, named)).encode())
-        self.channel.until = time.monotonic() + 120
+        self.channel.until = time.monotonic() + 300
         self.channel.socket.sendall(question + b"\n")
         while True:
             try:

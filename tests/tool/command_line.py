@@ -73,6 +73,7 @@ with tempfile.TemporaryDirectory() as folder, contextlib.chdir(folder):
     for name in ("a.conf", "b.conf"):
         os.remove(name)
     answers("check -c -", CONFIG, "$", "orba: standard input:1: ", given=b"x")
+    answers("check -c /dev/null", CONFIG, "$", "orba: /dev/null: holds no settings\n$")
     answers("check -c .", CONFIG, "$", "orba: .: is a folder; a file of KEY=VALUE lines is wanted\n$")
     answers("serve -c nosuch", CONFIG, "$", "orba: nosuch: No such file or directory\n$")
     answers("lab up -c bad.conf", CONFIG, "$", bad + hint)  # and not a copy of it

@@ -190,4 +190,13 @@ for line in sys.stdin.buffer:
     run("rehearse", "this", "this", "nothere", "--out", "no", code=3)
     run("rehearse", "this", "nothere", "fleet", "--out", "no", code=2)
 
+    # The document's examples print what it shows, "..." for some.
+    os.symlink(sources + "/examples", "examples")
+    for block in re.findall(r"```console\n\$ orba (.*?)\n(.*?)```", open(sources + "/docs/rehearsal.md").read(), re.S):
+        said = subprocess.run(f"{orba} {block[0]}", shell=True, capture_output=True, text=True).stdout
+        for line in block[1].splitlines():
+            if line != "...":
+                check(f"{line}\n" in said, f"docs/rehearsal.md: orba {block[0]} does not print: {line}")
+                said = said.partition(f"{line}\n")[2]
+
 sys.exit("\n".join(wrong) or 0)

@@ -97,16 +97,18 @@ nlohmann::ordered_json asJson(const Finding &finding) {
 
 Exit check(const CheckOptions &options) {
   options.confineToLab();
+  const std::string name = nameOf(options.config);
+  const std::vector<nvram::Setting> config = readConfig(options.config);
+  if (config.empty()) throw BadConfig(name + ": holds no settings");
   const std::vector<Finding> findings =
-      findingsIn(readConfig(options.config), [&](sim::Device &device) { options.prepare(device); });
-  const std::string name = visible(nameOf(options.config));
+      findingsIn(config, [&](sim::Device &device) { options.prepare(device); });
   nlohmann::ordered_json all = nlohmann::ordered_json::array();
   for (const Finding &finding : findings) {
-    if (!options.json) std::cout << name << ": " << finding.line() << "\n";
+    if (!options.json) std::cout << visible(name) << ": " << finding.line() << "\n";
     all.push_back(asJson(finding));
   }
   if (options.json) printJson(std::cout, all);
-  if (findings.empty() && !options.json) std::cout << name << ": nothing found\n";
+  if (findings.empty() && !options.json) std::cout << visible(name) << ": nothing found\n";
   return findings.empty() ? kDone : kFound;
 }
 

@@ -6,9 +6,9 @@
 #include "tools/rehearse/kinds.h"
 #include "tools/text/lines.h"
 #include "tools/traffic/change.h"
+#include "tools/traffic/packet_words.h"
 #include "tools/traffic/question.h"
 #include "tools/traffic/side_ways.h"
-#include "tools/traffic/packet_words.h"
 
 namespace orba::tool {
 
@@ -160,10 +160,15 @@ void SidesCompared::addTraffic(Both &both, std::vector<SideChange> &changes) {
 }
 
 std::vector<SideChange> SidesCompared::changes(const Config &settings, uint32_t part,
-                                           const Deaths &deaths, Place &place) {
-  Config changed = edited(settings, sides_.edits);
-  Both both{settings,           std::move(changed), part,
-            OwnWords(settings), Asked(settings),    Asked(both.after)};
+                                               const Deaths &deaths, Place &place) {
+  return changes(settings, settings, part, deaths, place);
+}
+
+std::vector<SideChange> SidesCompared::changes(const Config &settings, const Config &example,
+                                               uint32_t part, const Deaths &deaths, Place &place) {
+  Both both{
+      settings,         edited(settings, sides_.edits), part, OwnWords(example), Asked(settings),
+      Asked(both.after)};
   Kinds kinds;
   if (before_) {
     comparePrograms(both, deaths, place, kinds);
@@ -183,19 +188,18 @@ std::vector<SideChange> SidesCompared::changes(const Config &settings, uint32_t 
   return changes;
 }
 
-bool SidesCompared::show(const Config &settings, const SideChange &change, uint32_t part,
-                         const Deaths &deaths, Place &place) {
+bool SidesCompared::show(const Config &some, const Config &example, const SideChange &change,
+                         uint32_t part, const Deaths &deaths, Place &place) {
   std::set<std::string> seen;
-  for (const SideChange &each : changes(settings, part, deaths, place)) {
+  for (const SideChange &each : changes(some, example, part, deaths, place)) {
     if (each.traffic == change.traffic) seen.insert(each.kinds.begin(), each.kinds.end());
   }
   return std::includes(seen.begin(), seen.end(), change.kinds.begin(), change.kinds.end());
 }
 
-SidesCompared::Witness SidesCompared::witness(const Config &settings, const SideChange &change) {
-  Both both{
-      settings,         edited(settings, sides_.edits), 0, OwnWords(settings), Asked(settings),
-      Asked(both.after)};
+SidesCompared::Witness SidesCompared::witness(const Config &some, const Config &example,
+                                              const SideChange &change) {
+  Both both{some, edited(some, sides_.edits), 0, OwnWords(example), Asked(some), Asked(both.after)};
   Witness witness;
   // The entry point that does the least besides, by its number of commands.
   size_t least = SIZE_MAX;

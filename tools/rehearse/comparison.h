@@ -38,10 +38,10 @@ class SidesCompared {
   // change: so each builder of rules has its own, and a program that calls several of them is told
   // with each. `deaths` and `place` as a worker has them.
   std::vector<SideChange> changes(const std::vector<nvram::Setting> &settings, uint32_t part,
-                              const Deaths &deaths, Place &place);
-  // Whether these settings show at least this change.
-  bool show(const std::vector<nvram::Setting> &settings, const SideChange &change, uint32_t part,
-            const Deaths &deaths, Place &place);
+                                  const Deaths &deaths, Place &place);
+  // Whether some of the settings of an example show at least the change that all of them do.
+  bool show(const std::vector<nvram::Setting> &some, const std::vector<nvram::Setting> &example,
+            const SideChange &change, uint32_t part, const Deaths &deaths, Place &place);
 
   // What there is to show of a change: the lines that come and go in one of its entry points, and
   // what becomes of traffic with the packets that show it.
@@ -51,13 +51,18 @@ class SidesCompared {
     std::vector<std::string> traffic;  // "+ tcp 22 from ...", "  such as ..."
     bool opens = false;
   };
-  Witness witness(const std::vector<nvram::Setting> &settings, const SideChange &change);
+  Witness witness(const std::vector<nvram::Setting> &some,
+                  const std::vector<nvram::Setting> &example, const SideChange &change);
 
  private:
   // Of one configuration.
   struct Both;
   using Kinds = std::map<std::string, std::set<std::string>>;  // and where they are seen
 
+  // What is generalised are the words of `example`.
+  std::vector<SideChange> changes(const std::vector<nvram::Setting> &settings,
+                                  const std::vector<nvram::Setting> &example, uint32_t part,
+                                  const Deaths &deaths, Place &place);
   void compareOwn(Both &both, const Deaths &deaths, Place &place, Kinds &kinds);
   void comparePrograms(Both &both, const Deaths &deaths, Place &place, Kinds &kinds);
   void addTraffic(Both &both, std::vector<SideChange> &changes);

@@ -133,10 +133,12 @@ class Worker {
     if (receiveText(socket_, result)) return result;
     const std::string cause = wait();
     const std::pair<uint32_t, uint32_t> at = {place_->part, place_->step};
-    if (at.first == kNoPart) throw std::runtime_error("a worker has died: " + cause);
     // Somebody may have killed it: what it was at is tried once more.
     Task task = std::move(*task_);
-    if (!task.suspected.try_emplace(at, cause).second) task.deaths[at] = cause;
+    if (!task.suspected.try_emplace(at, cause).second) {
+      if (at.first == kNoPart) throw std::runtime_error("a worker has died: " + cause);
+      task.deaths[at] = cause;
+    }
     give(std::move(task), work, others);
     return std::nullopt;
   }

@@ -36,7 +36,7 @@ struct Tasks {
 
 // Has the tasks done by that many workers beside each other, and hands over what came of them, in
 // the order of the tasks. What `done` throws ends it. Throws std::system_error when there can be
-// no worker, std::runtime_error when one dies outside of any step.
+// no worker, std::runtime_error when one dies twice outside of any step.
 void haveDone(const Tasks &tasks, size_t workers, const Work &work,
               const std::function<void(std::string result)> &done);
 

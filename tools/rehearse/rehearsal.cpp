@@ -99,7 +99,7 @@ json lookInto(const json &task, SidesCompared &compared, const Deaths &deaths, P
   const Config settings = understood(group.example.config, "").settings;
   uint32_t trial = 0;
   const Config smallest = smallestThatShows(settings, [&](const Config &some) {
-    return compared.show(some, group.change, trial++, deaths, place);
+    return compared.show(some, settings, group.change, trial++, deaths, place);
   });
   json details = {{"settings", json::array()}};
   for (const std::string &line : linesIn(asciiConfig(smallest))) {
@@ -107,7 +107,7 @@ json lookInto(const json &task, SidesCompared &compared, const Deaths &deaths, P
   }
   beginStep(place, trial, 0);
   if (deaths.count({trial, 0}) != 0) return details;
-  const SidesCompared::Witness witness = compared.witness(smallest, group.change);
+  const SidesCompared::Witness witness = compared.witness(smallest, settings, group.change);
   details["entry"] = witness.entry;
   details["lines"] = json::array();
   for (const std::string &line : witness.lines) details["lines"].push_back(visible(line));

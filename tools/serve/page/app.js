@@ -51,13 +51,13 @@ function show() {
 
 // How much comes of the changes, as soon as it is known; while they come one upon the other
 // nobody waits for it.
-let told = 0, waiting = 0;
+let told = 0, delay = 0;
 function tellEffect(text, version) {
-  clearTimeout(waiting);
+  clearTimeout(delay);
   byId("pending-text").textContent = `${text}.`;
   told = version;
   if (byId("pending").hidden) return;
-  waiting = setTimeout(async () => {
+  delay = setTimeout(async () => {
     const {effects} = await ask("effects");
     const commands = effects.reduce((sum, {difference}) => sum + difference.commands.length, 0);
     if (told === version) byId("pending-text").textContent = `${text}: ${counted(commands, "command")} would differ.`;

@@ -23,6 +23,7 @@ struct Interface {
   std::vector<Address> addresses = {};
   std::string bridge = {};  // the one that it is a port of, or empty
   bool up = true;
+  uint64_t mtu = 1500;  // bytes of an IP packet
 };
 
 struct Route {

@@ -31,6 +31,8 @@ enum Hook {
   kBridgePrerouting,
   kBridgeInput,
   kBridgeForward,
+  kBridgeNatOutput,
+  kBridgeOutput,
   kBridgePostrouting,
   kPrerouting,
   kInput,
@@ -43,6 +45,7 @@ enum Hook {
 const Place kPlaces[kHooks] = {
     {Place::kEbtables, "broute", "BROUTING"}, {Place::kEbtables, "nat", "PREROUTING"},
     {Place::kEbtables, "filter", "INPUT"},    {Place::kEbtables, "filter", "FORWARD"},
+    {Place::kEbtables, "nat", "OUTPUT"},      {Place::kEbtables, "filter", "OUTPUT"},
     {Place::kEbtables, "nat", "POSTROUTING"}, {Place::kIptables, "nat", "PREROUTING"},
     {Place::kIptables, "filter", "INPUT"},    {Place::kIptables, "filter", "FORWARD"},
     {Place::kIptables, "nat", "OUTPUT"},      {Place::kIptables, "filter", "OUTPUT"},
@@ -184,6 +187,12 @@ class Journey {
     return finish();
   }
 
+  bool leaveBridge(uint64_t port) {
+    packet_[kBridgePort] = kNoInterface;
+    packet_[kBridgePortOut] = port;
+    return through(kBridgeNatOutput) && through(kBridgeOutput) && through(kBridgePostrouting);
+  }
+
   Walk goOut() {
     packet_[kIn] = packet_[kBridgePort] = kNoInterface;
     const KnownRoute *route = known_.route(packet_[kDestination], 0);
@@ -289,11 +298,17 @@ class Journey {
     const uint64_t source = packet_[kSource], destination = packet_[kDestination];
     const bool to_group = isGroup(destination);
     const bool to_all = destination == kEverybody || (source == 0 && destination == 0);
-    bool martian = isGroup(source) || source == kEverybody || (source != 0 && isNoHost(source));
+    const KnownRoute *route =
+        to_group || to_all ? nullptr
+                           : known_.route(destination, static_cast<uint32_t>(packet_[kMark]));
+    const bool nowhere = !to_group && !to_all && route == nullptr;
+    bool martian = isGroup(source) || source == kEverybody;
     if (!to_all) {
       martian = martian || isLoopback(source) || (source == 0 && !to_group) ||
                 isLoopback(destination) || destination == 0;
     }
+    // Only where a packet has a route is its source held against the routes.
+    if (!nowhere) martian = martian || (source != 0 && isNoHost(source));
     if (martian) {
       note(Step::kRoute);
       endAs(Verdict::kMartian);
@@ -304,14 +319,10 @@ class Journey {
       endAs(Verdict::kNobody);
       return;
     }
-    const KnownRoute *route = nullptr;
-    if (!to_group && !to_all) {
-      route = known_.route(destination, static_cast<uint32_t>(packet_[kMark]));
-      noteRoute(route);
-      if (route == nullptr) {
-        endAs(Verdict::kNoRoute);
-        return;
-      }
+    if (!to_group && !to_all) noteRoute(route);
+    if (nowhere) {
+      endAs(Verdict::kNoRoute);
+      return;
     }
     if (route == nullptr || route->route.kind != Route::kUnicast) {
       if (!through(kInput)) return;
@@ -438,6 +449,28 @@ class Journey {
       const Interface &out = network_.interfaces[packet_[kOut]];
       if (!out.addresses.empty()) packet_[kSource] = out.addresses[0].address;
     }
+    if (target.segment != Target::kNoSegment) limitSegment(target.segment);
+  }
+
+  // A SYN never speaks of more than it did. One that is silent gets the option, as long as it
+  // carries no data, and no more than RFC 879 lets a silent one have.
+  void limitSegment(uint64_t most) {
+    constexpr uint64_t kHeaders = 40, kSilent = 536, kOption = 4;
+    if (most == Target::kPathSegment) {
+      const KnownRoute *back = known_.route(packet_[kSource], 0);
+      const uint64_t there = mtuOf(packet_[kOut]);
+      most = std::min(there, back != nullptr ? mtuOf(back->out) : there) - kHeaders;
+    }
+    if (packet_[kSegmentSize] != 0) {
+      packet_[kSegmentSize] = std::min(packet_[kSegmentSize], most);
+    } else if (packet_[kLength] == kHeaders) {
+      packet_[kSegmentSize] = std::min(most, kSilent);
+      packet_[kLength] += kOption;
+    }
+  }
+
+  uint64_t mtuOf(uint64_t interface) const {
+    return interface < network_.interfaces.size() ? network_.interfaces[interface].mtu : UINT64_MAX;
   }
 
   Walker::Known &known_;
@@ -463,6 +496,10 @@ Walk Walker::walk(const Packet &packet, const Connection *connection, Detail det
 
 Walk Walker::walkFromRouter(const Packet &packet, const Connection *connection, Detail detail) {
   return Journey(*known_, packet, connection, detail).goOut();
+}
+
+bool Walker::leavesBridge(const Packet &packet, uint64_t port) {
+  return Journey(*known_, packet, nullptr, Detail::kVerdict).leaveBridge(port);
 }
 
 Walk walk(const Router &router, const Packet &packet, const Connection *connection, Detail detail) {
@@ -499,6 +536,34 @@ Packet answerTo(const Router &router, const Packet &first, const Walk &way) {
     }
   }
   return answer;
+}
+
+Packet messageTo(const Router &router, const Walk &way, Message message) {
+  const Packet &about = way.end;
+  Packet told;
+  told[kSource] = about[kDestination];
+  told[kDestination] = about[kSource];
+  // It belongs to what the packet did, be it nothing.
+  told[kState] = about[kState] == kInvalid ? kInvalid : kRelated;
+  const bool reset = message == Message::kRefused && about[kProtocol] == kTcp;
+  if (reset || message == Message::kOpened || message == Message::kClosed) {
+    told[kProtocol] = kTcp;
+    told[kSourcePort] = about[kDestinationPort];
+    told[kDestinationPort] = about[kSourcePort];
+    told[kTcpFlags] = kAcknowledge | (message == Message::kOpened ? kSyn : kReset);
+    if (!reset) told[kState] = kEstablished;
+    return told;
+  }
+  constexpr uint64_t kUnreachable = 3, kHeaders = 28, kLongest = 576;
+  told[kProtocol] = kIcmp;
+  told[kIcmpType] = kUnreachable;
+  told[kLength] = std::min(about[kLength] + kHeaders, kLongest);
+  if (message == Message::kNoRoute) {
+    const std::optional<Route> back = router.network().route(about[kSource], 0);
+    const Interface *out = back ? router.network().find(back->device) : nullptr;
+    if (out != nullptr && !out->addresses.empty()) told[kSource] = out->addresses[0].address;
+  }
+  return told;
 }
 
 }  // namespace packets

@@ -282,14 +282,18 @@ void Ways::route(const Flow &flow) {
   const Node to_all = diagrams_.either(unaddressed, to(everybody));
   const Node to_many = diagrams_.either(to_all, to(groups));
   const Node loops = diagrams_.either(from(loopback), to(loopback));
+  const Node outs = outsOf(flow);
+  const Node nowhere = diagrams_.where(outs, [](uint32_t out) { return out == kNowhere; });
+  // Only where a packet has a route is its source held against the routes.
+  const Node no_hosts = diagrams_.without(from(noHosts()), diagrams_.without(nowhere, to_many));
   for (Node martians :
-       {from(groups), from(everybody), from(noHosts()), diagrams_.without(loops, to_all),
+       {from(groups), from(everybody), no_hosts, diagrams_.without(loops, to_all),
         diagrams_.without(from(nobody), to_many), diagrams_.without(to(nobody), unaddressed)}) {
     end(take(martians), Verdict::kMartian);
   }
   end(take(diagrams_.without(to(groups), to(all_hosts))), Verdict::kNobody);
   deliver(take(to_many));
-  for (const auto &[out, packets] : diagrams_.parts(outsOf(flow))) {
+  for (const auto &[out, packets] : diagrams_.parts(outs)) {
     Flow part = take(packets);
     if (out == kNowhere) {
       end(part, Verdict::kNoRoute);

@@ -380,18 +380,18 @@ int main(int count, char **words) {
     return ci != nullptr && *ci != '\0' ? 1 : 77;
   }
   std::ostringstream told;
-  told << counts->configurations << " configurations, " << counts->probes << " packets, "
-       << counts->connections << " connections in " << std::fixed << std::setprecision(1) << seconds
-       << " s: " << static_cast<uint64_t>(static_cast<double>(counts->probes) / seconds)
-       << " packets a second\n"
-       << counts->one_by_one << " configurations also command by command; " << counts->refused
-       << " commands refused by both\n"
+  told << counts->connections << " connections, "
+       << static_cast<uint64_t>(static_cast<double>(counts->probes) / seconds)
+       << " packets a second; " << counts->one_by_one << " configurations also command by command; "
+       << counts->refused << " commands refused by both\n"
        << "explained: " << counts->by_an_answer
        << " packets by an answer that nobody can foresee (limit); " << counts->broute
        << " commands for broute and the DMZ program, which are lacking here; " << counts->content
        << " for the content of pages, which the tools lack; " << counts->reversed
        << " with reversed ports of UDP, which the present tools take and nothing matches\n"
-       << counts->differences << " differences\n";
+       << counts->probes << " packets through " << counts->configurations << " configurations in "
+       << std::fixed << std::setprecision(1) << seconds << " s, " << counts->differences
+       << " differences\n";
   std::cout << told.str();
   const bool whole = options.minutes != 0 || counts->configurations == options.configurations;
   return failed || counts->differences != 0 || counts->configurations == 0 || !whole;

@@ -37,7 +37,6 @@ using packets::Packet;
 constexpr size_t kEthernetHeader = 14;
 // Our packets set out with this; what the router makes itself, with another.
 constexpr uint8_t kHops = 64, kOwnHops = 200;
-constexpr int kMtu = 4000;
 constexpr uint64_t kNowhere = packets::kNoInterface;
 
 std::string failure(const std::string &what) {
@@ -357,6 +356,7 @@ Kernel::Kernel(const Situation &situation, Tables tables) : situation_(situation
 Kernel::~Kernel() {
   for (const Port &port : ports_) close(port.descriptor);
   for (int socket : raw_) close(socket);
+  for (int socket : listeners_) close(socket);
   close(own_);
   close(netlink_);
 }
@@ -375,6 +375,12 @@ void Kernel::makeDevices() {
   }
   set("ipv4/ip_default_ttl", std::to_string(kOwnHops).c_str());
   set("ipv4/icmp_ratelimit", "0");
+  set("ipv4/icmp_ratemask", "0");
+  // Every first packet of a connection is answered, and once.
+  set("ipv4/tcp_syncookies", "0");
+  set("ipv4/tcp_synack_retries", "0");
+  set("ipv4/tcp_max_syn_backlog", "1000000");
+  set("core/somaxconn", "1000000");
   set("ipv4/icmp_echo_ignore_all", "1");
   if (std::ifstream("/proc/sys/net/bridge/bridge-nf-call-iptables")) {
     set("bridge/bridge-nf-call-iptables", "0");
@@ -399,7 +405,7 @@ void Kernel::makeDevices() {
       ports_.push_back({name, descriptor, ethernet, i, network.number(interface.bridge)});
     }
     const std::string mac = ethernet ? " address " + packets::macText(interface.mac) : "";
-    links += "link set " + name + " mtu " + std::to_string(kMtu) + mac + " up\n";
+    links += "link set " + name + " mtu " + std::to_string(interface.mtu) + mac + " up\n";
     if (!interface.bridge.empty()) {
       links += "link set " + name + " master " + interface.bridge + "\n";
     }
@@ -408,7 +414,9 @@ void Kernel::makeDevices() {
       routes += "address add " + text(address.address) + prefix + " brd + dev " + name + "\n";
     }
   }
-  for (const packets::Route &route : network.tables.at("main")) {
+  const auto gateways = network.tables.find("main");
+  for (const packets::Route &route :
+       gateways != network.tables.end() ? gateways->second : std::vector<packets::Route>()) {
     routes += "route add default via " + text(*route.gateway) + " dev " + route.device + "\n";
   }
   mustRun({"ip", "-batch", "-"}, links + routes);
@@ -436,14 +444,17 @@ void Kernel::makeDevices() {
   if (own_ < 0) throw Lacking(failure("no raw socket"));
   const int yes = 1;
   setsockopt(own_, SOL_SOCKET, SO_BROADCAST, &yes, sizeof(yes));
-  // That nothing listens is no part of what is judged: the connection goes on.
-  std::string silence = "*raw\n";
-  for (const packets::Interface &interface : network.interfaces) {
-    for (const packets::Address &address : interface.addresses) {
-      silence += "-A OUTPUT -s " + text(address.address) + " -p tcp -j DROP\n";
+  for (uint64_t port : kListening) {
+    const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in own = {};
+    own.sin_family = AF_INET;
+    own.sin_port = htons(static_cast<uint16_t>(port));
+    if (bind(listener, reinterpret_cast<sockaddr *>(&own), sizeof(own)) != 0 ||
+        listen(listener, 1 << 16) != 0) {
+      throw Lacking(failure("nothing can listen"));
     }
+    listeners_.push_back(listener);
   }
-  mustRun({"iptables-restore"}, silence + "COMMIT\n");
 }
 
 // ---- rules ----
@@ -674,39 +685,49 @@ void Kernel::readFrame(const Port &port, uint8_t *frame, size_t size,
   if (size < start + 28) return;
   const uint8_t *ip = frame + start, *inner = ip + 20;
   const bool carries_ip = !port.ethernet || get16(frame + 12) == 0x0800;
+  const uint64_t interface = port.bridge < kNowhere ? port.bridge : port.number;
   if (carries_ip && ip[8] > kHops) {
+    const auto tell = [&](Arrival &arrival, Arrival::Told told) {
+      arrival.told = told;
+      arrival.told_out = interface;
+    };
     if (ip[9] == packets::kIcmp && inner[0] == 3 && size >= start + 56) {
       Arrival *arrival = ofNumber(get16(inner + 12), arrivals);
-      // 0, 1: no route to the network or the host; others come from what listens, or not.
-      if (arrival != nullptr && inner[1] < 2) arrival->unreachable = true;
+      // 0 and 1: no route to the network or the host.
+      if (arrival != nullptr && inner[1] < 2) tell(*arrival, Arrival::kNoRoute);
+      if (arrival != nullptr && inner[1] == 3) tell(*arrival, Arrival::kNoPort);
     }
-    if (ip[9] == packets::kTcp && (inner[13] & packets::kReset) != 0) {
+    if (ip[9] == packets::kTcp) {
       for (size_t i = 0; i < probes.size(); i++) {
         const Packet &sent = probes[i]->packet;
         if (sent[packets::kProtocol] == packets::kTcp && sent[packets::kSource] == get32(ip + 16) &&
             sent[packets::kSourcePort] == get16(inner + 2) &&
             sent[packets::kDestination] == get32(ip + 12) &&
             sent[packets::kDestinationPort] == get16(inner)) {
-          arrivals[i].reset = true;
+          const bool reset = (inner[13] & packets::kReset) != 0;
+          tell(arrivals[i], reset ? Arrival::kReset : Arrival::kOpened);
         }
       }
     }
     return;
   }
+  if (carries_ip && (get16(ip + 6) & 0x1fff) != 0) return;  // the rest of what did not fit
   Arrival *arrival = ofNumber(get16(ip + 4), arrivals);
   if (arrival == nullptr || (carries_ip && ip[8] < kHops - 1)) return;
   const bool routed = carries_ip && ip[8] == kHops - 1;
-  // A frame that leaves the bridge by several ports is seen at the first.
-  if (arrival->out == packets::kNoInterface) {
-    arrival->out = port.number;
-    arrival->router_out = port.bridge;
-  }
+  arrival->out = interface;
+  arrival->ports |= uint64_t{1} << port.number;
   (routed ? arrival->forwarded : arrival->bridged) = true;
   arrival->source = get32(ip + 12);
   arrival->destination = get32(ip + 16);
   if (ip[9] == packets::kTcp || ip[9] == packets::kUdp) {
     arrival->source_port = get16(inner);
     arrival->destination_port = get16(inner + 2);
+  }
+  const bool asks = ip[9] == packets::kTcp && (inner[13] & packets::kSyn) != 0;
+  // Of ours it is the only option.
+  if (asks && size >= start + 44 && inner[12] >> 4 > 5 && get16(inner + 20) == 0x0204) {
+    arrival->segment = get16(inner + 22);
   }
 }
 

@@ -93,6 +93,7 @@ class Kernel {
   std::vector<int> raw_;  // has what is delivered
   int own_ = -1;          // sends what the router itself does
   int netlink_ = -1;
+  std::vector<int> listeners_;
   uint16_t first_number_ = 1;
 };
 

@@ -43,6 +43,7 @@ class Prober {
   std::vector<std::string> texts_;     // that rules look for in packets
   std::vector<uint64_t> wires_;        // the interfaces that packets come in by
   std::unordered_set<uint64_t> used_;  // ends of connections
+  std::unordered_set<uint64_t> senders_;
   uint16_t echo_ = 0;
 };
 

@@ -12,6 +12,7 @@
 #include "tools/cli/subcommands.h"
 #include "tools/device/config.h"
 #include "tools/firewall/picture.h"
+#include "tools/firewall/rule_words.h"
 #include "tools/lab/lab.h"
 #include "tools/play/difference.h"
 #include "tools/play/effects.h"
@@ -93,6 +94,7 @@ struct PlanOptions : CallOptions {
   bool raw = false;
   long long ticks = 0;
   bool tables = false;
+  bool in_words = false;
   bool origins = false;
   bool batch = false;
   size_t jobs = 1;
@@ -111,16 +113,17 @@ Exit plan(const PlanOptions &options) {
     origins = originsOf(run, [&](sim::Device &device) { options.prepare(device); });
   }
   const Origins *shown = origins ? &*origins : nullptr;
+  const RuleWords words = options.in_words ? ruleInWords : nullptr;
   if (!options.picture.empty()) {
     writePicture(options.picture, run, *origins);
   } else if (options.json && options.tables) {
-    printJson(std::cout, tablesAsJson(run));
+    printJson(std::cout, tablesAsJson(run, words));
   } else if (options.json) {
     printJson(std::cout, planAsJson(run, shown));
   } else if (options.raw) {
     printRaw(std::cout, run);
   } else if (options.tables) {
-    printTables(std::cout, run);
+    printTables(std::cout, run, words);
   } else {
     printPlan(std::cout, run, shown);
   }
@@ -318,6 +321,10 @@ void addPlan(CLI::App &app, Exit &exit) {
   ticks->check(CLI::Range(0LL, kMostTicks));
   CLI::Option *tables =
       command.add_flag("--tables", options->tables, "The resulting chains, as packets meet them");
+  command
+      .add_flag("--words", options->in_words,
+                "With --tables: below each rule what it does, in words")
+      ->needs(tables);
   CLI::Option *origins = command.add_flag("--origins", options->origins,
                                           "Below each command the settings it comes from");
   CLI::Option *picture = command.add_option("--picture", options->picture,

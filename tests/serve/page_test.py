@@ -287,7 +287,7 @@ class Served(unittest.TestCase):
         self.screenshots("lists")
         self.view("changes")
         self.assertEqual(self.texts("[data-key=PortForwardRules] .edits > li"), [
-            "\u2212record 1: " + one, "\u2212record 2: " + two, "+record 2: " + two.replace("1.11", "1.300")])
+            "\u2212record 1: " + one, "~record 2: LAN address: 192.168.1.11 \u2192 192.168.1.300"])
         self.assertEqual(self.texts("[data-key=SinglePortForwardRules] .edits > li"), ["+record 1: ,80,,"])
 
     def test_two_thousand_records_are_edited(self):

@@ -24,6 +24,14 @@ foreach(component ${CPACK_COMPONENTS_ALL})
     file(RPATH_REMOVE FILE ${program})
   endforeach()
 
+  # These go to /usr and nowhere else, so that no path has to be told from where a file stands.
+  file(GLOB told ${root}/lib/*/pkgconfig/*.pc)
+  foreach(file ${told})
+    file(READ ${file} text)
+    string(REGEX REPLACE "prefix=[^\n]*" "prefix=/usr" text "${text}")
+    file(WRITE ${file} "${text}")
+  endforeach()
+
   file(MAKE_DIRECTORY ${doc})
   file(COPY_FILE ${CPACK_PROJECT_FOLDER}/LICENSE ${doc}/copyright)
   file(COPY_FILE ${CPACK_PROJECT_FOLDER}/CHANGELOG.md ${doc}/changelog)

@@ -72,19 +72,7 @@ mount -o remount,bind,ro /
 tar -C /run/lab/tools --no-same-owner -x
 exec </dev/null
 chmod 755 /run/lab/tools /run/lab/tools/*
-for program in iwpriv mii_mgr insmod rmmod call_qcsapi_sockrpc wscd rt2860apd reboot reboot.sh \
-  wan.sh wlan.sh wlan_5G.sh internet.sh internetSetWAN.sh mcl.sh ntp.sh dropbear.sh mini_httpd \
-  orba_qos; do
-  ln -s stand-in "/run/lab/tools/$program"
-done
-# Busybox as on the device, as far as Debian's has the applet.
-applets=" $(busybox --list | tr '\n' ' ') "
-for program in top killall udhcpc telnetd crond syslogd udpsvd tftpd; do
-  case $applets in
-    *" $program "*) ln -s "$(command -v busybox)" "/run/lab/tools/$program" ;;
-    *) ln -s stand-in "/run/lab/tools/$program" ;;
-  esac
-done
+/run/lab/tools/link-stand-ins
 over() {  # folder program...
   folder=$(readlink -f "$1")
   shift
@@ -118,6 +106,7 @@ there() {
 # ---- wires ----
 here link set lo up
 echo 1 >/proc/sys/net/ipv4/ip_forward
+echo 0 >/proc/sys/net/ipv4/icmp_ratelimit  # each packet that is refused is told so
 wire() {  # the router's end, the host's process, the host's end
   ip link add "$1" type veth peer name "$3" netns "$(cat "/run/lab/$2")"
   ip link set "$1" up

@@ -1,8 +1,13 @@
 #!/bin/sh
-# up.sh CONFIG: makes the lab that a configuration asks for, in place of an
-# older one of the same state folder. $ORBA is the orba tool. Ends with 77 where
+# up.sh [--json] CONFIG: makes the lab that a configuration asks for, in place of
+# an older one of the same state folder. $ORBA is the orba tool. Ends with 77 where
 # the machine has not what it takes.
 . "$(dirname "$0")/state.sh"
+json=
+if [ "$1" = --json ]; then
+  json=$1
+  shift
+fi
 config=$1
 ORBA=${ORBA:-orba}
 "$lab/down.sh"
@@ -74,5 +79,15 @@ for process in $(cat "/proc/$router/task/$router/children"); do
 done
 rm "$state/tools.tar"
 trap - EXIT
-told "router: $LAN 192.168.1.1, $WAN 198.51.100.2; hosts: lan 192.168.1.10, internet 198.51.100.1" || exit 4
-"$lab/probe.sh" | sed 's/^/not to be had here: /'
+lacks=$("$lab/probe.sh") || :
+if [ -n "$json" ]; then
+  python3 -c 'import json, sys
+_, lan, wan, lacks = sys.argv
+print(json.dumps({"router": {lan: "192.168.1.1", wan: "198.51.100.2"},
+                  "hosts": {"lan": "192.168.1.10", "internet": "198.51.100.1"},
+                  "lacks": lacks.splitlines()}, indent=2), flush=True)' "$LAN" "$WAN" "$lacks" 2>/dev/null ||
+    { echo "orba lab: standard output cannot be written" >&2; exit 4; }
+else
+  told "router: $LAN 192.168.1.1, $WAN 198.51.100.2; hosts: lan 192.168.1.10, internet 198.51.100.1" || exit 4
+  [ -z "$lacks" ] || echo "$lacks" | sed 's/^/not to be had here: /'
+fi

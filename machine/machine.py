@@ -1,92 +1,235 @@
-"""Two machines of the router's processor in an emulator: the router, and the world around it.
+"""Machines of the router's processor in an emulator, and the channels on which they are spoken to.
 
-    with World(folder) as world:
-        code, output = world.router.run("ip address")
+    router = Machine(state, "router")
+    router.start(folder, wires, ["store.ext4"])
+    code, output, errors = router.run("ip address")
 """
 import base64
+import contextlib
+import fcntl
+import json
 import os
+import secrets
 import select
+import signal
 import socket
 import subprocess
+import termios
 import time
+import tty
+
+MARK = "\x1d"  # begins the names of questions, and is else not met with
+CHANNELS = 4  # on each of them one command at a time
+AGENT = CHANNELS  # the port of the world's agent
+
+
+class Silent(Exception):
+    """A machine that does not answer, or has ended."""
+
+
+class Channel:
+    """One port of a machine, which nobody else has while it is held."""
+
+    def __init__(self, path, held, seconds=None):
+        self.held = held
+        self.until = None if seconds is None else time.monotonic() + seconds
+        self.pending = b""
+        self.socket = socket.socket(socket.AF_UNIX)
+        try:
+            self.socket.connect(path)
+        except OSError as error:
+            self.socket.close()
+            raise Silent(f"no machine answers at {path}: {error.strerror}") from None
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.socket.close()
+        self.held.close()
+
+    def _more(self, others=()):
+        """Reads what there is; returns those of `others` that have something too."""
+        left = None if self.until is None else max(0, self.until - time.monotonic())
+        ready = select.select([self.socket, *others], [], [], left)[0]
+        if not ready:
+            raise Silent("the machine does not answer")
+        if self.socket in ready:
+            some = self.socket.recv(65536)
+            if not some:
+                raise Silent("the machine has ended")
+            self.pending += some
+        return [other for other in ready if other is not self.socket]
+
+    def line(self):
+        while b"\n" not in self.pending:
+            self._more()
+        line, self.pending = self.pending.split(b"\n", 1)
+        return line.strip().decode(errors="replace")
+
+    def ask(self, kind, command, *words):
+        """Sends a question; returns its name once the machine has begun with it. What stands before
+        that was for somebody who has gone."""
+        name = MARK + secrets.token_hex(8)
+        text = " ".join([name, kind, base64.b64encode(command.encode()).decode(), *words])
+        self.socket.sendall(text.encode() + b"\n")
+        while self.line() != f"{name} begins":
+            pass
+        return name
+
+    def run(self, command, given=b""):
+        name = self.ask("run", command, base64.b64encode(given).decode() or "-")
+        texts = [b"", b""]
+        which = 0
+        while True:
+            line = self.line()
+            if line == f"{name} errors":
+                which = 1
+            elif line.startswith(f"{name} ends "):
+                return int(line.split()[2]), texts[0], texts[1]
+            else:
+                texts[which] += base64.b64decode(line)
+
+    def terminal(self, command):
+        """Carries between the user's terminal and the machine's until the command ends."""
+        keys, shown = 0, 1
+        size = os.get_terminal_size(shown) if os.isatty(shown) else os.terminal_size((80, 24))
+        before = termios.tcgetattr(keys) if os.isatty(keys) else None
+        end = self.ask("terminal", command, str(size.lines), str(size.columns)).encode() + b" ends "
+        typing = [keys]
+        try:
+            if before:
+                tty.setraw(keys)
+            while not (end in self.pending and self.pending.endswith(b"\n")):
+                # What may be the beginning of the end is not shown.
+                clear, mark, rest = self.pending.partition(MARK.encode())
+                os.write(shown, clear)
+                self.pending = mark + rest
+                if rest and not (mark + rest).startswith(end[: len(mark + rest)]):
+                    os.write(shown, mark)
+                    self.pending = rest
+                    continue
+                for _ in self._more(typing):
+                    typed = os.read(keys, 4096)
+                    if typed:
+                        self.socket.sendall(typed)
+                    else:
+                        typing = []
+        finally:
+            if before:
+                termios.tcsetattr(keys, termios.TCSADRAIN, before)
+        said, code = self.pending.split(end)
+        os.write(shown, said.rstrip(b"\r\n"))
+        return int(code)
 
 
 class Machine:
-    """One emulated machine, and the channel on which commands are run in it."""
+    """One emulated machine of a state folder, whichever process has started it."""
 
-    def __init__(self, folder, role, wires, disk=None, memory=256):
-        self.folder = folder
+    def __init__(self, state, role):
+        self.state = state
         self.role = role
-        self.log = os.path.join(folder, f"{role}.log")
-        self.path = os.path.join(folder, f"{role}.control")
-        if os.path.exists(self.path):
-            os.remove(self.path)
+
+    def path(self, what):
+        return os.path.join(self.state, f"{self.role}.{what}")
+
+    def start(self, folder, wires, disks=(), initramfs=None, memory=256):
+        """From the kernel and the base disk of a folder. A wire is its own end and the other's."""
         command = ["qemu-system-mipsel", "-M", "malta", "-cpu", "24Kf", "-m", str(memory),
                    "-nographic", "-vga", "none", "-no-reboot", "-monitor", "none",
                    "-kernel", os.path.join(folder, "kernel"),
-                   "-initrd", os.path.join(folder, "initramfs"),
-                   "-append", f"console=ttyS0 quiet role={role}",
-                   "-serial", f"file:{self.log}",
-                   "-serial", f"unix:{self.path},server=on,wait=off"]
+                   "-initrd", initramfs or os.path.join(folder, "initramfs"),
+                   # A program is translated once when its addresses stay.
+                   "-append", f"console=ttyS0 quiet panic=-1 norandmaps role={self.role}",
+                   "-serial", f"file:{self.path('log')}",
+                   "-qmp", f"unix:{self.path('qmp')},server=on,wait=off",
+                   "-drive", "if=none,id=d0,format=raw,readonly=on,file=" + os.path.join(folder, "base.ext4"),
+                   "-device", "virtio-blk-pci,drive=d0", "-device", "virtio-serial-pci"]
+        for number, disk in enumerate(disks, 1):
+            command += ["-drive", f"if=none,id=d{number},format=raw,file={os.path.join(self.state, disk)}",
+                        "-device", f"virtio-blk-pci,drive=d{number}"]
+        for port in range(CHANNELS + 1):
+            command += ["-chardev", f"socket,id=c{port},path={self.path(port)},server=on,wait=off",
+                        "-device", f"virtconsole,chardev=c{port}"]
         for number, (own, other) in enumerate(wires):
-            mac = "02:00:00:00:%02x:%02x" % (1 if role == "router" else 2, number)
+            own, other = (os.path.join(self.state, end) for end in (own, other))
+            with contextlib.suppress(FileNotFoundError):
+                os.remove(own)
+            mac = "02:00:00:00:%02x:%02x" % (1 if self.role == "router" else 2, number)
             command += ["-netdev", f"dgram,id=n{number},local.type=unix,local.path={own},"
                                    f"remote.type=unix,remote.path={other}",
                         "-device", f"e1000,netdev=n{number},romfile=,mac={mac}"]
-        if disk:
-            command += ["-drive", f"if=none,id=d0,format=raw,file={disk}",
-                        "-device", "virtio-blk-pci,drive=d0"]
-        self.process = subprocess.Popen(command, stdin=subprocess.DEVNULL,
-                                        stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
-        self.pending = b""
-        self.socket = self._connected()  # at once: what is said to nobody is lost
-
-    def _connected(self):
+        with open(self.path("qemu"), "wb") as log:
+            process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=log, stderr=log,
+                                       start_new_session=True)
+        with open(self.path("pid"), "w", encoding="ascii") as file:
+            file.write(f"{process.pid} {started(process.pid)}\n")
         until = time.monotonic() + 10
-        while True:
-            made = socket.socket(socket.AF_UNIX)
+        while not os.path.exists(self.path(CHANNELS)):
+            if process.poll() is not None or time.monotonic() > until:
+                with open(self.path("qemu"), encoding="utf-8", errors="replace") as log:
+                    raise Silent(log.read().strip() or "the emulator does not start")
+            time.sleep(0.02)
+
+    def process(self):
+        """The emulator's number, None when it does not run."""
+        try:
+            with open(self.path("pid"), encoding="ascii") as file:
+                number, start = file.read().split()
+        except (FileNotFoundError, ValueError):
+            return None
+        return int(number) if started(number) == start else None
+
+    def channel(self, port=None, seconds=None):
+        """The port, or any that is free; waits for one when there is none."""
+        if self.process() is None:
+            raise Silent(f"the {self.role} does not run")
+        ports = range(CHANNELS) if port is None else [port]
+        for each in ports:
+            held = open(self.path(f"{each}.lock"), "w", encoding="ascii")
             try:
-                made.connect(self.path)
-                return made
-            except OSError:
-                made.close()
-                if self.process.poll() is not None:
-                    raise ConnectionError(self.process.stderr.read().decode()) from None
-                if time.monotonic() > until:
-                    self.process.kill()
-                    raise
-                time.sleep(0.02)
+                fcntl.flock(held, fcntl.LOCK_EX | (0 if each == ports[-1] else fcntl.LOCK_NB))
+                return Channel(self.path(each), held, seconds)
+            except BlockingIOError:
+                held.close()
+        raise Silent(f"the {self.role} has no port")
 
-    def _line(self, until):
-        while b"\n" not in self.pending:
-            left = until - time.monotonic()
-            if left <= 0 or not select.select([self.socket], [], [], left)[0]:
-                raise TimeoutError(f"{self.role} does not answer")
-            some = self.socket.recv(65536)
-            if not some:
-                raise ConnectionError(f"{self.role} has ended")
-            self.pending += some
-        line, self.pending = self.pending.split(b"\n", 1)
-        return line.strip().decode()
+    def run(self, command, given=b"", seconds=300):
+        """The exit code of a shell's command, what it printed and what it complained of."""
+        with self.channel(seconds=seconds) as channel:
+            code, output, errors = channel.run(command, given)
+        return code, output.decode(errors="replace"), errors.decode(errors="replace")
 
-    def wait(self, seconds=60):
-        """Until it has started."""
-        until = time.monotonic() + seconds
-        while self._line(until) != "= ready":
-            pass
-
-    def run(self, command, seconds=60):
-        """The exit code of a shell's command, and what it printed."""
-        self.socket.sendall(base64.b64encode(command.encode()) + b"\n")
-        until = time.monotonic() + seconds
-        output = b""
-        while True:
-            line = self._line(until)
-            if line.startswith("= "):
-                return int(line[2:]), output.decode(errors="replace")
-            output += base64.b64decode(line)
+    def emulator(self, command, **arguments):
+        """Has the emulator do something, such as set_link."""
+        with socket.socket(socket.AF_UNIX) as qmp:
+            qmp.connect(self.path("qmp"))
+            stream = qmp.makefile("rw", encoding="ascii")
+            stream.readline()
+            for each, words in (("qmp_capabilities", {}), (command, arguments)):
+                stream.write(json.dumps({"execute": each, "arguments": words}) + "\n")
+                stream.flush()
+                while "return" not in (answer := json.loads(stream.readline())):
+                    if "error" in answer:
+                        raise ValueError(answer["error"]["desc"])
+            return answer["return"]
 
     def end(self):
-        self.process.kill()
-        self.process.wait()
-        self.socket.close()
+        """As when its plug is pulled."""
+        process = self.process()
+        if process is None:
+            return
+        os.kill(process, signal.SIGKILL)
+        while self.process() is not None:
+            time.sleep(0.01)
+
+
+def started(process):
+    """When a process did, in ticks since this machine did; "" when there is none, or it only waits to
+    be asked for its end."""
+    try:
+        with open(f"/proc/{process}/stat", encoding="utf-8", errors="replace") as file:
+            fields = file.read().rpartition(")")[2].split()
+    except FileNotFoundError:
+        return ""
+    return "" if fields[0] == "Z" else fields[19]

@@ -1,10 +1,13 @@
 #!/usr/bin/env bash
-# packages.sh FOLDER: puts the packages of packages.txt into FOLDER/debs, with an apt of its own that
+# packages.sh FOLDER: puts the packages of packages.txt into FOLDER/debs, once, with an apt of its own that
 # knows this machine's sources and keys, and one architecture. This machine's packages are not touched.
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 folder=$(mkdir -p "$1" && cd "$1" && pwd)
+done=$folder/debs/complete
+[ "$here/packages.txt" -nt "$done" ] || exit 0
 
+rm -rf "$folder/debs"
 mkdir -p "$folder"/apt/{state/lists/partial,cache/archives/partial,etc/apt.conf.d,etc/preferences.d} "$folder/debs"
 : >"$folder/apt/status"
 cp -r /etc/apt/sources.list* /etc/apt/trusted.gpg.d "$folder/apt/etc/" 2>/dev/null || true
@@ -20,3 +23,4 @@ names=$(sed 's/#.*//' "$here/packages.txt")
 kernel=$(apt-cache depends linux-image-4kc-malta | sed -n 's/.*Depends: //p' | head -n 1)
 cd "$folder/debs"
 apt-get download -qq ${names/linux-image-4kc-malta/$kernel}
+touch "$done"

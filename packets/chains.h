@@ -43,6 +43,9 @@ class Chains {
   Chains(const Router &router, Diagrams &diagrams, Deciders deciders)
       : router_(router), diagrams_(diagrams), deciders_(deciders) {}
 
+  const Router &router() const { return router_; }
+  Diagrams &diagrams() const { return diagrams_; }
+
   uint32_t number(const RuleAt &at, Target::Kind kind);
   // Nothing where `number` is none of a decision.
   const Decision *decision(uint32_t number) const {

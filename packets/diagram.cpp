@@ -1,7 +1,7 @@
 #include "packets/diagram.h"
 
 #include <algorithm>
-#include <unordered_set>
+#include <unordered_map>
 
 namespace packets {
 
@@ -55,6 +55,34 @@ uint64_t mix(uint64_t hash, uint64_t value) {
 constexpr uint32_t kWhole = UINT32_MAX;
 
 }  // namespace
+
+const Diagrams::Node *Diagrams::Done::find(uint64_t key) const {
+  const size_t mask = places_.size() - 1;
+  for (size_t place = mix(0, key) & mask;; place = (place + 1) & mask) {
+    if (places_[place].key == key) return &places_[place].node;
+    if (places_[place].key == kFree) return nullptr;
+  }
+}
+
+// The first that is free for a key that is not there.
+Diagrams::Done::Place &Diagrams::Done::placeOf(uint64_t key) {
+  const size_t mask = places_.size() - 1;
+  size_t place = mix(0, key) & mask;
+  while (places_[place].key != kFree) place = (place + 1) & mask;
+  return places_[place];
+}
+
+Diagrams::Node Diagrams::Done::put(uint64_t key, Node node) {
+  if (++taken_ * 2 > places_.size()) {
+    std::vector<Place> old(places_.size() * 4);
+    old.swap(places_);
+    for (const Place &each : old) {
+      if (each.key != kFree) placeOf(each.key) = each;
+    }
+  }
+  placeOf(key) = {key, node};
+  return node;
+}
 
 Diagrams::Diagrams() : places_(1 << 12), choices_(1 << 12) {
   for (uint32_t value : {kNone, kAll}) entries_.push_back({kConstant, 0, 0, value, 0});
@@ -157,10 +185,10 @@ Diagrams::Node Diagrams::merge(const std::array<Node, N> &nodes, const Each &eac
 template <typename Stop>
 Diagrams::Node Diagrams::rebuild(Node node, const Stop &stop, Done &done) {
   if (std::optional<Node> instead = stop(node)) return *instead;
-  const auto [found, unknown] = done.try_emplace(node);
-  if (!unknown) return found->second;
-  return done[node] = merge<1>(
-             {node}, [&](const std::array<Node, 1> &to) { return rebuild(to[0], stop, done); });
+  if (const Node *known = done.find(node)) return *known;
+  return done.put(node, merge<1>({node}, [&](const std::array<Node, 1> &to) {
+                    return rebuild(to[0], stop, done);
+                  }));
 }
 
 Diagrams::Node Diagrams::set(const Conditions &conditions) {
@@ -205,12 +233,12 @@ Diagrams::Node Diagrams::combine(Node one, Node two,
   Done done;
   const std::function<Node(const std::array<Node, 2> &)> combined =
       [&](const std::array<Node, 2> &pair) {
-        if (isConstant(pair[0]) && isConstant(pair[1])) {
-          return constant(value(entries_[pair[0]].most, entries_[pair[1]].most));
-        }
         const uint64_t key = uint64_t{pair[0]} << 32 | pair[1];
-        const auto [found, unknown] = done.try_emplace(key);
-        return unknown ? done[key] = merge(pair, combined) : found->second;
+        if (const Node *known = done.find(key)) return *known;
+        if (!isConstant(pair[0]) || !isConstant(pair[1])) {
+          return done.put(key, merge(pair, combined));
+        }
+        return done.put(key, constant(value(entries_[pair[0]].most, entries_[pair[1]].most)));
       };
   return combined({one, two});
 }
@@ -222,8 +250,8 @@ Diagrams::Node Diagrams::differing(Node one, Node two) {
         if (pair[0] == pair[1]) return kNone;
         if (isConstant(pair[0]) && isConstant(pair[1])) return kAll;
         const uint64_t key = uint64_t{pair[0]} << 32 | pair[1];
-        const auto [found, unknown] = done.try_emplace(key);
-        return unknown ? done[key] = merge(pair, differ) : found->second;
+        const Node *known = done.find(key);
+        return known != nullptr ? *known : done.put(key, merge(pair, differ));
       };
   return differ({one, two});
 }
@@ -234,7 +262,8 @@ Diagrams::Node Diagrams::map(Node function, const std::function<uint32_t(uint32_
       function,
       [&](Node node) -> std::optional<Node> {
         if (!isConstant(node)) return {};
-        return constant(value(entries_[node].most));
+        if (const Node *known = done.find(node)) return *known;
+        return done.put(node, constant(value(entries_[node].most)));
       },
       done);
 }
@@ -244,17 +273,26 @@ Diagrams::Node Diagrams::where(Node function, const std::function<bool(uint32_t)
 }
 
 Diagrams::Node Diagrams::with(Node function, const std::map<FieldId, uint64_t> &values) {
-  uint32_t lowest = 0;
-  for (const auto &[field, value] : values) lowest = std::max(lowest, levelOf(field));
-  Done done;
-  const std::function<std::optional<Node>(Node)> stop = [&](Node node) -> std::optional<Node> {
-    const uint32_t level = entries_[node].level;
-    if (values.empty() || level > lowest) return node;
-    const auto found = values.find(fieldAt(level));
-    if (found == values.end()) return {};
-    return rebuild(edgeOf(node, found->second).to, stop, done);
+  struct Fixed {
+    Diagrams &diagrams;
+    std::vector<std::optional<uint64_t>> values;  // by level, of which the lowest is the last
+    Done &done;
+
+    std::optional<Node> operator()(Node node) const {
+      const uint32_t level = diagrams.entries_[node].level;
+      if (level >= values.size()) return node;
+      if (!values[level]) return {};
+      return diagrams.rebuild(diagrams.edgeOf(node, *values[level]).to, *this, done);
+    }
   };
-  return rebuild(function, stop, done);
+  Done done;
+  Fixed fixed = {*this, {}, done};
+  for (const auto &[field, value] : values) {
+    const uint32_t level = levelOf(field);
+    if (level >= fixed.values.size()) fixed.values.resize(level + 1);
+    fixed.values[level] = value;
+  }
+  return rebuild(function, fixed, done);
 }
 
 Diagrams::Node Diagrams::fold(Node set, FieldId field, Node (Diagrams::*join)(Node, Node)) {
@@ -294,14 +332,12 @@ Diagrams::Node Diagrams::renamed(Node function, const std::map<FieldId, FieldId>
   Done done, asked;
   const std::function<Node(Node)> below = [&](Node node) -> Node {
     if (isConstant(node)) return node;
-    const auto [found, unknown] = asked.try_emplace(node);
-    if (!unknown) return found->second;
+    if (const Node *known = asked.find(node)) return *known;
     const FieldId field = fieldAt(entries_[node].level);
     const auto other = questions.find(field);
     const Node no = below(edgeOf(node, 0).to), yes = below(edgeOf(node, 1).to);
-    return asked[node] =
-               choose(set({other == questions.end() ? field : other->second, IntervalSet::one(1)}),
-                      yes, no);
+    const FieldId question = other == questions.end() ? field : other->second;
+    return asked.put(node, choose(set({question, IntervalSet::one(1)}), yes, no));
   };
   return rebuild(
       function,
@@ -325,17 +361,21 @@ uint32_t Diagrams::value(Node function, const Packet &packet) const {
   return entries_[function].most;
 }
 
-// Calls `each` with every node below one, itself included, once. It says whether to go on below.
+// Calls `each` with every node below one, itself included, once. It says whether to go on below,
+// and makes no visit of its own.
 template <typename Each>
 void Diagrams::visit(Node function, const Each &each) const {
   std::vector<Node> waiting = {function};
-  std::unordered_set<Node> seen = {function};
+  visited_.resize(entries_.size());
+  visits_++;
   while (!waiting.empty()) {
     const Entry &entry = entries_[waiting.back()];
     waiting.pop_back();
     if (!each(entry)) continue;
     for (uint32_t i = entry.begin; i < entry.end; i++) {
-      if (seen.insert(edges_[i].to).second) waiting.push_back(edges_[i].to);
+      uint32_t &visited = visited_[edges_[i].to];
+      if (visited != visits_) waiting.push_back(edges_[i].to);
+      visited = visits_;
     }
   }
 }
@@ -422,43 +462,90 @@ std::vector<std::pair<IntervalSet, Diagrams::Node>> Diagrams::parts(Node functio
   split(function, {0, largestOf(field)});
   std::vector<std::pair<IntervalSet, Node>> found;
   for (auto &[node, values] : parts) found.emplace_back(std::move(values), node);
+  std::sort(found.begin(), found.end(), [](const auto &one, const auto &other) {
+    return one.first.intervals()[0].first < other.first.intervals()[0].first;
+  });
   return found;
 }
 
+// From the bottom up: of each node the values that are below it, in ascending order, with what
+// leads to them.
 std::vector<std::pair<uint32_t, Diagrams::Node>> Diagrams::parts(Node function) {
-  const std::vector<uint32_t> all = values(function);
-  std::vector<std::pair<uint32_t, Node>> parts;
-  // By halves: `half` is a value's place in `all`, from 1, where that is in [begin, end).
-  const std::function<void(Node, size_t, size_t)> split = [&](Node half, size_t begin, size_t end) {
-    if (end - begin == 1) {
-      parts.emplace_back(all[begin], where(half, [](uint32_t place) { return place != 0; }));
-      return;
-    }
-    const size_t middle = (begin + end) / 2;
-    split(map(half, [&](uint32_t place) { return place <= middle ? place : 0; }), begin, middle);
-    split(map(half, [&](uint32_t place) { return place > middle ? place : 0; }), middle, end);
+  using Parts = std::vector<std::pair<uint32_t, Node>>;
+  struct Piece {
+    uint32_t value;
+    Interval values;  // of the field
+    Node to;
   };
-  split(map(function,
-            [&](uint32_t value) {
-              return static_cast<uint32_t>(std::lower_bound(all.begin(), all.end(), value) -
-                                           all.begin() + 1);
-            }),
-        0, all.size());
-  return parts;
+  std::unordered_map<Node, Parts> known;
+  const std::function<const Parts &(Node)> partsOf = [&](Node node) -> const Parts & {
+    const auto [found, unknown] = known.try_emplace(node);
+    Parts &parts = found->second;
+    if (!unknown) return parts;
+    const Entry entry = entries_[node];  // nodes that are made move it
+    if (entry.level == kConstant) return parts = {{entry.most, kAll}};
+    std::vector<Piece> pieces;
+    uint64_t first = 0;
+    for (uint32_t i = entry.begin; i < entry.end; i++) {
+      const Edge edge = edges_[i];
+      for (const auto &[value, to] : partsOf(edge.to)) {
+        pieces.push_back({value, {first, edge.last}, to});
+      }
+      first = edge.last + 1;
+    }
+    std::stable_sort(pieces.begin(), pieces.end(),
+                     [](const Piece &one, const Piece &other) { return one.value < other.value; });
+    const uint64_t largest = largestOf(fieldAt(entry.level));
+    for (auto piece = pieces.begin(); piece != pieces.end();) {
+      const uint32_t value = piece->value;
+      const size_t begin = scratch_.size();
+      uint64_t next = 0;  // value of the field that no edge has yet
+      for (; piece != pieces.end() && piece->value == value; ++piece) {
+        if (piece->values.first > next) add(begin, {piece->values.first - 1, kNone});
+        add(begin, {piece->values.last, piece->to});
+        next = piece->values.last + 1;
+      }
+      if (next <= largest) add(begin, {largest, kNone});
+      parts.emplace_back(value, made(entry.level, begin));
+    }
+    return parts;
+  };
+  return partsOf(function);
 }
 
-std::optional<Packet> Diagrams::witness(Node set, const Packet &like) const {
+// A value with which a node does not lead to kNone: of an interval one that is not at its edge,
+// where it is wide.
+uint64_t Diagrams::wished(const Entry &entry, const std::vector<IntervalSet> &wishes) const {
+  IntervalSet possible;
+  uint64_t first = 0;
+  for (uint32_t i = entry.begin; i < entry.end; i++) {
+    if (edges_[i].to != kNone) possible.add({first, edges_[i].last});
+    first = edges_[i].last + 1;
+  }
+  for (const IntervalSet &each : wishes) {
+    const IntervalSet both = possible.intersection(each);
+    if (both.empty()) continue;
+    possible = both;
+    break;
+  }
+  constexpr uint64_t kInside = 10;
+  const Interval &values = possible.intervals()[0];
+  return values.first + std::min((values.last - values.first) / 2, kInside);
+}
+
+std::optional<Packet> Diagrams::witness(Node set, const Packet &like, const Wishes &wishes) const {
+  static const std::vector<IntervalSet> kNoWish;
   if (set == kNone) return {};
   Packet packet = like;
   while (!isConstant(set)) {
     const Entry &entry = entries_[set];
-    uint64_t &value = packet[fieldAt(entry.level)];
-    set = edgeOf(set, value).to;
+    const FieldId field = fieldAt(entry.level);
     // Every node that is not kNone leads to a packet, so any such edge will do.
-    for (uint32_t i = entry.begin; set == kNone; i++) {
-      set = edges_[i].to;
-      value = i == entry.begin ? 0 : edges_[i - 1].last + 1;
+    if (edgeOf(set, packet[field]).to == kNone) {
+      const auto wish = wishes.find(field);
+      packet[field] = wished(entry, wish == wishes.end() ? kNoWish : wish->second);
     }
+    set = edgeOf(set, packet[field]).to;
   }
   return packet;
 }

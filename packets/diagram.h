@@ -10,7 +10,6 @@
 #include <map>
 #include <optional>
 #include <set>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -64,14 +63,16 @@ class Diagrams {
   std::vector<uint32_t> values(Node function) const;
   // Each of them with the packets that have it.
   std::vector<std::pair<uint32_t, Node>> parts(Node function);
-  // The values of a field, by what the function is where it has them.
+  // The values of a field, by what the function is where it has them; the lowest first.
   std::vector<std::pair<IntervalSet, Node>> parts(Node function, FieldId field);
   // The values that a field has in the packets of a set.
   IntervalSet valuesOf(Node set, FieldId field) const;
   // The fields on which it depends.
   std::set<FieldId> fieldsOf(Node function) const;
   // A packet of the set, with the fields that it does not ask for as in `like`; nothing for none.
-  std::optional<Packet> witness(Node set, const Packet &like = {}) const;
+  // A field that cannot be as there has a value of the first of its wishes that it can have.
+  using Wishes = std::map<FieldId, std::vector<IntervalSet>>;
+  std::optional<Packet> witness(Node set, const Packet &like = {}, const Wishes &wishes = {}) const;
   // The set as disjoint boxes: in each every field has any of some values.
   void boxes(Node set, const std::function<void(const Conditions &)> &each) const;
 
@@ -93,13 +94,32 @@ class Diagrams {
   struct Choice {  // one that was made
     Node set = kNone, then = kNone, otherwise = kNone, chosen = kNone;
   };
-  using Done = std::unordered_map<uint64_t, Node>;
+  // What has become of nodes, or of pairs of them.
+  class Done {
+   public:
+    Done() : places_(1 << 6) {}
+    const Node *find(uint64_t key) const;
+    Node put(uint64_t key, Node node);
+
+   private:
+    struct Place {
+      uint64_t key = kFree;
+      Node node = kNone;
+    };
+    static constexpr uint64_t kFree = UINT64_MAX;
+
+    Place &placeOf(uint64_t key);
+
+    std::vector<Place> places_;  // by the hash of their keys
+    size_t taken_ = 0;
+  };
   static constexpr uint32_t kConstant = UINT32_MAX;
 
   bool isConstant(Node node) const { return entries_[node].level == kConstant; }
   template <typename Each>
   void visit(Node function, const Each &each) const;
   const Edge &edgeOf(Node node, uint64_t value) const;
+  uint64_t wished(const Entry &entry, const std::vector<IntervalSet> &wishes) const;
   void add(size_t begin, Edge edge);
   Node made(uint32_t level, size_t begin);
   Node known(const Entry &entry);
@@ -115,6 +135,9 @@ class Diagrams {
   std::vector<Edge> scratch_;    // the edges of nodes that are being made
   std::vector<Node> places_;     // of nodes, by their hash; kNone where there is none
   std::vector<Choice> choices_;  // the last of each hash
+  // By node the last visit that came to it.
+  mutable std::vector<uint32_t> visited_;
+  mutable uint32_t visits_ = 0;
 };
 
 }  // namespace packets

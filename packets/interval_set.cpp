@@ -26,6 +26,16 @@ void IntervalSet::add(Interval interval) {
   intervals_.insert(intervals_.erase(begin, end), interval);
 }
 
+void IntervalSet::add(const IntervalSet &other) {
+  for (const Interval &each : other.intervals_) add(each);
+}
+
+uint64_t IntervalSet::size() const {
+  uint64_t size = 0;
+  for (const Interval &each : intervals_) size += each.last - each.first + 1;
+  return size;
+}
+
 bool IntervalSet::contains(uint64_t value) const {
   auto found =
       std::lower_bound(intervals_.begin(), intervals_.end(), value,

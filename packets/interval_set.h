@@ -29,8 +29,11 @@ class IntervalSet {
 
   // Joins what overlaps or touches, so that equal sets have equal intervals.
   void add(Interval interval);
+  void add(const IntervalSet &other);
 
   bool empty() const { return intervals_.empty(); }
+  // How many numbers are in it.
+  uint64_t size() const;
   bool contains(uint64_t value) const;
   // Everything from 0 to `largest` that is not in it.
   IntervalSet complement(uint64_t largest) const;

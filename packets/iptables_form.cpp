@@ -260,6 +260,9 @@ class IptablesReader : FormReader {
       uint64_t size;
       if (Refused why = value(text)) return why;
       if (Refused why = readNumber(text, 65535, size)) return why;
+      rule_.target.segment = static_cast<uint32_t>(size);
+    } else {
+      rule_.target.segment = Target::kPathSegment;
     }
     return needs(kTcp, option);
   }

@@ -15,14 +15,6 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-uint64_t maskOf(int prefix) {
-  return prefix == 0 ? 0 : 0xffffffffull << (32 - prefix) & 0xffffffffull;
-}
-
-bool contains(const Route &route, uint64_t address) {
-  return ((route.destination ^ address) & maskOf(route.prefix)) == 0;
-}
-
 // Longest prefix first; `newest` goes before those of its length that are there.
 void insert(std::vector<Route> &table, const Route &route) {
   auto place = std::find_if(table.begin(), table.end(),
@@ -54,6 +46,14 @@ bool readNumber(const std::string &text, uint32_t &number) {
 }
 
 }  // namespace
+
+uint64_t maskOf(int prefix) {
+  return prefix == 0 ? 0 : 0xffffffffull << (32 - prefix) & 0xffffffffull;
+}
+
+bool Route::contains(uint64_t address) const {
+  return ((destination ^ address) & maskOf(prefix)) == 0;
+}
 
 Interface &Network::add(Interface interface) {
   interfaces.push_back(std::move(interface));
@@ -143,7 +143,7 @@ std::vector<Route> Network::routesFor(uint32_t mark) const {
 
 std::optional<Route> Network::route(uint64_t destination, uint32_t mark) const {
   for (const Route &route : routesFor(mark)) {
-    if (contains(route, destination)) return route;
+    if (route.contains(destination)) return route;
   }
   return std::nullopt;
 }

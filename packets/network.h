@@ -15,12 +15,15 @@ struct Address {
   int prefix = 32;
 };
 
+uint64_t maskOf(int prefix);  // of an address
+
 struct Interface {
   std::string name;
   uint64_t mac = 0;
   std::vector<Address> addresses = {};
   std::string bridge = {};  // the one that it is a port of, or empty
   bool up = true;
+  uint64_t mtu = 1500;  // bytes of an IP packet
 };
 
 struct Route {
@@ -34,6 +37,8 @@ struct Route {
   std::string table = {};       // of Network::routesFor: "local", "main", or that of a rule
 
   static constexpr size_t kNoCommand = SIZE_MAX;
+
+  bool contains(uint64_t address) const;
 };
 
 struct RoutingRule {

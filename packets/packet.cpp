@@ -39,7 +39,7 @@ uint64_t largestOf(FieldId field) {
   }
 }
 
-Packet::Packet() : values_(kFields) {
+Packet::Packet() {
   values_[kEtherType] = 0x0800;
   values_[kState] = kNew;
   values_[kLength] = 40;

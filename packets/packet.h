@@ -2,8 +2,8 @@
 #ifndef ORBA_PACKETS_PACKET_H
 #define ORBA_PACKETS_PACKET_H
 
+#include <array>
 #include <cstdint>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -36,6 +36,7 @@ enum Field : uint16_t {
 using FieldId = uint16_t;  // a Field, or one behind kFields
 
 inline constexpr uint64_t kNoInterface = 255;
+inline constexpr uint64_t kIpv4 = 0x0800;  // as kEtherType
 
 // The largest value of a field.
 uint64_t largestOf(FieldId field);
@@ -58,15 +59,22 @@ class Packet {
   Packet();  // IPv4, the first of a connection, 40 bytes long
 
   uint64_t &operator[](FieldId field) {
-    if (field >= values_.size()) values_.resize(field + 1u);
-    return values_[field];
+    if (field < kFields) return values_[field];
+    const size_t question = field - kFields;
+    if (question >= answers_.size()) answers_.resize(question + 1);
+    return answers_[question];
   }
-  uint64_t operator[](FieldId field) const { return field < values_.size() ? values_[field] : 0; }
+  uint64_t operator[](FieldId field) const {
+    if (field < kFields) return values_[field];
+    const size_t question = field - kFields;
+    return question < answers_.size() ? answers_[question] : 0;
+  }
 
   bool operator==(const Packet &) const = default;
 
  private:
-  std::vector<uint64_t> values_;
+  std::array<uint64_t, kFields> values_ = {};
+  std::vector<uint64_t> answers_;  // to the questions; most packets have none, and so no heap
 };
 
 // What connection tracking makes of a packet that belongs to no connection it knows: kNew, or

@@ -38,6 +38,10 @@ struct Target {
   IntervalSet addresses;  // of kDnat: more than one where the kernel chooses among them
   IntervalSet ports;      // of kDnat, empty where they stay
   uint32_t mark = 0;
+  // Of TCPMSS: the largest segment that a SYN may speak of, kPathSegment for what fits the
+  // interfaces there and back.
+  uint32_t segment = kNoSegment;
+  static constexpr uint32_t kNoSegment = UINT32_MAX, kPathSegment = UINT32_MAX - 1;
 
   bool operator==(const Target &) const = default;
 };

@@ -2,6 +2,7 @@
 #ifndef ORBA_PACKETS_WALK_H
 #define ORBA_PACKETS_WALK_H
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -67,24 +68,56 @@ enum class Detail { kVerdict, kSteps };
 // - What is not IPv4 and for the router is delivered.
 // - A packet in state kNew goes through nat PREROUTING. Any other has the addresses that it has;
 //   with a connection, it is that connection's packet in the direction that its source says.
-// - Routing: from a group, 255.255.255.255 or an address of the router it is a martian (where
-//   there are rules for routing, from any address that is no host's too), from 0.0.0.0 as well
-//   unless it is for everybody or a group; to 0.0.0.0, from or to 127.0.0.0/8 too, unless it
-//   is for everybody. A group is nobody's here but 224.0.0.1. What is for the router or a whole
-//   network goes to INPUT. What came in a frame to a group of stations is not sent on.
+// - Routing: from a group, 255.255.255.255 or, when it has a route, an address of the router it
+//   is a martian (where there are rules for routing, from any address that is no host's too), from
+//   0.0.0.0 as well unless it is for everybody or a group; to 0.0.0.0, from or to 127.0.0.0/8 too,
+//   unless it is for everybody. A group is nobody's here but 224.0.0.1. What is for the router or a
+//   whole network goes to INPUT. What came in a frame to a group of stations is not sent on.
 // - filter INPUT or FORWARD, and for what leaves nat POSTROUTING in state kNew. The hosts behind
 //   a bridge are not behind a port that rules of the bridge keep them from.
 //
 // Fragments are joined before the rules see them; the time to live is not looked at.
-Walk walk(const Router &router, Packet packet, const Connection *connection = nullptr,
+Walk walk(const Router &router, const Packet &packet, const Connection *connection = nullptr,
           Detail detail = Detail::kSteps);
 // The way of a packet that the router itself sends.
-Walk walkFromRouter(const Router &router, Packet packet, const Connection *connection = nullptr,
-                    Detail detail = Detail::kSteps);
+Walk walkFromRouter(const Router &router, const Packet &packet,
+                    const Connection *connection = nullptr, Detail detail = Detail::kSteps);
+
+// Walks many packets through one router, which must outlive it and stay as it is. What all of
+// them need of chains and routes is worked out once, and most take no memory from the heap.
+class Walker {
+ public:
+  explicit Walker(const Router &router);
+  ~Walker();
+
+  Walk walk(const Packet &packet, const Connection *connection = nullptr,
+            Detail detail = Detail::kSteps);
+  Walk walkFromRouter(const Packet &packet, const Connection *connection = nullptr,
+                      Detail detail = Detail::kSteps);
+
+  // Whether what the router sends into a bridge leaves it by a port.
+  bool leavesBridge(const Packet &packet, uint64_t port);
+
+  struct Known;
+
+ private:
+  std::unique_ptr<Known> known_;
+};
 
 // The packet with which the other side answers a first packet that was forwarded, as it comes
 // in where that left; or the router one that it was delivered.
 Packet answerTo(const Router &router, const Packet &first, const Walk &way);
+
+// What the router tells the sender of a packet whose way that was, as it sets out (to be walked
+// from the router, but for kNoRoute as a packet of the connection).
+enum class Message {
+  kRefused,  // by a REJECT: a TCP reset, of others that the port cannot be reached
+  kNoRoute,  // that no route leads there
+  kOpened,   // TCP's SYN and ACK of a program that listens
+  kClosed,   // TCP's reset where none does
+  kNobody,   // that nobody listens at a port of UDP
+};
+Packet messageTo(const Router &router, const Walk &way, Message message);
 
 }  // namespace packets
 

@@ -18,19 +18,26 @@ IntervalSet groupMacs() {
   return macs;
 }
 
+// In place of the number of a decision, for packets that are not of a flow.
+constexpr uint32_t kOthers = UINT32_MAX;
+// Where what no route leads to leaves; no interface has this number.
+constexpr uint32_t kNowhere = kNoInterface + 1;
+constexpr uint64_t kLoopback = 0;  // the interface by which the router sends to itself
+
 bool refuses(Target::Kind kind) {
   return kind == Target::kDrop || kind == Target::kReject || kind == Target::kUnknown;
 }
 
 }  // namespace
 
-Ways::Ways(const Router &router, Diagrams &diagrams, uint64_t interface, Deciders deciders,
-           Node packets)
-    : router_(router), diagrams_(diagrams), chains_(router, diagrams, deciders) {
+Ways::Ways(Chains &chains, uint64_t interface, Node packets)
+    : router_(chains.router()), diagrams_(chains.diagrams()), chains_(chains) {
   const Flow flow = {
       packets,
       {{{kIn, interface}, {kBridgePort, interface}, {kOut, kNoInterface}, {kMark, 0}}, {}}};
-  if (router.network().interfaces[interface].bridge.empty()) {
+  if (interface == kNoInterface) {
+    send(flow);
+  } else if (router_.network().interfaces[interface].bridge.empty()) {
     enter(flow);
   } else {
     enterBridge(flow);
@@ -275,22 +282,23 @@ void Ways::route(const Flow &flow) {
   const Node to_all = diagrams_.either(unaddressed, to(everybody));
   const Node to_many = diagrams_.either(to_all, to(groups));
   const Node loops = diagrams_.either(from(loopback), to(loopback));
+  const Node outs = outsOf(flow);
+  const Node nowhere = diagrams_.where(outs, [](uint32_t out) { return out == kNowhere; });
+  // Only where a packet has a route is its source held against the routes.
+  const Node no_hosts = diagrams_.without(from(noHosts()), diagrams_.without(nowhere, to_many));
   for (Node martians :
-       {from(groups), from(everybody), from(noHosts()), diagrams_.without(loops, to_all),
+       {from(groups), from(everybody), no_hosts, diagrams_.without(loops, to_all),
         diagrams_.without(from(nobody), to_many), diagrams_.without(to(nobody), unaddressed)}) {
     end(take(martians), Verdict::kMartian);
   }
   end(take(diagrams_.without(to(groups), to(all_hosts))), Verdict::kNobody);
   deliver(take(to_many));
-  const Node routes = now(routesOf(flow.now.fields.at(kMark)), flow);
-  end(take(diagrams_.where(routes, [](uint32_t place) { return place == 0; })), Verdict::kNoRoute);
-  // By where they leave; the router itself is no interface.
-  const Node outs = diagrams_.map(routes, [&](uint32_t place) -> uint32_t {
-    if (place == 0 || routes_[place - 1].kind != Route::kUnicast) return kNoInterface;
-    return static_cast<uint32_t>(router_.network().number(routes_[place - 1].device));
-  });
   for (const auto &[out, packets] : diagrams_.parts(outs)) {
     Flow part = take(packets);
+    if (out == kNowhere) {
+      end(part, Verdict::kNoRoute);
+      continue;
+    }
     part.now.fields[kOut] = out;
     if (out == kNoInterface) {
       deliver(part);
@@ -304,6 +312,50 @@ void Ways::route(const Flow &flow) {
   }
 }
 
+// By where packets leave: kNoInterface for what is the router's own, kNowhere without a route.
+Ways::Node Ways::outsOf(const Flow &flow) {
+  return diagrams_.map(
+      now(routesOf(flow.now.fields.at(kMark)), flow), [&](uint32_t place) -> uint32_t {
+        if (place == 0) return kNowhere;
+        const Route &route = routes_[place - 1];
+        const bool sends = flow.now.fields.at(kIn) == kNoInterface;
+        if (route.kind == Route::kLocal || (route.kind == Route::kBroadcast && !sends)) {
+          return kNoInterface;
+        }
+        return static_cast<uint32_t>(router_.network().number(route.device));
+      });
+}
+
+// What the router itself sends. The rules of nat see the first packet of a connection.
+void Ways::send(const Flow &flow) {
+  const Node first = diagrams_.set(Condition{kState, IntervalSet::one(kNew)});
+  for (const auto &[out, packets] : diagrams_.parts(outsOf(flow))) {
+    Flow part = {diagrams_.both(flow.packets, packets), flow.now};
+    if (out == kNowhere) {
+      end(part, Verdict::kNoRoute);
+      continue;
+    }
+    part.now.fields[kOut] = out == kNoInterface ? kLoopback : out;
+    for (Flow &each : accepted({Place::kIptables, "nat", "OUTPUT"},
+                               {diagrams_.both(part.packets, first), part.now})) {
+      const Node translated =
+          decided(each, [](Target::Kind kind) { return kind == Target::kDnat; });
+      end({diagrams_.both(each.packets, translated), each.now}, Verdict::kUnknown);
+      leave({diagrams_.without(each.packets, translated), each.now});
+    }
+    leave({diagrams_.without(part.packets, first), part.now});
+  }
+}
+
+void Ways::leave(const Flow &flow) {
+  if (flow.now.fields.at(kOut) != kLoopback) return forward(flow, "OUTPUT");
+  for (Flow &each : accepted({Place::kIptables, "filter", "OUTPUT"}, flow)) {
+    each.now.fields[kIn] = each.now.fields[kBridgePort] = kLoopback;
+    each.now.fields[kOut] = kNoInterface;
+    deliver({each.packets, each.now});
+  }
+}
+
 void Ways::deliver(const Flow &flow) {
   for (const Flow &each : through({Place::kIptables, "filter", "INPUT"}, flow)) {
     end(each, [&](uint32_t number) {
@@ -314,9 +366,10 @@ void Ways::deliver(const Flow &flow) {
   }
 }
 
-void Ways::forward(const Flow &flow) {
+// What a filter's chain lets leave.
+void Ways::forward(const Flow &flow, const char *filter) {
   const Node first = diagrams_.set({kState, IntervalSet::one(kNew)});
-  for (const Flow &each : through({Place::kIptables, "filter", "FORWARD"}, flow)) {
+  for (const Flow &each : through({Place::kIptables, "filter", filter}, flow)) {
     // What is done to a packet that leaves, where the flow is of first packets of connections.
     const Node leaving = diagrams_.without(first, decided(each, &refuses));
     Node done = Diagrams::kNone;
@@ -324,8 +377,11 @@ void Ways::forward(const Flow &flow) {
                                    {diagrams_.both(each.packets, leaving), each.now})) {
       done = out.decision;
     }
-    const Node places =
-        diagrams_.combine(each.decision, done, [&](uint32_t number, uint32_t behind) {
+    const Node decisions =
+        diagrams_.choose(each.packets, each.decision, diagrams_.constant(kOthers));
+    ends_.push_back(
+        diagrams_.combine(decisions, done, [&](uint32_t number, uint32_t behind) -> uint32_t {
+          if (number == kOthers) return 0;
           Outcome forwarded = outcome(each, refused(number)   ? number
                                             : refused(behind) ? behind
                                                               : number);
@@ -336,8 +392,7 @@ void Ways::forward(const Flow &flow) {
             forwarded.masqueraded = decision != nullptr && decision->kind == Target::kMasquerade;
           }
           return placeOf(forwarded);
-        });
-    ends_.push_back(diagrams_.choose(each.packets, places, Diagrams::kNone));
+        }));
   }
 }
 
@@ -373,11 +428,12 @@ uint32_t Ways::placeOf(const Outcome &outcome) {
 void Ways::end(const Flow &flow,
                const std::function<std::optional<Outcome>(uint32_t number)> &outcome) {
   if (flow.packets == Diagrams::kNone) return;
-  const Node places = diagrams_.map(flow.decision, [&](uint32_t number) -> uint32_t {
+  const Node decisions = diagrams_.choose(flow.packets, flow.decision, diagrams_.constant(kOthers));
+  ends_.push_back(diagrams_.map(decisions, [&](uint32_t number) -> uint32_t {
+    if (number == kOthers) return 0;
     const std::optional<Outcome> here = outcome(number);
     return here ? placeOf(*here) : 0;
-  });
-  ends_.push_back(diagrams_.choose(flow.packets, places, Diagrams::kNone));
+  }));
 }
 
 void Ways::end(const Flow &flow, Verdict verdict) {
@@ -399,22 +455,24 @@ Ways::Node Ways::possibly(const std::function<bool(const Outcome &)> &wanted) {
 }
 
 Ways::Node Ways::actsOn(const RuleAt &rule) {
-  const auto found = acts_.find(rule);
-  Node packets = found == acts_.end() ? Diagrams::kNone : found->second;
   for (const auto &[run, flow] : visits_) {
-    Node act = Diagrams::kNone;
-    if (run.begin != RuleAt::kPolicy) {
-      const auto &acts = chains_.acts(run);
-      const auto at = acts.find(rule);
-      if (at == acts.end()) continue;
-      act = diagrams_.both(open(flow), now(at->second, flow));
-    } else if (rule == RuleAt{run.place, RuleAt::kPolicy}) {
-      act =
-          diagrams_.both(flow.packets, chains_.toPolicy(*router_.chain(run.place), flow.decision));
+    const auto add = [&](const RuleAt &at, Node packets) {
+      Node &acts = acts_[at];
+      acts = diagrams_.either(acts, packets);
+    };
+    if (run.begin == RuleAt::kPolicy) {
+      const Node to_policy = chains_.toPolicy(*router_.chain(run.place), flow.decision);
+      add({run.place, RuleAt::kPolicy}, diagrams_.both(flow.packets, to_policy));
+      continue;
     }
-    packets = diagrams_.either(packets, act);
+    const Node still_open = open(flow);
+    for (const auto &[at, matched] : chains_.acts(run)) {
+      add(at, diagrams_.both(still_open, now(matched, flow)));
+    }
   }
-  return packets;
+  visits_.clear();
+  const auto found = acts_.find(rule);
+  return found == acts_.end() ? Diagrams::kNone : found->second;
 }
 
 }  // namespace packets

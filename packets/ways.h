@@ -4,6 +4,7 @@
 #define ORBA_PACKETS_WAYS_H
 
 #include <map>
+#include <memory>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -31,10 +32,14 @@ struct Outcome {
 
 class Ways {
  public:
-  // Of the packets that come in from the wire of an interface (a bridge's port or another), or of
-  // some of them: of others the function gives no place in outcomes().
+  // Of the packets that come in from the wire of an interface (a bridge's port or another), or that
+  // the router itself sends (kNoInterface), or of some of them: of others the function gives no
+  // place in outcomes(). What rules of nat OUTPUT translate has an outcome that is kUnknown. The
+  // ways from several interfaces of a router may share its chains.
+  Ways(Chains &chains, uint64_t interface, Diagrams::Node packets = Diagrams::kAll);
   Ways(const Router &router, Diagrams &diagrams, uint64_t interface,
-       Deciders deciders = Deciders::kTold, Diagrams::Node packets = Diagrams::kAll);
+       Deciders deciders = Deciders::kTold, Diagrams::Node packets = Diagrams::kAll)
+      : Ways(std::make_unique<Chains>(router, diagrams, deciders), interface, packets) {}
 
   // Packets, as they come in, to the place of their outcome in outcomes().
   Diagrams::Node function() const { return function_; }
@@ -63,6 +68,11 @@ class Ways {
   };
   using Flows = std::vector<Flow>;
 
+  Ways(std::unique_ptr<Chains> chains, uint64_t interface, Node packets)
+      : Ways(*chains, interface, packets) {
+    own_chains_ = std::move(chains);
+  }
+
   Node now(Node function, const Flow &flow);
   Node open(const Flow &flow);
   Node decided(const Flow &flow, bool (*wanted)(Target::Kind));
@@ -77,8 +87,11 @@ class Ways {
   void enter(const Flow &flow);
   void translate(const Flow &flow);
   void route(const Flow &flow);
+  void send(const Flow &flow);
+  void leave(const Flow &flow);
+  Node outsOf(const Flow &flow);
   void deliver(const Flow &flow);
-  void forward(const Flow &flow);
+  void forward(const Flow &flow, const char *filter = "FORWARD");
   Node routesOf(uint64_t mark);
   IntervalSet noHosts() const;
 
@@ -89,12 +102,14 @@ class Ways {
 
   const Router &router_;
   Diagrams &diagrams_;
-  Chains chains_;
+  std::unique_ptr<Chains> own_chains_;
+  Chains &chains_;
   std::vector<Route> routes_;
-  std::map<uint64_t, Node> routes_by_mark_;   // to places in routes_ from 1, 0 for none
-  std::vector<std::pair<Run, Flow>> visits_;  // of flows to rules, and to policies
-  std::map<RuleAt, Node> acts_;               // of rules that stand in no run
-  std::vector<Node> ends_;                    // of some packets: places in outcomes_ from 1
+  std::map<uint64_t, Node> routes_by_mark_;  // to places in routes_ from 1, 0 for none
+  // Of flows to rules, and to policies, that acts_ knows nothing of yet.
+  std::vector<std::pair<Run, Flow>> visits_;
+  std::map<RuleAt, Node> acts_;
+  std::vector<Node> ends_;  // of some packets: places in outcomes_ from 1
   std::vector<Outcome> outcomes_;
   std::map<Outcome, uint32_t> places_;
   Node function_ = Diagrams::kNone;

@@ -12,7 +12,8 @@ export ORBA_SOAK=1 ORBA_DAMAGED_LISTS=100000 GTEST_BRIEF=1
 # The steps, each with the most minutes that it may take. Each is the function of its
 # name below, run by this script in a process of its own that is given no functions:
 # a program that a step starts may be called what a step is called.
-steps=(checkers:2 sanitized:8 valgrind:8 threads:2 store:2 login:4 fuzz:8 judge:9 bench:5)
+# The judge goes last and takes what the others leave.
+steps=(checkers:2 sanitized:8 valgrind:8 threads:2 store:2 login:4 fuzz:8 bench:5 rehearse:8 engines:7 judge:11)
 
 # Deliberate faults are seen, so the rest means something.
 step_checkers() {
@@ -42,17 +43,37 @@ step_login() { build/release/tests/session_tests --gtest_filter=SharedLogin.*Kil
 
 step_fuzz() { ./dev fuzz all 60; }
 
-# The model of packets against the kernel, with other routers than the tests have: as many as
-# there is time for.
+# The model of packets against the kernel, with other routers than the tests have and many
+# packets to each: as many as there is time for. Its last line is told.
 step_judge() {
-  CI=true build/release/tests/judge/packets_judge --first 1000000 --configurations 100000 \
-    --packets 20000 --minutes 8
+  local minutes=$((step_seconds / 60 - 1))
+  CI=true build/release/tests/judge/packets_judge --first "${ORBA_SOAK_SEED:-1000000}" \
+    --configurations 1000000 --packets 60000 --minutes $((minutes > 1 ? minutes : 1)) --jobs "$(nproc)"
 }
 
 step_bench() { ./dev bench; }
 
+# A fleet between two defaults, and once more in three shards: the same report.
+step_rehearse() {
+  local orba=build/release/tools/orba/orba work=$PWD/build/soak/rehearse i
+  local change=(--set SPIFWEnabled=1 --default BlockLAND=1)
+  rm -rf "$work" && mkdir -p "$work" && bench/fleet.py 100000 "$work/fleet.tar.zst" || return 1
+  "$orba" rehearse this this "$work/fleet.tar.zst" "${change[@]}" --out "$work/one"
+  [ $? -eq 1 ] || return 1
+  for i in 1 2 3; do
+    "$orba" rehearse this this "$work/fleet.tar.zst" "${change[@]}" --shard $i/3 --out "$work/$i" || return 1
+  done
+  "$orba" rehearse merge this this "$work"/[123] "${change[@]}" --out "$work/merged"
+  diff -rq --exclude=state.json --exclude=lists "$work/one" "$work/merged"
+}
+
+# GNU parallel over ssh, and a Slurm array; skipped where they are missing.
+step_engines() {
+  tests/rehearse/engines.sh build/release/tools/orba/orba . 800 || [ $? -eq 77 ]
+}
+
 limited() {  # step, seconds: ends with 124 when the time was not enough
-  timeout --kill-after=10 "$2" scripts/soak.sh --step "$1"
+  step_seconds=$2 timeout --kill-after=10 "$2" scripts/soak.sh --step "$1"
 }
 
 main() {
@@ -76,6 +97,7 @@ main() {
       124) word="not done in time" ;;
       *) word="FAILED ($status)" ;;
     esac
+    [ "$name" != judge ] || word+=": $(tail -n 1 "$logs/judge.log")"
     printf '%4d s  %s\n' $((SECONDS - start)) "$word"
     [ $status -eq 0 ] && continue
     failed=1

@@ -120,7 +120,9 @@ Device &Device::onExit(std::function<void(int)> handler) {
 
 std::vector<std::string> Device::commands() const {
   std::vector<std::string> lines;
-  for (const std::string &line : shellLines()) lines.push_back(withoutRunnerRedirection(line));
+  for (const Event &event : events_) {
+    if (event.kind == Event::kCommand) lines.push_back(withoutRunnerRedirection(event.text));
+  }
   return lines;
 }
 
@@ -178,6 +180,13 @@ void Device::record(Event::Kind kind, std::string text) {
 
 int Device::runLine(const std::string &line) {
   record(Event::kCommand, line);
+  // Most are one command that nothing reads from.
+  const std::string alone = withoutRunnerRedirection(line);
+  if (!alone.empty() && alone[0] != ' ' && alone.find_first_of(";&>\n\\'\"") == std::string::npos) {
+    outputOf(alone);
+    leaveTraces(alone);
+    return 0;
+  }
   for (const ShellCommand &command : splitLine(line)) {
     // A shell opens every file that is redirected to; the last one gets the text.
     std::string output = outputOf(command.text).value_or("");

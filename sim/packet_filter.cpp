@@ -153,7 +153,7 @@ std::vector<std::string> PacketFilter::rules(const std::string &program, const s
   return texts;
 }
 
-void PacketFilter::print(std::ostream &out) const {
+void PacketFilter::print(std::ostream &out, Words words) const {
   std::string headed;
   std::vector<std::string> printed;
   for (const Hook &hook : kHooks) {
@@ -164,30 +164,33 @@ void PacketFilter::print(std::ostream &out) const {
     if (heading != headed) printed.clear();
     headed = heading;
     out << heading << " " << hook.chain << " (policy " << chain.policy << ")\n";
-    printChain(out, table, hook.chain, 1, printed);
+    printChain(out, table, hook.chain, words, 1, printed);
     out << "\n";
   }
 }
 
 void PacketFilter::printChain(std::ostream &out, const Table &table, const std::string &name,
-                              int depth, std::vector<std::string> &printed) const {
+                              Words words, int depth, std::vector<std::string> &printed) const {
   printed.push_back(name);
   const Chain &chain = table.at(name);
+  const std::string indent(static_cast<size_t>(depth) * 4 - 2, ' ');
   int number = 0;
   for (const Rule &rule : chain.rules) {
-    out << std::string(static_cast<size_t>(depth) * 4 - 2, ' ') << std::right << std::setw(2)
-        << ++number << "  " << rule.text;
     auto target = table.find(rule.target);
-    if (target == table.end()) {
-      out << "\n";
-    } else if (std::find(printed.begin(), printed.end(), rule.target) != printed.end()) {
-      out << "  (as above)\n";
-    } else {
-      bool empty = target->second.rules.empty();
-      std::string policy = target->second.policy;
-      out << (policy.empty() ? "" : "  (policy " + policy + ")") << (empty ? "  (empty)\n" : "\n");
-      printChain(out, table, rule.target, depth + 1, printed);
+    const bool leads = target != table.end();
+    const bool above =
+        leads && std::find(printed.begin(), printed.end(), rule.target) != printed.end();
+    out << indent << std::right << std::setw(2) << ++number << "  " << rule.text;
+    if (above) {
+      out << "  (as above)";
+    } else if (leads) {
+      const Chain &next = target->second;
+      out << (next.policy.empty() ? "" : "  (policy " + next.policy + ")")
+          << (next.rules.empty() ? "  (empty)" : "");
     }
+    out << "\n";
+    if (words != nullptr) out << indent << "      " << words(rule.text) << "\n";
+    if (leads && !above) printChain(out, table, rule.target, words, depth + 1, printed);
   }
 }
 

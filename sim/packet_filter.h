@@ -44,14 +44,15 @@ class PacketFilter {
   const Programs &programs() const { return programs_; }
 
   // The chains in the order in which packets meet them, each jump followed by
-  // what it leads to.
-  void print(std::ostream &out) const;
+  // what it leads to; below each rule what `words`, when they are given, say of its text.
+  using Words = std::string (*)(const std::string &rule);
+  void print(std::ostream &out, Words words = nullptr) const;
 
  private:
   void runCommand(const std::vector<std::string> &words);
   void change(Table &table, const std::vector<std::string> &words);
-  void printChain(std::ostream &out, const Table &table, const std::string &name, int depth,
-                  std::vector<std::string> &printed) const;
+  void printChain(std::ostream &out, const Table &table, const std::string &name, Words words,
+                  int depth, std::vector<std::string> &printed) const;
 
   Programs programs_;
   size_t lines_run_ = 0;

@@ -9,7 +9,8 @@ import signal
 import subprocess
 import tempfile
 
-from lab import EXAMPLES, ORBA, STATE, LabTest, example, process_of, run, shell, waits
+from lab import EXAMPLES, ORBA, STATE, LabTest, example, process_of, run, shell
+from packets import waits
 
 # Stays behind in the lab, and reads what is typed on the terminal that it was started
 # from: by way of the session's terminal, or of what it was given for its standard three.

@@ -3,15 +3,9 @@
 import json
 import socket
 
-from lab import INTERNET, LAN, LabTest, Sniffer, example, lan_mac, on, ping, shell
+from lab import FAR, INTERNET, LAN, LabTest, Sniffer, lan_mac, ping, reach_far, shell, udp
 
 SERVER = "203.0.113.77"  # somewhere behind the Internet host
-
-
-def send(source, port=53):
-    with on("lan"), socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as sender:
-        sender.bind((source, 0))
-        sender.sendto(b"hello", (SERVER, port))
 
 
 def to_server(packet):
@@ -24,9 +18,6 @@ class Routes(LabTest):
     def test_policy_routes(self):
         self.needs("the bridge mark target", "routing by mark")
         shell("router", "echo 10.20.0.1:eth2.20 >/var/wan2.info; echo 198.51.100.1:ppp0 >/var/wan1.info")
-        far = "lladdr 02:00:00:00:00:99"
-        shell("router", f"ip neigh replace 10.20.0.1 {far} dev eth2.20; ip neigh replace 10.30.0.1 {far} dev eth2.30")
-        shell("router", "echo 1 >/proc/sys/net/ipv4/conf/all/forwarding")
         self.firewall()
         self.apply("executePolicyRoute")
         self.apply("executePolicyRoute")  # changes nothing
@@ -43,15 +34,13 @@ class Routes(LabTest):
             self.assertEqual(shell("router", f"ip route show table pf_{name}").strip(), route)
 
         # By address, by MAC address, and what no rule matches.
-        for source, mac, host, interface in (
-            ("192.168.1.30", "00:0C:43:28:60:2A", "router", "far-eth2.20"),
-            (LAN, "00:0C:43:28:60:2C", "router", "far-eth2.30"),
-            (LAN, "00:0C:43:28:60:2A", "internet", "eth0"),
-        ):
+        for source, mac, interface in (("192.168.1.30", "00:0C:43:28:60:2A", "eth2.20"),
+                                       (LAN, "00:0C:43:28:60:2C", "eth2.30"),
+                                       (LAN, "00:0C:43:28:60:2A", "ppp0")):
             lan_mac(mac)
-            shell("router", f"ip neigh replace 10.20.0.1 {far} dev eth2.20; ip neigh replace 10.30.0.1 {far} dev eth2.30")
-            with Sniffer(host, interface) as sniffer:
-                send(source)
+            reach_far()
+            with Sniffer(*FAR[interface]) as sniffer:
+                udp("lan", SERVER, 53, source=source)
                 self.assertIsNotNone(sniffer.find(to_server), (source, mac))
 
     def test_static_routes(self):

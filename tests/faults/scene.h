@@ -3,6 +3,7 @@
 #ifndef ORBA_TESTS_FAULTS_SCENE_H
 #define ORBA_TESTS_FAULTS_SCENE_H
 
+#include <cstdlib>
 #include <map>
 #include <optional>
 #include <string>
@@ -17,6 +18,11 @@
 #include "tools/device/config.h"
 #include "tools/device/desk_device.h"
 #include "tools/device/usual_device.h"
+
+// An ordinary run takes some of the calls of each scene, and of signals one handler but where
+// something is shared with the monitors; a soak takes all of them.
+const bool kLongRun = getenv("ORBA_SOAK") != nullptr;
+constexpr size_t kCallsOfOrdinaryRun = 4;
 
 // Where the call is made: an example configuration, what the driver says of WPS,
 // and whether the files are there that other programs leave. Without them the

@@ -12,12 +12,6 @@ namespace {
 
 using Names = std::set<std::string>;
 
-// An ordinary run interrupts some of the calls of each scene with one handler,
-// a soak, and those that share something with the monitors, all of them with every
-// handler.
-const bool kLongRun = getenv("ORBA_SOAK") != nullptr;
-constexpr size_t kCallsOfOrdinaryRun = 4;
-
 struct Handler {
   const char *name;
   void (*run)(int);

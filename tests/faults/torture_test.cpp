@@ -13,10 +13,6 @@ using orba::tool::CallResult;
 using orba::tool::EntryPoint;
 using sim::Faults;
 
-// An ordinary run takes some of the calls of each scene, a soak all of them.
-const bool kLongRun = getenv("ORBA_SOAK") != nullptr;
-constexpr size_t kCallsOfOrdinaryRun = 4;
-
 // What stands in an output buffer before a call, longer than any answer.
 const std::string kBefore(12000, 'x');
 

@@ -10,8 +10,8 @@ using testing::HasSubstr;
 
 namespace {
 
-struct Gateway : sim::Device {
-  explicit Gateway(const Settings &more) {
+struct DmzGateway : sim::Device {
+  explicit DmzGateway(const Settings &more) {
     settings(
         settingsOf("OperationMode=1 wanConnectionMode=DHCP wanConnectionMode2=PPTP "
                    "defaultRouteNum=1 DMZAddress=192.168.1.50 DMZAvoidTCPPort80=0 "
@@ -40,7 +40,7 @@ TEST(Dmz, WithoutItsSettingsItSaysSoAndDoesNothing) {
       {"none", "", ""},
   };
   for (const auto &expected : kCases) {
-    Gateway device(Settings{{"DMZEnable", expected.mode}});
+    DmzGateway device(Settings{{"DMZEnable", expected.mode}});
     device.remove(expected.missing);
     EXPECT_EQ(device.run(), "") << expected.missing << expected.mode;
     EXPECT_EQ(device.printed(), expected.printed);
@@ -61,7 +61,7 @@ TEST(SuperDmz, IsToldThePortsInTheirOwnTexts) {
        "a,0,x,1;a,22,x,0;a,22", " -t '80$(id)'  "},
   };
   for (const auto &c : kCases) {
-    Gateway device(Settings{{"DMZEnable", "2"},
+    DmzGateway device(Settings{{"DMZEnable", "2"},
                             {"DMZAvoidTCPPort80", c.avoid},
                             {"PortForwardEnable", c.forward},
                             {"PortForwardRules", c.rules},
@@ -69,7 +69,7 @@ TEST(SuperDmz, IsToldThePortsInTheirOwnTexts) {
                             {"SinglePortForwardRules", c.single_rules}});
     EXPECT_EQ(device.run(), std::string("\n/bin/super_dmz ") + c.command);
   }
-  Gateway bare(settingsOf("DMZEnable=2 PortForwardEnable=1 SinglePortForwardEnable=1"));
+  DmzGateway bare(settingsOf("DMZEnable=2 PortForwardEnable=1 SinglePortForwardEnable=1"));
   bare.remove("DMZAvoidTCPPort80").remove("DMZAddress");
   EXPECT_EQ(bare.run(), "\n/bin/super_dmz   ");
   EXPECT_EQ(bare.printed(), "");
@@ -77,14 +77,14 @@ TEST(SuperDmz, IsToldThePortsInTheirOwnTexts) {
   // It does not start with some of the ports.
   std::string rules;
   for (int i = 0; i < 200; i++) rules += "a,80,90,1;";
-  Gateway device(
+  DmzGateway device(
       Settings{{"DMZEnable", "2"}, {"PortForwardEnable", "1"}, {"PortForwardRules", rules}});
   EXPECT_EQ(device.run(), "");
   EXPECT_THAT(device.console(), HasSubstr("not run: /bin/super_dmz"));
 }
 
 TEST(SimpleDmz, ServesTheFirstWanWithNatAndAHost) {
-  Gateway device(Settings{{"natEnabled", "1"}, {"defaultRouteNum", "2"}});
+  DmzGateway device(Settings{{"natEnabled", "1"}, {"defaultRouteNum", "2"}});
   device.interface("eth2.2").address("10.0.0.2");
   iptablesDMZInit();
   device.buffered({{"DMZAddress", ""}, {"natEnabled", "0"}});  // the ones committed count

@@ -34,10 +34,9 @@ std::string skeleton(const std::string &first, const std::string &behind) {
   std::string commands;
   bool inside = false;
   for (std::string line; std::getline(transcript, line);) {
-    if (line.find_first_of("0123456789") >= 6) continue;  // no command's number
-    const std::string command = line.substr(6);
-    inside = (inside || command.starts_with(first)) && !command.starts_with(behind);
-    if (inside) commands += "\n" + command;
+    if (line.empty() || line[0] == '$' || line[0] == ' ') continue;  // not a command
+    inside = (inside || line.starts_with(first)) && !line.starts_with(behind);
+    if (inside) commands += "\n" + line;
   }
   return commands;
 }

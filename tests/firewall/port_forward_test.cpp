@@ -11,8 +11,8 @@
 namespace {
 
 // A gateway whose first WAN is a cable link and whose second one is PPPoE.
-struct Gateway : sim::Device {
-  Gateway() {
+struct ForwardingGateway : sim::Device {
+  ForwardingGateway() {
     settings(
         settingsOf("OperationMode=1 wanConnectionMode=DHCP wanConnectionMode2=PPPOE "
                    "defaultRouteNum=1"));
@@ -31,7 +31,7 @@ struct Gateway : sim::Device {
 }  // namespace
 
 TEST(PortForward, OddRecordsArePassedOverAndTheOthersStand) {
-  Gateway device;
+  ForwardingGateway device;
   EXPECT_EQ(device.forward("192.168.1.2,80,0,tcp;"    // no protocol before to repeat
                            "192.168.1.3,5060,0,UDP;"  //
                            "192.168.1.4,0,9,TCP;;"    // no first port, and no fields

@@ -87,83 +87,132 @@ void show(const Situation &situation) {
   for (const std::string &line : situation.lines) printf("%s\n", line.c_str());
 }
 
-void judgePackets(const Situation &situation, const char *tables, Kernel &kernel,
-                  const packets::Router &router, const Options &options) {
-  Dice dice(situation.seed * 2 + 1);
-  Prober prober(router, dice);
-  Record record{.seed = situation.seed,
+// What is sent one after another, since each knows of the one before.
+struct Conversation {
+  packets::Connection connection;
+  std::vector<Probe> probes;
+};
+
+class PacketJudge {
+ public:
+  PacketJudge(const Situation &situation, const char *tables, Kernel &kernel,
+              const packets::Router &router, bool recorded)
+      : situation_(situation),
+        kernel_(kernel),
+        router_(router),
+        recorded_(recorded),
+        record_{.seed = situation.seed,
                 .tables = tables,
                 .network = situation.network,
                 .lines = situation.lines,
                 .refused = kernel.refused(),
                 .questions = router.unknowns().size(),
                 .probes = {},
-                .arrivals = {}};
-  std::vector<Probe> &probes = record.probes;
-  const auto send = [&](size_t begin) {
-    while (begin < probes.size()) {
-      std::vector<const Probe *> batch;
-      for (size_t i = begin; i < probes.size() && batch.size() < Kernel::kBatch; i++) {
-        batch.push_back(&probes[i]);
-      }
-      for (const Arrival &arrival : kernel.send(batch)) record.arrivals.push_back(arrival);
-      begin += batch.size();
-    }
+                .arrivals = {}} {}
+
+  void play(uint64_t packets) {
+    while (sent_ < packets && playRound()) continue;
+    add(counts->probes, sent_);
+  }
+  const Record &record() const { return record_; }
+
+ private:
+  struct Sent {
+    const Probe *probe;
+    const packets::Connection *connection;
+    packets::Walk way;
+    Agreement agreement;
   };
-  while (probes.size() < options.packets) {
-    const size_t begin = probes.size();
-    for (int tries = 0; tries < 100 && probes.size() < begin + Kernel::kBatch; tries++) {
-      if (std::optional<Probe> probe = prober.first()) probes.push_back(*probe);
+
+  // First packets of connections, and what follows some of them. False when chance came up
+  // with none.
+  bool playRound() {
+    std::vector<Probe> firsts;
+    for (int tries = 0; tries < 100 && firsts.size() < Kernel::kBatch; tries++) {
+      if (std::optional<Probe> probe = prober_.first()) firsts.push_back(std::move(*probe));
     }
-    if (probes.size() == begin) break;
-    send(begin);
-    // What follows is sent one after another: each knows of the one before.
-    std::vector<std::vector<Probe>> chains;
-    for (size_t i = begin, end = probes.size(); i < end; i++) {
-      std::string why;
-      const Agreement agreement = judged(router, probes, i, record.arrivals[i], why);
-      if (agreement == Agreement::kByAnAnswer) add(counts->by_an_answer);
-      if (agreement == Agreement::kDiffers) {
-        differs(situation, tables,
-                text(probes[i], situation.network) + "\n  the kernel: " +
-                    text(record.arrivals[i], situation.network) + "\n  " + why);
-      }
-      if (agreement != Agreement::kAgrees || !dice.chance(40)) continue;
-      const packets::Walk way = wayOf(router, probes, i);
-      if (way.verdict != packets::Verdict::kForwarded &&
-          way.verdict != packets::Verdict::kDelivered) {
+    if (firsts.empty()) return false;
+    std::vector<Sent> batch;
+    for (const Probe &probe : firsts) batch.push_back({&probe, nullptr, {}, {}});
+    const uint64_t begin = sent_;
+    send(batch);
+    std::vector<Conversation> conversations;
+    for (size_t i = 0; i < batch.size(); i++) {
+      const Sent &sent = batch[i];
+      if (sent.agreement != Agreement::kAgrees || !dice_.chance(40)) continue;
+      if (sent.way.verdict != packets::Verdict::kForwarded &&
+          sent.way.verdict != packets::Verdict::kDelivered) {
         continue;
       }
-      add(counts->connections);
-      chains.push_back(prober.followers(probes[i], static_cast<uint32_t>(i), way));
+      const uint32_t place = static_cast<uint32_t>(begin + i);
+      conversations.push_back(
+          {{sent.probe->packet, sent.way.end}, prober_.followers(*sent.probe, place, sent.way)});
     }
+    add(counts->connections, conversations.size());
     for (size_t step = 0;; step++) {
-      const size_t from = probes.size();
-      for (const std::vector<Probe> &chain : chains) {
-        if (step < chain.size()) probes.push_back(chain[step]);
+      batch.clear();
+      std::vector<Conversation *> of;
+      for (Conversation &each : conversations) {
+        if (step >= each.probes.size()) continue;
+        batch.push_back({&each.probes[step], &each.connection, {}, {}});
+        of.push_back(&each);
       }
-      if (probes.size() == from) break;
-      send(from);
-      for (size_t i = from; i < probes.size(); i++) {
-        std::string why;
-        const Agreement agreement = judged(router, probes, i, record.arrivals[i], why);
-        if (agreement == Agreement::kByAnAnswer) add(counts->by_an_answer);
-        if (agreement == Agreement::kAgrees && wasTracked(wayOf(router, probes, i))) continue;
-        for (std::vector<Probe> &chain : chains) {
-          if (chain.size() > step && chain[step].first == probes[i].first) chain.resize(step);
-        }
-        if (agreement != Agreement::kDiffers) continue;
-        differs(situation, tables,
-                text(probes[i], situation.network) + "\n  of " +
-                    text(probes[probes[i].first], situation.network) + "\n  the kernel: " +
-                    text(record.arrivals[i], situation.network) + "\n  " + why);
+      if (batch.empty()) return true;
+      send(batch);
+      for (size_t i = 0; i < batch.size(); i++) {
+        const bool goes_on = batch[i].agreement == Agreement::kAgrees && wasTracked(batch[i].way);
+        if (!goes_on) of[i]->probes.resize(step + 1);
       }
     }
   }
-  add(counts->probes, probes.size());
-  if (options.record.empty() || situation.seed >= options.first + kRecorded) return;
+
+  void send(std::vector<Sent> &batch) {
+    std::vector<const Probe *> probes;
+    for (const Sent &each : batch) probes.push_back(each.probe);
+    const std::vector<Arrival> arrivals = kernel_.send(probes);
+    for (size_t i = 0; i < batch.size(); i++) judge(batch[i], arrivals[i]);
+    sent_ += batch.size();
+  }
+
+  void judge(Sent &sent, const Arrival &arrival) {
+    const Probe &probe = *sent.probe;
+    sent.way = wayOf(walker_, probe, sent.connection);
+    std::string why;
+    sent.agreement = judged(router_, walker_, sent.way, probe, sent.connection, arrival, why);
+    if (sent.agreement == Agreement::kByAnAnswer) add(counts->by_an_answer);
+    if (sent.agreement == Agreement::kDiffers) {
+      const packets::Network &network = situation_.network;
+      std::string words = text(probe, network);
+      if (sent.connection != nullptr) {
+        words += "\n  of " + text({.packet = sent.connection->original}, network);
+      }
+      differs(situation_, record_.tables.c_str(),
+              words + "\n  the kernel: " + text(arrival, network) + "\n  " + why);
+    }
+    if (!recorded_) return;
+    record_.probes.push_back(probe);
+    record_.arrivals.push_back(arrival);
+  }
+
+  const Situation &situation_;
+  Kernel &kernel_;
+  const packets::Router &router_;
+  const bool recorded_;
+  packets::Walker walker_{router_};
+  Dice dice_{situation_.seed * 2 + 1};
+  Prober prober_{router_, walker_, dice_};
+  Record record_;
+  uint64_t sent_ = 0;
+};
+
+void judgePackets(const Situation &situation, const char *tables, Kernel &kernel,
+                  const packets::Router &router, const Options &options) {
+  const bool recorded = !options.record.empty() && situation.seed < options.first + kRecorded;
+  PacketJudge judge(situation, tables, kernel, router, recorded);
+  judge.play(options.packets);
+  if (!recorded) return;
   std::ostringstream bytes;
-  write(bytes, record);
+  write(bytes, judge.record());
   const std::string path = options.record + "/" + std::to_string(situation.seed);
   if (!(std::ofstream(path) << bytes.str() << std::flush)) {
     throw std::runtime_error(path + " cannot be written");
@@ -251,7 +300,7 @@ void work(uint64_t job, const Options &options) {
       const Kernel::Tables tables =
           (each.seed / options.jobs) % 2 == 0 ? Kernel::kLegacy : Kernel::kNft;
       const char *name = tables == Kernel::kLegacy ? "legacy" : "nft";
-      if (held < 2) {  // one of each kind
+      if (job == 0 && held < 2) {  // one of each kind
         held++;
         add(counts->one_by_one);
         const std::string difference =
@@ -331,18 +380,18 @@ int main(int count, char **words) {
     return ci != nullptr && *ci != '\0' ? 1 : 77;
   }
   std::ostringstream told;
-  told << counts->configurations << " configurations, " << counts->probes << " packets, "
-       << counts->connections << " connections in " << std::fixed << std::setprecision(1) << seconds
-       << " s: " << static_cast<uint64_t>(static_cast<double>(counts->probes) / seconds)
-       << " packets a second\n"
-       << counts->one_by_one << " configurations also command by command; " << counts->refused
-       << " commands refused by both\n"
+  told << counts->connections << " connections, "
+       << static_cast<uint64_t>(static_cast<double>(counts->probes) / seconds)
+       << " packets a second; " << counts->one_by_one << " configurations also command by command; "
+       << counts->refused << " commands refused by both\n"
        << "explained: " << counts->by_an_answer
        << " packets by an answer that nobody can foresee (limit); " << counts->broute
        << " commands for broute and the DMZ program, which are lacking here; " << counts->content
        << " for the content of pages, which the tools lack; " << counts->reversed
        << " with reversed ports of UDP, which the present tools take and nothing matches\n"
-       << counts->differences << " differences\n";
+       << counts->probes << " packets through " << counts->configurations << " configurations in "
+       << std::fixed << std::setprecision(1) << seconds << " s, " << counts->differences
+       << " differences\n";
   std::cout << told.str();
   const bool whole = options.minutes != 0 || counts->configurations == options.configurations;
   return failed || counts->differences != 0 || counts->configurations == 0 || !whole;

@@ -3,6 +3,8 @@
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <linux/if_tun.h>
+#include <linux/neighbour.h>
+#include <linux/rtnetlink.h>
 #include <net/if.h>
 #include <netinet/in.h>
 #include <poll.h>
@@ -35,7 +37,6 @@ using packets::Packet;
 constexpr size_t kEthernetHeader = 14;
 // Our packets set out with this; what the router makes itself, with another.
 constexpr uint8_t kHops = 64, kOwnHops = 200;
-constexpr int kMtu = 4000;
 constexpr uint64_t kNowhere = packets::kNoInterface;
 
 std::string failure(const std::string &what) {
@@ -280,6 +281,7 @@ size_t packetOf(const Probe &probe, const Packet &packet, uint16_t id, uint8_t *
 // ---- what lines run ----
 
 void Translator::learn(const std::vector<std::string> &lines) {
+  known_.clear();
   std::vector<std::string> fresh;
   std::string input;
   for (const std::string &line : lines) {
@@ -354,7 +356,9 @@ Kernel::Kernel(const Situation &situation, Tables tables) : situation_(situation
 Kernel::~Kernel() {
   for (const Port &port : ports_) close(port.descriptor);
   for (int socket : raw_) close(socket);
+  for (int socket : listeners_) close(socket);
   close(own_);
+  close(netlink_);
 }
 
 void Kernel::makeDevices() {
@@ -371,6 +375,12 @@ void Kernel::makeDevices() {
   }
   set("ipv4/ip_default_ttl", std::to_string(kOwnHops).c_str());
   set("ipv4/icmp_ratelimit", "0");
+  set("ipv4/icmp_ratemask", "0");
+  // Every first packet of a connection is answered, and once.
+  set("ipv4/tcp_syncookies", "0");
+  set("ipv4/tcp_synack_retries", "0");
+  set("ipv4/tcp_max_syn_backlog", "1000000");
+  set("core/somaxconn", "1000000");
   set("ipv4/icmp_echo_ignore_all", "1");
   if (std::ifstream("/proc/sys/net/bridge/bridge-nf-call-iptables")) {
     set("bridge/bridge-nf-call-iptables", "0");
@@ -395,26 +405,31 @@ void Kernel::makeDevices() {
       ports_.push_back({name, descriptor, ethernet, i, network.number(interface.bridge)});
     }
     const std::string mac = ethernet ? " address " + packets::macText(interface.mac) : "";
-    links += "link set " + name + " mtu " + std::to_string(kMtu) + mac + " up\n";
+    links += "link set " + name + " mtu " + std::to_string(interface.mtu) + mac + " up\n";
     if (!interface.bridge.empty()) {
       links += "link set " + name + " master " + interface.bridge + "\n";
     }
     for (const packets::Address &address : interface.addresses) {
       const std::string prefix = "/" + std::to_string(address.prefix);
       routes += "address add " + text(address.address) + prefix + " brd + dev " + name + "\n";
-      if (!ethernet) continue;
-      for (uint64_t host = 0; host < 256; host++) {
-        const uint64_t neighbour = (address.address & ~uint64_t{255}) + host;
-        if (neighbour == address.address || host == 255) continue;
-        routes += "neigh add " + text(neighbour) + " lladdr " +
-                  packets::macText(macOfHost(neighbour)) + " nud permanent dev " + name + "\n";
-      }
     }
   }
-  for (const packets::Route &route : network.tables.at("main")) {
+  const auto gateways = network.tables.find("main");
+  for (const packets::Route &route :
+       gateways != network.tables.end() ? gateways->second : std::vector<packets::Route>()) {
     routes += "route add default via " + text(*route.gateway) + " dev " + route.device + "\n";
   }
   mustRun({"ip", "-batch", "-"}, links + routes);
+  netlink_ = socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE);
+  if (netlink_ < 0) throw Lacking(failure("no netlink socket"));
+  const int most = 1 << 20;
+  setsockopt(netlink_, SOL_SOCKET, SO_SNDBUF, &most, sizeof(most));
+  for (uint64_t i = 1; i < network.interfaces.size(); i++) {
+    for (const packets::Address &address : network.interfaces[i].addresses) {
+      const uint64_t first = address.address & packets::maskOf(address.prefix);
+      if (network.interfaces[i].mac != 0) tellNeighbours(i, first, 255);
+    }
+  }
 
   for (uint64_t protocol : kProtocols) {
     const int raw =
@@ -429,14 +444,17 @@ void Kernel::makeDevices() {
   if (own_ < 0) throw Lacking(failure("no raw socket"));
   const int yes = 1;
   setsockopt(own_, SOL_SOCKET, SO_BROADCAST, &yes, sizeof(yes));
-  // That nothing listens is no part of what is judged: the connection goes on.
-  std::string silence = "*raw\n";
-  for (const packets::Interface &interface : network.interfaces) {
-    for (const packets::Address &address : interface.addresses) {
-      silence += "-A OUTPUT -s " + text(address.address) + " -p tcp -j DROP\n";
+  for (uint64_t port : kListening) {
+    const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in own = {};
+    own.sin_family = AF_INET;
+    own.sin_port = htons(static_cast<uint16_t>(port));
+    if (bind(listener, reinterpret_cast<sockaddr *>(&own), sizeof(own)) != 0 ||
+        listen(listener, 1 << 16) != 0) {
+      throw Lacking(failure("nothing can listen"));
     }
+    listeners_.push_back(listener);
   }
-  mustRun({"iptables-restore"}, silence + "COMMIT\n");
 }
 
 // ---- rules ----
@@ -475,56 +493,83 @@ void Kernel::restore(const Translator &translator) {
       }
     }
   }
-  for (auto &[table, commands] : iptables) restoreTable("iptables-restore", table, commands);
-  for (auto &[table, commands] : ebtables) restoreTable("ebtables-restore", table, commands);
-  for (const Words &words : others) run(words);
+  restoreTables("iptables-restore", iptables);
+  restoreTables("ebtables-restore", ebtables);
   // Where its hosts are, a bridge is not to learn from packets made up.
-  std::string ports;
   for (const Port &port : ports_) {
-    ports += "link set " + port.name + " type bridge_slave learning off\n";
+    others.push_back({"ip", "link", "set", port.name, "type", "bridge_slave", "learning", "off"});
   }
-  run({"ip", "-force", "-batch", "-"}, ports);
+  for (size_t i = 0; i < others.size(); i++) {
+    std::string batch;  // what ip runs one behind the other takes but one process
+    for (; i < others.size() && others[i][0] == "ip"; i++) {
+      // What lacks a value ends ip, and with it all that would follow.
+      const std::string line = lineOf(others[i], 1);
+      const bool whole = line.find("via dev") == line.npos && line.find("dev table") == line.npos;
+      if (whole) batch += line + "\n";
+    }
+    if (!batch.empty()) run({"ip", "-force", "-batch", "-"}, batch);
+    if (i < others.size()) run(others[i]);
+  }
 }
 
-void Kernel::restoreTable(const char *program, const std::string &table,
-                          const std::vector<Command> &commands) {
+void Kernel::restoreTables(const char *program,
+                           const std::map<std::string, std::vector<Command>> &tables) {
   const bool ip = program[0] == 'i';
-  Chains chains((ip ? kIptablesChains : kEbtablesChains).at(table));
-  for (size_t begin = 0, end; begin < commands.size(); begin = end) {
-    // A place behind a rule that the same transaction has made is none to nft.
-    for (end = begin + 1; end < commands.size(); end++) {
-      const Words &words = commands[end].words;
-      if (words[0] == "-I" && words.size() > 2 && words[2] == "2") break;
+  // A transaction each. A place behind a rule that the same transaction has made is none to nft.
+  struct Piece {
+    std::string table;
+    std::vector<Command> commands;
+  };
+  std::vector<Piece> pieces;
+  std::map<std::string, Chains> chains;
+  for (const auto &[table, commands] : tables) {
+    chains.emplace(table, (ip ? kIptablesChains : kEbtablesChains).at(table));
+    pieces.push_back({table, {}});
+    for (const Command &command : commands) {
+      const Words &words = command.words;
+      if (words[0] == "-I" && words.size() > 2 && words[2] == "2") pieces.push_back({table, {}});
+      pieces.back().commands.push_back(command);
     }
-    std::set<size_t> without;
-    for (bool done = false; !done;) {
-      Chains after = chains;
-      std::string input = "*" + table + "\n";
-      std::vector<size_t> taken = {end, end};  // lines are counted from 1, the first is the table
-      for (size_t i = begin; i < end; i++) {
-        if (without.count(i) != 0 || !after.takes(commands[i].words)) continue;
-        input += lineOf(commands[i].words, 0) + "\n";
-        taken.push_back(i);
+  }
+  while (!pieces.empty()) {
+    struct Line {
+      size_t piece, command;
+    };
+    std::vector<Line> lines = {{}};  // they are counted from 1
+    std::string input;
+    const auto add = [&](const std::string &line, size_t piece, size_t command) {
+      input += line + "\n";
+      lines.push_back({piece, command});
+    };
+    std::vector<std::map<std::string, Chains>> before;  // each piece
+    std::map<std::string, Chains> after = chains;
+    for (size_t i = 0; i < pieces.size(); i++) {
+      const Piece &piece = pieces[i];
+      before.push_back(after);
+      add("*" + piece.table, i, SIZE_MAX);
+      for (size_t k = 0; k < piece.commands.size(); k++) {
+        const Words &words = piece.commands[k].words;
+        if (after.at(piece.table).takes(words)) add(lineOf(words, 0), i, k);
       }
-      if (ip) input += "COMMIT\n";
-      const Ran ran = run({program, "--noflush"}, input);
-      done = ran.status == 0;
-      if (done) {
-        chains = after;
-        continue;
-      }
-      // "line 5 failed", "Error occurred at line: 5"
-      size_t line = ran.output.find("line: ");
-      line = line != std::string::npos ? line + 6 : ran.output.find("line ") + 5;
-      const size_t number = strtoul(ran.output.c_str() + line, nullptr, 10);
-      if (number >= taken.size() || taken[number] == end) {
-        throw std::runtime_error(std::string(program) + ": " + ran.output + input);
-      }
-      without.insert(taken[number]);
-      std::string &why = refused_[commands[taken[number]].line];
-      why = ran.output;
-      std::replace(why.begin(), why.end(), '\n', ' ');
+      if (ip) add("COMMIT", i, SIZE_MAX);
     }
+    const Ran ran = run({program, "--noflush"}, input);
+    if (ran.status == 0) return;
+    // "line 5 failed", "Error occurred at line: 5": the pieces before that one are done.
+    size_t at = ran.output.find("line: ");
+    at = at != std::string::npos ? at + 6 : ran.output.find("line ") + 5;
+    const size_t number = strtoul(ran.output.c_str() + at, nullptr, 10);
+    if (number >= lines.size() || lines[number].command == SIZE_MAX) {
+      throw std::runtime_error(std::string(program) + ": " + ran.output + input);
+    }
+    const auto [piece, command] = lines[number];
+    std::vector<Command> &commands = pieces[piece].commands;
+    std::string &why = refused_[commands[command].line];
+    why = ran.output;
+    std::replace(why.begin(), why.end(), '\n', ' ');
+    commands.erase(commands.begin() + static_cast<long>(command));
+    chains = before[piece];
+    pieces.erase(pieces.begin(), pieces.begin() + static_cast<long>(piece));
   }
 }
 
@@ -596,12 +641,42 @@ Arrival *Kernel::ofNumber(uint16_t number, std::vector<Arrival> &arrivals) {
 // from it by the rules that are judged.
 bool Kernel::answerArp(const Port &port, const uint8_t *frame, size_t size) {
   if (size < 42 || get16(frame + 12) != 0x0806 || get16(frame + 20) != 1) return false;
-  const uint64_t host = get32(frame + 38);
-  const std::string device =
-      situation_.network.interfaces[port.bridge < kNowhere ? port.bridge : port.number].name;
-  return run({"ip", "neigh", "replace", packets::addressText(host), "lladdr",
-              packets::macText(macOfHost(host)), "nud", "permanent", "dev", device})
-             .status == 0;
+  tellNeighbours(port.bridge < kNowhere ? port.bridge : port.number, get32(frame + 38), 1);
+  return true;
+}
+
+// Tells the kernel of hosts behind an interface, in one go.
+void Kernel::tellNeighbours(uint64_t interface, uint64_t first, uint64_t count) {
+  struct Message {
+    nlmsghdr header;
+    ndmsg neighbour;
+    rtattr host_header;
+    uint32_t host;
+    rtattr mac_header;
+    uint8_t mac[8];  // with what brings it to full words
+  };
+  static_assert(sizeof(Message) % NLMSG_ALIGNTO == 0);
+  const packets::Interface &own = situation_.network.interfaces[interface];
+  std::vector<Message> messages;
+  for (uint64_t host = first; host < first + count; host++) {
+    if (!own.addresses.empty() && host == own.addresses[0].address) continue;
+    Message message = {};
+    message.header.nlmsg_len = sizeof(Message);
+    message.header.nlmsg_type = RTM_NEWNEIGH;
+    message.header.nlmsg_flags = NLM_F_REQUEST | NLM_F_CREATE | NLM_F_REPLACE;
+    message.neighbour.ndm_family = AF_INET;
+    message.neighbour.ndm_ifindex = static_cast<int>(if_nametoindex(own.name.c_str()));
+    message.neighbour.ndm_state = NUD_PERMANENT;
+    message.host_header = {RTA_LENGTH(4), NDA_DST};
+    message.host = htonl(static_cast<uint32_t>(host));
+    message.mac_header = {RTA_LENGTH(6), NDA_LLADDR};
+    putMac(message.mac, macOfHost(host));
+    messages.push_back(message);
+  }
+  const size_t size = messages.size() * sizeof(Message);
+  if (::send(netlink_, messages.data(), size, 0) != static_cast<ssize_t>(size)) {
+    throw std::runtime_error(failure("neighbours of " + own.name));
+  }
 }
 
 void Kernel::readFrame(const Port &port, uint8_t *frame, size_t size,
@@ -610,39 +685,49 @@ void Kernel::readFrame(const Port &port, uint8_t *frame, size_t size,
   if (size < start + 28) return;
   const uint8_t *ip = frame + start, *inner = ip + 20;
   const bool carries_ip = !port.ethernet || get16(frame + 12) == 0x0800;
+  const uint64_t interface = port.bridge < kNowhere ? port.bridge : port.number;
   if (carries_ip && ip[8] > kHops) {
+    const auto tell = [&](Arrival &arrival, Arrival::Told told) {
+      arrival.told = told;
+      arrival.told_out = interface;
+    };
     if (ip[9] == packets::kIcmp && inner[0] == 3 && size >= start + 56) {
       Arrival *arrival = ofNumber(get16(inner + 12), arrivals);
-      // 0, 1: no route to the network or the host; others come from what listens, or not.
-      if (arrival != nullptr && inner[1] < 2) arrival->unreachable = true;
+      // 0 and 1: no route to the network or the host.
+      if (arrival != nullptr && inner[1] < 2) tell(*arrival, Arrival::kNoRoute);
+      if (arrival != nullptr && inner[1] == 3) tell(*arrival, Arrival::kNoPort);
     }
-    if (ip[9] == packets::kTcp && (inner[13] & packets::kReset) != 0) {
+    if (ip[9] == packets::kTcp) {
       for (size_t i = 0; i < probes.size(); i++) {
         const Packet &sent = probes[i]->packet;
         if (sent[packets::kProtocol] == packets::kTcp && sent[packets::kSource] == get32(ip + 16) &&
             sent[packets::kSourcePort] == get16(inner + 2) &&
             sent[packets::kDestination] == get32(ip + 12) &&
             sent[packets::kDestinationPort] == get16(inner)) {
-          arrivals[i].reset = true;
+          const bool reset = (inner[13] & packets::kReset) != 0;
+          tell(arrivals[i], reset ? Arrival::kReset : Arrival::kOpened);
         }
       }
     }
     return;
   }
+  if (carries_ip && (get16(ip + 6) & 0x1fff) != 0) return;  // the rest of what did not fit
   Arrival *arrival = ofNumber(get16(ip + 4), arrivals);
   if (arrival == nullptr || (carries_ip && ip[8] < kHops - 1)) return;
   const bool routed = carries_ip && ip[8] == kHops - 1;
-  // A frame that leaves the bridge by several ports is seen at the first.
-  if (arrival->out == packets::kNoInterface) {
-    arrival->out = port.number;
-    arrival->router_out = port.bridge;
-  }
+  arrival->out = interface;
+  arrival->ports |= uint64_t{1} << port.number;
   (routed ? arrival->forwarded : arrival->bridged) = true;
   arrival->source = get32(ip + 12);
   arrival->destination = get32(ip + 16);
   if (ip[9] == packets::kTcp || ip[9] == packets::kUdp) {
     arrival->source_port = get16(inner);
     arrival->destination_port = get16(inner + 2);
+  }
+  const bool asks = ip[9] == packets::kTcp && (inner[13] & packets::kSyn) != 0;
+  // Of ours it is the only option.
+  if (asks && size >= start + 44 && inner[12] >> 4 > 5 && get16(inner + 20) == 0x0204) {
+    arrival->segment = get16(inner + 22);
   }
 }
 

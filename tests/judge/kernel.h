@@ -22,10 +22,11 @@ struct Lacking : std::runtime_error {
 
 using Words = std::vector<std::string>;  // of a command
 
-// What lines run, by lab/tools; each line is asked about once.
+// What lines run, by lab/tools.
 class Translator {
  public:
   explicit Translator(std::string tools) : tools_(std::move(tools)) {}
+  // Forgets what it learnt before.
   void learn(const std::vector<std::string> &lines);
   // The commands of a line that was learnt; the first word of one without a form is "refused".
   const std::vector<Words> &commands(const std::string &line) const { return known_.at(line); }
@@ -75,12 +76,13 @@ class Kernel {
   };
 
   void makeDevices();
-  void restoreTable(const char *program, const std::string &table,
-                    const std::vector<Command> &commands);
+  void restoreTables(const char *program,
+                     const std::map<std::string, std::vector<Command>> &tables);
   void write(const Probe &probe, uint16_t id);
   bool drain(const std::vector<const Probe *> &probes, std::vector<Arrival> &arrivals);
   void readFrame(const Port &port, uint8_t *frame, size_t size,
                  const std::vector<const Probe *> &probes, std::vector<Arrival> &arrivals);
+  void tellNeighbours(uint64_t interface, uint64_t first, uint64_t count);
   bool answerArp(const Port &port, const uint8_t *frame, size_t size);
   Arrival *ofNumber(uint16_t number, std::vector<Arrival> &arrivals);
 
@@ -90,6 +92,8 @@ class Kernel {
   std::vector<Port> ports_;
   std::vector<int> raw_;  // has what is delivered
   int own_ = -1;          // sends what the router itself does
+  int netlink_ = -1;
+  std::vector<int> listeners_;
   uint16_t first_number_ = 1;
 };
 

@@ -19,6 +19,8 @@ const char *const kVerdicts[] = {"forwarded", "delivered",       "dropped",
                                  "rejected",  "without a route", "martian",
                                  "bridged",   "for nobody",      "unknown"};
 
+const char *const kTold[] = {"nothing", "a reset", "that it is open", "of no port", "of no route"};
+
 bool hasPorts(const Packet &packet) {
   return packet[kProtocol] == kTcp || packet[kProtocol] == kUdp;
 }
@@ -33,8 +35,10 @@ std::string told(const Arrival &arrival) {
   if (arrival.bridged) words += " bridged";
   if (arrival.delivered) words += " delivered";
   if (nothing(arrival)) words += " nothing";
-  if (arrival.reset) words += " reset";
-  if (arrival.unreachable) words += " unreachable";
+  if (arrival.told != Arrival::kNothing) {
+    words +=
+        std::string(" and told ") + kTold[arrival.told] + " by " + std::to_string(arrival.told_out);
+  }
   return words.substr(1);
 }
 
@@ -48,6 +52,8 @@ std::string text(const Arrival &arrival, const Network &network) {
   }
   words += ", " +
            ends(arrival.source, arrival.source_port, arrival.destination, arrival.destination_port);
+  if (arrival.segment != 0) words += ", segment " + std::to_string(arrival.segment);
+  if (arrival.ports != 0) words += ", ports " + std::to_string(arrival.ports);
   if (arrival.mark != 0) words += ", mark " + std::to_string(arrival.mark);
   return words;
 }
@@ -73,61 +79,138 @@ std::string text(const Probe &probe, const Network &network) {
   return words.str();
 }
 
-Walk wayOf(const Router &router, const std::vector<Probe> &probes, size_t which) {
-  const Probe &probe = probes[which];
-  const auto walked = [&](const Packet &packet, const Connection *connection) {
-    return packet[kBridgePort] == kNoInterface
-               ? walkFromRouter(router, packet, connection, Detail::kVerdict)
-               : walk(router, packet, connection, Detail::kVerdict);
-  };
-  if (probe.first == Probe::kNone) return walked(probe.packet, nullptr);
-  const Packet &first = probes[probe.first].packet;
-  const Connection connection = {first, walked(first, nullptr).end};
-  return walked(probe.packet, &connection);
+Walk wayOf(Walker &walker, const Probe &probe, const Connection *connection) {
+  return probe.packet[kBridgePort] == kNoInterface
+             ? walker.walkFromRouter(probe.packet, connection, Detail::kVerdict)
+             : walker.walk(probe.packet, connection, Detail::kVerdict);
 }
 
-bool agrees(const Walk &way, const Probe &probe, const Arrival &arrival, std::string &why) {
+Connection connectionOf(Walker &walker, const Probe &first) {
+  return {first.packet, wayOf(walker, first, nullptr).end};
+}
+
+namespace {
+
+// The ports of a bridge, a bit each, by which a frame leaves it.
+template <class LetsOut>
+uint64_t portsOf(const Network &network, uint64_t bridge, const LetsOut &lets_out) {
+  uint64_t ports = 0;
+  for (uint64_t i = 0; i < network.interfaces.size(); i++) {
+    const Interface &port = network.interfaces[i];
+    if (!port.bridge.empty() && network.number(port.bridge) == bridge && lets_out(i)) {
+      ports |= uint64_t{1} << i;
+    }
+  }
+  return ports;
+}
+
+// What a router tells, where the model knows it.
+struct Telling {
+  bool known = true;
+  Arrival::Told told = Arrival::kNothing;
+  Message message = Message::kRefused;
+};
+
+Telling tellingOf(const Router &router, const Walk &way, const Probe &probe) {
+  const Packet &sent = probe.packet;
+  const uint64_t protocol = sent[kProtocol];
+  const bool from_wire = sent[kBridgePort] != kNoInterface;
+  const bool to_one = (sent[kDestinationMac] >> 40 & 1) == 0;
+  switch (way.verdict) {
+    case Verdict::kRejected:  // nobody answers a reset with one
+      if ((sent[kTcpFlags] & kReset) != 0) return {};
+      return {true, Arrival::kReset, Message::kRefused};
+    case Verdict::kNoRoute:
+      if (!from_wire) return {};
+      // So often only; nor about what is an error itself.
+      if (!to_one || probe.role != Probe::kFirst || !probe.first_of_sender ||
+          (protocol == kIcmp && sent[kIcmpType] != 8)) {
+        return {.known = false};
+      }
+      return {true, Arrival::kNoRoute, Message::kNoRoute};
+    case Verdict::kDelivered: {
+      if (protocol != kTcp && protocol != kUdp) return {};
+      const std::optional<Route> route = router.network().route(way.end[kDestination], 0);
+      const bool to_router = route && route->kind == Route::kLocal;
+      if (!from_wire || probe.role != Probe::kFirst || sent[kState] != kNew || !to_router ||
+          !to_one) {
+        return {.known = false};
+      }
+      if (protocol == kUdp) return {true, Arrival::kNoPort, Message::kNobody};
+      if ((sent[kTcpFlags] & kSyn) == 0) return {.known = false};
+      for (uint64_t port : kListening) {
+        if (port == way.end[kDestinationPort]) return {true, Arrival::kOpened, Message::kOpened};
+      }
+      return {true, Arrival::kReset, Message::kClosed};
+    }
+    default:
+      return {};
+  }
+}
+
+bool agrees(const Router &router, Walker &walker, const Walk &way, const Probe &probe,
+            const Connection *connection, const Arrival &arrival, std::string &why) {
+  const Network &network = router.network();
   const auto differ = [&](const std::string &what) {
     why = std::string("the model: ") + kVerdicts[static_cast<int>(way.verdict)] + ", " +
           ends(way.end[kSource], way.end[kSourcePort], way.end[kDestination],
                way.end[kDestinationPort]) +
           " out " + std::to_string(way.end[kOut]) + " mark " + std::to_string(way.end[kMark]) +
-          " (" + what + ")";
+          " segment " + std::to_string(way.end[kSegmentSize]) + " (" + what + ")";
     return false;
   };
+  if (way.verdict == Verdict::kUnknown) return true;
+  const Telling telling = tellingOf(router, way, probe);
+  if (telling.known) {
+    Arrival::Told told = telling.told;
+    uint64_t out = kNoInterface;
+    if (told != Arrival::kNothing) {
+      const Connection its =
+          connection != nullptr ? *connection : Connection{probe.packet, way.end};
+      const bool of_connection =
+          telling.message != Message::kNoRoute && probe.packet[kState] != kInvalid;
+      const Walk back = walker.walkFromRouter(messageTo(router, way, telling.message),
+                                              of_connection ? &its : nullptr, Detail::kVerdict);
+      out = back.end[kOut];
+      if (back.verdict != Verdict::kForwarded) told = Arrival::kNothing;
+    }
+    if (arrival.told != told) return differ(std::string("tells ") + kTold[told]);
+    if (told != Arrival::kNothing && arrival.told_out != out) return differ("tells elsewhere");
+  }
+  const uint64_t port_in = probe.packet[kBridgePort];
   // A frame to all is for the router and is flooded too.
   const bool to_all = (probe.packet[kDestinationMac] >> 40 & 1) != 0;
-  if (arrival.bridged && way.verdict != Verdict::kBridged && !to_all) return differ("bridged");
-  switch (way.verdict) {
-    case Verdict::kForwarded:
-      if (!arrival.forwarded) return differ("not forwarded");
-      // What the router sends to all it hears too.
-      if (arrival.delivered && probe.packet[kBridgePort] != kNoInterface) {
-        return differ("delivered");
-      }
-      break;
-    case Verdict::kDelivered:
-      if (!arrival.delivered) return differ("not delivered");
-      if (arrival.forwarded) return differ("forwarded");
-      if (arrival.mark != way.end[kMark]) return differ("mark");
-      break;
-    case Verdict::kBridged:
-      if (!arrival.bridged || arrival.forwarded || arrival.delivered) return differ("not bridged");
-      return true;
-    case Verdict::kRejected:
-      // Nobody answers a reset with one.
-      if (!arrival.reset && (probe.packet[kTcpFlags] & kReset) == 0) return differ("no reset");
-      break;
-    case Verdict::kUnknown:
-      return true;
-    default:
-      break;
+  if (way.verdict == Verdict::kBridged) {
+    if (arrival.forwarded || arrival.delivered) return differ("not bridged");
+    const uint64_t bridge = network.number(network.interfaces[port_in].bridge);
+    const uint64_t ports = portsOf(network, bridge, [&](uint64_t port) {
+      if (port == port_in) return false;
+      Probe through = probe;
+      through.packet[kBridgePortOut] = port;
+      return wayOf(walker, through, connection).verdict == Verdict::kBridged;
+    });
+    return arrival.ports == ports || differ("by ports " + std::to_string(ports));
   }
-  if (way.verdict != Verdict::kForwarded && way.verdict != Verdict::kDelivered) {
+  if (arrival.bridged && !to_all) return differ("bridged");
+  if (way.verdict == Verdict::kForwarded) {
+    if (!arrival.forwarded) {
+      // Unless no port lets it out.
+      const uint64_t ports = portsOf(network, way.end[kOut], [&](uint64_t port) {
+        return walker.leavesBridge(way.end, port);
+      });
+      const bool bridge = way.end[kOut] < network.interfaces.size() &&
+                          network.isBridge(network.interfaces[way.end[kOut]].name);
+      return (bridge && ports == 0) || differ("not forwarded");
+    }
+    // What the router sends to all it hears too.
+    if (arrival.delivered && port_in != kNoInterface) return differ("delivered");
+  } else if (way.verdict == Verdict::kDelivered) {
+    if (!arrival.delivered) return differ("not delivered");
+    if (arrival.forwarded) return differ("forwarded");
+    if (arrival.mark != way.end[kMark]) return differ("mark");
+  } else {
     if (arrival.forwarded) return differ("forwarded");
     if (arrival.delivered) return differ("delivered");
-    if (arrival.reset && way.verdict != Verdict::kRejected) return differ("reset");
-    if (arrival.unreachable && way.verdict != Verdict::kNoRoute) return differ("unreachable");
     return true;
   }
   if (arrival.source != way.end[kSource]) return differ("source");
@@ -136,23 +219,31 @@ bool agrees(const Walk &way, const Probe &probe, const Arrival &arrival, std::st
                                  arrival.destination_port != way.end[kDestinationPort])) {
     return differ("ports");
   }
-  if (arrival.forwarded && arrival.out != way.end[kOut] && arrival.router_out != way.end[kOut]) {
-    return differ("interface");
+  if (!arrival.forwarded) return true;
+  if (arrival.out != way.end[kOut]) return differ("interface");
+  if ((probe.packet[kTcpFlags] & kSyn) != 0 && arrival.segment != way.end[kSegmentSize]) {
+    return differ("segment");
   }
-  return true;
+  if (to_all) return true;
+  const uint64_t ports = portsOf(network, arrival.out,
+                                 [&](uint64_t port) { return walker.leavesBridge(way.end, port); });
+  return arrival.ports == (ports != 0 ? ports : uint64_t{1} << arrival.out) ||
+         differ("by ports " + std::to_string(ports));
 }
 
-Agreement judged(const Router &router, const std::vector<Probe> &probes, size_t which,
-                 const Arrival &arrival, std::string &why) {
-  const Walk way = wayOf(router, probes, which);
-  if (agrees(way, probes[which], arrival, why)) return Agreement::kAgrees;
+}  // namespace
+
+Agreement judged(const Router &router, Walker &walker, const Walk &way, const Probe &probe,
+                 const Connection *connection, const Arrival &arrival, std::string &why) {
+  if (agrees(router, walker, way, probe, connection, arrival, why)) return Agreement::kAgrees;
   // Each question that it met and whose answer the packet does not hold, the other way.
   for (FieldId field : way.asked) {
     if (router.unknowns()[field - kFields].find("limit") == std::string::npos) continue;
-    std::vector<Probe> asked = probes;
-    asked[which].packet[field] ^= 1;
+    Probe asked = probe;
+    asked.packet[field] ^= 1;
     std::string other;
-    if (agrees(wayOf(router, asked, which), probes[which], arrival, other)) {
+    if (agrees(router, walker, wayOf(walker, asked, connection), asked, connection, arrival,
+               other)) {
       return Agreement::kByAnAnswer;
     }
   }
@@ -227,10 +318,14 @@ void write(std::ostream &out, const Record &record) {
     const Interface &interface = record.network.interfaces[i];
     const bool numbered = !interface.addresses.empty();
     out << interface.name << ' ' << (interface.bridge.empty() ? "-" : interface.bridge) << ' '
-        << interface.mac << ' ' << (numbered ? interface.addresses[0].address : 0) << '\n';
+        << interface.mac << ' ' << interface.mtu << ' '
+        << (numbered ? interface.addresses[0].address : 0) << '\n';
   }
-  const Route &gateway = record.network.tables.at("main")[0];
-  out << *gateway.gateway << ' ' << gateway.device << '\n' << record.lines.size() << '\n';
+  const auto main = record.network.tables.find("main");
+  const bool gateway = main != record.network.tables.end();
+  out << (gateway ? *main->second[0].gateway : 0) << ' ' << (gateway ? main->second[0].device : "-")
+      << '\n'
+      << record.lines.size() << '\n';
   for (const std::string &line : record.lines) out << line << '\n';
   out << record.refused.size() << '\n';
   for (const auto &[line, why] : record.refused) out << line << ' ' << why << '\n';
@@ -240,10 +335,11 @@ void write(std::ostream &out, const Record &record) {
     const Probe &probe = record.probes[i];
     const Arrival &seen = record.arrivals[i];
     put(out, probe.packet, fields);
-    out << int{probe.role} << ' ' << probe.first << ' ' << seen.forwarded << ' ' << seen.bridged
-        << ' ' << seen.delivered << ' ' << seen.reset << ' ' << seen.unreachable << ' ' << seen.out
-        << ' ' << seen.router_out << ' ' << seen.source << ' ' << seen.destination << ' '
-        << seen.source_port << ' ' << seen.destination_port << ' ' << seen.mark << '\n';
+    out << int{probe.role} << ' ' << probe.first << ' ' << probe.first_of_sender << ' '
+        << seen.forwarded << ' ' << seen.bridged << ' ' << seen.delivered << ' ' << int{seen.told}
+        << ' ' << seen.told_out << ' ' << seen.out << ' ' << seen.ports << ' ' << seen.segment
+        << ' ' << seen.source << ' ' << seen.destination << ' ' << seen.source_port << ' '
+        << seen.destination_port << ' ' << seen.mark << '\n';
   }
 }
 
@@ -254,7 +350,7 @@ bool read(std::istream &in, Record &record) {
   for (; interfaces > 0; interfaces--) {
     Interface interface;
     uint64_t address = 0;
-    in >> interface.name >> interface.bridge >> interface.mac >> address;
+    in >> interface.name >> interface.bridge >> interface.mac >> interface.mtu >> address;
     if (interface.bridge == "-") interface.bridge.clear();
     if (address != 0) interface.addresses.push_back({address, 24});
     const std::string &bridge = interface.bridge;
@@ -267,7 +363,7 @@ bool read(std::istream &in, Record &record) {
   uint64_t address = 0;
   in >> address >> gateway.device >> lines;
   gateway.gateway = address;
-  record.network.tables["main"].push_back(gateway);
+  if (address != 0) record.network.tables["main"].push_back(gateway);
   for (; lines > 0; lines--) record.lines.push_back(getLine(in));
   in >> lines;
   for (; lines > 0; lines--) {
@@ -281,11 +377,12 @@ bool read(std::istream &in, Record &record) {
     Probe probe;
     Arrival seen;
     probe.packet = getPacket(in, fields);
-    int role = 0;
-    in >> role >> probe.first >> seen.forwarded >> seen.bridged >> seen.delivered >> seen.reset >>
-        seen.unreachable >> seen.out >> seen.router_out >> seen.source >> seen.destination >>
-        seen.source_port >> seen.destination_port >> seen.mark;
+    int role = 0, told = 0;
+    in >> role >> probe.first >> probe.first_of_sender >> seen.forwarded >> seen.bridged >>
+        seen.delivered >> told >> seen.told_out >> seen.out >> seen.ports >> seen.segment >>
+        seen.source >> seen.destination >> seen.source_port >> seen.destination_port >> seen.mark;
     probe.role = static_cast<Probe::Role>(role);
+    seen.told = static_cast<Arrival::Told>(told);
     record.probes.push_back(probe);
     record.arrivals.push_back(seen);
   }

@@ -16,6 +16,9 @@ namespace judge {
 inline constexpr uint64_t kProtocols[] = {
     packets::kTcp, packets::kUdp, packets::kIcmp, packets::kIgmp, 47, 50, 89};
 
+// Where programs of the router listen, all with TCP.
+inline constexpr uint64_t kListening[] = {22, 23, 80, 443, 2323, 7547, 8080, 8443};
+
 struct Probe {
   enum Role : uint8_t {
     kFirst,     // of no connection before
@@ -28,19 +31,23 @@ struct Probe {
 
   packets::Packet packet;  // as it comes in; with no kBridgePort the router itself sends it
   Role role = kFirst;
-  uint32_t first = kNone;      // the place of the connection's first packet among the probes
-  packets::Packet about = {};  // of kError: the packet that it is about, as it left
-  uint16_t echo = 0;           // the number in an ICMP echo
+  uint32_t first = kNone;        // the place of the connection's first packet among the probes
+  packets::Packet about = {};    // of kError: the packet that it is about, as it left
+  uint16_t echo = 0;             // the number in an ICMP echo
+  bool first_of_sender = false;  // which is told of no route that often that it must hear of it
   std::string content;
 };
 
 // What was seen of a packet behind the router.
 struct Arrival {
   bool forwarded = false, bridged = false, delivered = false;
-  bool reset = false;                    // the sender was sent a TCP reset by the router's rules
-  bool unreachable = false;              // or told that no route leads there
-  uint64_t out = packets::kNoInterface;  // where it came out; of a bridge the first port
-  uint64_t router_out = packets::kNoInterface;  // and the bridge itself
+  // What the router itself told the sender, and where.
+  enum Told : uint8_t { kNothing, kReset, kOpened, kNoPort, kNoRoute };
+  Told told = kNothing;
+  uint64_t told_out = packets::kNoInterface;
+  uint64_t out = packets::kNoInterface;  // where it came out; the bridge, for its ports
+  uint64_t ports = 0;                    // of those interfaces a bit each
+  uint64_t segment = 0;                  // that a SYN spoke of then
   uint32_t source = 0, destination = 0;
   uint16_t source_port = 0, destination_port = 0;
   uint32_t mark = 0;  // of what was delivered
@@ -53,15 +60,18 @@ inline uint64_t macOfHost(uint64_t address) {
   return 0x020100000000 | address;
 }
 
-// The router's answer about a packet by the model, whose connection begins with another probe.
-packets::Walk wayOf(const packets::Router &router, const std::vector<Probe> &probes, size_t which);
+// What the model says of a packet; of one that is not the first, with its connection.
+packets::Walk wayOf(packets::Walker &walker, const Probe &probe,
+                    const packets::Connection *connection);
+// What follows that first packet belongs to this.
+packets::Connection connectionOf(packets::Walker &walker, const Probe &first);
 
-// Whether it is what was seen. Says why not.
-bool agrees(const packets::Walk &way, const Probe &probe, const Arrival &arrival, std::string &why);
-// The same where answers to questions that nobody can foresee may be any.
+// Whether it is what was seen, where answers to questions that nobody can foresee may be any;
+// `way` is the model's. Says why not.
 enum class Agreement { kAgrees, kByAnAnswer, kDiffers };
-Agreement judged(const packets::Router &router, const std::vector<Probe> &probes, size_t which,
-                 const Arrival &arrival, std::string &why);
+Agreement judged(const packets::Router &router, packets::Walker &walker, const packets::Walk &way,
+                 const Probe &probe, const packets::Connection *connection, const Arrival &arrival,
+                 std::string &why);
 
 // What the model makes of lines.
 packets::Router routerOf(const packets::Network &network, const std::vector<std::string> &lines);

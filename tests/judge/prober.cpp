@@ -1,6 +1,7 @@
 #include "prober.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace judge {
 
@@ -22,8 +23,8 @@ bool asksForText(const std::string &question) {
 
 }  // namespace
 
-Prober::Prober(const Router &router, Dice &dice)
-    : router_(router), network_(router.network()), dice_(dice) {
+Prober::Prober(const Router &router, Walker &walker, Dice &dice)
+    : router_(router), walker_(walker), network_(router.network()), dice_(dice) {
   for (const auto &[place, chain] : router.chains()) {
     for (const Rule &rule : chain.rules) {
       rules_.push_back(&rule);
@@ -55,6 +56,7 @@ Prober::Prober(const Router &router, Dice &dice)
       }
     }
   }
+  for (uint64_t port : kListening) edges_[kDestinationPort].push_back(port);
   for (uint64_t i = 1; i < network_.interfaces.size(); i++) {
     const Interface &interface = network_.interfaces[i];
     for (const Address &own : interface.addresses) {
@@ -169,7 +171,7 @@ void Prober::settle(Probe &probe) {
     packet[kProtocol] = dice_.pick({47, 50, 89});
   }
   if (packet[kBridgePort] == kNoInterface) {  // the router's own
-    if (packet[kProtocol] != kIcmp) packet[kProtocol] = kUdp;
+    if (packet[kProtocol] != kIcmp && packet[kProtocol] != kTcp) packet[kProtocol] = kUdp;
     for (const Interface &each : network_.interfaces) {
       if (each.name != "lo" && !each.addresses.empty()) {
         packet[kSource] = each.addresses[0].address;
@@ -190,16 +192,17 @@ void Prober::settle(Probe &probe) {
   }
   packet[kSegmentSize] = 0;
   if (packet[kProtocol] == kTcp && (packet[kTcpFlags] & kSyn) != 0 && dice_.chance(30)) {
-    packet[kSegmentSize] = dice_.pick({536, 1452, 1460, 1536});
+    packet[kSegmentSize] = dice_.pick({536, 1412, 1452, 1460, 1536});
   }
   if (packet[kProtocol] == kTcp && !texts_.empty() && dice_.chance(30)) {
     probe.content = dice_.pick(texts_);
     if (dice_.chance(30)) probe.content.back()++;
   }
-  for (size_t i = 0; i < router_.unknowns().size(); i++) {
+  for (size_t i = 0; !probe.content.empty() && i < router_.unknowns().size(); i++) {
     const std::string &question = router_.unknowns()[i];
-    packet[static_cast<FieldId>(kFields + i)] =
-        asksForText(question) && probe.content.find(lastWord(question)) != std::string::npos;
+    if (asksForText(question) && probe.content.find(lastWord(question)) != std::string::npos) {
+      packet[static_cast<FieldId>(kFields + i)] = 1;
+    }
   }
   const bool ethernet =
       packet[kBridgePort] != kNoInterface && network_.interfaces[packet[kBridgePort]].mac != 0;
@@ -231,7 +234,9 @@ void Prober::settle(Probe &probe) {
   // As long as its headers and its content at least.
   const uint64_t least = (packet[kProtocol] == kTcp ? 40 : 28) + probe.content.size() +
                          (packet[kSegmentSize] != 0 ? 4 : 0);
-  packet[kLength] = std::min<uint64_t>(std::max(packet[kLength], least), 3000);
+  // A socket's must fit the wire.
+  const uint64_t most = packet[kBridgePort] == kNoInterface ? 1300 : 3000;
+  packet[kLength] = std::min(std::max(packet[kLength], least), most);
   packet[kState] = stateOfFirst(packet);
   packet[kIn] = packet[kBridgePort];
   if (packet[kProtocol] == kIcmp) probe.echo = ++echo_;
@@ -245,20 +250,15 @@ bool Prober::isFresh(const Probe &probe) {
   const uint64_t protocol = packet[kProtocol];
   if (protocol == kIcmp) return true;
   if (protocol == kTcp || protocol == kUdp) {
-    const uint64_t source = packet[kSourcePort], destination = packet[kDestinationPort];
-    const auto ends = [&](uint64_t one, uint64_t other) {
-      return (protocol << 32) | (one << 16) | other;
-    };
-    if (!used_.insert(ends(source, destination)).second) return false;
-    used_.insert(ends(destination, source));
-    return true;
+    const auto [one, other] = std::minmax({packet[kSourcePort], packet[kDestinationPort]});
+    return used_.insert((protocol << 32) | (one << 16) | other).second;
   }
   // Of one protocol without ports no two, be it another: there are few of these packets.
   const auto ends = [&](const Packet &each) {
     const auto [one, other] = std::minmax({each[kSource], each[kDestination]});
     return uint64_t{1} << 63 | ((one << 31) ^ other);
   };
-  const auto before = ends(packet), behind = ends(wayOf(router_, {probe}, 0).end);
+  const auto before = ends(packet), behind = ends(wayOf(walker_, probe, nullptr).end);
   if (used_.count(before) != 0 || used_.count(behind) != 0) return false;
   used_.insert({before, behind});
   return true;
@@ -270,6 +270,7 @@ std::optional<Probe> Prober::first() {
   for (int rules = static_cast<int>(dice_.below(4)); rules > 0; rules--) approach(probe.packet);
   settle(probe);
   if (!isFresh(probe)) return std::nullopt;
+  probe.first_of_sender = senders_.insert(probe.packet[kSource]).second;
   return probe;
 }
 
@@ -281,9 +282,14 @@ void Prober::answer(Packet &packet) {
   packet[kSourceMac] &= ~(uint64_t{1} << 40);
   packet[kLength] = packet[kProtocol] == kTcp ? 40 : 28;
   packet[kIn] = packet[kBridgePort];
-  packet[kSegmentSize] = 0;
-  for (size_t i = 0; i < router_.unknowns().size(); i++)
-    packet[static_cast<FieldId>(kFields + i)] = 0;
+  const bool asks = (packet[kTcpFlags] & kSyn) != 0 && packet[kProtocol] == kTcp;
+  packet[kSegmentSize] =
+      asks && dice_.chance(50) ? dice_.pick({536, 1412, 1451, 1452, 1460, 1536, 1537}) : 0;
+  if (packet[kSegmentSize] != 0) packet[kLength] += 4;
+  for (size_t i = 0; i < router_.unknowns().size(); i++) {
+    const FieldId question = static_cast<FieldId>(kFields + i);
+    if (std::as_const(packet)[question] != 0) packet[question] = 0;
+  }
 }
 
 std::vector<Probe> Prober::followers(const Probe &first, uint32_t place, const Walk &way) {

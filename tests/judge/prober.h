@@ -15,7 +15,7 @@ namespace judge {
 
 class Prober {
  public:
-  Prober(const packets::Router &router, Dice &dice);
+  Prober(const packets::Router &router, packets::Walker &walker, Dice &dice);
 
   // The first packet of a connection that no other shares a number with; nothing when chance
   // came up with none.
@@ -35,6 +35,7 @@ class Prober {
   void answer(packets::Packet &packet);
 
   const packets::Router &router_;
+  packets::Walker &walker_;
   const packets::Network &network_;
   Dice &dice_;
   std::vector<const packets::Rule *> rules_;
@@ -42,6 +43,7 @@ class Prober {
   std::vector<std::string> texts_;     // that rules look for in packets
   std::vector<uint64_t> wires_;        // the interfaces that packets come in by
   std::unordered_set<uint64_t> used_;  // ends of connections
+  std::unordered_set<uint64_t> senders_;
   uint16_t echo_ = 0;
 };
 

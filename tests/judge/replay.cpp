@@ -15,6 +15,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <map>
 
 #include "fault.h"
 #include "probe.h"
@@ -36,6 +37,8 @@ std::string contradiction(const std::vector<Record> &records) {
     const packets::Router router = routerOf(record.network, record.lines);
     const Refusals refusals = compareRefusals(router, record.lines, record.refused);
     if (!refusals.differences.empty()) return where + refusals.differences[0];
+    packets::Walker walker(router);
+    std::map<uint32_t, packets::Connection> connections;  // by the place of the first packet
     for (size_t i = 0; i < record.probes.size(); i++) {
       std::string why;
       const Probe &probe = record.probes[i];
@@ -44,7 +47,15 @@ std::string contradiction(const std::vector<Record> &records) {
           packets::stateOfFirst(probe.packet) != probe.packet[packets::kState]) {
         return where + text(probe, record.network) + "; begins another state";
       }
-      if (judged(router, record.probes, i, record.arrivals[i], why) == Agreement::kDiffers) {
+      const packets::Connection *connection = nullptr;
+      if (probe.first != Probe::kNone) {
+        auto [found, fresh] = connections.try_emplace(probe.first);
+        if (fresh) found->second = connectionOf(walker, record.probes[probe.first]);
+        connection = &found->second;
+      }
+      const packets::Walk way = wayOf(walker, probe, connection);
+      if (judged(router, walker, way, probe, connection, record.arrivals[i], why) ==
+          Agreement::kDiffers) {
         return where + text(probe, record.network) +
                "; the kernel: " + text(record.arrivals[i], record.network) + "; " + why;
       }

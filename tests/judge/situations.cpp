@@ -202,7 +202,7 @@ std::vector<nvram::Setting> inSpaceOne(const Settings &settings) {
 
 // ---- interfaces ----
 
-packets::Network networkOf(const std::vector<nvram::Setting> &settings) {
+packets::Network networkOf(const std::vector<nvram::Setting> &settings, bool online) {
   sim::Device device;
   orba::tool::putSettings(settings, device);
   orba::InterfaceName ethernet[orba::kWans], wan[orba::kWans];
@@ -216,9 +216,13 @@ packets::Network networkOf(const std::vector<nvram::Setting> &settings) {
   uint64_t mac = 0x020000000000;
   const auto add = [&](const std::string &name, uint64_t address, const std::string &bridge) {
     if (name.empty() || network.find(name) != nullptr) return;
-    packets::Interface interface { .name = name, .bridge = bridge };
+    constexpr uint64_t kFrame = 4000, kDialled = 1492;  // all of a packet in one frame
+    const bool dialled = name.compare(0, 3, "ppp") == 0;
+    packets::Interface interface {
+      .name = name, .bridge = bridge, .mtu = dialled ? kDialled - 40 * (name[3] - '0') : kFrame
+    };
     // What dials has no Ethernet below its packets.
-    if (name.compare(0, 3, "ppp") != 0) interface.mac = mac++;
+    if (!dialled) interface.mac = mac++;
     if (address != 0) interface.addresses.push_back({address, 24});
     network.add(interface);
   };
@@ -238,7 +242,7 @@ packets::Network networkOf(const std::vector<nvram::Setting> &settings) {
   }
   packets::Route gateway{.gateway = kInternet, .device = wan[0].text()};
   if (gateway.device == "br0") gateway.gateway = kLan + 253;
-  network.tables["main"].push_back(gateway);
+  if (online) network.tables["main"].push_back(gateway);
   return network;
 }
 
@@ -284,10 +288,22 @@ Situation situation(uint64_t seed, const std::string &examples) {
       play(inSpaceOne(older), "firewall_init", made);
     }
   }
-  made.network = networkOf(made.settings);
+  // Before its provider has told it of a gateway, every tenth.
+  made.network = networkOf(made.settings, seed % 10 != 7);
   for (const char *entry : {"firewall_init", "orba_pppoeRelay", "RoutingInit", "executeStaticRoute",
                             "executePolicyRoute"}) {
     play(made.settings, entry, made);
+  }
+  // The library keeps nothing of what the router itself says from leaving; that a rule can is
+  // judged with some of a person's own.
+  if (seed % 3 == 2) {
+    for (const char *line : {"iptables -A OUTPUT -m state --state INVALID -j DROP",
+                             "iptables -A OUTPUT -p icmp -s 192.168.1.1 -j DROP",
+                             "iptables -A OUTPUT -p tcp --sport 80 --tcp-flags SYN,ACK SYN,ACK "
+                             "-m state --state ESTABLISHED -j DROP",
+                             "iptables -A OUTPUT -p tcp --sport 22 -j DROP"}) {
+      made.lines.push_back(line);
+    }
   }
   return made;
 }

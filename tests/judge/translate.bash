@@ -8,35 +8,19 @@ tell() {
   local IFS=$'\t'
   printf '%s\t%s\n' "$number" "$*" >&3
 }
-# The lab's iptables ends in this, with the real one's path and "-w 10" in front.
-exec() {
-  tell iptables "${@:4}"
-  exit 0
-}
+# The lab's iptables without its last line, which runs it.
+eval "$(sed '$d' "$tools/iptables")"
+real_iptables() { tell iptables "$@"; }
 iptables() {
-  # What it has nothing to say of needs no process of its own.
   case " $* " in
     *" ! "* | *" --log-level "* | *" webstr "* | *" macrange "* | *" mac "*) ;;
-    *)
+    *)  # it has nothing to say of this
       tell iptables "$@"
       return
       ;;
   esac
-  (. "$tools/iptables" "$@")
+  present_form "$@"
   [ $? != 125 ] || tell refused iptables "$@"
-}
-# As it calls them, without a process.
-cut() {  # -c FROM-TO
-  local text
-  read -r text
-  echo "${text:${2%-*}-1:${2#*-}-${2%-*}+1}"
-}
-tr() {  # -d : or A-Z a-z
-  local text
-  read -r text
-  [ "$1" != -d ] || text=${text//:/}
-  [ "$1" != A-Z ] || text=${text,,}
-  echo "$text"
 }
 for program in ebtables ip route brctl ifconfig nat.sh; do
   eval "$program() { tell $program \"\$@\"; }"

@@ -21,7 +21,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr char kFolder[] = "/etc/iproute2";
-constexpr char kTables[] = "/etc/iproute2/rt_tables";
+constexpr char kTableNames[] = "/etc/iproute2/rt_tables";
 constexpr char kOld[] = "254 main\n202 pf_office\n1 mine\n";
 
 // With an empty folder for the names.
@@ -44,13 +44,13 @@ struct stat statusOf(const char *path) {
 
 // Removes a name and adds another one, which is to change these lines only.
 void expectEdited() {
-  struct stat before = statusOf(kTables);
+  struct stat before = statusOf(kTableNames);
   doPolicyRoutingRemove(202, "office");
-  EXPECT_EQ(textOf(kTables), "254 main\n1 mine\n");
+  EXPECT_EQ(textOf(kTableNames), "254 main\n1 mine\n");
   doPolicyRoutingAction("", "", "0", "", "-1", "WAN", "br0", "home", 2, 1);
-  EXPECT_EQ(textOf(kTables), "254 main\n1 mine\n203 pf_home\n");
+  EXPECT_EQ(textOf(kTableNames), "254 main\n1 mine\n203 pf_home\n");
   EXPECT_EQ(textOf("/etc/ran"), "ebtables -A\nip rule\nip route\n") << "the route is installed";
-  struct stat after = statusOf(kTables);
+  struct stat after = statusOf(kTableNames);
   EXPECT_EQ(after.st_mode, before.st_mode);
   EXPECT_EQ(after.st_uid, before.st_uid);
   EXPECT_EQ(after.st_gid, before.st_gid);
@@ -72,7 +72,7 @@ void mountAt(const char *where, const char *what, unsigned long flags = 0) {
 
 void mountSmall(const char *limit) {
   EXPECT_EQ(mount("tmpfs", kFolder, "tmpfs", 0, limit), 0);
-  put(kTables, kOld);
+  put(kTableNames, kOld);
 }
 
 }  // namespace
@@ -80,20 +80,20 @@ void mountSmall(const char *limit) {
 TEST(RealTableNames, AreEditedWhereverTheyCanBeWritten) {
   constexpr void (*kSituations[])() = {
       [] {  // a folder like any other
-        put(kTables, kOld, 0664);
-        EXPECT_EQ(chown(kTables, 12, 34), 0);
+        put(kTableNames, kOld, 0664);
+        EXPECT_EQ(chown(kTableNames, 12, 34), 0);
         put("/etc/iproute2/rt_tables.new", "left by an interrupted run\n");
       },
       [] {  // the file is a mount
-        put(kTables, "");
+        put(kTableNames, "");
         put("/etc/tables", kOld);
-        mountAt(kTables, "/etc/tables");
+        mountAt(kTableNames, "/etc/tables");
       },
       [] {  // the same in a folder that takes no file
-        put(kTables, "");
+        put(kTableNames, "");
         put("/etc/tables", kOld);
         mountAt(kFolder, kFolder, MS_RDONLY);
-        mountAt(kTables, "/etc/tables");
+        mountAt(kTableNames, "/etc/tables");
       },
       [] { mountSmall("nr_inodes=2"); },  // full of files
       [] {                                // full of bytes
@@ -102,20 +102,20 @@ TEST(RealTableNames, AreEditedWhereverTheyCanBeWritten) {
       },
       [] {
         put("/etc/tables", kOld);
-        fs::create_symlink("../tables", kTables);
+        fs::create_symlink("../tables", kTableNames);
       },
       [] {
         put("/etc/tables", kOld);
-        fs::create_hard_link("/etc/tables", kTables);
+        fs::create_hard_link("/etc/tables", kTableNames);
       },
       [] {  // its owner cannot be given
-        put(kTables, kOld, 0666);
+        put(kTableNames, kOld, 0666);
         put("/etc/ran", "", 0666);
         chmod(kFolder, 0777);
         EXPECT_EQ(setgid(65534) + setuid(65534), 0);
       },
       [] {  // a stranger holds the lock
-        put(kTables, kOld);
+        put(kTableNames, kOld);
         EXPECT_EQ(flock(open(kFolder, O_RDONLY | O_CLOEXEC), LOCK_EX), 0);
       },
   };
@@ -123,11 +123,11 @@ TEST(RealTableNames, AreEditedWhereverTheyCanBeWritten) {
     SCOPED_TRACE(i);
     inOwnEtc([&] {
       kSituations[i]();
-      const bool link = fs::is_symlink(kTables);
+      const bool link = fs::is_symlink(kTableNames);
       expectEdited();
-      EXPECT_EQ(fs::is_symlink(kTables), link);
+      EXPECT_EQ(fs::is_symlink(kTableNames), link);
       if (fs::exists("/etc/tables")) {
-        EXPECT_EQ(textOf("/etc/tables"), textOf(kTables));
+        EXPECT_EQ(textOf("/etc/tables"), textOf(kTableNames));
       }
     });
     if (IsSkipped()) return;
@@ -138,17 +138,17 @@ TEST(RealTableNames, StayWholeWhereNotOneByteIsLeft) {
   inOwnEtc([] {
     mountSmall("size=8k");
     const std::string full = std::string(4090, '#') + "\n5 a\n";
-    put(kTables, full);
+    put(kTableNames, full);
     put("/etc/iproute2/filler", std::string(8192, 'x'));
     doPolicyRoutingAction("", "", "0", "", "-1", "WAN", "br0", "home", 2, 1);
-    EXPECT_EQ(textOf(kTables), full);
+    EXPECT_EQ(textOf(kTableNames), full);
     EXPECT_FALSE(fs::exists("/etc/ran")) << "nothing is installed without a name";
   });
 }
 
 TEST(RealTableNames, AreSharedByTheirEditors) {
   inOwnEtc([] {
-    put(kTables, "254 main\n");
+    put(kTableNames, "254 main\n");
     std::vector<pid_t> editors;
     for (int number = 301; number < 304; number++) {
       editors.push_back(fork());
@@ -161,7 +161,7 @@ TEST(RealTableNames, AreSharedByTheirEditors) {
     }
     for (pid_t editor : editors) waitpid(editor, nullptr, 0);
     std::multiset<std::string> lines;
-    std::ifstream file(kTables);
+    std::ifstream file(kTableNames);
     for (std::string line; std::getline(file, line);) lines.insert(line);
     EXPECT_THAT(lines, testing::ElementsAre("254 main", "301 pf_x", "302 pf_x", "303 pf_x"));
   });

@@ -142,7 +142,7 @@ TEST(Threads, ShareTheStoreAndMayFork) {
   });
 }
 
-volatile sig_atomic_t ticks = 0;
+volatile sig_atomic_t commits = 0;
 
 TEST(SignalHandler, MayUseTheStoreThatItInterrupts) {
   StoreFolder folder(kMemory);
@@ -151,12 +151,12 @@ TEST(SignalHandler, MayUseTheStoreThatItInterrupts) {
     EXPECT_STREQ(nvram_get(1, "a"), "1");
     signal(SIGALRM, [](int) {
       bool works = nvram_get(1, "a") != nullptr && nvram_bufset(1, "tick", "1") == 0;
-      if (works && nvram_commit(1) == 0) ticks = ticks + 1;
+      if (works && nvram_commit(1) == 0) commits = commits + 1;
     });
     const itimerval often{{0, 1000}, {0, 1000}};
     setitimer(ITIMER_REAL, &often, nullptr);
     // Nothing here but the store touches the heap.
-    while (ticks < 20) nvram_get(1, "a");
+    while (commits < 20) nvram_get(1, "a");
     const itimerval off{};
     setitimer(ITIMER_REAL, &off, nullptr);
     EXPECT_STREQ(nvram_get(1, "tick"), "1");

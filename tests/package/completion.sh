@@ -23,7 +23,7 @@ offers 'apply check *list plan *psk*show*' ''
 offers 'down shell test up' lab ''
 offers 'router' lab shell r
 offers '--json' list --j
-offers '*--at --config *--tables*' plan firewall_init --
+offers '*--at --batch --config *--tables*' plan firewall_init --
 offers 'wlan_schedule_cfg wlan_schedule_init' plan wlan_sch
 offers 'schedule' show schedu
 offers '' plan schedu
@@ -37,6 +37,7 @@ offers 'iptablesDMZRun' explain iptablesDMZR
 offers 'examples/gateway.conf' check -c examples/gateway.c
 offers 'examples/gateway.conf' import examples/gateway.c
 offers 'examples/device' show getRoutingTable -r examples/d
+offers 'examples/gateway.conf' rehearse this this examples/gateway.c
 offers 'lan' trace --why -c examples/gateway.conf l
 offers '' trace lan ''
 offers 'new' trace lan --state n

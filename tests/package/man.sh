@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# The manual pages: their form, that orba(1) tells of every subcommand and every
-# option, and that its examples still print what it shows.
-#   man.sh ORBA MAN_FOLDER EXAMPLES
+# The manual pages: their form, and that orba(1) tells of every subcommand and every
+# option. Its examples are tried by tests/tool/documents.py.
+#   man.sh ORBA MAN_FOLDER
 set -euo pipefail
-orba=$1 man=$2 examples=$3
+orba=$1 man=$2
 status=0
 wrong() { echo "$*"; status=1; }
 
@@ -26,24 +26,5 @@ tell_all() {  # word...
 }
 tell_all
 
-# Every line behind "$ orba ..." must be a line of what the command prints, in
-# the same order; "..." stands for some.
-cd "$examples"
-count=0 said=
-while IFS= read -r line; do
-  case $line in
-    '$ orba lab '* | '$ orba apply '*) said= ;;  # these need a lab
-    '$ orba '*)
-      said=$(eval "\"\$orba\" ${line#'$ orba '}" 2>&1) || true
-      count=$((count + 1)) ;;
-    '' | ...) ;;
-    *)
-      [ -n "$said" ] || continue
-      rest=${said#*"$line"}
-      [ "$rest" != "$said" ] || wrong "no example prints: $line"
-      said=$rest$'\n' ;;
-  esac
-done < <(sed -n '/^\.Bd/,/^\.Ed/{/^\.Bd/d;s/^\.Ed//;s/^\\&//;p}' "$man/orba.1")
-[ $count -gt 0 ] || wrong "orba(1) has no examples"
-[ $status = 0 ] && echo "$count examples as printed"
+[ $status = 0 ] && echo "orba(1) tells of every subcommand and option"
 exit $status

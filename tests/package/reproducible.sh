@@ -8,8 +8,8 @@ source=$1 build=$2 work=$3 all=${4:-}
 rm -rf "$work"
 copy=$work/a/folder/elsewhere
 mkdir -p "$copy"
-(cd "$source" && cp -r CMakeLists.txt CHANGELOG.md LICENSE cmake examples include lab man platform sim src \
-  tools "$copy")
+(cd "$source" && cp -r CMakeLists.txt CMakePresets.json CHANGELOG.md LICENSE cmake examples include lab man \
+  packets platform sim src tools "$copy")
 # Objects of a compiler cache could be those of the first folder.
 unset CMAKE_C_COMPILER_LAUNCHER CMAKE_CXX_COMPILER_LAUNCHER
 export CCACHE_DISABLE=1
@@ -19,8 +19,7 @@ tool=OFF targets=(orba_util nvram) files=(src/liborba_util.so platform/nvram/lib
 if [ "$all" = --all ]; then
   tool=ON targets=(all) files+=(tools/orba/orba platform/nvram/programs/nvram_{get,set,show})
 fi
-cmake -S "$copy" -B "$again" -G Ninja -DCMAKE_BUILD_TYPE=Release -DORBA_TESTS=OFF -DORBA_TOOL=$tool \
-  >/dev/null
+(cd "$copy" && cmake --preset release -B "$again" -DORBA_TESTS=OFF -DORBA_TOOL=$tool >/dev/null)
 cmake --build "$again" --target "${targets[@]}" >/dev/null
 
 status=0

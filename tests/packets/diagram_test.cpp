@@ -15,7 +15,7 @@ constexpr FieldId kFieldsUsed[] = {kIn, kProtocol, kDestination, kSource, kSourc
 constexpr uint64_t kEdges[] = {0, 1, 2, 80, 254, 255};
 
 // A random set, and what tells whether a packet is in it.
-struct Random {
+struct RandomSets {
   Diagrams &diagrams;
   std::mt19937 numbers;
 
@@ -62,7 +62,7 @@ TEST(Diagrams, AreTheSetsThatTheyWereMadeOf) {
   for (unsigned int seed = 1; seed <= 30; seed++) {
     SCOPED_TRACE(seed);
     Diagrams diagrams;
-    Random random = {diagrams, std::mt19937(seed)};
+    RandomSets random = {diagrams, std::mt19937(seed)};
     const auto [set, holds] = random.set(4);
     const auto [other, also] = random.set(4);
     // The same set another way is the same node.

@@ -39,12 +39,15 @@ SETTINGS = {
     "AutoChannelSelect": "0",
     "RoutingRules": f"192.168.5.0,255.255.255.0,192.168.1.254,LAN,br0,,{MARKUP}",
     "websHostFilters": f"casino.example.com;{MARKUP}",
+    "SSID2": "Caf\u00e9",
 }
 NETWORKS = f'''"{MARKUP}" 00:11:22:33:44:55 6 -55 WPA2-PSK AES
 "</script><script>hacked=1//" 00:1A:2B:00:00:01 11 -72 open
 "'}}];hacked=1;//" 00:1A:2B:00:00:02 1 -85 WEP
+"caf\\xC3\\xA9" 00:1A:2B:00:00:03 1 -91 open
 '''
-VIEWS = ("overview", "network", "radio", "firewall", "settings", "changes")
+MAIL = "ask?from=lan&source=192.168.1.20&destination=198.51.100.1&protocol=tcp/25"
+VIEWS = ("overview", "network", "radio", "firewall", "settings", "changes", MAIL, "ask?ask=ports")
 
 
 def configuration():
@@ -53,38 +56,16 @@ def configuration():
                      for line in lines) + "\n"
 
 
-class Served(unittest.TestCase):
-    @classmethod
-    def setUpClass(cls):
-        cls.folder = tempfile.TemporaryDirectory()
-        cls.config = pathlib.Path(cls.folder.name, "router.conf")
-        cls.config.write_text(configuration())
-        networks = pathlib.Path(cls.folder.name, "networks.txt")
-        networks.write_text(NETWORKS)
-        cls.orba = subprocess.Popen(
-            [ORBA, "serve", "--config", cls.config, "--root", EXAMPLES / "device",
-             "--device", networks, "--port", "0"], stdout=subprocess.PIPE, text=True)
-        cls.url = cls.orba.stdout.readline().split()[0]
-        address = urllib.parse.urlsplit(cls.url)
-        cls.port, cls.folder_path = address.port, address.path
-        cls.cookie = f"orba={address.query.removeprefix('token=')}"
-        cls.browser = chromium.Chromium()
-        cls.browser.resize(1280, 900)
+class Server:
+    """`orba serve` with these words, and what is asked of it with its cookie."""
 
-    @classmethod
-    def tearDownClass(cls):
-        cls.browser.close()
-        cls.orba.send_signal(signal.SIGTERM)
-        code = cls.orba.wait(10)
-        cls.orba.stdout.close()
-        cls.folder.cleanup()
-        assert code == 0, f"SIGTERM ends it with {code}"
-
-    def setUp(self):
-        self.wish("discard")
-
-    def tearDown(self):
-        self.assertEqual(self.browser.complaints(), [])
+    def __init__(self, *words, **how):
+        self.orba = subprocess.Popen([ORBA, "serve", *words, "--port", "0"], stdout=subprocess.PIPE,
+                                     text=True, **how)
+        self.url = self.orba.stdout.readline().split()[0]
+        address = urllib.parse.urlsplit(self.url)
+        self.port, self.folder_path = address.port, address.path
+        self.cookie = f"orba={address.query.removeprefix('token=')}"
 
     def ask(self, path, method="GET", body=None, headers={}):
         connection = http.client.HTTPConnection("127.0.0.1", self.port, timeout=60)
@@ -100,10 +81,47 @@ class Served(unittest.TestCase):
                                   {"Content-Type": "application/json"})
         return response.status, json.loads(text)
 
+    def end(self, *signals):
+        """Its exit code, and what it said on the way."""
+        for number in signals:
+            self.orba.send_signal(number)
+        said = self.orba.communicate(timeout=10)
+        return self.orba.returncode, said[0] + (said[1] or "")
+
+
+class Served(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = tempfile.TemporaryDirectory()
+        cls.config = pathlib.Path(cls.folder.name, "router.conf")
+        cls.config.write_text(configuration())
+        networks = pathlib.Path(cls.folder.name, "networks.txt")
+        networks.write_text(NETWORKS)
+        cls.server = Server("--config", cls.config, "--root", EXAMPLES / "device", "--device", networks)
+        cls.url, cls.port, cls.folder_path, cls.cookie = (
+            cls.server.url, cls.server.port, cls.server.folder_path, cls.server.cookie)
+        cls.ask, cls.wish = cls.server.ask, cls.server.wish
+        cls.browser = chromium.Chromium()
+        cls.browser.resize(1280, 900)
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.browser.close()
+        code, _ = cls.server.end(signal.SIGTERM)
+        cls.folder.cleanup()
+        assert code == 0, f"SIGTERM ends it with {code}"
+
+    def setUp(self):
+        self.wish("discard")
+
+    def tearDown(self):
+        self.assertEqual(self.browser.complaints(), [])
+
     def view(self, name):
         self.browser.go("about:blank")
         self.browser.go(f"{self.url}#{name}")
-        self.browser.wait_for("document.body.dataset.ready === arguments[0]", name)
+        self.browser.wait_for("document.body.dataset.ready === arguments[0]",
+                              name.partition("?")[0].partition("/")[0])
         # Nothing that a setting or the air holds became an element, or ran.
         self.assertEqual(self.browser.run("""return [typeof hacked, document.scripts.length,
             document.querySelectorAll('img:not([src="icon.svg"])').length,
@@ -160,9 +178,11 @@ class Served(unittest.TestCase):
         self.assertEqual([(one["value"], one["selected"]) for one in read[0][2]],
                          [("10", False), ("11", True)])
         self.assertEqual(len(read[0][1]), 24)
-        self.assertEqual([one["ssid"] for one in read[1]],
-                         [MARKUP, "</script><script>hacked=1//", "'}];hacked=1;//"])
-        self.assertEqual(self.texts(".ssid"), [one["ssid"] for one in read[1]])
+        found = [MARKUP, "</script><script>hacked=1//", "'}];hacked=1;//", "&nbsp"]
+        self.assertEqual([one["ssid"] for one in read[1]], found)
+        # The names of the device's own networks stand above them; what no router shows beside.
+        self.assertEqual(self.texts(".ssid"), ["Home", "Caf\u00e9", "Home 5G", *found])
+        self.assertEqual(self.texts(".real"), ["Caf\\xc3\\xa9", "caf\u00e9 caf\\xc3\\xa9"])
         self.assertEqual(self.texts("[data-getter=getWlan11gChannels] option"), ["Channel 10", "Channel 11"])
 
         self.browser.go("about:blank")
@@ -193,9 +213,13 @@ class Served(unittest.TestCase):
             "iptables -t nat -A DMZ -i eth2.2 -p tcp --dport 161 -j RETURN;"
             "iptables -t nat -A DMZ -j DNAT -i eth2.2 --to 192.168.1.77;"
             "iptables -t nat -A DMZ -j DNAT -i eth2.2 -p tcp --dport ! 80 --to 192.168.1.77"])
+        self.assertIn("since DMZAddress=192.168.1.77, was 192.168.1.50, and DMZEnable=1, was 0", self.texts(".traffic small"))
         self.screenshots("changes")
         self.browser.run("document.getElementById('keep').click()")
         self.browser.wait_for("document.getElementById('pending').hidden")
+        self.assertRegex(self.texts("#unsaved")[0], "^[0-9]+ settings kept in memory only, not in router.conf$")
+        self.write("#against", "file")
+        self.browser.wait_for("document.querySelector('.changes [data-key=DMZEnable]')")
 
         status, answer = self.wish("change", space=2, key="a=b", value="")
         self.assertEqual((status, answer["error"]), (422, "this is no name for a setting"))
@@ -216,6 +240,72 @@ class Served(unittest.TestCase):
     def value(self, text, key):
         return next(line.partition("=")[2] for line in text.splitlines() if line.startswith(key + "="))
 
+    def write(self, field, value):
+        self.browser.run("""const field = document.querySelector(arguments[0]);
+            field.value = arguments[1]; field.dispatchEvent(new Event("change"))""", field, value)
+
+    def press(self, button):
+        self.browser.run("document.querySelector(arguments[0]).click()", button)
+
+    def becomes(self, key, value):
+        """Waits until the page has sent a value, and shows it."""
+        end = time.monotonic() + 30
+        while (now := self.value(self.ask("/api/settings.conf")[1], key)) != value:
+            self.assertLess(time.monotonic(), end, f"{key} is {now} and not {value}")
+        self.browser.wait_for("""[...document.querySelectorAll(`[data-key=${arguments[0]}] tbody [data-place]`)].map(
+            (row) => [...row.querySelectorAll("td input, td select")].map((field) => field.value).join()).join(";")
+            .replace(/,+(;|$)/g, "$1") === arguments[1].replace(/,+(;|$)/g, "$1")""", key, value)
+
+    def test_a_list_is_a_table_whatever_it_holds(self):
+        kept = "192.168.1.10,443,0,TCP;192.168.1.11,51820,0,UDP;192.168.1.12,6881,6889,TCP&UDP"
+        one, two, three = kept.split(";")
+        self.view("settings")
+        self.assertEqual(self.texts("[data-key=PortForwardRules] thead th")[:5],
+                         ["record", "LAN address", "first port", "last port", "protocol"])
+        self.assertEqual(len(self.texts("[data-key=RoutingRules] [data-place]")), 1)
+        self.assertEqual(self.texts(".adder :user-invalid, .adder [aria-invalid]"), [])
+        # A record of an empty list is one as soon as something is written into it.
+        self.press("[data-key=SinglePortForwardRules] .add")
+        self.assertEqual(json.loads(self.ask("/api/pending")[1])["changes"], 0)
+        self.write("#setting-1-SinglePortForwardRules-1-2", "80")
+        self.browser.wait_for("document.querySelector('[data-key=SinglePortForwardRules] .marks .kept')")
+        self.assertRegex(self.value(self.ask("/api/settings.conf")[1], "SinglePortForwardRules"), "^,80,+$")
+        # Moved by its number, removed, and refused what would make two of it.
+        self.write("[data-key=PortForwardRules] [data-place='2'] .place", "1")
+        self.becomes("PortForwardRules", f"{three};{one};{two}")
+        self.press("[data-key=PortForwardRules] [data-place='1'] [aria-label^=Remove]")
+        self.becomes("PortForwardRules", f"{three};{two}")
+        field = "#setting-1-PortForwardRules-2-1"
+        for refused in ("a;b", "a,b"):
+            self.write(field, refused)
+            self.assertEqual(len(self.texts(f"td:has({field}) .refused")), 1)
+        self.assertEqual(self.value(self.ask("/api/settings.conf")[1], "PortForwardRules"), f"{three};{two}")
+        # What is wrong is said at the field.
+        self.write(field, "192.168.1.300")
+        self.browser.wait_for(f"document.querySelector('td:has({field}[aria-invalid]) .finding')")
+        self.assertEqual(self.texts(f"td:has({field}) .finding"), ["is not an IPv4 address, is passed over"])
+        self.screenshots("lists")
+        self.view("changes")
+        self.assertEqual(self.texts("[data-key=PortForwardRules] .edits > li"), [
+            "\u2212record 1: " + one, "~record 2: LAN address: 192.168.1.11 \u2192 192.168.1.300"])
+        self.assertEqual(self.texts("[data-key=SinglePortForwardRules] .edits > li"), ["+record 1: ,80,,"])
+
+    def test_two_thousand_records_are_edited(self):
+        records = [f"10.0.{n // 250}.{n % 250},,0,0,any/0,,{n + 1},0,1,1,rule {n},,,," for n in range(2000)]
+        self.wish("change", space=1, key="IPPortFilterRules", value=";".join(records))
+        self.view("settings/1/IPPortFilterRules/1500")
+        self.assertEqual(self.browser.run("return [document.activeElement.id, document.activeElement.value]"),
+                         ["setting-1-IPPortFilterRules-1500-1", "10.0.5.249"])
+        self.assertLess(len(self.texts("[data-key=IPPortFilterRules] tbody tr")), 100)
+        self.write("#setting-1-IPPortFilterRules-1500-1", "10.9.9.9")
+        records[1499] = records[1499].replace("10.0.5.249", "10.9.9.9")
+        self.browser.wait_for("document.querySelector('#setting-1-IPPortFilterRules-1500-1').value === '10.9.9.9'")
+        self.assertEqual(self.wish("change", space=1, key="New", value="x" * 524289),
+                         (422, {"error": "a value has 524288 bytes at most, and this 524289"}))
+        self.browser.wait_for("/^1 change not kept yet: \\d{4,} commands/.test("
+                              "document.getElementById('pending-text').textContent)")
+        self.assertEqual(self.value(self.ask("/api/settings.conf")[1], "IPPortFilterRules"), ";".join(records))
+
     def test_a_rule_of_the_picture_tells_where_it_comes_from(self):
         self.wish("change", space=1, key="PortForwardRules", value="192.168.1.99,80,80,TCP,x")
         self.view("firewall")
@@ -223,11 +313,104 @@ class Served(unittest.TestCase):
             rule.textContent.includes("DNAT 192.168.1.99")).focus()""")
         told = self.texts(".told p")
         self.assertRegex(told[0], "-d 198.51.100.2|-d 203.0.113.2")
-        self.assertIn("from PortForwardRules, record 1: 192.168.1.99,80,80,TCP,x", told)
+        self.assertIn("from record 1 of PortForwardRules: 192.168.1.99,80,80,TCP,x", told)
         self.browser.run("document.querySelector('.told a').click()")
         self.browser.wait_for("document.body.dataset.ready === 'settings'")
-        self.assertEqual(self.texts(".setting:not([hidden]) label"),
-                         ["PortForwardRules", "SinglePortForwardRules"])
+        self.assertEqual(self.browser.run("return location.hash"), "#settings/1/PortForwardRules/1")
+
+    # ---- the firewall on a small screen, and questions about packets ----
+
+    def test_the_firewall_is_a_list_on_a_small_screen(self):
+        self.wish("change", space=1, key="PortForwardRules", value="192.168.1.99,80,80,TCP,x")
+        self.browser.resize(400, 800)
+        self.addCleanup(self.browser.resize, 1280, 900)
+        self.view("firewall")
+        self.browser.run("[...document.querySelectorAll('button')].find((one) => one.textContent === 'Next change').click()")
+        self.assertEqual(self.texts(".chain[open] > summary code"), ["port_forward"])
+        self.assertIn("1 DNAT", self.texts(".chain[open] .verdict"))
+        self.assertEqual(self.browser.run("return [...document.querySelectorAll('.rule.added')].map((rule) => rule.querySelector('summary').innerText.split('\\n'))"),
+                         [["1", "TCP to 203.0.113.2 to port 80:80 goes to 192.168.1.99 instead.", "DNAT"]])
+        self.assertEqual(self.browser.run("return document.querySelector('.rule.added a').hash"), "#settings/1/PortForwardRules/1")
+        # As a picture, what is told of a rule stands above the bar of the changes.
+        self.browser.run("document.querySelector('.choices input').click()")
+        self.browser.wait_for("document.querySelector('.picture .rule.added')")
+        self.browser.run("document.querySelector('.picture .rule.added').focus()")
+        self.assertTrue(self.browser.run("return document.querySelector('.told').getBoundingClientRect().bottom < document.getElementById('pending').getBoundingClientRect().top"))
+
+    def test_by_night_the_picture_is_dark(self):
+        self.browser.dark(True)
+        self.addCleanup(self.browser.dark, False)
+        self.view("firewall")
+        lights = self.browser.run("""return ["rect", ".row", ".header", ".drop rect"].map((name) =>
+            Math.max(...getComputedStyle(document.querySelector(`.picture ${name}`)).fill.match(/\\d+/g)))""")
+        self.assertLess(max(lights), 100, lights)
+
+    def test_a_packet_is_followed_to_the_record_that_drops_it(self):
+        self.view(MAIL)
+        self.assertEqual(self.texts(".answer"), ["Dropped by record 1 of IPPortFilterRules (192.168.1.20 to any, TCP 25)."])
+        self.assertEqual(self.browser.run("return [...document.querySelectorAll('.answer a')].map((link) => link.hash)"),
+                         ["#settings/1/IPPortFilterRules/1"])
+        self.assertIn("rule 3 of macipport_filter: TCP of a connection in state NEW,INVALID from 192.168.1.20 to port 25 is dropped.",
+                      self.texts(".step p"))
+        self.assertIn("rule 1 of port_forward: TCP to 203.0.113.2 to port 443 goes to 192.168.1.10 instead. "
+                      "No: the destination is 198.51.100.1, not 203.0.113.2.", self.texts(".passed-by li"))
+        # The last step is the one that the picture shows as the end.
+        last = self.texts(".way-steps .badge-step")[-1]
+        self.assertEqual(self.browser.run("""return [...document.querySelectorAll(".picture .decided")].map((rule) =>
+            [rule.getAttribute("class"), rule.querySelector("title").textContent.split("\\n")[0], rule.dataset.step])"""),
+                         [["rule matched decided bad", "-m state --state NEW,INVALID -s 192.168.1.20 -d any/0 -p tcp --dport 25 -j DROP", last]])
+        # With the record gone, in the draft; and as it is kept.
+        records = self.value(self.ask("/api/settings.conf")[1], "IPPortFilterRules").split(";")
+        self.wish("change", space=1, key="IPPortFilterRules", value=";".join(records[1:]))
+        self.view(MAIL)
+        self.assertRegex(self.texts(".answer")[0], "^Forwarded out of eth2.2")
+        self.browser.run("document.querySelector('.ask-choices input').click()")
+        self.browser.wait_for("document.querySelector('.answer')?.textContent.startsWith('Dropped by record 1')")
+
+    def test_a_question_that_cannot_be_asked_is_named_at_its_field(self):
+        self.view("ask")
+        self.browser.run("""document.querySelector("[name=source]").value = "nonsense";
+            document.querySelector(".question button").click()""")
+        self.browser.wait_for("document.querySelector('.finding:not([hidden])')")
+        self.assertEqual(self.texts("label:has([aria-invalid]) .finding"), [
+            "'nonsense' is no IPv4 address; type one such as 198.51.100.1, or router for the router's own"])
+        self.assertEqual(self.browser.run("return document.activeElement.name"), "source")
+
+    def test_answers_about_packets(self):
+        mail = MAIL.partition("?")[2]
+        for question, field, part in (
+                (mail.replace("198.51.100.1", "here"), "destination", "no IPv4 address"),
+                (mail.replace("tcp/25", "tcp"), "protocol", "needs a port"), (mail.replace("lan", "dmz"), "from", "no side"),
+                (mail + "&mac=1", "mac", "no MAC address"), (mail + "&source_port=x", "source_port", "no number"),
+                (mail + "&flags=SIN", "flags", "no flag"), (mail + "&state=old", "state", "no state"), ("", "from", "no side")):
+            wrong = json.loads(self.ask(f"/api/trace?{question}")[1])["wrong"]
+            self.assertEqual(wrong["field"], field)
+            self.assertIn(part, wrong["why"])
+        self.assertEqual(json.loads(self.ask("/api/ports?to=nowhere")[1])["wrong"]["field"], "to")
+        web = next(one for one in json.loads(self.ask("/api/ports")[1])["openings"] if one["ports"] == ["443"])
+        self.assertEqual((web["words"]["heading"], web["by_origins"]),
+                         ("From the Internet (wan) through the router to lan", [{"space": 1, "key": "PortForwardRules", "record": 1}]))
+        # The router that is asked about is the one that is drawn.
+        followed = json.loads(self.ask(f"/api/trace?{mail}")[1])["ways"][0]["steps"]
+        drawn = {tuple(rule["made_by"].values()) for stage in json.loads(self.ask("/api/firewall")[1])["stages"]
+                 for chain in stage["chains"] for rule in chain["rules"]}
+        met = {tuple(step["made_by"].values()) for step in followed if step["step"] == "rule"}
+        self.assertGreater(len(met), 30)
+        self.assertLessEqual(met, drawn)
+
+    def test_a_fold_of_a_saved_picture_opens_without_a_script(self):
+        picture = pathlib.Path(self.folder.name, "large.svg")
+        large = pathlib.Path(self.folder.name, "large.conf")
+        large.write_text(configuration().replace("PortForwardRules=", "PortForwardRules=" + ";".join(
+            f"192.168.1.9,{port},{port},TCP,x" for port in range(1, 101)) + ";", 1))
+        subprocess.run([ORBA, "plan", "firewall_init", "-c", large, "--picture", picture], check=True)
+        self.browser.emulate("ScriptExecutionDisabled", value=True)
+        self.addCleanup(self.browser.emulate, "ScriptExecutionDisabled", value=False)
+        self.browser.go(picture.as_uri())
+        visible = "return document.querySelector('li').checkVisibility()"
+        self.assertFalse(self.browser.run(visible))
+        self.browser.driver.find_element("css selector", "summary").click()
+        self.assertTrue(self.browser.run(visible))
 
     def test_views_fit(self):
         self.wish("change", space=1, key="PortForwardRules", value="192.168.1.99,80,80,TCP,x")
@@ -239,7 +422,7 @@ class Served(unittest.TestCase):
         for width, height, dark in ((1280, 900, False), (1280, 900, True), (400, 800, False)):
             self.browser.resize(width, height)
             self.browser.dark(dark)
-            self.browser.screenshot(SHOTS / f"{name}-{width}{'-dark' if dark else ''}.png")
+            self.browser.screenshot(SHOTS / f"{name.partition('&')[0].replace('?', '-')}-{width}{'-dark' if dark else ''}.png")
             self.assertLessEqual(self.browser.run("return document.documentElement.scrollWidth"), width, name)
         self.browser.resize(1280, 900)
 
@@ -262,7 +445,7 @@ class Served(unittest.TestCase):
                 ("POST", "/api/discard", body | {"Origin": "http://127.0.0.1:1"}, 403),
                 ("POST", "/api/discard", body | {"Content-Type": "text/plain"}, 403),
                 ("POST", "/api/discard", {"Content-Type": "application/json", "Transfer-Encoding": "chunked"}, 403),
-                ("POST", "/api/discard", body | {"Content-Length": "65537"}, 403),
+                ("POST", "/api/discard", body | {"Content-Length": "1048577"}, 403),
                 ("PUT", "/api/discard", body, 403)):
             with self.subTest(method=method, path=path, headers=headers):
                 sent = b"{}" if method != "GET" and "Content-Length" in headers else None
@@ -339,6 +522,52 @@ class Served(unittest.TestCase):
         records = ";".join(f"192.168.1.9,{port},{port},TCP,{'x' * 20}" for port in range(1, 400))
         self.wish("change", space=1, key="PortForwardRules", value=records)
         self.assertLess(len(self.ask("/api/firewall.svg?changes")[1]), 2_000_000)
+
+    def test_nothing_is_lost_without_a_word(self):
+        config = pathlib.Path(self.folder.name, "saved.conf")
+        config.write_bytes(b"# mine\nDMZEnable=0\nSSID1=Caf\xe9\n")
+        ours, theirs = os.openpty()
+        defaults = pathlib.Path(self.folder.name, "defaults.conf")
+        defaults.write_text("DMZEnable=0\nHostName=router\n")
+        server = Server("-c", config, "--defaults", defaults, stdin=theirs, stderr=subprocess.PIPE)
+        os.close(theirs)
+        self.assertEqual(json.loads(server.ask("/api/settings")[1])["settings"], [
+            {"space": 1, "key": "DMZEnable", "value": "0"},
+            {"space": 1, "key": "HostName", "value": None, "default": "router"},
+            {"space": 1, "key": "SSID1", "value": "Caf\\xe9", "bytes": True, "default": None}])
+        server.wish("change", space=1, key="DMZEnable", value="1")
+        server.wish("keep")
+        self.assertEqual(server.wish("save")[0], 422)
+        server.orba.send_signal(signal.SIGINT)
+        said = [server.orba.stderr.readline() for _ in range(3)]
+        self.assertEqual(said[1], f"orba: kept in memory only, not in {config}: DMZEnable.\n")
+        self.assertEqual(server.ask("/")[0].status, 200)
+        self.assertEqual(server.end(signal.SIGINT), (
+            0, f"orba: lost, as it was kept in memory only, not in {config}: DMZEnable\n"))
+        os.close(ours)
+
+        server = Server("-c", config, "--save", config, stderr=subprocess.PIPE)
+        server.wish("change", space=1, key="DMZEnable", value="1")
+        self.assertEqual([one["key"] for one in server.wish("keep")[1]["unsaved"]], ["DMZEnable"])
+        self.assertEqual(server.wish("save")[1]["unsaved"], [])
+        written = b"# mine\nDMZEnable=1\nSSID1=Caf\xe9\n"
+        self.assertEqual(config.read_bytes(), written)
+        # What somebody else has written meanwhile stays, and is what settings are compared with.
+        config.write_bytes(written + b"HostName=theirs\n")
+        self.assertEqual([one["key"] for one in json.loads(
+            server.ask("/api/changes?against=file")[1])["list"]], ["HostName"])
+        self.assertEqual(server.wish("save")[0], 422)
+        config.write_bytes(written)
+        server.wish("change", space=1, key="DMZEnable", value="2")
+        server.wish("keep")
+        server.wish("change", space=1, key="New", value="x")
+        self.assertEqual(server.end(signal.SIGTERM), (
+            0, f"Written to {config}: DMZEnable\norba: lost, as it was not even kept: New\n"))
+        self.assertEqual(config.read_bytes(), written.replace(b"=1", b"=2"))
+        other = subprocess.run([ORBA, "serve", "-c", config, "--save", self.config],
+                               capture_output=True, text=True, timeout=60)
+        self.assertEqual((other.returncode, other.stderr), (
+            2, f"orba: --save would write over {self.config}, which is not the file of -c\n"))
 
     def test_a_port_in_use_is_an_error(self):
         second = subprocess.run([ORBA, "serve", "--config", self.config, "--port", str(self.port)],

@@ -5,6 +5,7 @@
 """
 import contextlib
 import glob
+import json
 import os
 import random
 import re
@@ -15,6 +16,7 @@ import tempfile
 
 orba, examples = sys.argv[1:]
 DONE, FOUND, USAGE, CONFIG, OUTPUT = range(5)
+NO_LAB = 77
 wrong = []
 
 
@@ -62,7 +64,16 @@ with tempfile.TemporaryDirectory() as folder, contextlib.chdir(folder):
         answers(f"{words} --lenient", DONE, ".", f"({bad})+$")
     answers("show getModelName -c -", DONE, "x\n$", given=b"\xef\xbb\xbfModelName=x")
     answers("diff - - getModelName", DONE, "getModelName: no difference", given=b"ModelName=x")
+    file("a.conf", b"ModelName=x\nnobody=1\n")
+    file("b.conf", b"ModelName=x\nnobody=2\n")
+    answers("diff a.conf b.conf", FOUND, '--- a.conf\n.*~ nobody: "1", now "2"\n\nevery entry point: no difference\n\nthe same traffic\n$')
+    answers("diff a.conf b.conf --json", FOUND, r'{\s*"settings": \[\s*{\s*"space": 1,\s*"key": "nobody",.*"effects": \[\],\s*"traffic": {')
+    answers("check -c - --json", FOUND, r'\[\s*{\s*"key": "OperationMode",\s*"space": 1,\s*"value": "4"', given=b"OperationMode=4")
+    answers("check -c -", DONE, "standard input: nothing found", given=b"StaticRoutingRules=0,off,10.8.0.0,255.255.0.0,,2")
+    for name in ("a.conf", "b.conf"):
+        os.remove(name)
     answers("check -c -", CONFIG, "$", "orba: standard input:1: ", given=b"x")
+    answers("check -c /dev/null", CONFIG, "$", "orba: /dev/null: holds no settings\n$")
     answers("check -c .", CONFIG, "$", "orba: .: is a folder; a file of KEY=VALUE lines is wanted\n$")
     answers("serve -c nosuch", CONFIG, "$", "orba: nosuch: No such file or directory\n$")
     answers("lab up -c bad.conf", CONFIG, "$", bad + hint)  # and not a copy of it
@@ -144,6 +155,11 @@ with tempfile.TemporaryDirectory() as folder, contextlib.chdir(folder):
             ("psk home net", "psk: 'net' is one word too many\n"), ("serve", "serve: -c FILE is missing\n"),
             ("lab up", "up: -c FILE is missing\n"), ("lab test nothere", "lab: there is no test 'nothere'; 'orba lab test --list' ")):
         answers(words, USAGE, "$", "orba:? " + told)
+    lab = dict(os.environ, ORBA_LAB_STATE=f"{folder}/lab")
+    up = subprocess.run([orba, "lab", "up", "--json", "-c", f"{examples}/minimal.conf"], env=lab, capture_output=True)
+    subprocess.run([orba, "lab", "down"], env=lab)
+    if up.returncode != NO_LAB and json.loads(up.stdout)["router"] != {"br0": "192.168.1.1", "eth2.2": "198.51.100.2"}:
+        wrong.append(f"the lab is {up}")
     answers("lab test --list route_test", DONE, "route_test\\.", "$")
     answers("lab test --list --json route_test", DONE, r'\[\s*{\s*"name": "route_test\.', "$")
     answers("psk home --json", DONE, r'{\s*"ssid": "home",\s*"key": "bf7dc914', "$", b"12345678\n")

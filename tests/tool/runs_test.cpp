@@ -4,6 +4,7 @@
 #include <sys/mman.h>
 
 #include <atomic>
+#include <nlohmann/json.hpp>
 #include <random>
 #include <sstream>
 
@@ -143,6 +144,49 @@ iptables filter FORWARD (policy ACCEPT, now DROP)
 )");
 }
 
+// A list by record, whichever way it came about; a network's value by its network; a row of the
+// timetable by its fields.
+TEST(ChangedSettings, AreToldByRecordAndField) {
+  const std::string before =
+      "AuthMode=OPEN;WPA2PSK\nPortForwardRules=192.168.1.10,443,0,TCP;192.168.1.11,80,0,TCP;"
+      "192.168.1.12,53,0,UDP\nwlanSchedule1=1 0 22 1 6 0\nDMZEnable=0\nold=a;b\nSSID1=Home\n";
+  const std::string after =
+      "[2]\nSSID1=5G\n[1]\nDMZEnable=1\nwlanSchedule1=1 1 22 1 6 0\nSSID1=Home\nold=b;c\n"
+      "PortForwardRules=192.168.1.12,53,0,UDP;192.168.1.10,443,0,TCP;192.168.1.11,80,90,TCP;"
+      "192.168.1.20,22,0,TCP\nAuthMode=WPA2PSK\n";
+  std::ostringstream out;
+  const auto changed = changedSettings(config(before), config(after));
+  printChangedSettings(out, changed, false);
+  EXPECT_EQ(out.str(), R"(settings
+~ PortForwardRules
+      Ports that are forwarded to hosts of the LAN
+~   record 2: 192.168.1.10,443,0,TCP  (was record 1)
+~   record 3: 192.168.1.11,80,90,TCP  (was record 2)
+        field 3 (last port): "0", now "90"
++   record 4: 192.168.1.20,22,0,TCP
+~ DMZEnable: "0" (off), now "1" (rules)
+      Whether a host gets everything from the WAN that nobody else takes, and how
+~ AuthMode
+      How stations prove themselves, a record a network
+~   record 1: WPA2PSK
+        was: OPEN
+-   record 2: WPA2PSK
+~ wlanSchedule1: "1 0 22 1 6 0", now "1 1 22 1 6 0"
+      The timetable
+        field 2 (mode): "0" (off inside the hours, on outside), now "1" (on inside, off outside)
++ SSID1 (space 2): "5G", which was not set
+      The module's network
+~ old
+-   record 1: a
++   record 2: c
+)");
+  EXPECT_EQ(changedSettingsAsJson(changed)[0]["records"][1].dump(),
+            R"({"change":"changed","before":{"record":2,"text":"192.168.1.11,80,0,TCP"},)"
+            R"("after":{"record":3,"text":"192.168.1.11,80,90,TCP"},)"
+            R"("fields":[{"field":3,"name":"last port","before":"0","after":"90"}]})");
+  EXPECT_THAT(changedSettings(config(after), config(after)), IsEmpty());
+}
+
 // A record alone is told from a plain value, equal records from each other, whether or not they
 // hold anything that could be another, and a setting that must merely be there is not named
 // beside closer ones. Each rule of a line has its own.
@@ -223,7 +267,8 @@ TEST(MarkedList, KnowsItsMarksInCommands) {
   EXPECT_THAT(list.carriedBy("-s 1.0.1.1", "-s 192.168.1.2 -j DROP"), IsEmpty());
 }
 
-// Without the record that is named, its commands are gone, and no other.
+// Without the record that is named, its commands are gone, and no other; of a long list too, of
+// which one record of a kind speaks for the others.
 TEST(Origins, AreTheRecordsWithoutWhichTheirCommandsAreGone) {
   std::mt19937 random(15);
   const std::string example = ORBA_EXAMPLES "/gateway.conf";
@@ -239,7 +284,8 @@ TEST(Origins, AreTheRecordsWithoutWhichTheirCommandsAreGone) {
     std::map<std::string, std::vector<std::string>> lists;
     for (const RandomList &list : kLists) {
       std::vector<std::string> &records = lists[list.key];
-      for (size_t left = 1 + random() % 6; left > 0; left--) {
+      const bool is_long = round == 1 && lists.size() == 1;
+      for (size_t left = is_long ? 40 : 1 + random() % 6; left > 0; left--) {
         records.push_back(list.records[random() % list.records.size()]);
       }
       put(list.key, records);
@@ -264,16 +310,32 @@ TEST(Origins, AreTheRecordsWithoutWhichTheirCommandsAreGone) {
       put(key, records);
     }
     EXPECT_GT(told, 6u);
-    for (int i = 0; i < 8; i++) {
-      size_t line = random() % run.commands.size();
-      EXPECT_EQ(originsOf(run, setUpDeskDevice, {{line}}).front(), origins[line].front())
-          << run.commands[line];
-    }
   }
 }
 
-// Of a list of any length, by no more runs than of a short one.
-TEST(Origins, OfTwoThousandRecordsCostNoMoreRunsThanOfTwo) {
+// A record without a protocol takes that of the one before it, which is of a kind with an earlier
+// one: left out, it would make another command of this one, and so the list stays as it is.
+TEST(Origins, OfALongListWhoseRecordsLeanOnOthersAreTheirs) {
+  std::string settings =
+      "OperationMode=1\ndefaultRouteNum=1\nwanConnectionMode=PPPOE\nPortForwardRules=";
+  for (int i = 0; i < 40; i++) {
+    const char *const protocols[] = {"TCP", "UDP", "TCP", ""};
+    settings +=
+        (i > 0 ? ";" : "") + ("192.168.1.5," + std::to_string(1000 + i)) + ",0," + protocols[i % 4];
+  }
+  const Recording run = runOf(settings + "\n", "iptablesPortForwardRun");
+  const Origins origins = orba::tool::originsOf(run, setUpDeskDevice);
+  ASSERT_EQ(origins.size(), 80u);
+  for (int i = 0; i < 80; i++) {
+    const Origin its = {Origin::kRecord, 1, "PortForwardRules", i / 2 + 1};
+    ASSERT_EQ(origins[static_cast<size_t>(i)].front().front(), its)
+        << run.commands[static_cast<size_t>(i)];
+  }
+}
+
+// Of a list of any length all that a short one tells, by two runs more: one finds out which
+// commands are a record's, one that those of one record of each kind are the same without the rest.
+TEST(Origins, OfTwoThousandRecordsCostTwoMoreRunsThanOfFive) {
   auto *runs = static_cast<std::atomic<int> *>(mmap(nullptr, sizeof(std::atomic<int>),
                                                     PROT_READ | PROT_WRITE,
                                                     MAP_SHARED | MAP_ANONYMOUS, -1, 0));
@@ -281,7 +343,6 @@ TEST(Origins, OfTwoThousandRecordsCostNoMoreRunsThanOfTwo) {
     ++*runs;
     setUpDeskDevice(device);
   };
-  int made = 0;
   auto tell = [&](size_t records) {
     std::string list = "firewallAction=DROP\nDefaultFirewallPolicy=0\nIPPortFilterRules=";
     for (size_t i = 0; i < records; i++) {
@@ -290,17 +351,19 @@ TEST(Origins, OfTwoThousandRecordsCostNoMoreRunsThanOfTwo) {
     Recording run = record(config(list + "\n"), "iptablesIPPortFilterRun", {}, counted);
     EXPECT_EQ(run.commands.size(), records * 2 + 2);
     *runs = 0;
-    Origins origins = originsOf(run, counted);
-    for (size_t i = 0; i < records * 2; i++) {
-      const Origin expected = {Origin::kRecord, 1, "IPPortFilterRules",
-                               static_cast<int>(i / 2 + 1)};
-      ASSERT_EQ(origins[i].front().front(), expected) << i;
-    }
-    made = *runs;
+    return originsOf(run, counted);
   };
-  tell(2);
-  const int of_two = made;
-  tell(2000);
-  EXPECT_EQ(made, of_two);
+  const Origins of_five = tell(5);
+  const int runs_of_five = *runs;
+  const Origins of_many = tell(2000);
+  EXPECT_EQ(*runs, runs_of_five + 2);
+  for (size_t i = 0; i < of_many.size(); i++) {
+    const bool end = i >= 4000;
+    std::vector<CommandOrigins> expected = of_five[end ? i - 4000 + 10 : i % 10];
+    for (Origin &origin : expected.front()) {
+      if (origin.role == Origin::kRecord && !end) origin.record = static_cast<int>(i / 2 + 1);
+    }
+    ASSERT_EQ(of_many[i], expected) << i;
+  }
   munmap(runs, sizeof *runs);
 }

@@ -9,6 +9,7 @@
 #include "tools/device/config.h"
 #include "tools/device/desk_device.h"
 #include "tools/show/check.h"
+#include "tools/show/doubts.h"
 
 using namespace orba::tool;
 using testing::ElementsAre;
@@ -157,6 +158,20 @@ TEST(Check, NamesWhatIsNoAddress) {
       {"RoutingRules", "host,x,,LAN", "has fewer than 7 fields; it is passed over"},
       {"StaticRoutingRules", "1,a,10.8.0.0,255.0.0.0,gateway,br0", host + looked_up},
       {"PolicyRoutingRules", "24,me,0,,-1,WAN,ppp0,name", host + as_is},
+      {"StaticRoutingRules", "0,off,10.8.0.0,x,,2", ""},
+      {"StaticRoutingRules", "x,a,10.8.0.0,255.0.0.0,,2",
+       "does not switch the route on; it is passed over"},
+      {"PolicyRoutingRules", "24,1.2.3.4,0,,tcp,WAN,ppp0,name",
+       "is no protocol number from 0 to 255, and not -1; it counts as 0"},
+      // Without a protocol a record has that of the one before.
+      {"PortForwardRules", "1.2.3.4,80,0,UDP;1.2.3.4,90,0,", ""},
+      {"PortForwardRules", "1.2.3.4,80,0,UDP;1.2.3.4,90,0,tcp",
+       "it stands for the protocol of the record before, UDP"},
+      {"PortForwardRules", "1.2.3.4,80,70,UDP",
+       "field 3 (last port): \"70\" is below the first port, 80; it makes a command that is refused"},
+      {"IPPortFilterRules", "any/0,,0,0,any/0,,80,70,1,,,,,,",
+       "(last destination port): \"70\" is below the first port, 80; it makes a command that is refused"},
+      {"IPPortFilterRules", "any/0,,0,0,any/0,,80,70,5,,,,,,", ""},  // which has no ports
       {"wan1Vid", "+", "VLAN id from 1 to 4094; it stands for every name that begins so"},
       {"RMTELNETServerPort", "-5", "is not a port from 1 to 65535" + not_run},
   };
@@ -169,10 +184,49 @@ TEST(Check, NamesWhatIsNoAddress) {
   }
 }
 
+// But not what other programs may have.
+TEST(Check, NamesWhatIsMisspelt) {
+  const std::vector<nvram::Setting> config = nvram::parseSettings(
+      "PortForwardEnabled=1\nhtpMode=0\ndmzenable=1\nSSID0=x\nWPAPSK=x\nIEEE80211H=1\nKey1Str2=x\nHideSSID=0\n"
+      "radio=1\n[2]\nChannel=1\nWirelesMode=9\n",
+      nullptr);
+  std::vector<std::string> found;
+  for (const Finding &finding : misspeltSettings(config)) found.push_back(finding.line());
+  const std::string nobody = "; it is read by nobody",
+                    called = " is set, but the setting is called ";
+  EXPECT_THAT(found,
+              ElementsAre("PortForwardEnabled: \"1\"" + called + "PortForwardEnable" + nobody,
+                          "htpMode: \"0\"" + called + "httpMode" + nobody,
+                          "dmzenable: \"1\"" + called + "DMZEnable" + nobody,
+                          "WirelesMode in space 2: \"9\"" + called + "WirelessMode" + nobody));
+}
+
+TEST(Check, NamesHostsThatAreNotInTheLan) {
+  sim::Device device;
+  device.settings({{"OperationMode", "1"},
+                   {"PortForwardRules",
+                    "10.0.0.5,81,0,TCP;192.168.1.9,80,0,TCP;10.8.1.5,82,0,TCP;10.9.1.5,83,0,TCP"},
+                   {"RoutingRules", "10.8.0.0,255.255.0.0,192.168.1.2,LAN,br0,,"},
+                   {"StaticRoutingRules", "1,a,10.9.0.0,255.255.0.0,192.168.1.3,br0"},
+                   {"DMZEnable", "1"},
+                   {"DMZAddress", "192.168.2.9"}});
+  EXPECT_THAT(doubtsAboutRecords(), IsEmpty());  // of no LAN that is known
+  device.interface("br0").address("192.168.1.1").netmask("255.255.255.0");
+  std::vector<std::string> found;
+  for (const Finding &finding : doubtsAboutRecords()) found.push_back(finding.line());
+  const std::string outside =
+      " is not in the LAN, 192.168.1.0/24 here; it is sent to where the default route leads";
+  EXPECT_THAT(found, ElementsAre("PortForwardRules, record 1, field 1 (LAN address): \"10.0.0.5\"" +
+                                     outside,
+                                 "DMZAddress: \"192.168.2.9\"" + outside));
+}
+
 TEST(Check, FindsNoFormBroken) {
   for (const char *name : {"gateway.conf", "minimal.conf", "repeater.conf"}) {
     sim::Device device;
     putSettings(example(name), device);
+    setUpDeskDevice(device);
     EXPECT_THAT(checkSettings(device), IsEmpty()) << name;
+    EXPECT_THAT(misspeltSettings(example(name)), IsEmpty()) << name;
   }
 }

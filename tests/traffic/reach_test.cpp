@@ -83,7 +83,7 @@ TEST(Reach, NamesWhatNoPacketReachesAndWhatStandsBefore) {
       {{"BlockLAND=1"},
        "BlockLAND: " + kIdle +
            "is for packets that the kernel's routing refuses, such as tcp from 203.0.113.2:40000 to "
-           "203.0.113.2:8080 (SYN)"},
+           "203.0.113.2:80 (SYN)"},
       {{"IPPortFilterRules=any/0,,0,0,192.168.1.1,,23,0,1,1,telnet,,,,"},
        "IPPortFilterRules, record 1: " + kUnreached +
            "is for packets to the router itself, which it does not filter, such as tcp from "
@@ -92,26 +92,54 @@ TEST(Reach, NamesWhatNoPacketReachesAndWhatStandsBefore) {
       {{"IPPortFilterRules=192.168.1.1,,0,0,any/0,,25,0,1,1,mail,,,,"},
        "IPPortFilterRules, record 1: " + kUnreached +
            "is for packets that the kernel's routing refuses, such as tcp from 192.168.1.1:40000 to "
-           "192.168.1.1:25 (SYN)"},
+           "198.51.100.1:25 (SYN)"},
       // Lists of other kinds.
       {{"aclRules=192.168.1.0/24;192.168.1.8"},
        "aclRules, record 2: " + kUnreached +
            behind("record 1 of aclRules (192.168.1.0/24)",
-                  "tcp from 192.168.1.8:40000 to 192.168.1.1:8080 (SYN)")},
+                  "tcp from 192.168.1.8:40000 to 192.168.1.1:80 (SYN)")},
       {{"MACFilterRules=00:0C:43:66:66:66;02:1A:11:F0:0D:5E;00:0C:43:66:66:66"},
        "MACFilterRules, record 3: " + kUnreached +
-           behind("record 1 of MACFilterRules (00:0C:43:66:66:66)",
-                  "tcp from 192.168.1.100:40000 to 192.168.1.1:8080 (SYN) by 00:0C:43:66:66:66")},
+           behind(
+               "record 1 of MACFilterRules (00:0C:43:66:66:66)",
+               "tcp from 192.168.1.100:40000 to 198.51.100.1:80 (SYN) with mac 00:0C:43:66:66:66")},
       {{"PortForwardRules=192.168.1.10,80,90,TCP;192.168.1.11,85,0,TCP"},
        "PortForwardRules, record 2: " + kUnreached +
            behind("record 1 of PortForwardRules (TCP 80-90 to 192.168.1.10)",
                   "tcp from 198.51.100.100:40000 to 203.0.113.2:85 (SYN)")},
+      {{"PortForwardRules=192.168.1.10,80,0,TCP;192.168.1.11,80,0,TCP&UDP"},
+       "PortForwardRules, record 2: does not get all its packets; it comes behind record 1 of "
+       "PortForwardRules (TCP 80 to 192.168.1.10), where all its tcp packets go, such as tcp from "
+       "198.51.100.100:40000 to 203.0.113.2:80 (SYN)"},
       {{"PortForwardRules=192.168.1.10,80,90,TCP;192.168.1.11,85,95,TCP"},
        "PortForwardRules, record 2: does not get all its ports; it leaves 85-90 to record 1 of "
        "PortForwardRules (TCP 80-90 to 192.168.1.10), such as tcp from 198.51.100.100:40000 to "
-       "203.0.113.2:85 (SYN)"},
+       "203.0.113.2:87 (SYN)"},
       {{"PortForwardRules=192.168.1.10,80,90,TCP;192.168.1.11,85,95,UDP;192.168.1.10,85,95,TCP"},
        ""},
+      {{"PortForwardRules=192.168.1.10,80,90,UDP;192.168.1.11,80,90,TCP&UDP"},
+       "PortForwardRules, record 2: does not get all its packets; it comes behind record 1 of "
+       "PortForwardRules (UDP 80-90 to 192.168.1.10), where all its udp packets go, such as udp "
+       "from 198.51.100.100:40000 to 203.0.113.2:80"},
+      // Routes: a smaller network has its own, an equal one does not.
+      {{"StaticRoutingRules=1,a,10.8.0.0,255.255.0.0,192.168.1.7,br0;"
+        "1,b,10.8.4.0,255.255.255.0,192.168.1.8,br0"},
+       ""},
+      {{"StaticRoutingRules=1,a,10.8.0.0,255.255.0.0,192.168.1.7,br0;"
+        "1,b,10.8.0.0,255.255.0.0,192.168.1.8,br0"},
+       "StaticRoutingRules, record 1: is taken by no packet; it leaves 10.8.0.0/16 to record 2 of "
+       "StaticRoutingRules (10.8.0.0/255.255.0.0 through 192.168.1.8 by br0), such as tcp from "
+       "192.168.1.100:40000 to 10.8.0.10:80 (SYN)"},
+      // Of two policies the marks make another's.
+      {{"wanConnectionMode2=DHCP", "wan2Vid=20", "wanConnectionMode3=DHCP", "wan3Vid=30",
+        "PolicyRoutingRules=255.255.255.255,192.168.1.30,0,,-1,WAN2,eth2.20,a;"
+        "255.255.255.0,192.168.1.0,0,,17,WAN3,eth2.30,b"},
+       "PolicyRoutingRules, record 1: does not lead all its packets; it leaves what record 2 of "
+       "PolicyRoutingRules (from 192.168.1.0/255.255.255.0, protocol 17, out by WAN3) matches too "
+       "to that, such as udp from 192.168.1.30:40000 to 198.51.100.1:80"},
+      {{"OperationMode=2", "RoutingRules=", "MACFilterRules=00:0C:43:66:66:66"},
+       "MACFilterRules, record 1: " + kUnreached +
+           "is for frames of a bridge, and the router has none"},
       // The tools want the ports in order.
       {{"IPPortFilterRules=192.168.1.20,,0,0,any/0,,26,25,1,1,mail,,,,"},
        "IPPortFilterRules, record 1: makes a command that is refused (26:25: the first is above "

@@ -7,15 +7,15 @@
 
 #include "sim/neighbourhood.h"
 
-namespace {
-
 using sim::Bytes;
 using sim::putNumber;
 
-Bytes operator+(Bytes a, const Bytes &b) {
+static Bytes operator+(Bytes a, const Bytes &b) {
   a.insert(a.end(), b.begin(), b.end());
   return a;
 }
+
+namespace {
 
 // ---- the elements, piece by piece ----
 
@@ -26,7 +26,7 @@ const Bytes kCckm = {0x00, 0x40, 0x96, 7};
 
 const auto rsn = [](uint8_t type) { return kRsn + Bytes{type}; };
 const auto wpa = [](uint8_t type) { return kWpa + Bytes{type}; };
-const auto count = [](size_t number) {
+const auto numberOf = [](size_t number) {
   return Bytes{static_cast<uint8_t>(number), static_cast<uint8_t>(number >> 8)};
 };
 const auto element = [](uint8_t id, const Bytes &body) {
@@ -39,14 +39,14 @@ const auto wpaElement = [](const Bytes &lists) {
 
 // Group and pairwise cipher, and one or more key management suites.
 const auto suites = [](const Bytes &cipher, const Bytes &keys) {
-  return cipher + count(1) + cipher + count(keys.size() / 4) + keys;
+  return cipher + numberOf(1) + cipher + numberOf(keys.size() / 4) + keys;
 };
 const auto rsnWith = [](const Bytes &keys) { return rsnElement(suites(rsn(4), keys)); };
 const auto wpaWith = [](const Bytes &keys) { return wpaElement(suites(wpa(2), keys)); };
 
 // ---- records ----
 
-constexpr size_t kPrivacy = 48, kFrequency = 72, kMode = 92, kElementsLength = 112;
+constexpr size_t kPrivacy = 48, kKilohertz = 72, kMode = 92, kElementsLength = 112;
 
 Bytes recordWith(const Bytes &elements, uint32_t mode = 1, uint32_t privacy = 1) {
   Bytes record = sim::encodeNetwork({"net", "00:11:22:33:44:55", 6, -60, {}});
@@ -138,10 +138,10 @@ TEST(SurveyRecord, Names) {
 
 // Infrastructure with privacy, where nothing else is said.
 TEST(SurveyRecord, Security) {
-  const Bytes both = rsn(4) + count(2) + rsn(4) + rsn(2) + count(1) + rsn(2);
-  const Bytes old_both = wpa(2) + count(2) + wpa(2) + wpa(4) + count(1) + wpa(2);
+  const Bytes both = rsn(4) + numberOf(2) + rsn(4) + rsn(2) + numberOf(1) + rsn(2);
+  const Bytes old_both = wpa(2) + numberOf(2) + wpa(2) + wpa(4) + numberOf(1) + wpa(2);
   const Bytes all = wpaWith(wpa(1) + wpa(2)) + rsnWith(rsn(1) + rsn(2));
-  const Bytes kRsnCiphers = rsn(4) + count(1) + rsn(4), kWpaCiphers = wpa(2) + count(1) + wpa(2);
+  const Bytes kRsnCiphers = rsn(4) + numberOf(1) + rsn(4), kWpaCiphers = wpa(2) + numberOf(1) + wpa(2);
   const Bytes unknown_cipher = rsnElement(suites(rsn(5), rsn(2)));
   Bytes overlong = wpaWith(wpa(2)) + rsnWith(rsn(2));
   overlong[wpaWith(wpa(2)).size() + 1] = 0xFF;
@@ -156,7 +156,7 @@ TEST(SurveyRecord, Security) {
       {"encrypted", {}, "Unknown / WEP"},
       {"RSN, type 0 counts as a key", rsnWith(rsn(0)), "WPA2-PSK / AES"},
       {"RSN before WPA", rsnElement(both) + wpaElement(old_both), "WPA-PSK; WPA2-PSK / TKIP; AES"},
-      {"the other AES", rsnElement(rsn(3) + count(0) + count(1) + rsn(2)), "WPA2-PSK / AES"},
+      {"the other AES", rsnElement(rsn(3) + numberOf(0) + numberOf(1) + rsn(2)), "WPA2-PSK / AES"},
       {"all there is", all, "WPA; WPA-PSK; WPA2; WPA2-PSK / TKIP; AES"},
       {"all, ad hoc", all, "WPA; WPA-NONE; WPA2; WPA2-NONE / TKIP; AES", 0},
       {"the longest", wpaWith(kCckm + wpa(2)) + rsnWith(rsn(1) + rsn(2)),
@@ -166,27 +166,27 @@ TEST(SurveyRecord, Security) {
       {"CCKM gives way to WPA", wpaWith(kCckm + wpa(1)), "WPA / TKIP"},
       {"CCKM stays beside keys", wpaWith(wpa(2)) + rsnWith(kCckm), "CCKM; WPA-PSK / TKIP; AES"},
       {"foreign key suites are passed over", rsnWith(kForeign + rsn(2)), "WPA2-PSK / AES"},
-      {"foreign group", rsnElement(kForeign + count(1) + rsn(4) + count(1) + rsn(2)),
+      {"foreign group", rsnElement(kForeign + numberOf(1) + rsn(4) + numberOf(1) + rsn(2)),
        "Unknown / WEP"},
       {"ciphers end at a foreign one; the keys behind them stay where they are",
-       rsnElement(rsn(4) + count(2) + kForeign + rsn(2) + count(1) + rsn(2)), "WPA2-PSK / AES"},
+       rsnElement(rsn(4) + numberOf(2) + kForeign + rsn(2) + numberOf(1) + rsn(2)), "WPA2-PSK / AES"},
       {"keys without a cipher we know", unknown_cipher, "WPA2-PSK / WEP"},
       {"the same without privacy", unknown_cipher, "OPEN / Not Use", 1, 0},
-      {"RSN of 12 bytes", rsnElement(rsn(4) + count(1) + rsn(2)), "Unknown / TKIP; AES"},
-      {"RSN of 11 bytes is none", rsnElement(rsn(4) + count(1) + kRsn), "Unknown / WEP"},
-      {"WPA of 16 bytes", wpaElement(wpa(2) + count(1) + wpa(4)), "Unknown / TKIP; AES"},
-      {"WPA of 15 bytes is none", wpaElement(wpa(2) + count(1) + kWpa), "Unknown / WEP"},
+      {"RSN of 12 bytes", rsnElement(rsn(4) + numberOf(1) + rsn(2)), "Unknown / TKIP; AES"},
+      {"RSN of 11 bytes is none", rsnElement(rsn(4) + numberOf(1) + kRsn), "Unknown / WEP"},
+      {"WPA of 16 bytes", wpaElement(wpa(2) + numberOf(1) + wpa(4)), "Unknown / TKIP; AES"},
+      {"WPA of 15 bytes is none", wpaElement(wpa(2) + numberOf(1) + kWpa), "Unknown / WEP"},
       {"another kind", element(221, kWpa + Bytes{2, 1, 0} + kWpaCiphers), "Unknown / WEP"},
       {"a hidden name comes first", element(0, {}) + rsnWith(rsn(2)), "WPA2-PSK / AES"},
       {"an empty element later", element(1, {2}) + element(0, {}) + rsnWith(rsn(2)),
        "Unknown / WEP"},
       // What reaches beyond its element or the elements is not followed.
-      {"too many ciphers", rsnElement(rsn(4) + count(0xFFFF) + rsn(2)), "Unknown / TKIP; AES"},
-      {"too many keys", rsnElement(kRsnCiphers + count(0xFFFF) + rsn(2)) + Bytes(4),
+      {"too many ciphers", rsnElement(rsn(4) + numberOf(0xFFFF) + rsn(2)), "Unknown / TKIP; AES"},
+      {"too many keys", rsnElement(kRsnCiphers + numberOf(0xFFFF) + rsn(2)) + Bytes(4),
        "WPA2-PSK / AES"},
-      {"behind the last key suite", rsnElement(rsn(4) + count(0) + count(1) + rsn(1) + rsn(2)),
+      {"behind the last key suite", rsnElement(rsn(4) + numberOf(0) + numberOf(1) + rsn(1) + rsn(2)),
        "WPA2 / AES"},
-      {"half a key suite", rsnElement(rsn(4) + count(0) + count(2) + rsn(1) + kRsn), "WPA2 / AES"},
+      {"half a key suite", rsnElement(rsn(4) + numberOf(0) + numberOf(2) + rsn(1) + kRsn), "WPA2 / AES"},
       {"an element beyond the others", overlong, "WPA-PSK / TKIP"},
   };
   for (const auto &c : cases) {
@@ -217,7 +217,7 @@ TEST(SurveyRecord, OtherModesAndFrequencies) {
   }
   for (uint32_t kilohertz : {0u, 2411999u, 5000000u, 2437u, 0xFFFFFFFFu}) {
     Bytes record = recordWith({});
-    putNumber(record, kFrequency, kilohertz);
+    putNumber(record, kKilohertz, kilohertz);
     EXPECT_FALSE(orba::describeNetwork(view(record), network)) << kilohertz;
   }
 }

@@ -6,7 +6,8 @@
 namespace orba::tool {
 
 std::string Finding::fieldName() const {
-  const Field *known = descriptionOf(key, space)->form.field(field);
+  const SettingDescription *setting = descriptionOf(key, space);
+  const Field *known = setting != nullptr ? setting->form.field(field) : nullptr;
   return known != nullptr ? known->name : "";
 }
 

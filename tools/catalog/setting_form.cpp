@@ -103,7 +103,7 @@ bool isRecordOf(const Form &form, const std::string &text) {
 }
 
 // "1, 2 (relay) or 3".
-std::string oneOf(const std::vector<Choice> &choices) {
+std::string choicesInWords(const std::vector<Choice> &choices) {
   std::string text;
   for (size_t i = 0; i < choices.size(); i++) {
     if (i > 0) text += i + 1 < choices.size() ? ", " : " or ";
@@ -170,7 +170,7 @@ std::string Form::inWords() const {
     return fields.front().form.inWords() + " for each network, separated by semicolons";
   }
   if (const Plain *plain = plainOf(kind)) return plain->words;
-  return oneOf(choices);
+  return choicesInWords(choices);
 }
 
 std::vector<std::string> Form::values() const {

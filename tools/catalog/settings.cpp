@@ -28,6 +28,15 @@ std::string SettingDescription::exampleOf(const std::string &its_key) const {
   return "";
 }
 
+std::optional<std::string> SettingDescription::valueWithout() const {
+  if (without == "off") return "0";
+  // "0", "0 (LAN)", "5, also when empty"
+  const std::string value = without.substr(0, without.find_first_of(" ,"));
+  const std::string rest = without.substr(value.size());
+  const bool is_value = rest.empty() || rest.starts_with(" (") || rest == ", also when empty";
+  return is_value && form.limits() && form.matches(value) ? std::optional(value) : std::nullopt;
+}
+
 bool SettingDescription::describes(const std::string &other_key, int other_space) const {
   if (other_space != space) return false;
   if (!isFamily()) return other_key == key;

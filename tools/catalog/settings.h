@@ -3,6 +3,7 @@
 #ifndef ORBA_TOOLS_CATALOG_SETTINGS_H
 #define ORBA_TOOLS_CATALOG_SETTINGS_H
 
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -26,6 +27,8 @@ struct SettingDescription {
   // The keys that it stands for, one or one for each number, with their examples.
   std::vector<std::pair<std::string, std::string>> keysWithExamples() const;
   std::string exampleOf(const std::string &its_key) const;
+  // The value with which the library does the same as without the setting, where one does.
+  std::optional<std::string> valueWithout() const;
   // A family also stands for what a number out of its range makes the library ask for.
   bool describes(const std::string &other_key, int other_space) const;
 };

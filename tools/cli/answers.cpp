@@ -11,10 +11,11 @@
 #include <set>
 
 #include "tools/catalog/entry_point.h"
+#include "tools/cli/device_options.h"
 #include "tools/cli/subcommands.h"
 #include "tools/device/config.h"
-#include "tools/device/desk_device.h"
 #include "tools/show/check.h"
+#include "tools/show/doubts.h"
 #include "tools/show/explain.h"
 #include "tools/text/json.h"
 #include "tools/text/lines.h"
@@ -52,19 +53,20 @@ struct ExplainOptions {
   bool json = false;
 };
 
-struct CheckOptions {
+struct CheckOptions : DeviceOptions {
   std::string config;
   bool json = false;
 };
 
 // What the settings show, and what packets show of records that nothing was said of.
-std::vector<Finding> findingsIn(const std::vector<nvram::Setting> &config) {
+std::vector<Finding> findingsIn(const std::vector<nvram::Setting> &config, const Prepare &prepare) {
   sim::Device device;
   putSettings(config, device);
-  std::vector<Finding> findings = checkSettings(device);
+  prepare(device);
+  std::vector<Finding> findings = misspeltSettings(config);
+  for (Finding &finding : checkSettings(device)) findings.push_back(std::move(finding));
   std::set<std::pair<std::string, int>> told;
   for (const Finding &finding : findings) told.insert({finding.key, finding.record});
-  const Prepare prepare = [](sim::Device &made) { DeskDevice{"", ""}.prepare(made); };
   const DeskRouter desk = deskRouter(config, prepare);
   packets::Diagrams diagrams;
   SideWays ways(desk, diagrams);
@@ -75,25 +77,38 @@ std::vector<Finding> findingsIn(const std::vector<nvram::Setting> &config) {
   return findings;
 }
 
+// Records and fields are numbered from 1; what is about more than one has no number.
+nlohmann::ordered_json asJson(const Finding &finding) {
+  nlohmann::ordered_json json = {{"key", finding.key}, {"space", finding.space}};
+  if (finding.record != 0) json["record"] = finding.record;
+  if (finding.field != 0) {
+    json["field"] = finding.field;
+    json["field_name"] = finding.fieldName();
+  }
+  json["value"] = finding.value;
+  json["reason"] = finding.reason;
+  json["effect"] = finding.effect;
+  if (!finding.witness.empty()) {
+    json["blocker"] = finding.blocker;
+    json["witness"] = finding.witness;
+  }
+  return json;
+}
+
 Exit check(const CheckOptions &options) {
-  const std::vector<Finding> findings = findingsIn(readConfig(options.config));
-  std::string name = visible(options.config);
+  options.confineToLab();
+  const std::string name = nameOf(options.config);
+  const std::vector<nvram::Setting> config = readConfig(options.config);
+  if (config.empty()) throw BadConfig(name + ": holds no settings");
+  const std::vector<Finding> findings =
+      findingsIn(config, [&](sim::Device &device) { options.prepare(device); });
   nlohmann::ordered_json all = nlohmann::ordered_json::array();
   for (const Finding &finding : findings) {
-    if (!options.json) std::cout << name << ": " << finding.line() << "\n";
-    all.push_back({{"key", finding.key},
-                   {"space", finding.space},
-                   {"record", finding.record},
-                   {"field", finding.field},
-                   {"field_name", finding.fieldName()},
-                   {"value", finding.value},
-                   {"reason", finding.reason},
-                   {"effect", finding.effect},
-                   {"blocker", finding.blocker},
-                   {"witness", finding.witness}});
+    if (!options.json) std::cout << visible(name) << ": " << finding.line() << "\n";
+    all.push_back(asJson(finding));
   }
   if (options.json) printJson(std::cout, all);
-  if (findings.empty() && !options.json) std::cout << name << ": nothing found\n";
+  if (findings.empty() && !options.json) std::cout << visible(name) << ": nothing found\n";
   return findings.empty() ? kDone : kFound;
 }
 
@@ -157,8 +172,9 @@ void addCheck(CLI::App &app, Exit &exit) {
   auto options = std::make_shared<CheckOptions>();
   CLI::App &command = *app.add_subcommand(
       "check",
-      "Records that are passed over, cut or reached by no packet, values out of form, open ports");
+      "Records that are passed over, cut or reached by no packet, values out of form, misspelt names, open ports");
   command.add_option("-c,--config,FILE", options->config, "The settings")->required();
+  options->addTo(command);
   command.add_flag("--json", options->json, kForPrograms);
   command.callback([options, &exit] { exit = check(*options); });
 }

@@ -12,10 +12,13 @@
 #include "tools/cli/subcommands.h"
 #include "tools/device/config.h"
 #include "tools/firewall/picture.h"
+#include "tools/firewall/rule_words.h"
 #include "tools/lab/lab.h"
 #include "tools/play/difference.h"
+#include "tools/play/effects.h"
 #include "tools/play/origin.h"
 #include "tools/play/recording.h"
+#include "tools/rehearse/batch.h"
 #include "tools/show/changes.h"
 #include "tools/show/report.h"
 #include "tools/show/statistics.h"
@@ -91,28 +94,36 @@ struct PlanOptions : CallOptions {
   bool raw = false;
   long long ticks = 0;
   bool tables = false;
+  bool in_words = false;
   bool origins = false;
+  bool batch = false;
+  size_t jobs = 1;
   std::string picture;
 };
 
 Exit plan(const PlanOptions &options) {
   options.confineToLab();
+  if (options.batch) {
+    answerBatch([&](sim::Device &device) { options.prepare(device); }, options.jobs);
+    return kDone;
+  }
   Recording run = options.run(options.ticks);
   std::optional<Origins> origins;
   if (options.origins || !options.picture.empty()) {
     origins = originsOf(run, [&](sim::Device &device) { options.prepare(device); });
   }
   const Origins *shown = origins ? &*origins : nullptr;
+  const RuleWords words = options.in_words ? ruleInWords : nullptr;
   if (!options.picture.empty()) {
     writePicture(options.picture, run, *origins);
   } else if (options.json && options.tables) {
-    printJson(std::cout, tablesAsJson(run));
+    printJson(std::cout, tablesAsJson(run, words));
   } else if (options.json) {
     printJson(std::cout, planAsJson(run, shown));
   } else if (options.raw) {
     printRaw(std::cout, run);
   } else if (options.tables) {
-    printTables(std::cout, run);
+    printTables(std::cout, run, words);
   } else {
     printPlan(std::cout, run, shown);
   }
@@ -182,14 +193,18 @@ Exit show(const ShowOptions &options) {
 
 // ---- diff ----
 
+constexpr char kFirewall[] = "firewall_init";
+
 struct DiffOptions : DeviceOptions {
   std::string before;
   std::string after;
-  std::string entry = "firewall_init";
+  std::string entry;  // empty: every one that reads what differs
   std::vector<std::string> words;
   std::string picture;
   bool json = false;
   bool meanwhile = false;
+
+  std::string entryOrFirewall() const { return entry.empty() ? kFirewall : entry; }
 };
 
 // The entry point runs with the new settings on the router that the old ones have made.
@@ -197,7 +212,7 @@ Exit diffMeanwhile(const DiffOptions &options) {
   const Prepare prepare = [&](sim::Device &device) { options.prepare(device); };
   const DeskRouter before = deskRouter(readConfig(options.before), prepare);
   const Recording rebuild =
-      record(readConfig(options.after), options.entry, options.words, prepare);
+      record(readConfig(options.after), options.entryOrFirewall(), options.words, prepare);
   const auto begun = std::chrono::steady_clock::now();
   bool shown = false;
   const Meanwhile meanwhile = meanwhileOf(before, rebuild, [&](size_t done, size_t all) {
@@ -215,47 +230,80 @@ Exit diffMeanwhile(const DiffOptions &options) {
   return meanwhile.windows.empty() ? kDone : kFound;
 }
 
-// An entry point of the router's start is told with what its change does to traffic.
+Exit diffPicture(const DiffOptions &options) {
+  const Prepare prepare = [&](sim::Device &device) { options.prepare(device); };
+  const auto run = [&](const std::string &path) {
+    return record(readConfig(path), options.entryOrFirewall(), options.words, prepare);
+  };
+  const Recording before = run(options.before), after = run(options.after);
+  const Difference difference = differenceOf(before, after);
+  writePicture(options.picture, after, originsOf(after, prepare), &difference);
+  return difference.none() ? kDone : kFound;
+}
+
+// What other settings make otherwise.
+struct Changes {
+  std::vector<ChangedSetting> settings;
+  std::vector<Effect> effects;  // of the entry point that was asked for, or of every one
+  std::optional<DeskRouter> router;
+  std::optional<TrafficChanges> traffic;
+
+  bool none() const { return settings.empty() && effects.empty() && (!traffic || traffic->none()); }
+};
+
+Changes changesOf(const DiffOptions &options) {
+  const Prepare prepare = [&](sim::Device &device) { options.prepare(device); };
+  const auto before = readConfig(options.before), after = readConfig(options.after);
+  Changes changes;
+  changes.settings = changedSettings(before, after);
+  if (options.entry.empty()) {
+    changes.effects = effectsOf(changes.settings, before, after, prepare);
+  } else {
+    Difference difference = differenceOf(record(before, options.entry, options.words, prepare),
+                                         record(after, options.entry, options.words, prepare));
+    if (!difference.none()) {
+      changes.effects.push_back({options.entry, options.words, std::move(difference)});
+    }
+  }
+  // Packets meet what the router's start has made.
+  if (options.entry.empty() || (isOfStart(options.entry) && options.words.empty())) {
+    changes.router = deskRouter(after, prepare);
+    changes.traffic = trafficChanges(deskRouter(before, prepare), *changes.router, prepare);
+  }
+  return changes;
+}
+
 Exit diff(const DiffOptions &options) {
   options.confineToLab();
   if (options.meanwhile) return diffMeanwhile(options);
-  const Prepare prepare = [&](sim::Device &device) { options.prepare(device); };
-  const auto old_settings = readConfig(options.before), settings = readConfig(options.after);
-  const bool with_traffic =
-      options.picture.empty() && isOfStart(options.entry) && options.words.empty();
-  std::optional<DeskRouter> old_router, router;
-  std::optional<TrafficChanges> traffic;
-  Recording before, after;
-  if (with_traffic) {
-    old_router = deskRouter(old_settings, prepare);
-    router = deskRouter(settings, prepare);
-    traffic = trafficChanges(*old_router, *router, prepare);
-    before = old_router->run(options.entry);
-    after = router->run(options.entry);
-  } else {
-    before = record(old_settings, options.entry, options.words, prepare);
-    after = record(settings, options.entry, options.words, prepare);
-  }
-  const Difference difference = differenceOf(before, after);
-  const bool none = difference.none() && (!traffic || traffic->none());
+  if (!options.picture.empty()) return diffPicture(options);
+  const Changes changes = changesOf(options);
   const bool coloured = isatty(STDOUT_FILENO) != 0;
-  if (!options.picture.empty()) {
-    writePicture(options.picture, after, originsOf(after, prepare), &difference);
-  } else if (options.json) {
-    nlohmann::ordered_json json = differenceAsJson(difference);
-    if (traffic) json["traffic"] = trafficChangesAsJson(*traffic, *router);
-    printJson(std::cout, json);
-  } else if (none) {
-    std::cout << options.entry << ": no difference\n";
-  } else {
-    std::cout << "--- " << visible(options.before) << "\n+++ " << visible(options.after) << "\n";
-    if (traffic) {
-      printTrafficChanges(std::cout, *traffic, *router, coloured);
-      if (!difference.none()) std::cout << "\n";
+  if (options.json) {
+    nlohmann::ordered_json json = {{"settings", changedSettingsAsJson(changes.settings)},
+                                   {"effects", effectsAsJson(changes.effects)}};
+    if (changes.traffic) {
+      json["traffic"] = trafficChangesAsJson(*changes.traffic, *changes.router);
     }
-    printDifference(std::cout, difference, coloured);
+    printJson(std::cout, json);
+  } else if (changes.none()) {
+    std::cout << (options.entry.empty() ? "" : options.entry + ": ") << "no difference\n";
+  } else {
+    std::cout << "--- " << visible(nameOf(options.before)) << "\n+++ "
+              << visible(nameOf(options.after)) << "\n\n";
+    printChangedSettings(std::cout, changes.settings, coloured);
+    printEffects(std::cout, changes.effects, coloured);
+    if (changes.effects.empty()) {
+      std::cout << "\n"
+                << (options.entry.empty() ? "every entry point" : options.entry)
+                << ": no difference\n";
+    }
+    if (changes.traffic) {
+      std::cout << "\n";
+      printTrafficChanges(std::cout, *changes.traffic, *changes.router, coloured);
+    }
   }
-  return none ? kDone : kFound;
+  return changes.none() ? kDone : kFound;
 }
 
 }  // namespace
@@ -273,10 +321,27 @@ void addPlan(CLI::App &app, Exit &exit) {
   ticks->check(CLI::Range(0LL, kMostTicks));
   CLI::Option *tables =
       command.add_flag("--tables", options->tables, "The resulting chains, as packets meet them");
+  command
+      .add_flag("--words", options->in_words,
+                "With --tables: below each rule what it does, in words")
+      ->needs(tables);
   CLI::Option *origins = command.add_flag("--origins", options->origins,
                                           "Below each command the settings it comes from");
   CLI::Option *picture = command.add_option("--picture", options->picture,
                                             "Write the resulting chains to this file, as SVG");
+  CLI::Option *batch = command.add_flag_callback(
+      "--batch",
+      [options, &command] {
+        options->batch = true;
+        command.get_option("ENTRY")->required(false);
+      },
+      "Answer requests, a line of JSON each, from standard input");
+  batch->trigger_on_parse();
+  command.add_option("--jobs", options->jobs, "Processes that answer them beside each other")
+      ->check(CLI::Range(1, 1024))
+      ->needs(batch);
+  for (CLI::Option *other : {json, raw, ticks, tables, origins, picture}) batch->excludes(other);
+  batch->excludes("ENTRY")->excludes("--config");
   raw->excludes(json)->excludes(tables)->excludes(origins)->excludes(picture);
   picture->excludes(json)->excludes(tables)->excludes(ticks);
   origins->excludes(tables)->excludes(ticks);
@@ -297,11 +362,12 @@ void addDiff(CLI::App &app, Exit &exit) {
   auto options = std::make_shared<DiffOptions>();
   CLI::App &command = *app.add_subcommand(
       "diff",
-      "What changes in traffic, and in an entry point's commands and chains, with the settings");
+      "Which settings differ, and what that changes in commands, chains, answers and traffic");
   command.add_option("BEFORE", options->before, "The settings: KEY=VALUE lines, [1] and [2]")
       ->required();
   command.add_option("AFTER", options->after, "The changed settings")->required();
-  command.add_option("ENTRY", options->entry, "The entry point")->capture_default_str();
+  command.add_option("ENTRY", options->entry,
+                     "Only this entry point; otherwise every one that reads what differs");
   command.add_option("ARG", options->words, "Its arguments");
   auto *picture = command.add_option("--picture", options->picture,
                                      "Write the chains with what changes to this file, as SVG");

@@ -60,9 +60,11 @@ _orba() {
   local offered=
   case $before in
     -c | --config | -d | --device | --picture) _orba_files -f "$word"; return ;;
-    -r | --root) _orba_files -d "$word"; return ;;
+    -r | --root | -o | --out) _orba_files -d "$word"; return ;;
     --state) offered='new established related invalid' ;;
-    -p | --port | --address | --at | --ticks | --mac | --flags | --source-port | --length | -s | --space) return ;;
+    -p | --port | --address | --at | --ticks | --mac | --flags | --source-port | --length | -s | --space | --jobs | --shard | --set | \
+      --default | --unset | --replace-record) return ;;
+    --entry) offered=$(_orba_names list) ;;
     --from | --to) offered='router lan wifi wan wan2 wan3 wan4' ;;
   esac
   if [ -n "$offered" ]; then
@@ -83,7 +85,7 @@ _orba() {
       trace)
         # The first positional; files of settings stand behind options.
         _orba_first_positional && offered='lan wifi wan wan2 wan3 wan4 router' ;;
-      check | serve | import | export | expect) _orba_files -f "$word"; return ;;
+      check | serve | import | export | expect | rehearse) _orba_files -f "$word"; return ;;
       explain) offered=$(_orba_names explain; _orba_names list) ;;
       *)
         # A subcommand's first positional may be an entry point. The help is read to its end: a

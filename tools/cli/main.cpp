@@ -23,7 +23,7 @@ using namespace orba::tool;
 // In the order of the help.
 constexpr void (*kSubcommands[])(CLI::App &, Exit &) = {
     addList,  addPlan,  addShow,    addDiff,   addTrace,  addPorts, addExpect,
-    addPsk,   addCheck, addExplain, addImport, addExport, addApply,
+    addPsk,   addCheck, addExplain, addImport, addExport, addApply, addRehearse,
 #ifdef ORBA_HAS_SERVE
     addServe,
 #endif
@@ -45,7 +45,7 @@ Exit complain(const std::exception &error, Exit code) {
 
 bool readsConfig(const CLI::App &command) {
   return command.get_option_no_throw("--config") != nullptr ||
-         command.get_option_no_throw("BEFORE") != nullptr;
+         command.get_option_no_throw("AFTER") != nullptr;
 }
 
 // Gives --lenient to each subcommand that does, those of `app` and theirs.

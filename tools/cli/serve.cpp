@@ -12,9 +12,13 @@ void addServe(CLI::App &app, Exit &exit) {
   auto options = std::make_shared<ServeOptions>();
   CLI::App &command = *app.add_subcommand(
       "serve", "The device on the desk in a browser: what it shows, and what a change would do");
+  command.add_option("-c,--config,FILE", options->config, "The settings")->required();
+  command.add_option("--save", options->save,
+                     "Where the page may write the settings to: FILE itself, or a new file");
   command
-      .add_option("-c,--config,FILE", options->config, "The settings, which are never written to")
-      ->required();
+      .add_option("--defaults", options->defaults,
+                  "The settings that the device comes with, to mark what differs from them")
+      ->check(CLI::ExistingFile);
   command.add_option("-r,--root", options->root, "A folder with the device's files, read only")
       ->check(CLI::ExistingDirectory);
   command.add_option("-d,--device", options->device, "What the device on the desk has and finds")

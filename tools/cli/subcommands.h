@@ -33,6 +33,7 @@ void addExplain(CLI::App &app, Exit &exit);
 void addImport(CLI::App &app, Exit &exit);
 void addExport(CLI::App &app, Exit &exit);
 void addApply(CLI::App &app, Exit &exit);
+void addRehearse(CLI::App &app, Exit &exit);
 void addServe(CLI::App &app, Exit &exit);
 void addLab(CLI::App &app, Exit &exit);
 

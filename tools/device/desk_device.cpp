@@ -1,11 +1,13 @@
 #include "tools/device/desk_device.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <iomanip>
 #include <sstream>
 
 #include "net/interface_name.h"
+#include "orba_util.h"
 #include "sim/radio.h"
 #include "sim/switch.h"
 #include "sim/wps_session.h"
@@ -110,7 +112,9 @@ void readLine(const std::string &line, sim::Device &device) {
 }  // namespace
 
 void setUpDeskDevice(sim::Device &device) {
-  device.interface("br0").address("192.168.1.1").netmask("255.255.255.0").mac(macOf(0));
+  for (const char *lan : {"br0", getLanIfName()}) {
+    device.interface(lan).address("192.168.1.1").netmask("255.255.255.0").mac(macOf(0));
+  }
   device.interface("ra0").mac(macOf(8));
   for (int wan = 1; wan <= kWans; wan++) {
     InterfaceName interface, ethernet;
@@ -153,6 +157,27 @@ void readDeviceFile(const std::string &path, sim::Device &device) {
   } catch (const std::invalid_argument &error) {
     throw BadConfig(path + ": " + error.what());
   }
+}
+
+std::vector<std::string> namesOnAir(sim::Device &device) {
+  constexpr int kSurveyList = 0x0609;
+  // In a record of the driver's list, after the number of records in front of all.
+  constexpr size_t kNameLength = 12, kName = 16, kLongestName = 32;
+  const auto values = device.part<sim::Radio>().values();
+  auto found = values.find({"ra0", kSurveyList});
+  std::vector<std::string> names;
+  if (found == values.end()) return names;
+  const sim::Bytes &list = found->second;
+  auto number = [&](size_t at) {
+    return size_t{list[at]} | size_t{list[at + 1]} << 8 | size_t{list[at + 2]} << 16;
+  };
+  for (size_t at = 4; at + kName + kLongestName <= list.size() && number(at) > 0;
+       at += number(at)) {
+    const auto name = list.begin() + static_cast<ptrdiff_t>(at + kName);
+    const size_t length = std::min(number(at + kNameLength), kLongestName);
+    names.emplace_back(name, name + static_cast<ptrdiff_t>(length));
+  }
+  return names;
 }
 
 void DeskDevice::prepare(sim::Device &made, void (*begin)(sim::Device &)) const {

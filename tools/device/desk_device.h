@@ -16,6 +16,7 @@
 #include <ctime>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "sim/device.h"
 
@@ -28,6 +29,9 @@ void setUpDeskDevice(sim::Device &device);
 
 // Reads a device file onto it. Throws BadConfig with file and line.
 void readDeviceFile(const std::string &path, sim::Device &device);
+
+// The names that its radio finds, byte by byte, in the order of its survey.
+std::vector<std::string> namesOnAir(sim::Device &device);
 
 // The device on the desk, but for its settings.
 struct DeskDevice {

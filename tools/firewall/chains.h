@@ -32,6 +32,9 @@ struct DrawnChain {
   bool is_new = false, is_gone = false;
   std::string policy, policy_before;
   std::vector<DrawnRule> rules;
+
+  // "iptables filter INPUT"
+  std::string path() const { return program + " " + table + " " + name; }
 };
 
 class FirewallChains {

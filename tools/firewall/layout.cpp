@@ -89,6 +89,14 @@ Row FirewallLayout::rowOf(const DrawnChain &chain, const DrawnRule &rule) const 
   return row;
 }
 
+Row FirewallLayout::rowOf(const DrawnChain &chain, const Fold &fold) const {
+  Row row;
+  row.fold = fold;
+  row.lines = {textOf(fold, chain)};
+  row.height = kLine + kRowPadding;
+  return row;
+}
+
 // A chain's box, and to its right those of the chains that it jumps to, each not
 // above the jump.
 void FirewallLayout::placeChain(StageBoxes &stage, const DrawnChain &chain, size_t depth, int y) {
@@ -99,10 +107,15 @@ void FirewallLayout::placeChain(StageBoxes &stage, const DrawnChain &chain, size
   box.y = std::max(y, next_y_[depth]);
   int at = box.y + kHeader;
   std::vector<std::pair<const DrawnChain *, int>> jumps;
-  for (const DrawnRule &rule : chain.rules) {
-    Row row = rowOf(chain, rule);
+  const std::vector<Fold> folds = foldsOf(chains_, chain);
+  auto fold = folds.begin();
+  for (size_t i = 0; i < chain.rules.size(); i++) {
+    const bool folded = fold != folds.end() && fold->first == i;
+    Row row = folded ? rowOf(chain, *fold) : rowOf(chain, chain.rules[i]);
+    if (folded) i = fold++->end - 1;
     row.y = at;
     at += row.height;
+    if (folded) open_folds_ = std::max(open_folds_, row.y + kOpenFold);
     if (row.leads_to != nullptr && placed_.insert(row.leads_to).second) {
       jumps.emplace_back(row.leads_to, row.y + row.height / 2);
     }
@@ -121,12 +134,12 @@ void FirewallLayout::placeChain(StageBoxes &stage, const DrawnChain &chain, size
   for (const auto &[target, row_middle] : jumps) {
     size_t index = stage.boxes.size();
     placeChain(stage, *target, depth + 1, row_middle - kHeader / 2);
-    stage.edges.push_back({depth, row_middle, stage.boxes.at(index).headerMiddle()});
+    stage.edges.push_back({depth, row_middle, stage.boxes.at(index).headerMiddle(), target});
   }
 }
 
 void FirewallLayout::placeStages() {
-  int y = 110;
+  int y = kComesIn + 32;
   bool routed = false;
   for (const Stage &stage : kStages) {
     const DrawnChain *chain = chains_.find(stage.program, stage.table, stage.chain);

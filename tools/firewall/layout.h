@@ -2,12 +2,14 @@
 #ifndef ORBA_TOOLS_FIREWALL_LAYOUT_H
 #define ORBA_TOOLS_FIREWALL_LAYOUT_H
 
+#include <algorithm>
 #include <map>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "tools/firewall/chains.h"
+#include "tools/firewall/folds.h"
 
 namespace orba::tool {
 
@@ -16,7 +18,9 @@ constexpr int kRowPadding = 6;
 constexpr int kHeader = 26;
 constexpr int kNumber = 40;  // the column of the rules' numbers
 constexpr int kFirstColumn = 100;
-constexpr int kLane = 8;  // between two jumps that run beside each other
+constexpr int kComesIn = 106;   // where packets do, below the heading
+constexpr int kLane = 8;        // between two jumps that run beside each other
+constexpr int kOpenFold = 380;  // the height of an open fold's list, which lies over what is below
 
 // The widths of monospaced letters, and of a target with its rounded frame.
 int lettersWidth(size_t letters);
@@ -33,8 +37,10 @@ struct Stage {
   const char *end;  // of what goes aside: where it goes; of what comes from the router: where from
 };
 
+// A rule, or a fold of many.
 struct Row {
-  const DrawnRule *rule = nullptr;
+  const DrawnRule *rule = nullptr;  // null for a fold
+  Fold fold = {};
   bool jump = false;
   const DrawnChain *leads_to = nullptr;  // of a jump to a chain with rules
   std::vector<std::string> lines;
@@ -56,6 +62,7 @@ struct Box {
 struct Edge {
   size_t depth;
   int from, to;
+  const DrawnChain *chain;  // the box's
 };
 
 // A built-in chain and those that are first met from there.
@@ -79,12 +86,14 @@ class FirewallLayout {
   int right(size_t depth) const { return left(depth) + width(depth); }
   // Of the whole picture.
   int width() const;
-  int height() const { return bottom_; }
+  int height() const { return std::max(bottom_, open_folds_); }
+  int end() const { return bottom_; }  // of the ways
 
  private:
   void placeStages();
   void placeChain(StageBoxes &stage, const DrawnChain &chain, size_t depth, int y);
   Row rowOf(const DrawnChain &chain, const DrawnRule &rule) const;
+  Row rowOf(const DrawnChain &chain, const Fold &fold) const;
   void measureColumns();
 
   const FirewallChains &chains_;
@@ -93,6 +102,7 @@ class FirewallLayout {
   std::map<size_t, int> next_y_;       // by column, where the next box may begin
   std::vector<int> widths_, columns_;  // by column: of its boxes, and where they begin
   int bottom_ = 0;
+  int open_folds_ = 0;  // how far down they would reach
 };
 
 }  // namespace orba::tool

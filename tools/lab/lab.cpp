@@ -72,11 +72,35 @@ std::string firstProcess(const std::string &host) {
   return process;
 }
 
+std::vector<char *> arguments(const std::vector<std::string> &words) {
+  std::vector<char *> arguments;
+  for (const std::string &word : words) arguments.push_back(const_cast<char *>(word.c_str()));
+  arguments.push_back(nullptr);
+  return arguments;
+}
+
 // Beside the installed tool, or where the build has linked the source tree's.
-fs::path scriptFolder() {
+fs::path scriptFolder(const char *name) {
   fs::path here = fs::read_symlink("/proc/self/exe").parent_path();
-  fs::path installed = here.parent_path() / "share" / "orba_util" / "lab";
-  return fs::exists(installed) ? installed : fs::weakly_canonical(here / "lab");
+  fs::path installed = here.parent_path() / "share" / "orba_util" / name;
+  return fs::exists(installed) ? installed : fs::weakly_canonical(here / name);
+}
+
+[[noreturn]] void become(const fs::path &path, const std::vector<std::string> &words) {
+  setenv("ORBA", fs::read_symlink("/proc/self/exe").c_str(), 1);
+  std::vector<std::string> command = {path};
+  command.insert(command.end(), words.begin(), words.end());
+  execv(path.c_str(), arguments(command).data());
+  throw NoLab(path.string() + ": " + strerror(errno));
+}
+
+void takeAsInput(const std::vector<nvram::Setting> &config) {
+  const std::string text = printConfig(config);
+  const int file = memfd_create("config", 0);
+  bool written = file >= 0 &&
+                 write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size()) &&
+                 dup2(file, STDIN_FILENO) == STDIN_FILENO;
+  if (!written) throw NoLab(std::string("cannot hand the settings over: ") + strerror(errno));
 }
 
 void enterNamespace(const std::string &process, const char *kind) {
@@ -91,13 +115,6 @@ void enterNamespace(const std::string &process, const char *kind) {
     throw NoLab("cannot enter the lab (" + path + "): " + strerror(errno));
   }
   close(fd);
-}
-
-std::vector<char *> arguments(const std::vector<std::string> &words) {
-  std::vector<char *> arguments;
-  for (const std::string &word : words) arguments.push_back(const_cast<char *>(word.c_str()));
-  arguments.push_back(nullptr);
-  return arguments;
 }
 
 // Whoever is in a lab may read the environment of what runs there.
@@ -117,22 +134,21 @@ void reduceEnvironment() {
 }  // namespace
 
 void runLabScript(const std::string &script, const std::vector<std::string> &words) {
-  fs::path path = scriptFolder() / script;
-  setenv("ORBA", fs::read_symlink("/proc/self/exe").c_str(), 1);
-  std::vector<std::string> command = {path};
-  command.insert(command.end(), words.begin(), words.end());
-  execv(path.c_str(), arguments(command).data());
-  throw NoLab(path.string() + ": " + strerror(errno));
+  become(scriptFolder("lab") / script, words);
 }
 
-void makeLab(const std::vector<nvram::Setting> &config) {
-  const std::string text = printConfig(config);
-  const int file = memfd_create("config", 0);
-  bool written = file >= 0 &&
-                 write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size()) &&
-                 dup2(file, STDIN_FILENO) == STDIN_FILENO;
-  if (!written) throw NoLab(std::string("cannot hand the settings over: ") + strerror(errno));
-  runLabScript("up.sh", {"/dev/stdin"});
+void makeLab(const std::vector<nvram::Setting> &config, bool json) {
+  takeAsInput(config);
+  std::vector<std::string> words = {"/dev/stdin"};
+  if (json) words.insert(words.begin(), "--json");
+  runLabScript("up.sh", words);
+}
+
+void runBooted(const std::vector<std::string> &words, const std::vector<nvram::Setting> *config) {
+  const fs::path script = scriptFolder("machine") / "booted.py";
+  if (!fs::exists(script)) throw NoLab("./dev machine boots a router, in the source tree only");
+  if (config != nullptr) takeAsInput(*config);
+  become(script, words);
 }
 
 std::string labConfig() {

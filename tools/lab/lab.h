@@ -22,8 +22,13 @@ struct NoLab : BadArgument {
 // Throws NoLab when there is none.
 [[noreturn]] void runLabScript(const std::string &script, const std::vector<std::string> &words);
 
-// Gives this process to the script that makes a lab for a configuration.
-[[noreturn]] void makeLab(const std::vector<nvram::Setting> &config);
+// Gives this process to the script that makes a lab for a configuration, and says what it has.
+[[noreturn]] void makeLab(const std::vector<nvram::Setting> &config, bool json);
+
+// Gives this process to the booted router's script (machine/booted.py) with its words; where
+// settings are given they are its standard input.
+[[noreturn]] void runBooted(const std::vector<std::string> &words,
+                            const std::vector<nvram::Setting> *config = nullptr);
 
 // The configuration that the lab was made for. Throws NoLab when no lab is up.
 std::string labConfig();

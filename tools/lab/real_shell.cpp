@@ -89,7 +89,7 @@ std::string withoutDiscards(std::string command) {
 
 // The commands of a line, one by one where it is a plain sequence of them: so
 // each has an exit code of its own.
-std::vector<sim::ShellCommand> commandsOf(const std::string &line) {
+std::vector<sim::ShellCommand> plainCommandsOf(const std::string &line) {
   std::vector<sim::ShellCommand> commands = sim::splitLine(line);
   bool plain = line.find("&&") == std::string::npos;
   for (const sim::ShellCommand &command : commands) {
@@ -108,7 +108,7 @@ int RealShell::run(const char *line) {
   count_++;
   lines_.emplace_back(line);
   int status = 0;
-  for (const sim::ShellCommand &command : commandsOf(line)) {
+  for (const sim::ShellCommand &command : plainCommandsOf(line)) {
     if (command.background) {
       ran_.push_back({withoutDiscards(command.whole), 0, "", true});
       // It outlives this call, and the terminal that is gone with it.

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "orba_util.h"
+#include "tools/catalog/settings.h"
 #include "tools/text/lines.h"
 
 namespace orba::tool {
@@ -64,7 +65,8 @@ Mark markFor(const std::string &record, size_t number, const Form *form) {
   return field == 1 ? markForName(record, number) : Mark();
 }
 
-// The letters, digits and what joins them that stand at `at`, or the one other character.
+}  // namespace
+
 std::string_view stretchAt(std::string_view text, size_t at, const char *joining) {
   size_t end = at;
   while (end < text.size() && text[end] != '\0' &&
@@ -74,7 +76,16 @@ std::string_view stretchAt(std::string_view text, size_t at, const char *joining
   return text.substr(at, end == at ? 1 : end - at);
 }
 
-}  // namespace
+const Form *formOf(const nvram::Setting &setting) {
+  const SettingDescription *description = descriptionOf(setting.key, setting.space);
+  return description != nullptr ? &description->form : nullptr;
+}
+
+bool isList(const nvram::Setting &setting) {
+  const Form *form = formOf(setting);
+  const bool list = form != nullptr && form->kind == Form::kRecords;
+  return !setting.value.empty() && (list || setting.value.find(';') != std::string::npos);
+}
 
 MarkedList::MarkedList(const std::vector<std::string> &records, const Form *form) {
   for (size_t i = 0; i < records.size(); i++) {

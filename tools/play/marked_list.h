@@ -9,9 +9,18 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/nvram/store_format.h"
 #include "tools/catalog/setting_form.h"
 
 namespace orba::tool {
+
+// Null for an unknown setting.
+const Form *formOf(const nvram::Setting &setting);
+// Whether it holds a list of records with ";" between them, by its form or by its value.
+bool isList(const nvram::Setting &setting);
+
+// The letters, digits and characters of `joining` that stand at `at`, or the one other character.
+std::string_view stretchAt(std::string_view text, size_t at, const char *joining);
 
 class MarkedList {
  public:

@@ -4,7 +4,6 @@
 #include <cstring>
 #include <deque>
 #include <map>
-#include <numeric>
 #include <optional>
 #include <set>
 #include <string_view>
@@ -12,8 +11,8 @@
 #include <utility>
 
 #include "sim/line_splitter.h"
-#include "tools/catalog/settings.h"
 #include "tools/play/marked_list.h"
+#include "tools/play/short_run.h"
 #include "tools/text/edits.h"
 #include "tools/text/lines.h"
 
@@ -49,8 +48,7 @@ std::vector<std::string> neighboursOf(const std::string &value) {
 
 // Values that a switch, a choice, a number, an address or a name might have instead.
 std::vector<std::string> alternativesTo(const nvram::Setting &setting) {
-  const SettingDescription *description = descriptionOf(setting.key, setting.space);
-  const Form *form = description != nullptr ? &description->form : nullptr;
+  const Form *form = formOf(setting);
   bool number = setting.value.find_first_not_of("0123456789") == std::string::npos;
   std::vector<std::string> alternatives;
   auto add = [&](const std::string &value, bool otherwise) {
@@ -83,20 +81,18 @@ using Trials = std::vector<Trial>;
 struct Effect {
   Origin origin;
   Commands commands;
+  size_t extent;  // how many commands of the whole run that is
 };
 
 class Search {
  public:
-  Search(const Recording &run, const Prepare &prepare);
+  Search(const ShortRun &short_run, const Prepare &prepare);
 
-  size_t placeOf(const CommandAt &at) const { return firsts_.at(at.line) + at.part; }
-  const std::vector<size_t> &firsts() const { return firsts_; }
-  // Of those that are `wanted`, in that order.
-  std::vector<CommandOrigins> origins(const Commands &wanted);
+  // For each line of the run, those of each of its commands.
+  Origins origins();
 
  private:
-  void chooseSettings(const Commands &wanted);
-  bool isList(size_t setting) const;
+  void chooseSettings();
   void make(Trials &trials) const;
   std::vector<size_t> look(const Trial &trial, const Lines &lines) const;
   std::vector<size_t> lookForMarks(const MarkedList &list, const Lines &commands) const;
@@ -104,7 +100,7 @@ class Search {
   void changeValues();
   void tryBeginnings(size_t setting, const Commands &commands,
                      const std::map<size_t, Commands> &marked);
-  void changeRecords(const Commands &wanted);
+  void changeRecords();
   void leaveOut(std::vector<CommandOrigins> &origins);
   void found(Origin::Role role, size_t setting, size_t record, Commands commands);
 
@@ -112,6 +108,7 @@ class Search {
   const Prepare &prepare_;
   Lines commands_;
   std::vector<size_t> firsts_;          // by line its first command, and behind the last line
+  std::vector<size_t> weights_;         // for how many of the whole run a command stands
   std::vector<size_t> lists_, values_;  // the settings that are tried
   std::vector<Effect> effects_;
 };
@@ -124,34 +121,24 @@ Lines commandsOfAll(const Lines &lines) {
   return commands;
 }
 
-Search::Search(const Recording &run, const Prepare &prepare)
-    : run_(run), prepare_(prepare), commands_(commandsOfAll(run.commands)), firsts_(1) {
-  for (const std::string &line : run.commands) {
-    firsts_.push_back(firsts_.back() + commandsOf(line).size());
+Search::Search(const ShortRun &short_run, const Prepare &prepare)
+    : run_(short_run.run()),
+      prepare_(prepare),
+      commands_(commandsOfAll(run_.commands)),
+      firsts_(1) {
+  for (size_t line = 0; line < run_.commands.size(); line++) {
+    firsts_.push_back(firsts_.back() + commandsOf(run_.commands[line]).size());
+    weights_.resize(firsts_.back(), short_run.weights()[line]);
   }
 }
 
-// Those that were asked for: not behind the last command that is wanted, which nothing comes
-// from then.
-void Search::chooseSettings(const Commands &wanted) {
-  const size_t last = wanted.empty() ? 0 : *std::max_element(wanted.begin(), wanted.end());
+// Those that were asked for: not behind the last command, which nothing comes from then.
+void Search::chooseSettings() {
   for (size_t i = 0; i < run_.config.size(); i++) {
     auto asked = run_.asked.find({run_.config[i].space, run_.config[i].key});
-    if (asked == run_.asked.end() || firsts_[asked->second] > last) continue;
-    (isList(i) ? lists_ : values_).push_back(i);
+    if (asked == run_.asked.end() || asked->second == run_.commands.size()) continue;
+    (isList(run_.config[i]) ? lists_ : values_).push_back(i);
   }
-}
-
-const Form *formOf(const nvram::Setting &setting) {
-  const SettingDescription *description = descriptionOf(setting.key, setting.space);
-  return description != nullptr ? &description->form : nullptr;
-}
-
-bool Search::isList(size_t setting) const {
-  const nvram::Setting &entry = run_.config[setting];
-  const Form *form = formOf(entry);
-  bool list = form != nullptr && form->kind == Form::kRecords;
-  return !entry.value.empty() && (list || entry.value.find(';') != std::string::npos);
 }
 
 void Search::make(Trials &trials) const {
@@ -174,6 +161,7 @@ void Search::make(Trials &trials) const {
 // with the other value in place of the one that it carries. With a marked list, of each that
 // carries a mark the place and the record.
 std::vector<size_t> Search::look(const Trial &trial, const Lines &lines) const {
+  if (lines == run_.commands) return {};
   Lines commands = commandsOfAll(lines);
   if (trial.marked != nullptr) return lookForMarks(*trial.marked, commands);
   Places kept = keptLines(commands_, commands);
@@ -226,8 +214,11 @@ Commands affectedIn(const Trial &trial) {
 void Search::found(Origin::Role role, size_t setting, size_t record, Commands commands) {
   if (commands.empty()) return;
   const nvram::Setting &entry = run_.config[setting];
+  // No other record makes what a record makes.
+  size_t extent = 0;
+  for (size_t command : commands) extent += role == Origin::kRecord ? 1 : weights_[command];
   effects_.push_back(
-      {{role, entry.space, entry.key, static_cast<int>(record)}, std::move(commands)});
+      {{role, entry.space, entry.key, static_cast<int>(record)}, std::move(commands), extent});
 }
 
 // ---- values ----
@@ -298,7 +289,7 @@ void Search::tryBeginnings(size_t setting, const Commands &commands,
 
 // What carries a record's mark is its. Whether that is all that comes from the list, shows
 // the empty list.
-void Search::changeRecords(const Commands &wanted) {
+void Search::changeRecords() {
   std::deque<MarkedList> lists;
   Trials trials;
   for (size_t setting : lists_) {
@@ -308,7 +299,6 @@ void Search::changeRecords(const Commands &wanted) {
     trials.push_back({setting, lists.back().text(), &lists.back()});
   }
   make(trials);
-  const std::set<size_t> all_wanted(wanted.begin(), wanted.end());
   for (size_t i = 0; i < trials.size(); i += 2) {
     const Trial &emptied = trials[i], &marked = trials[i + 1];
     std::map<size_t, Commands> marks;  // by record
@@ -318,13 +308,10 @@ void Search::changeRecords(const Commands &wanted) {
       marked_commands.insert(marked.seen[k]);
     }
     Commands others;
-    bool any_wanted = false;
     for (size_t command : affectedIn(emptied)) {
-      if (marked_commands.count(command) != 0) continue;
-      others.push_back(command);
-      any_wanted |= all_wanted.count(command) != 0;
+      if (marked_commands.count(command) == 0) others.push_back(command);
     }
-    if (any_wanted) tryBeginnings(emptied.setting, others, marks);
+    if (!others.empty()) tryBeginnings(emptied.setting, others, marks);
     for (auto &[record, commands] : marks) {
       found(Origin::kRecord, emptied.setting, record, std::move(commands));
     }
@@ -354,24 +341,27 @@ void Search::leaveOut(std::vector<CommandOrigins> &origins) {
   }
 }
 
-std::vector<CommandOrigins> Search::origins(const Commands &wanted) {
-  chooseSettings(wanted);
+Origins Search::origins() {
+  chooseSettings();
   changeValues();
-  changeRecords(wanted);
+  changeRecords();
   std::stable_sort(effects_.begin(), effects_.end(), [](const Effect &a, const Effect &b) {
-    return std::make_pair(a.origin.role, a.commands.size()) <
-           std::make_pair(b.origin.role, b.commands.size());
+    return std::make_pair(a.origin.role, a.extent) < std::make_pair(b.origin.role, b.extent);
   });
   std::vector<CommandOrigins> origins(commands_.size());
   for (const Effect &effect : effects_) {
     for (size_t command : effect.commands) origins[command].push_back(effect.origin);
   }
-  bool missing = std::any_of(wanted.begin(), wanted.end(),
-                             [&](size_t command) { return origins[command].empty(); });
+  bool missing = std::any_of(origins.begin(), origins.end(),
+                             [](const CommandOrigins &each) { return each.empty(); });
   if (missing) leaveOut(origins);
-  std::vector<CommandOrigins> of_wanted;
-  for (size_t command : wanted) of_wanted.push_back(origins[command]);
-  return of_wanted;
+  Origins of_lines;
+  for (size_t line = 0; line < run_.commands.size(); line++) {
+    auto begin = origins.begin() + static_cast<long>(firsts_[line]);
+    auto end = origins.begin() + static_cast<long>(firsts_[line + 1]);
+    of_lines.emplace_back(std::make_move_iterator(begin), std::make_move_iterator(end));
+  }
+  return of_lines;
 }
 
 }  // namespace
@@ -387,25 +377,16 @@ std::vector<std::string> commandsOf(const std::string &line) {
 }
 
 Origins originsOf(const Recording &run, const Prepare &prepare) {
-  Search search(run, prepare);
-  Commands all(search.firsts().back());
-  std::iota(all.begin(), all.end(), size_t{0});
-  std::vector<CommandOrigins> found = search.origins(all);
+  const ShortRun short_run(run, prepare);
+  const Origins found = Search(short_run, prepare).origins();
   Origins origins;
   for (size_t line = 0; line < run.commands.size(); line++) {
-    auto begin = found.begin() + static_cast<long>(search.firsts()[line]);
-    auto end = found.begin() + static_cast<long>(search.firsts()[line + 1]);
-    origins.emplace_back(std::make_move_iterator(begin), std::make_move_iterator(end));
+    origins.push_back(found[short_run.lineFor(line)]);
+    for (CommandOrigins &command : origins.back()) {
+      for (Origin &origin : command) origin = short_run.originOf(line, std::move(origin));
+    }
   }
   return origins;
-}
-
-std::vector<CommandOrigins> originsOf(const Recording &run, const Prepare &prepare,
-                                      const std::vector<CommandAt> &commands) {
-  Search search(run, prepare);
-  Commands wanted;
-  for (const CommandAt &command : commands) wanted.push_back(search.placeOf(command));
-  return search.origins(wanted);
 }
 
 const char *roleName(Origin::Role role) {
@@ -431,7 +412,9 @@ std::string valueOf(const Origin &origin, const Recording &run) {
   const std::string *value = run.value(origin.space, origin.key);
   if (value == nullptr) return "";
   if (origin.record == 0) return *value;
-  return splitAt(*value, ';').at(static_cast<size_t>(origin.record) - 1);
+  size_t begin = 0;
+  for (int record = 1; record < origin.record; record++) begin = value->find(';', begin) + 1;
+  return value->substr(begin, value->find(';', begin) - begin);
 }
 
 }  // namespace orba::tool

@@ -44,11 +44,9 @@ std::vector<std::string> commandsOf(const std::string &line);
 // either is enough it finds none, and a choice among names only by those that
 // settings.h knows. A setting that must merely be there is named only where nothing
 // closer is. Of a list with more than 200 records that no command carries a value of,
-// the commands that carry none are told of the list as a whole.
+// the commands that carry none are told of the list as a whole; and of a long list one
+// record speaks for all of its kind.
 Origins originsOf(const Recording &run, const Prepare &prepare);
-// The same for some of its commands, by fewer runs.
-std::vector<CommandOrigins> originsOf(const Recording &run, const Prepare &prepare,
-                                      const std::vector<CommandAt> &commands);
 
 // "record", "value" or "because".
 const char *roleName(Origin::Role role);

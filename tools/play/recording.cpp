@@ -73,7 +73,6 @@ std::vector<uint8_t> receive(int descriptor) {
   }
 }
 
-constexpr long long kTick = 100;  // of the WPS monitors, in milliseconds
 
 // A call with these settings, on the device that `prepare` makes of them.
 struct Situation {
@@ -99,7 +98,7 @@ void call(const Situation &situation, const Made &made, const std::function<void
   });
   CallResult result = entryPointNamed(situation.entry).call(situation.words);
   for (long long i = 0; i < situation.ticks && device->clock().armed(); i++) {
-    device->advance(kTick);
+    device->advance(kTickMilliseconds);
   }
   made(*device, result);
 }
@@ -201,6 +200,23 @@ const std::string *Recording::value(int space, const std::string &key) const {
   return nullptr;
 }
 
+std::vector<size_t> readEvents(Recording &run) {
+  std::vector<size_t> commands_before;
+  for (const Event &event : run.events) {
+    commands_before.push_back(run.commands.size());
+    const std::string &text = event.text;
+    if (event.kind == Event::kCommand) run.commands.push_back(sim::withoutRunnerRedirection(text));
+    if (event.kind == Event::kSet || event.kind == Event::kBufset) {
+      run.writes.push_back("set " + text);
+    }
+    if (event.kind == Event::kCommit) run.writes.push_back("commit " + text);
+    if (event.kind == Event::kPrinted) run.printed += text;
+    if (event.kind == Event::kError) run.errors += text;
+  }
+  commands_before.push_back(run.commands.size());
+  return commands_before;
+}
+
 Recording record(const std::vector<nvram::Setting> &config, const std::string &entry,
                  const std::vector<std::string> &words, const Prepare &prepare, long long ticks) {
   entryPointNamed(entry).checkWords(words);
@@ -221,18 +237,10 @@ Recording record(const std::vector<nvram::Setting> &config, const std::string &e
   run.files = record["files"];
   run.missing = record["missing"];
   run.milliseconds = record["milliseconds"];
-  std::vector<size_t> commands_before;  // by event
   for (const json &event : record["events"]) {
-    commands_before.push_back(run.commands.size());
     run.events.push_back({event[0], event[1], event[2]});
-    const std::string &text = run.events.back().text;
-    if (event[0] == Event::kCommand) run.commands.push_back(sim::withoutRunnerRedirection(text));
-    if (event[0] == Event::kSet || event[0] == Event::kBufset) run.writes.push_back("set " + text);
-    if (event[0] == Event::kCommit) run.writes.push_back("commit " + text);
-    if (event[0] == Event::kPrinted) run.printed += text;
-    if (event[0] == Event::kError) run.errors += text;
   }
-  commands_before.push_back(run.commands.size());
+  const std::vector<size_t> commands_before = readEvents(run);
   for (const auto &[name, events_before] : record["asked"].get<std::vector<AskedFirst>>()) {
     run.asked[name] = commands_before[events_before];
   }

@@ -48,6 +48,12 @@ struct Recording : Call {
   const std::string *value(int space, const std::string &key) const;
 };
 
+// Fills what a recording has of its events apart: commands, writes, printed and errors. How many
+// commands there were before each event, and behind the last.
+std::vector<size_t> readEvents(Recording &run);
+
+constexpr long long kTickMilliseconds = 100;  // of the WPS monitors
+
 // What the device has besides settings; called when those are in place.
 using Prepare = std::function<void(sim::Device &)>;
 

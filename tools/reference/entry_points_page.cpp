@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "tools/catalog/declarations.h"
 #include "tools/catalog/settings.h"
 #include "tools/play/value_names.h"
 #include "tools/reference/pages.h"
@@ -10,7 +11,7 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-constexpr char kHead[] =
+constexpr char kEntryPointsHead[] =
     R"(# Entry points
 
 Every function and datum that the library exports, by subsystem: what it runs, and which settings and
@@ -197,7 +198,7 @@ std::string sentence(std::string line) {
   return line + ".";
 }
 
-std::string section(const Symbol &symbol, const Declaration &declaration, const Known *known,
+std::string section(const Symbol &symbol, const tool::Declaration &declaration, const Known *known,
                     const std::vector<Builder> &candidates) {
   std::string text = "### `" + symbol.name + "`\n\n```c\n" + declaration.text + "\n```\n\n";
   if (known == nullptr) return text + declaration.comment + "\n\n";
@@ -208,14 +209,15 @@ std::string section(const Symbol &symbol, const Declaration &declaration, const 
 
 }  // namespace
 
-std::string entryPointsPage(const std::vector<Known> &all, const std::vector<Symbol> &symbols,
-                            const std::map<std::string, Declaration> &header) {
+std::string entryPointsPage(const std::vector<Known> &all, const std::vector<Symbol> &symbols) {
+  const std::map<std::string, tool::Declaration> &header = tool::publicDeclarations();
   std::vector<Builder> candidates = builders(all);
   std::string contents, sections, subsystem;
   for (const Symbol &symbol : symbols) {
     auto declaration = header.find(symbol.name);
     if (declaration == header.end()) {
-      throw std::runtime_error(symbol.name + " is exported and not declared in include/orba_util.h");
+      throw std::runtime_error(symbol.name +
+                               " is exported and not declared in include/orba_util.h");
     }
     auto known = std::find_if(all.begin(), all.end(),
                               [&](const Known &each) { return each.entry->name == symbol.name; });
@@ -231,7 +233,7 @@ std::string entryPointsPage(const std::vector<Known> &all, const std::vector<Sym
     sections +=
         section(symbol, declaration->second, known == all.end() ? nullptr : &*known, candidates);
   }
-  return kHead + contents + "\n" + sections;
+  return kEntryPointsHead + contents + "\n" + sections;
 }
 
 }  // namespace orba::reference

@@ -33,10 +33,9 @@ int run(const std::string &source, bool write) {
   const std::vector<std::string> complaints = undescribed(all);
   for (const std::string &complaint : complaints) std::cout << complaint << "\n";
   bool good = complaints.empty();
-  const auto header = readHeader(source + "/include/orba_util.h");
   const std::pair<std::string, std::string> pages[] = {
       {source + "/docs/settings.md", settingsPage(all)},
-      {source + "/docs/entry-points.md", entryPointsPage(all, symbols, header)},
+      {source + "/docs/entry-points.md", entryPointsPage(all, symbols)},
   };
   for (const auto &[path, page] : pages) {
     if (write) std::ofstream(path) << page;

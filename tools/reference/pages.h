@@ -9,15 +9,14 @@
 #include <vector>
 
 #include "tools/play/behaviour.h"
-#include "tools/reference/header.h"
+#include "tools/reference/symbols.h"
 
 namespace orba::reference {
 
 using tool::Known;
 
 std::string settingsPage(const std::vector<Known> &all);
-std::string entryPointsPage(const std::vector<Known> &all, const std::vector<Symbol> &symbols,
-                            const std::map<std::string, Declaration> &header);
+std::string entryPointsPage(const std::vector<Known> &all, const std::vector<Symbol> &symbols);
 
 // What is lacking in the table of settings: one line each for a setting that an
 // entry point uses, in any situation, and the table does not have.

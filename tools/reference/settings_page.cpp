@@ -11,7 +11,7 @@ namespace {
 using tool::SettingDescription;
 using tool::SettingName;
 
-constexpr char kHead[] =
+constexpr char kSettingsHead[] =
     R"(# Settings
 
 Every setting that the library reads or writes: what it means, its form, and what happens without
@@ -117,7 +117,7 @@ std::string settingsPage(const std::vector<Known> &all) {
     }
     sections += section(all, description);
   }
-  return kHead + contents + "\n" + sections;
+  return kSettingsHead + contents + "\n" + sections;
 }
 
 }  // namespace orba::reference

@@ -13,7 +13,8 @@ std::vector<std::string> undescribed(const std::vector<Known> &all) {
     for (const auto &[space, key] : used) {
       if (tool::descriptionOf(key, space) != nullptr) continue;
       complaints.push_back(std::string(known.entry->name) + " uses " + key + " of space " +
-                           std::to_string(space) + ", which tools/catalog/setting_table.cpp does not have");
+                           std::to_string(space) +
+                           ", which tools/catalog/setting_table.cpp does not have");
     }
   }
   return complaints;

@@ -7,7 +7,6 @@ namespace orba::tool {
 
 namespace {
 
-constexpr size_t kLongestValue = 16 * 1024;
 constexpr size_t kMostChanges = 1000;
 
 const nvram::Setting *find(const std::vector<nvram::Setting> &entries, const Draft::Name &name) {
@@ -34,11 +33,25 @@ std::vector<nvram::Setting> parsed(const std::string &text) {
 
 }  // namespace
 
-Draft::Draft(std::string text) : text_(std::move(text)), kept_(parsed(text_)) {}
+Draft::Draft(std::string text)
+    : text_(std::move(text)), saved_text_(text_), kept_(parsed(text_)), saved_(kept_) {}
 
 Draft::Value Draft::kept(const Name &name) const {
   const nvram::Setting *entry = find(kept_, name);
   return entry != nullptr ? Value(entry->value) : std::nullopt;
+}
+
+std::vector<Draft::Name> Draft::unsaved() const {
+  const std::map<Name, std::string> kept = byName(kept_), saved = byName(saved_);
+  std::vector<Name> names;
+  for (const auto &[name, value] : kept) {
+    auto there = saved.find(name);
+    if (there == saved.end() || there->second != value) names.push_back(name);
+  }
+  for (const auto &[name, value] : saved) {
+    if (kept.count(name) == 0) names.push_back(name);
+  }
+  return names;
 }
 
 std::vector<nvram::Setting> Draft::changed() const {
@@ -77,7 +90,10 @@ void Draft::change(const Name &name, const Value &value) {
     throw BadChange("there is no space " + std::to_string(name.first));
   }
   if (!nvram::validKey(name.second)) throw BadChange("this is no name for a setting");
-  if (value && value->size() > kLongestValue) throw BadChange("this value is too long");
+  if (value && value->size() > kLongestValue) {
+    throw BadChange("a value has " + std::to_string(kLongestValue) + " bytes at most, and this " +
+                    std::to_string(value->size()));
+  }
   if (value && value->find('\0') != std::string::npos) {
     throw BadChange("a value cannot hold a NUL byte");
   }
@@ -100,6 +116,21 @@ void Draft::keep() {
 void Draft::discard() {
   changes_.clear();
   version_++;
+}
+
+void Draft::onFile(const std::string &text) {
+  if (text == saved_text_) return;
+  saved_text_ = text;
+  saved_ = parsed(text);
+  version_++;
+}
+
+std::map<Draft::Name, std::string> byName(const std::vector<nvram::Setting> &settings) {
+  std::map<Draft::Name, std::string> values;
+  for (const nvram::Setting &setting : settings) {
+    values[{setting.space, setting.key}] = setting.value;
+  }
+  return values;
 }
 
 }  // namespace orba::tool

@@ -11,8 +11,6 @@ namespace orba::tool {
 
 namespace {
 
-constexpr size_t kLongestBody = 64 * 1024;
-
 bool isAddress(int family, const std::string &text) {
   unsigned char bytes[sizeof(in6_addr)];
   return inet_pton(family, text.c_str(), bytes) == 1;
@@ -95,10 +93,10 @@ const char *Guard::refusal(const std::string &method, const Header &header) cons
     return "the body is to come as it is";
   }
   std::string length = header("Content-Length");
-  if (length.empty() || length.size() > 6 ||
+  if (length.empty() || length.size() > 7 ||
       length.find_first_not_of("0123456789") != std::string::npos ||
       std::stoul(length) > kLongestBody) {
-    return "the body is to have a length, of 64 KiB at most";
+    return "the body is to have a length, of 1 MiB at most";
   }
   return nullptr;
 }

@@ -8,6 +8,9 @@
 
 namespace orba::tool {
 
+// The body of a request: the longest value that a setting may be given, with what JSON adds.
+constexpr size_t kLongestBody = size_t{1024} * 1024;
+
 class Guard {
  public:
   // What the server was told to listen on. Throws std::system_error where the

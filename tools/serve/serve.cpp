@@ -12,12 +12,17 @@
 #include <thread>
 
 #include "tools/device/config.h"
+#include "tools/firewall/picture_style.h"
+#include "tools/serve/aside.h"
 #include "tools/serve/connections.h"
 #include "tools/serve/guard.h"
 #include "tools/serve/page_file.h"
+#include "tools/serve/questions.h"
+#include "tools/serve/saved_file.h"
 #include "tools/serve/views.h"
 #include "tools/text/json.h"
 #include "tools/text/lines.h"
+#include "tools/text/output.h"
 
 namespace orba::tool {
 
@@ -26,6 +31,9 @@ namespace {
 using httplib::Request;
 using httplib::Response;
 
+// What a change does to traffic: of most it is known in a second, of long lists it may take
+// minutes.
+constexpr std::chrono::seconds kLongestThought{20};
 constexpr int kChosenChannel = 6;  // by the radio, when the settings leave it to choose
 
 // Nothing but this server's own files: no script or style within the page, no
@@ -44,11 +52,12 @@ const httplib::Headers kHeaders = {
     {"Cross-Origin-Resource-Policy", "same-origin"},
 };
 
-// Readable without a fault, or it throws.
-std::string readText(const std::string &path) {
-  std::string text = configText(path);
-  configIn(text, path);
-  return text;
+constexpr char kJson[] = "application/json";
+
+PacketQuestion packetQuestionIn(const Request &request) {
+  auto given = [&](const char *name) { return request.get_param_value(name); };
+  return {given("from"),  given("source"), given("destination"), given("protocol"), given("state"),
+          given("flags"), given("mac"),    given("source_port"), given("length")};
 }
 
 Draft::Value valueIn(const Json &wanted) {
@@ -65,76 +74,179 @@ int spaceIn(const Json &wanted) {
   return space.get<int>();
 }
 
+Draft::Name nameIn(const Json &wanted) {
+  return {spaceIn(wanted), wanted.at("key").get<std::string>()};
+}
+
+Against againstOf(const Request &request) {
+  return request.get_param_value("against") == "file" ? Against::kFile : Against::kKept;
+}
+
+Defaults defaultsIn(const std::string &path) {
+  return path.empty() ? Defaults() : byName(readConfig(path));
+}
+
+// "DMZEnable, SSID1 (space 2)", of many the first.
+std::string listed(const std::vector<Draft::Name> &names) {
+  constexpr size_t kMost = 8;
+  std::string text;
+  for (size_t i = 0; i < std::min(names.size(), kMost); i++) {
+    text += (i > 0 ? ", " : "") + visible(names[i].second);
+    if (names[i].first != 1) text += " (space " + std::to_string(names[i].first) + ")";
+  }
+  if (names.size() > kMost) text += " and " + std::to_string(names.size() - kMost) + " more";
+  return text;
+}
+
 // The page's questions and wishes, answered one at a time: a simulated device
 // is the whole process's, and the draft belongs to every page that is open.
 class Desk {
  public:
   explicit Desk(const ServeOptions &options)
       : desk_{options.root, options.device, time(nullptr), kChosenChannel},
-        draft_(readText(options.config)) {
+        file_(options.config, options.save),
+        draft_(file_.text()),
+        defaults_(defaultsIn(options.defaults)) {
     networkView(desk_, draft_);  // complains of a device file now
   }
 
   // Below the folder that ends in '/'.
   void open(httplib::Server &server, const std::string &folder) {
     api_ = folder + "api/";
-    answer(server, "status", [this] { return statusView(desk_, draft_, elapsed()); });
-    answer(server, "network", [this] { return networkView(desk_, draft_); });
-    answer(server, "radio", [this] { return radioView(desk_, draft_); });
-    answer(server, "settings", [this] { return settingsView(draft_); });
-    answer(server, "changes", [this] { return changesView(draft_); });
-    answer(server, "effects", [this] { return effectsView(desk_, draft_); });
-    server.Get(api_ + "firewall.svg", [this](const Request &request, Response &response) {
-      std::scoped_lock lock(one_at_a_time_);
-      response.set_content(firewall(request.has_param("changes")), "image/svg+xml");
+    answer(server, "status",
+           [this](const Request &) { return statusView(desk_, draft_, elapsed()); });
+    answer(server, "network", [this](const Request &) { return networkView(desk_, draft_); });
+    answer(server, "radio", [this](const Request &) { return radioView(desk_, draft_); });
+    answer(server, "known", [](const Request &) { return knownView(); });
+    answer(server, "settings",
+           [this](const Request &) { return withFile(settingsView(draft_, defaults_)); });
+    answer(server, "pending", [this](const Request &) { return withFile(pendingView(draft_)); });
+    answer(server, "changes", [this](const Request &request) {
+      return withFile(changesView(draft_, againstOf(request)));
+    });
+    answer(server, "effects", [this](const Request &request) {
+      return effectsView(desk_, draft_, againstOf(request));
+    });
+    server.Get(api_ + "traffic", [this](const Request &request, Response &response) {
+      std::unique_lock lock(one_at_a_time_);
+      auto text = aside_.answer(
+          std::move(lock), [&] { return dumped(trafficView(desk_, draft_, againstOf(request))); });
+      response.set_content(text.value_or("{\"given_up\": true}"), kJson);
+    });
+    answerAbout(server, "firewall.svg", "image/svg+xml",
+                [this](Settings of, const Request &) { return questions_.picture(of); });
+    answerAbout(server, "firewall", kJson,
+                [this](Settings of, const Request &) { return questions_.list(of); });
+    answerAbout(server, "offers", kJson,
+                [this](Settings of, const Request &) { return dumped(questions_.offers(of)); });
+    answerAbout(server, "trace", kJson, [this](Settings of, const Request &request) {
+      return dumped(questions_.trace(of, packetQuestionIn(request)));
+    });
+    answerAbout(server, "ports", kJson, [this](Settings of, const Request &request) {
+      return dumped(
+          questions_.ports(of, {request.get_param_value("from"), request.get_param_value("to")}));
+    });
+    server.Get(api_ + "picture.css", [](const Request &, Response &response) {
+      response.set_content(kPictureStyle, "text/css");
     });
     server.Get(api_ + "settings.conf", [this](const Request &, Response &response) {
       std::scoped_lock lock(one_at_a_time_);
       response.set_header("Content-Disposition", "attachment; filename=\"router.conf\"");
       response.set_content(draft_.text(), "text/plain");
     });
-    wish(server, "change", [this](const Json &wanted) {
-      draft_.change({spaceIn(wanted), wanted.at("key").get<std::string>()}, valueIn(wanted));
+    wish(server, "change",
+         [this](const Json &wanted) { draft_.change(nameIn(wanted), valueIn(wanted)); });
+    wish(server, "undo", [this](const Json &wanted) {
+      draft_.change(nameIn(wanted), draft_.kept(nameIn(wanted)));
     });
     wish(server, "keep", [this](const Json &) { draft_.keep(); });
     wish(server, "discard", [this](const Json &) { draft_.discard(); });
+    wish(server, "save", [this](const Json &) { save(); });
+  }
+
+  // What an end would lose, a line for whoever ends the server; empty for nothing.
+  std::string unsaved() {
+    std::scoped_lock lock(one_at_a_time_);
+    draft_.onFile(file_.text());
+    std::string text;
+    const std::vector<Draft::Name> kept = draft_.unsaved();
+    const bool will_be_saved = !file_.target().empty() && file_.sameAsRead();
+    if (!kept.empty() && !will_be_saved) {
+      text += "kept in memory only, not in " + visible(nameOf(file_.name())) + ": " + listed(kept);
+    }
+    if (!draft_.changes().empty()) {
+      std::vector<Draft::Name> names;
+      for (const auto &change : draft_.changes()) names.push_back(change.first);
+      text += (text.empty() ? "" : "; ") + std::string("not even kept: ") + listed(names);
+    }
+    return text;
+  }
+
+  void stopThinking() { aside_.stop(); }
+
+  // At the end, what is kept goes to the file that was named for it.
+  void saveAtTheEnd() {
+    draft_.onFile(file_.text());
+    if (file_.target().empty() || draft_.unsaved().empty()) return;
+    const std::string names = listed(draft_.unsaved());
+    save();
+    std::cout << "Written to " << visible(file_.target()) << ": " << names << std::endl;
   }
 
  private:
   template <typename Make>
   void answer(httplib::Server &server, const char *name, Make make) {
-    server.Get(api_ + name, [this, make](const Request &, Response &response) {
+    server.Get(api_ + name, [this, make](const Request &request, Response &response) {
       std::scoped_lock lock(one_at_a_time_);
-      response.set_content(dumped(make()), "application/json");
+      draft_.onFile(file_.text());
+      response.set_content(dumped(make(request)), kJson);
     });
   }
 
-  // Each wish is answered with the changes as they are now.
+  // Of what was kept, or with `changes` of what would be then.
+  template <typename Make>
+  void answerAbout(httplib::Server &server, const char *name, const char *type, Make make) {
+    server.Get(api_ + name, [this, type, make](const Request &request, Response &response) {
+      std::scoped_lock lock(one_at_a_time_);
+      const bool changed = request.has_param("changes");
+      response.set_content(make(changed ? Settings::kChanged : Settings::kKept, request), type);
+    });
+  }
+
+  // What a view is told of the file.
+  Json withFile(Json answer) {
+    answer["file"] = {{"name", visible(nameOf(file_.name()))},
+                      {"target", visible(file_.target())},
+                      {"written_by_others", !file_.sameAsRead()}};
+    return answer;
+  }
+
+  void save() {
+    if (file_.target().empty()) throw BadChange("start with --save FILE to write settings");
+    file_.write(draft_.keptText());
+    draft_.onFile(file_.text());
+  }
+
+  // Each wish is answered with what is pending then.
   template <typename Do>
   void wish(httplib::Server &server, const char *name, Do act) {
     server.Post(api_ + name, [this, act](const Request &request, Response &response) {
       std::scoped_lock lock(one_at_a_time_);
       try {
         act(Json::parse(request.body));
-        response.set_content(dumped(changesView(draft_)), "application/json");
+        draft_.onFile(file_.text());
+        response.set_content(dumped(withFile(pendingView(draft_))), kJson);
       } catch (const Json::exception &) {
         response.status = 400;
-        response.set_content("{\"error\": \"this is not what was expected\"}", "application/json");
+        response.set_content("{\"error\": \"this is not what was expected\"}", kJson);
       } catch (const BadChange &error) {
         response.status = 422;
-        response.set_content(dumped({{"error", error.what()}}), "application/json");
+        response.set_content(dumped({{"error", error.what()}}), kJson);
+      } catch (const CannotWrite &error) {
+        response.status = 422;
+        response.set_content(dumped({{"error", error.what()}}), kJson);
       }
     });
-  }
-
-  // Drawn once for each state of the settings: to find where the rules come from
-  // takes hundreds of runs.
-  const std::string &firewall(bool with_changes) {
-    Drawing &drawing = drawings_[with_changes ? 1 : 0];
-    if (drawing.version != draft_.version()) {
-      drawing = {draft_.version(), firewallView(desk_, draft_, with_changes)};
-    }
-    return drawing.svg;
   }
 
   long long elapsed() const {
@@ -145,14 +257,13 @@ class Desk {
 
   std::string api_;
   DeskDevice desk_;
+  SavedFile file_;
   Draft draft_;
+  Defaults defaults_;
   std::chrono::steady_clock::time_point started_ = std::chrono::steady_clock::now();
-  struct Drawing {
-    long long version = 0;
-    std::string svg;
-  };
-  Drawing drawings_[2];
+  Questions questions_{desk_, draft_};
   std::mutex one_at_a_time_;
+  Aside aside_{kLongestThought};
 };
 
 void tellFailures(httplib::Server &server) {
@@ -161,7 +272,7 @@ void tellFailures(httplib::Server &server) {
     try {
       std::rethrow_exception(failure);
     } catch (const std::exception &error) {
-      response.set_content(dumped({{"error", error.what()}}), "application/json");
+      response.set_content(dumped({{"error", error.what()}}), kJson);
     }
   });
 }
@@ -215,6 +326,18 @@ int bindTo(httplib::Server &server, const ServeOptions &options) {
                     std::to_string(options.port) + ": " + reason);
 }
 
+// Somebody at a terminal who would lose something is told so, and goes on or asks again.
+void waitForTheEnd(Desk &desk, const sigset_t &stops) {
+  int stop = 0;
+  sigwait(&stops, &stop);
+  if (stop != SIGINT || isatty(STDIN_FILENO) == 0) return;
+  const std::string unsaved = desk.unsaved();
+  if (unsaved.empty()) return;
+  std::cerr << "\norba: " << unsaved << ".\nThe page can save it (Changes); Ctrl-C once more ends."
+            << std::endl;
+  sigwait(&stops, &stop);
+}
+
 }  // namespace
 
 void serve(const ServeOptions &options) {
@@ -246,11 +369,15 @@ void serve(const ServeOptions &options) {
     kill(getpid(), SIGTERM);
   });
   while (!server.is_running() && !ended) std::this_thread::yield();
-  int stop = 0;
-  sigwait(&stops, &stop);
+  waitForTheEnd(desk, stops);
   bool failed = ended;
+  desk.stopThinking();
   server.stop();
   listener.join();
+  desk.saveAtTheEnd();
+  if (const std::string lost = desk.unsaved(); !lost.empty()) {
+    std::cerr << "orba: lost, as it was " << lost << std::endl;
+  }
   if (failed) throw CannotServe("the connection to " + inUrl(options.address) + " was lost");
 }
 

@@ -18,13 +18,16 @@ struct CannotServe : BadArgument {
 
 struct ServeOptions {
   std::string config;
+  std::string save;      // where the page may write the settings to; empty: nowhere
+  std::string defaults;  // the settings that the device comes with; empty: not known
   std::string root;
   std::string device;
   std::string address = "127.0.0.1";
   int port = 8088;  // 0: any that is free
 };
 
-// Answers until SIGINT or SIGTERM. Throws BadConfig, CannotServe.
+// Answers until SIGINT or SIGTERM. Says what is then in no file; somebody at a terminal is asked
+// for SIGINT once more before it is lost. Throws BadConfig, CannotServe, CannotWrite.
 void serve(const ServeOptions &options);
 
 }  // namespace orba::tool

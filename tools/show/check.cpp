@@ -12,6 +12,7 @@
 #include "orba_util.h"
 #include "tools/catalog/peculiarities.h"
 #include "tools/catalog/settings.h"
+#include "tools/show/doubts.h"
 #include "tools/text/lines.h"
 
 namespace orba::tool {
@@ -179,6 +180,7 @@ void checkRoutes(Checker &checker) {
   const char *static_routes = "StaticRoutingRules";
   for (Record record : RuleList(setting(static_routes).text(), WanStaticRoute::kRecordSize)) {
     WanStaticRoute route(record);
+    if (route.enabled.is("0")) continue;  // switched off, and meant so
     checker.note(static_routes, record, route.fault(), kSkipped);
     checker.note(static_routes, record, route.cut, kCut);
     if (faulty(route.fault())) continue;
@@ -227,6 +229,7 @@ std::vector<Finding> checkSettings(sim::Device &device) {
   checkRoutes(checker);
   checkForms(device, checker);
   checkPeculiarities(device, checker);
+  for (Finding &doubt : doubtsAboutRecords()) checker.findings.push_back(std::move(doubt));
   return checker.findings;
 }
 

@@ -10,7 +10,8 @@
 namespace orba::tool {
 
 // Looks through every list-valued setting with the very checks that the entry
-// points make, and through every other setting for its form.
+// points make, and through every other setting for its form; then for what is well formed and
+// hardly meant so.
 std::vector<Finding> checkSettings(sim::Device &device);
 
 }  // namespace orba::tool

@@ -5,6 +5,7 @@
 #include <iomanip>
 #include <sstream>
 
+#include "tools/catalog/declarations.h"
 #include "tools/catalog/peculiarities.h"
 #include "tools/catalog/settings.h"
 #include "tools/play/behaviour.h"
@@ -101,12 +102,16 @@ ordered_json asJson(const SettingDescription &description, const std::string &ke
   return json;
 }
 
-// The first sentence, or its part in front of a colon or a semicolon.
-std::string firstWords(const std::string &text) {
-  size_t end = text.size() - 1;  // the last full stop
+}  // namespace
+
+std::string inShort(const SettingDescription &setting) {
+  const std::string &text = setting.meaning;
+  size_t end = text.rfind('.');
   for (const char *mark : {". ", ": ", "; "}) end = std::min(end, text.find(mark));
   return text.substr(0, end);
 }
+
+namespace {
 
 void listSettings(std::ostream &out, bool json) {
   ordered_json all = ordered_json::array();
@@ -123,7 +128,7 @@ void listSettings(std::ostream &out, bool json) {
     std::string title = keys.front().first + (keys.size() > 1 ? " ... " + keys.back().first : "");
     if (!json) {
       out << "  " << std::left << std::setw(44) << title + inSpace(description.space) << " "
-          << firstWords(description.meaning) << "\n";
+          << inShort(description) << "\n";
     }
   }
   if (json) printJson(out, all);
@@ -167,7 +172,8 @@ bool explainSetting(std::ostream &out, const std::string &key, bool json) {
 // ---- entry points ----
 
 void explainEntry(std::ostream &out, const EntryPoint &entry, bool json) {
-  Behaviour behaviour = behaviourOf(entry);
+  const Behaviour behaviour = behaviourOf(entry);
+  const Declaration &declaration = publicDeclarations().at(entry.name);
   if (json) {
     ordered_json deeds = ordered_json::array();
     for (const Deeds &each : behaviour.deeds) {
@@ -176,6 +182,8 @@ void explainEntry(std::ostream &out, const EntryPoint &entry, bool json) {
     printJson(out, {{"entry", entry.name},
                     {"subsystem", entry.subsystem},
                     {"line", entry.line},
+                    {"prototype", declaration.text},
+                    {"comment", declaration.comment},
                     {"reads", settingTexts(behaviour.reads)},
                     {"writes", settingTexts(behaviour.writes)},
                     {"files_read", behaviour.files_read},
@@ -184,6 +192,8 @@ void explainEntry(std::ostream &out, const EntryPoint &entry, bool json) {
     return;
   }
   out << entry.usage() << " (" << entry.subsystem << ")\n  " << entry.line << "\n\n";
+  printItem(out, "in C", declaration.text);
+  printItem(out, "", declaration.comment);
   printItem(out, "reads", joined(settingTexts(behaviour.reads)));
   printItem(out, "writes", joined(settingTexts(behaviour.writes)));
   printItem(out, "files read", joined(behaviour.files_read));

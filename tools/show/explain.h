@@ -5,7 +5,12 @@
 #include <ostream>
 #include <string>
 
+#include "tools/catalog/settings.h"
+
 namespace orba::tool {
+
+// The first sentence of a setting's meaning, or its part in front of a colon or a semicolon.
+std::string inShort(const SettingDescription &setting);
 
 // `name` is a setting, in whichever space, or an entry point; empty for a list
 // of all settings. Throws BadArgument, with near names, when it is neither.

@@ -128,7 +128,7 @@ void printPlan(std::ostream &out, const Recording &run, const Origins *origins) 
   }
 }
 
-nlohmann::ordered_json tablesAsJson(const Recording &run) {
+nlohmann::ordered_json tablesAsJson(const Recording &run, RuleWords words) {
   sim::PacketFilter filter;
   for (const Event &event : run.events) {
     if (event.kind == Event::kCommand || event.kind == Event::kPipe) filter.run(event.text);
@@ -138,7 +138,13 @@ nlohmann::ordered_json tablesAsJson(const Recording &run) {
     for (const auto &[table, chains] : tables) {
       for (const auto &[name, chain] : chains) {
         nlohmann::ordered_json rules = nlohmann::ordered_json::array();
-        for (const sim::PacketFilter::Rule &rule : chain.rules) rules.push_back(rule.text);
+        for (const sim::PacketFilter::Rule &rule : chain.rules) {
+          if (words == nullptr) {
+            rules.push_back(rule.text);
+          } else {
+            rules.push_back({{"text", rule.text}, {"words", words(rule.text)}});
+          }
+        }
         json[program][table][name] = {{"policy", chain.policy}, {"rules", rules}};
       }
     }
@@ -146,7 +152,7 @@ nlohmann::ordered_json tablesAsJson(const Recording &run) {
   return json;
 }
 
-void printTables(std::ostream &out, const Recording &run) {
+void printTables(std::ostream &out, const Recording &run, RuleWords words) {
   sim::PacketFilter filter;
   std::vector<std::string> routing;
   for (const Event &event : run.events) {
@@ -159,7 +165,7 @@ void printTables(std::ostream &out, const Recording &run) {
     }
   }
   std::ostringstream chains;
-  filter.print(chains);
+  filter.print(chains, words);
   out << forReader(chains.str());
   if (!routing.empty()) out << "routing\n";
   for (const std::string &command : routing) out << "  " << visible(command) << "\n";

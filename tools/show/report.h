@@ -26,9 +26,10 @@ void printRaw(std::ostream &out, const Recording &run);
 nlohmann::ordered_json planAsJson(const Recording &run, const Origins *origins = nullptr);
 
 // The chains that the commands make of an empty packet filter, and the commands
-// that change routes.
-void printTables(std::ostream &out, const Recording &run);
-nlohmann::ordered_json tablesAsJson(const Recording &run);
+// that change routes. With `words`, what they say of each rule.
+using RuleWords = sim::PacketFilter::Words;
+void printTables(std::ostream &out, const Recording &run, RuleWords words = nullptr);
+nlohmann::ordered_json tablesAsJson(const Recording &run, RuleWords words = nullptr);
 
 }  // namespace orba::tool
 

@@ -27,6 +27,12 @@ size_t distance(const std::string &a, const std::string &b) {
   return row[b.size()];
 }
 
+std::string digitsOf(const std::string &text) {
+  std::string digits;
+  for (char c : text) digits += c >= '0' && c <= '9' ? std::string(1, c) : "";
+  return digits;
+}
+
 bool contains(const std::string &text, const std::string &part) {
   return std::search(text.begin(), text.end(), part.begin(), part.end(),
                      [](char a, char b) { return lower(a) == lower(b); }) != text.end();
@@ -49,6 +55,19 @@ std::vector<std::string> nearNames(const std::string &typed,
   for (const auto &[steps, name] : near) {
     const bool is_new = std::find(nearest.begin(), nearest.end(), name) == nearest.end();
     if (is_new && nearest.size() < kMost) nearest.push_back(name);
+  }
+  return nearest;
+}
+
+std::string misspeltName(const std::string &typed, const std::vector<std::string> &names) {
+  constexpr size_t kLeast = 5, kLong = 8;  // of shorter names too many are near each other
+  if (typed.size() < kLeast) return "";
+  size_t most = typed.size() < kLong ? 1 : 2;
+  std::string nearest;
+  for (const std::string &name : names) {
+    const size_t steps = distance(typed, name);
+    if (steps > most || digitsOf(typed) != digitsOf(name)) continue;
+    if (nearest.empty() || steps < most) nearest = name, most = steps;
   }
   return nearest;
 }

@@ -11,6 +11,10 @@ namespace orba::tool {
 // case; the nearest first, and at most eight.
 std::vector<std::string> nearNames(const std::string &typed, const std::vector<std::string> &names);
 
+// The one of `names` that `typed` was most likely to be, empty for none: one or two letters differ,
+// or the case of some, and never a number.
+std::string misspeltName(const std::string &typed, const std::vector<std::string> &names);
+
 // "; did you mean A, B?", or "; " and `otherwise` when nothing is near.
 std::string didYouMean(const std::string &typed, const std::vector<std::string> &names,
                        const std::string &otherwise);

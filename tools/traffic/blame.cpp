@@ -1,7 +1,5 @@
 #include "tools/traffic/blame.h"
 
-#include <set>
-
 #include "tools/traffic/record_words.h"
 
 namespace orba::tool {
@@ -14,30 +12,24 @@ void Blame::ask(const std::vector<packets::RuleAt> &rules) {
   askOf(commands);
 }
 
+// Those of a whole run cost little more than one.
 void Blame::askOf(const std::vector<size_t> &commands) {
-  std::map<size_t, std::set<size_t>> by_run;
-  for (size_t command : commands) {
-    const bool known = command >= desk_.commands.size() || origins_.contains(command);
-    if (!known) by_run[desk_.commands[command].run].insert(command);
-  }
-  for (const auto &[run, asked] : by_run) {
-    std::vector<CommandAt> places;
-    for (size_t command : asked) places.push_back(desk_.commands[command].at);
-    std::vector<CommandOrigins> found = tool::originsOf(desk_.runs[run], prepare_, places);
-    size_t next = 0;
-    for (size_t command : asked) origins_[command] = std::move(found[next++]);
+  for (size_t asked : commands) {
+    if (asked >= desk_.commands.size() || origins_.contains(asked)) continue;
+    const size_t run = desk_.commands[asked].run;
+    const Origins found = tool::originsOf(desk_.runs[run], prepare_);
+    for (size_t i = 0; i < desk_.commands.size(); i++) {
+      const auto &[its_run, at] = desk_.commands[i];
+      if (its_run == run) origins_[i] = found[at.line][at.part];
+    }
   }
 }
 
 const std::vector<Origin> &Blame::originsOf(size_t command) {
   static const std::vector<Origin> kNone;
   if (command >= desk_.commands.size()) return kNone;
-  auto [known, fresh] = origins_.try_emplace(command);
-  if (fresh) {
-    const auto &[run, at] = desk_.commands[command];
-    known->second = tool::originsOf(desk_.runs[run], prepare_, {at})[0];
-  }
-  return known->second;
+  askOf({command});
+  return origins_[command];
 }
 
 size_t Blame::commandOf(const packets::RuleAt &at) const {

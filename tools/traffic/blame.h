@@ -16,8 +16,9 @@ class Blame {
  public:
   Blame(const DeskRouter &desk, Prepare prepare);
 
-  // What a command came from, the closest first; nothing for one that is always the same. Each
-  // answer costs runs of the entry point, and is kept; many at once cost less than one by one.
+  // What a command came from, the closest first; nothing for one that is always the same. The
+  // first answer about a run of an entry point costs many more such runs; those about its other
+  // commands are known then.
   void ask(const std::vector<packets::RuleAt> &rules);
   void askOf(const std::vector<size_t> &commands);
   const std::vector<Origin> &originsOf(size_t command);

@@ -55,18 +55,8 @@ void BlockerSearch::hook(const Place &place, const std::string &built_in) {
 }
 
 std::vector<Side> BlockerSearch::sidesThatDiffer() const {
-  bool tells_apart = false;
-  for (const auto &[place, chain] : router_.chains()) {
-    for (const Rule &rule : chain.rules) {
-      tells_apart = tells_apart || valuesOf(rule, kBridgePort) != nullptr;
-    }
-  }
-  std::set<std::string> bridges;
   std::vector<Side> sides;
-  for (const Side &side : ways_.desk().sides) {
-    const std::string &bridge = router_.network().find(side.interface)->bridge;
-    if (tells_apart || bridge.empty() || bridges.insert(bridge).second) sides.push_back(side);
-  }
+  for (const Sides &alike : sidesOf({&ways_.desk()})) sides.push_back(ways_.side(alike[0]));
   return sides;
 }
 
@@ -77,15 +67,14 @@ bool BlockerSearch::acts(const RuleAt &at) {
 }
 
 BlockerSearch::Node BlockerSearch::outcomesOf(const Side &side, Node packets) {
-  return diagrams_.choose(packets, ways_.withoutText(ways_.from(side).function()),
-                          diagrams_.constant(kOthers));
+  return diagrams_.choose(packets, ways_.function(side), diagrams_.constant(kOthers));
 }
 
 BlockerSearch::Nearness BlockerSearch::nearness(const RuleAt &rule, const Outcome &outcome) {
   const std::optional<RuleAt> &at = takerOf(rule, outcome);
   if (outcome.verdict == Verdict::kMartian) return kRouting;
   if (outcome.decided_by && outcome.decided_by->place.program != rule.place.program) {
-    return kBridge;
+    return rule.place.program == Place::kIptables ? kBridge : kFar;
   }
   if (at && at->place == rule.place && at->rule < rule.rule) return kSameChain;
   if (!at || at->place.table != rule.place.table) return kFar;
@@ -127,12 +116,11 @@ Blockers BlockerSearch::blockersOf(const RuleAt &at) {
   Nearness nearest = kRouting;
   for (const Side &side : sides) {
     const Network &network = router_.network();
-    const packets::Interface &port = *network.find(side.interface);
-    const std::string &own = port.bridge.empty() ? port.name : port.bridge;
-    if (in != nullptr && !in->contains(network.number(own))) continue;
+    const packets::Interface &own = ways_.desk().own(side);
+    if (in != nullptr && !in->contains(network.number(own.name))) continue;
     // Those that a host there would send, if there are some.
     const Node begun = diagrams_.both(matched, ways_.beginnings(side));
-    const IntervalSet mac = IntervalSet::one(network.find(own)->mac);
+    const IntervalSet mac = IntervalSet::one(own.mac);
     const Node function =
         outcomesOf(side, begun != Diagrams::kNone
                              ? begun
@@ -154,28 +142,15 @@ Blockers BlockerSearch::blockersOf(const RuleAt &at) {
       }
       if (best.witness.empty()) {
         const Node those = diagrams_.where(function, [&](uint32_t each) { return each == value; });
-        best.witness = witnessOf(side, those, valuesOf(rule, kSourceMac) != nullptr);
+        best.witness = witnessOf(side, those);
       }
     }
   }
   return best;
 }
 
-std::string BlockerSearch::witnessOf(const Side &side, Node set, bool with_mac) {
-  const packets::Interface &port = *router_.network().find(side.interface);
-  const packets::Interface &own = port.bridge.empty() ? port : *router_.network().find(port.bridge);
-  const uint64_t address = own.addresses.empty() ? 0 : own.addresses[0].address;
-  for (const auto &[field, value] : {std::pair<FieldId, uint64_t>{kState, kNew},
-                                     {kProtocol, kTcp},
-                                     {kTcpFlags, kSyn},
-                                     {kDestination, address},
-                                     {kDestination, 0xc6336401},  // 198.51.100.1
-                                     {kDestinationPort, 8080}}) {
-    const Node so = diagrams_.both(set, diagrams_.set({field, IntervalSet::one(value)}));
-    if (so != Diagrams::kNone) set = so;
-  }
-  const Packet packet = ways_.witness(side, set);
-  return packetText(packet) + (with_mac ? " by " + macText(packet[kSourceMac]) : "");
+std::string BlockerSearch::witnessOf(const Side &side, Node set) {
+  return sentText(ways_.witness(side, set), ways_.ordinaryMac());
 }
 
 }  // namespace orba::tool

@@ -28,7 +28,7 @@ class BlockerSearch {
 
   explicit BlockerSearch(SideWays &ways);
 
-  // The sides, of those behind one bridge the first where no rule tells its ports apart.
+  // The sides, of those that no rule tells apart the first.
   const std::vector<Side> &sides() const { return sides_; }
   // Whether packets of some side reach a rule and match it, in whatever state.
   bool acts(const packets::RuleAt &at);
@@ -38,9 +38,8 @@ class BlockerSearch {
   // The places of some packets' outcomes; kOthers for all other packets.
   static constexpr uint32_t kOthers = 0xffffffff;
   Node outcomesOf(const Side &side, Node packets);
-  // One of some packets, as people know them where there is such a one: a connection's first, to
-  // the address that the router has there or to another host, and to a port that is not 0.
-  std::string witnessOf(const Side &side, Node set, bool with_mac = false);
+  // One of some packets, in words.
+  std::string witnessOf(const Side &side, Node set);
 
  private:
   // How directly an outcome tells what has the packets of a rule: the nearest of all does, but

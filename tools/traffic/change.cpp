@@ -8,8 +8,10 @@
 #include "packets/ways.h"
 #include "tools/text/edits.h"
 #include "tools/text/lines.h"
-#include "tools/traffic/ordinary.h"
 #include "tools/traffic/packet_words.h"
+#include "tools/traffic/question.h"
+#include "tools/traffic/side_ways.h"
+#include "tools/traffic/trace.h"
 
 namespace orba::tool {
 
@@ -283,7 +285,7 @@ struct Variant {
 
 // Those for another address have one that differs from the router's in a bit of its last byte.
 uint64_t macOf(const Stream &stream, const DeskRouter &desk) {
-  const uint64_t own = macOf(*desk.side(stream.side), desk.router.network());
+  const uint64_t own = desk.own(*desk.side(stream.side)).mac;
   return stream.bridged ? own ^ 2 : own;
 }
 
@@ -328,8 +330,16 @@ void mergeInto(TrafficChange &change, const TrafficChange &other) {
 
 class Comparison {
  public:
-  Comparison(const DeskRouter &before, const DeskRouter &after, const Prepare &prepare)
-      : prepare_(prepare), settings_(before, after), ends_(after.router.network()) {
+  Comparison(const DeskRouter &before, const DeskRouter &after, const Prepare &prepare,
+             Causes wanted)
+      : prepare_(prepare),
+        wanted_(wanted),
+        settings_(before, after),
+        ends_(after),
+        was_(before, diagrams_),
+        is_(after, diagrams_),
+        macs_(macsOfRules(before.router)) {
+    macs_.add(macsOfRules(after.router));
     before_ = variant(nullptr, before);
     after_ = variant(nullptr, after);
     candidates_ = candidates();
@@ -353,9 +363,10 @@ class Comparison {
   };
 
   // The router that has the side, the later one where both have.
-  const DeskRouter &deskOf(const Stream &stream) const {
-    return after_.desk->side(stream.side) != nullptr ? *after_.desk : *before_.desk;
+  SideWays &waysOf(const Stream &stream) {
+    return after_.desk->side(stream.side) != nullptr ? is_ : was_;
   }
+  Node fromEither(const Stream &stream, Node (SideWays::*packets)(const Side &));
   Variant variant(std::unique_ptr<DeskRouter> own, const DeskRouter &desk);
   uint32_t number(const Fate &fate);
   Node fates(Variant &variant, const Stream &stream);
@@ -378,14 +389,17 @@ class Comparison {
                                       const Variant &variant) const;
 
   const Prepare &prepare_;
+  const Causes wanted_;
   Diagrams diagrams_;
   SettingChanges settings_;
   Ends ends_;
+  SideWays was_, is_;
   std::map<Fate, uint32_t> numbers_;
   std::vector<Fate> fates_;
   std::map<std::tuple<Place, std::string, std::string, size_t>, FieldId> questions_;
   Variant before_, after_;
   Node candidates_ = Diagrams::kAll;
+  IntervalSet macs_;  // that rules of one router or the other name
   std::map<Stream, Node> differing_;
   std::map<std::set<size_t>, Variant> trials_;
 };
@@ -485,8 +499,9 @@ Node Comparison::candidates() {
   for (const Place &place : places) {
     const Chain &was = before.chain(place) != nullptr ? *before.chain(place) : kEmpty;
     const Chain &is = after.chain(place) != nullptr ? *after.chain(place) : kEmpty;
-    if (!was.rules.empty() && !is.rules.empty() && was.policy != is.policy) return Diagrams::kAll;
-    if (was.built_in && was.policy != is.policy) return Diagrams::kAll;
+    // To a chain that is new leads a rule that is.
+    const bool in_both = before.chain(place) != nullptr && after.chain(place) != nullptr;
+    if (in_both && was.policy != is.policy) return Diagrams::kAll;
     const auto texts = [](const Chain &chain) {
       std::vector<std::string> all;
       for (const Rule &rule : chain.rules) all.push_back(rule.text);
@@ -514,39 +529,58 @@ Node Comparison::differing(const Stream &stream) {
 Node Comparison::fates(Variant &variant, const Question &question) {
   const Node function = diagrams_.choose(differing(question.stream),
                                          fates(variant, question.stream), Diagrams::kNone);
-  if (question.kind > TrafficChange::kDirect) return function;
-  std::map<FieldId, uint64_t> answers;
-  if (isWan(question.stream.side)) answers[kSourceMac] = kNeighbour;
+  if (question.kind > TrafficChange::kNeighbours) return function;
+  std::map<FieldId, uint64_t> no_text;
   for (const auto &[key, field] : questions_) {
-    if (isAboutContent(std::get<2>(key))) answers[field] = 0;
+    if (isAboutText(std::get<2>(key))) no_text[field] = 0;
   }
-  return diagrams_.with(function, answers);
+  const Node tcp = diagrams_.set(Condition{kProtocol, IntervalSet::one(kTcp)});
+  const Node first = diagrams_.choose(tcp, diagrams_.with(function, no_text), function);
+  if (question.kind == TrafficChange::kNeighbours || !isWan(question.stream.side)) return first;
+  return diagrams_.with(first, {{kSourceMac, macBut(macs_)}});
+}
+
+// Packets that a side has in one router or the other, whatever its interface and its MAC address.
+Node Comparison::fromEither(const Stream &stream, Node (SideWays::*packets)(const Side &)) {
+  Node all = Diagrams::kNone;
+  for (SideWays *ways : {&was_, &is_}) {
+    const Side *side = ways->desk().side(stream.side);
+    if (side == nullptr) continue;
+    const uint64_t port = ways->desk().router.network().number(side->interface);
+    all = diagrams_.either(all, diagrams_.with((ways->*packets)(*side),
+                                               {{kBridgePort, port},
+                                                {kMark, 0},
+                                                {kDestinationMac, macOf(stream, ways->desk())}}));
+  }
+  return all;
 }
 
 void Comparison::ask(const Sides &from, const Stream &stream, std::vector<Question> &questions) {
   if (stream.bridged) {
-    questions.push_back({from, stream, TrafficChange::kFrames, Diagrams::kAll});
+    questions.push_back({from, stream, TrafficChange::kFrames, is_.possible()});
     return;
   }
-  const DeskRouter &desk = deskOf(stream);
   const auto is = [&](FieldId field, const IntervalSet &values) {
     return diagrams_.set({field, values});
   };
-  IntervalSet own = ownAddresses(*before_.desk, stream.side);
-  const IntervalSet own_now = ownAddresses(*after_.desk, stream.side);
-  for (const Interval &each : own_now.intervals()) own.add(each);
-  const Beginnings begin = beginningsOf(diagrams_, *desk.side(stream.side), desk, own, ends_);
+  const Node begun = fromEither(stream, &SideWays::beginnings);
+  const Node to_hosts = is(kDestination, ends_.hosts);
+  Node first = diagrams_.both(fromEither(stream, &SideWays::ordinary), to_hosts), once = first;
+  Node neighbours = Diagrams::kNone;
+  if (isWan(stream.side)) {
+    const Node from_none = is(kSourceMac, macs_.complement(largestOf(kSourceMac)));
+    first = diagrams_.with(first, {{kSourceMac, macBut(macs_)}});
+    once = diagrams_.both(first, from_none);
+    neighbours = diagrams_.without(begun, once);
+  }
   const Node later = diagrams_.both(is(kEtherType, IntervalSet::one(0x0800)),
                                     is(kState, IntervalSet::range(kEstablished, kRelated)));
-  Node begins = diagrams_.either(begin.ordinary, begin.direct);
-  if (isWan(stream.side)) {
-    begins = diagrams_.both(begins, is(kSourceMac, IntervalSet::one(kNeighbour)));
-  }
-  const Node others = diagrams_.complement(diagrams_.either(begins, later));
-  questions.push_back({from, stream, TrafficChange::kFirst, begin.ordinary});
-  questions.push_back({from, stream, TrafficChange::kDirect, begin.direct});
+  const Node told = diagrams_.either(diagrams_.either(once, neighbours), later);
+  questions.push_back({from, stream, TrafficChange::kFirst, first});
+  questions.push_back({from, stream, TrafficChange::kNeighbours, neighbours});
   questions.push_back({from, stream, TrafficChange::kLater, later});
-  questions.push_back({from, stream, TrafficChange::kOthers, others});
+  questions.push_back(
+      {from, stream, TrafficChange::kOthers, diagrams_.without(is_.possible(), told)});
 }
 
 std::vector<Comparison::Question> Comparison::questions() {
@@ -762,7 +796,7 @@ std::optional<std::set<size_t>> Comparison::causes(const Question &question,
                                                    const Packet &witness) {
   std::set<size_t> needed;
   bool enough = true;
-  if (settings_.count() == 0) return std::nullopt;
+  if (wanted_ == Causes::kLeftOut || settings_.count() == 0) return std::nullopt;
   const auto accounts = [&](size_t first) {
     std::set<size_t> chosen = needed;
     for (size_t unit = 0; unit < first; unit++) chosen.insert(unit);
@@ -788,9 +822,9 @@ std::optional<std::set<size_t>> Comparison::causes(const Question &question,
 }
 
 Packet Comparison::witness(const Stream &stream, Node packets) {
-  const DeskRouter &desk = deskOf(stream);
-  Packet found = ordinaryOf(diagrams_, packets, *desk.side(stream.side), desk, ends_);
-  found[kDestinationMac] = macOf(stream, desk);
+  SideWays &ways = waysOf(stream);
+  Packet found = ways.witness(*ways.desk().side(stream.side), packets);
+  found[kDestinationMac] = macOf(stream, ways.desk());
   return found;
 }
 
@@ -840,6 +874,11 @@ TrafficChanges Comparison::find() {
 
 }  // namespace
 
+bool opensToInternet(const TrafficChange &change) {
+  return change.packets <= TrafficChange::kNeighbours && directionOf(change) == kOpens &&
+         isWan(change.from[0]);
+}
+
 Fate fateOf(const Walk &way, const Packet &packet, const DeskRouter &desk) {
   Outcome outcome = {way.verdict};
   outcome.out = way.end[kOut];
@@ -854,9 +893,9 @@ Fate fateOf(const Walk &way, const Packet &packet, const DeskRouter &desk) {
 }
 
 TrafficChanges trafficChanges(const DeskRouter &before, const DeskRouter &after,
-                              const Prepare &prepare) {
+                              const Prepare &prepare, Causes causes) {
   if (same(before, after)) return {};
-  return Comparison(before, after, prepare).find();
+  return Comparison(before, after, prepare, causes).find();
 }
 
 }  // namespace orba::tool

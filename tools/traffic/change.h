@@ -51,12 +51,11 @@ enum class Passes { kNo, kDepends, kYes };
 // Packets of which something else becomes now.
 struct TrafficChange {
   enum Packets {
-    kFirst,   // that begin a connection with an address that the side has a way to
-    kDirect,  // the same from a WAN to others than the router's address there: what only the
-              // provider's own network can send
-    kLater,   // of connections that are there already
-    kOthers,  // that belong to none, to groups and from addresses that cannot be
-    kFrames,  // between the ports of the bridge
+    kFirst,       // that begin a connection between hosts, and need no neighbour
+    kNeighbours,  // that begin one, and only somebody on a WAN's own wire can send
+    kLater,       // of connections that are there already
+    kOthers,      // to groups, from addresses that cannot be, and that belong to no connection
+    kFrames,      // between the ports of the bridge
   };
   Packets packets = kFirst;
   std::vector<std::string> from;  // sides
@@ -80,8 +79,10 @@ struct TrafficChanges {
   bool none() const { return changes.empty() && more == 0 && not_compared.empty(); }
 };
 
+// To look for causes takes many times as long as all else.
+enum class Causes { kFound, kLeftOut };
 TrafficChanges trafficChanges(const DeskRouter &before, const DeskRouter &after,
-                              const Prepare &prepare);
+                              const Prepare &prepare, Causes causes = Causes::kFound);
 
 // "the Internet", "the LAN", "the wired LAN"
 std::string sidesText(const std::vector<std::string> &sides);
@@ -89,6 +90,12 @@ std::string sidesText(const std::vector<std::string> &sides);
 std::string fateText(const Fate &fate);
 // "record 4 of PortForwardRules (192.168.1.20,22,0,TCP) is new", "DefaultFirewallPolicy=0, was 1"
 std::string settingChangeText(const SettingChange &change);
+// "+ tcp 22 from the Internet to the router: let through now"
+std::string trafficChangeText(const TrafficChange &change, const DeskRouter &after);
+// Those that are told one by one, of which the others are what comes with them.
+std::vector<const TrafficChange *> toldChanges(const TrafficChanges &changes);
+// Whether it lets something in from the Internet that was kept out, or not always let in.
+bool opensToInternet(const TrafficChange &change);
 void printTrafficChanges(std::ostream &out, const TrafficChanges &changes, const DeskRouter &after,
                          bool coloured);
 nlohmann::ordered_json trafficChangesAsJson(const TrafficChanges &changes, const DeskRouter &after);

@@ -5,8 +5,8 @@
 
 #include "tools/text/lines.h"
 #include "tools/traffic/change.h"
-#include "tools/traffic/ordinary.h"
 #include "tools/traffic/packet_words.h"
+#include "tools/traffic/question.h"
 
 namespace orba::tool {
 
@@ -54,19 +54,19 @@ Words wordsOf(Passes was, Passes is) {
 // Packets of a kind other than the first, which are not told one by one.
 const char *packetsText(TrafficChange::Packets packets) {
   switch (packets) {
-    case TrafficChange::kDirect:
-      return "what only the provider's own network can send";
+    case TrafficChange::kNeighbours:
+      return "what only a neighbour on its wire can begin";
     case TrafficChange::kLater:
       return "packets of connections that are there already";
     case TrafficChange::kFrames:
       return "frames between the ports of the bridge";
     default:
-      return "packets that begin no connection";
+      return "what is forged, for groups or of no connection";
   }
 }
 
 const char *packetsName(TrafficChange::Packets packets) {
-  static const char *const kNames[] = {"first", "direct", "later", "others", "frames"};
+  static const char *const kNames[] = {"first", "neighbours", "later", "others", "frames"};
   return kNames[packets];
 }
 
@@ -105,7 +105,39 @@ std::string onText(const Fate &fate) {
   return text;
 }
 
+std::string changeText(const TrafficChange &change, const Ends &ends) {
+  const Words words = wordsOf(change.was_passed, change.passes);
+  std::string text = std::string(words.sign) + " " + slicesText(change, ends);
+  const bool elsewhere = change.was_passed == change.passes;
+  if (change.slices.empty() || !elsewhere) text += std::string(": ") + words.now;
+  if (change.alike > 1) {
+    if (elsewhere) text += std::string(": ") + words.now;
+  } else if (elsewhere && !change.slices.empty()) {
+    text += ": " + fateText(change.is) + " now, before " + fateText(change.was);
+  } else if (!elsewhere && !change.slices.empty()) {
+    const std::string on = onText(change.is.passes() ? change.is : change.was);
+    if (!on.empty()) text += ", sent on to " + on;
+  }
+  return text;
+}
+
 }  // namespace
+
+std::vector<const TrafficChange *> toldChanges(const TrafficChanges &changes) {
+  std::vector<const TrafficChange *> told;
+  // Where first packets fare otherwise, from which sides and in which direction.
+  std::set<std::pair<std::vector<std::string>, std::string>> first;
+  for (const TrafficChange &each : changes.changes) {
+    const std::pair where = {each.from, std::string(wordsOf(each.was_passed, each.passes).sign)};
+    if (each.packets == TrafficChange::kFirst) first.insert(where);
+    if (each.packets == TrafficChange::kFirst || first.count(where) == 0) told.push_back(&each);
+  }
+  return told;
+}
+
+std::string trafficChangeText(const TrafficChange &change, const DeskRouter &after) {
+  return changeText(change, Ends(after));
+}
 
 std::string sidesText(const std::vector<std::string> &sides) {
   if (sides == std::vector<std::string>{"lan", "wifi"}) return "the LAN";
@@ -164,38 +196,23 @@ void printTrafficChanges(std::ostream &out, const TrafficChanges &changes, const
     paint(kHeading, "the same traffic");
     return;
   }
-  const Ends ends(after.router.network());
+  const Ends ends(after);
+  const uint64_t ordinary_mac = macOfNoRule(after.router);
   paint(kHeading, "traffic");
-  std::set<std::vector<std::string>> told;  // the sides from which first packets fare otherwise
-  bool others = false;
-  for (const TrafficChange &each : changes.changes) {
+  const std::vector<const TrafficChange *> told = toldChanges(changes);
+  for (const TrafficChange *one : told) {
+    const TrafficChange &each = *one;
     const Words words = wordsOf(each.was_passed, each.passes);
-    if (each.packets == TrafficChange::kFirst) {
-      told.insert(each.from);
-    } else if (told.count(each.from) != 0) {
-      others = true;
-      continue;
-    }
-    std::string text = std::string(words.sign) + " " + slicesText(each, ends);
-    const bool elsewhere = each.was_passed == each.passes;
-    if (each.slices.empty() || !elsewhere) text += std::string(": ") + words.now;
-    if (each.alike > 1) {
-      if (elsewhere) text += std::string(": ") + words.now;
-    } else if (elsewhere && !each.slices.empty()) {
-      text += ": " + fateText(each.is) + " now, before " + fateText(each.was);
-    } else if (!elsewhere && !each.slices.empty()) {
-      const std::string on = onText(each.is.passes() ? each.is : each.was);
-      if (!on.empty()) text += ", sent on to " + on;
-    }
+    const std::string text = changeText(each, ends);
     paint(words.colour, text);
     if (!each.depends.empty()) out << "    depending on " << listed(each.depends, "; ") << "\n";
-    out << "    such as " << sentText(each.witness, kNeighbour) << "\n";
+    out << "    such as " << sentText(each.witness, ordinary_mac) << "\n";
     std::vector<std::string> causes;
     for (const SettingChange &cause : each.causes) causes.push_back(settingChangeText(cause));
     if (!causes.empty()) out << "    since " << forReader(listed(causes, ", and ")) << "\n";
   }
-  if (others) {
-    out << "  with them change packets that begin no connection; --json has one of each kind\n";
+  if (told.size() != changes.changes.size()) {
+    out << "  with them change packets of other kinds; --json has one of each\n";
   }
   if (changes.more != 0) out << "  and " << changes.more << " more kinds of it\n";
   for (const std::string &each : changes.not_compared) {
@@ -205,7 +222,7 @@ void printTrafficChanges(std::ostream &out, const TrafficChanges &changes, const
 
 nlohmann::ordered_json trafficChangesAsJson(const TrafficChanges &changes,
                                             const DeskRouter &after) {
-  const Ends ends(after.router.network());
+  const Ends ends(after);
   nlohmann::ordered_json json = {{"same", changes.none()},
                                  {"changes", nlohmann::ordered_json::array()},
                                  {"more", changes.more},

@@ -15,8 +15,22 @@ namespace {
 constexpr const char *kStart[] = {"firewall_init", "RoutingInit", "executeStaticRoute",
                                   "executePolicyRoute", "orba_pppoeRelay"};
 
-// The ports of the LAN's bridge: the switch, and the first network of the radio.
-constexpr const char *kWiredPort = "eth2.1", *kRadioPort = "ra0";
+// The port of the LAN's bridge for the first network of the radio.
+constexpr const char *kRadioPort = "ra0";
+
+// A port of the switch for a bridge: the first that is none yet and no WAN's.
+std::string freePort(const packets::Network &network) {
+  for (int vlan = 1;; vlan++) {
+    const std::string port = "eth2." + std::to_string(vlan);
+    bool taken = network.find(port) != nullptr;
+    for (int wan = 1; wan <= kWans; wan++) {
+      InterfaceName ethernet;
+      wanDevice(wan, ethernet);
+      taken = taken || ethernet.is(port.c_str());
+    }
+    if (!taken) return port;
+  }
+}
 
 int prefixOf(const std::string &netmask) {
   uint64_t mask = 0;
@@ -51,8 +65,8 @@ packets::Network deskNetwork(sim::Device &device, std::vector<Side> &sides) {
   if (lan.rfind("br", 0) == 0) {
     network.bridges.push_back(lan);
     bridge = lan;
-    wired = kWiredPort;
-    add(kWiredPort, lan);
+    wired = freePort(network);
+    add(wired, lan);
     add(kRadioPort, lan);
   }
   sides.push_back({"lan", wired, "a host of the LAN"});
@@ -64,7 +78,7 @@ packets::Network deskNetwork(sim::Device &device, std::vector<Side> &sides) {
     if (name.empty()) continue;
     std::string outside = name.text();
     if (outside == lan) {  // a bridge: the Internet side is a port of it
-      outside = "eth2.2";
+      outside = freePort(network);
       add(outside, bridge);
     } else {
       if (!ethernet.empty()) add(ethernet.text());
@@ -89,10 +103,44 @@ packets::Network deskNetwork(sim::Device &device, std::vector<Side> &sides) {
   return network;
 }
 
+bool isWan(const std::string &side) {
+  return side.rfind("wan", 0) == 0;
+}
+
 const Side *DeskRouter::side(const std::string &name) const {
   auto found =
       std::find_if(sides.begin(), sides.end(), [&](const Side &each) { return each.name == name; });
   return found != sides.end() ? &*found : nullptr;
+}
+
+const packets::Interface &DeskRouter::own(const Side &side) const {
+  const packets::Network &network = router.network();
+  const packets::Interface &port = *network.find(side.interface);
+  return port.bridge.empty() ? port : *network.find(port.bridge);
+}
+
+packets::IntervalSet DeskRouter::routed(
+    const std::function<bool(const packets::Route &)> &wanted) const {
+  constexpr uint64_t kAll = 0xffffffff;
+  // The first route that contains an address is its route.
+  packets::IntervalSet found, known;
+  for (const packets::Route &route : router.network().routesFor(0)) {
+    const uint64_t rest = kAll >> route.prefix, first = route.destination & ~rest;
+    const packets::IntervalSet these =
+        packets::IntervalSet::range(first, first | rest).intersection(known.complement(kAll));
+    for (const packets::Interval &each : these.intervals()) {
+      if (wanted(route)) found.add(each);
+      known.add(each);
+    }
+  }
+  return found;
+}
+
+packets::IntervalSet DeskRouter::networksOf(const Side &side) const {
+  return routed([&](const packets::Route &route) {
+    return route.kind == packets::Route::kUnicast && route.prefix > 0 &&
+           route.device == own(side).name;
+  });
 }
 
 const Recording &DeskRouter::run(const std::string &entry) const {
@@ -110,6 +158,12 @@ bool isOfStart(const std::string &entry) {
 }
 
 DeskRouter deskRouter(const std::vector<nvram::Setting> &config, const Prepare &prepare) {
+  return deskRouter(config, prepare,
+                    [&](const std::string &entry) { return record(config, entry, {}, prepare); });
+}
+
+DeskRouter deskRouter(const std::vector<nvram::Setting> &config, const Prepare &prepare,
+                      const RunOf &runOf) {
   std::vector<Side> sides;
   packets::Network network;
   {
@@ -120,7 +174,7 @@ DeskRouter deskRouter(const std::vector<nvram::Setting> &config, const Prepare &
   }
   DeskRouter made{{}, {}, std::move(sides), packets::Router(std::move(network))};
   for (const char *entry : kStart) {
-    made.runs.push_back(record(config, entry, {}, prepare));
+    made.runs.push_back(runOf(entry));
     const Recording &run = made.runs.back();
     size_t line = 0;
     for (const sim::Event &event : run.events) {

@@ -6,10 +6,12 @@
 #ifndef ORBA_TOOLS_TRAFFIC_DESK_ROUTER_H
 #define ORBA_TOOLS_TRAFFIC_DESK_ROUTER_H
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "packets/interval_set.h"
 #include "packets/router.h"
 #include "tools/play/origin.h"
 
@@ -21,6 +23,9 @@ struct Side {
   std::string interface;  // from whose wire they come; for "router" none
   std::string words;      // "a host of the LAN"
 };
+
+// Whether a side is the Internet's.
+bool isWan(const std::string &side);
 
 struct DeskRouter {
   // The entry points that make it a router, in the order of its start.
@@ -36,6 +41,13 @@ struct DeskRouter {
 
   // Null for none; "router" is no side.
   const Side *side(const std::string &name) const;
+  // What IP sees packets from a side come in by, and leave by when they are for it: its interface,
+  // or the bridge that this is a port of.
+  const packets::Interface &own(const Side &side) const;
+  // The addresses whose route, for packets without a mark, is as wanted.
+  packets::IntervalSet routed(const std::function<bool(const packets::Route &)> &wanted) const;
+  // Those of a side's network and of the networks that are routed to a host of it.
+  packets::IntervalSet networksOf(const Side &side) const;
   // The run of an entry point for which isOfStart() holds.
   const Recording &run(const std::string &entry) const;
   std::string text(size_t command) const;  // of a packets::Rule::command
@@ -45,6 +57,10 @@ struct DeskRouter {
 bool isOfStart(const std::string &entry);
 
 DeskRouter deskRouter(const std::vector<nvram::Setting> &config, const Prepare &prepare);
+// The same of runs that `runOf` has of its entry points.
+using RunOf = std::function<Recording(const std::string &entry)>;
+DeskRouter deskRouter(const std::vector<nvram::Setting> &config, const Prepare &prepare,
+                      const RunOf &runOf);
 
 // The interfaces that the settings give a device: the LAN with its ports, the WANs and the
 // default route, with the addresses that the device has for them.

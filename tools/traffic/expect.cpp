@@ -38,7 +38,9 @@ class Reader {
 
   void read(Expectation &made) {
     made.from = word("a side");
-    if (desk_.side(made.from) == nullptr) throw Fault{"there is no side '" + made.from + "'"};
+    if (made.from != kRouter && desk_.side(made.from) == nullptr) {
+      throw Fault{"there is no side '" + made.from + "'"};
+    }
     if (std::optional<IntervalSet> hosts = addresses()) made.senders.push_back({kSource, *hosts});
     if (take("with")) {
       if (!take("mac")) throw Fault{"behind 'with' stands 'mac'"};
@@ -60,6 +62,9 @@ class Reader {
       throw Fault{"whom it reaches is missing: router, a side or an address" + here()};
     }
     if (made.to == kRouter && made.hosts) throw Fault{"the router is told without an address"};
+    if (made.to == kRouter && made.from == kRouter) {
+      throw Fault{"the router reaches itself, whatever its settings say"};
+    }
     while (next_ < words_.size()) {
       for (const std::string &each : splitAt(words_[next_++], ',')) made.what.push_back(what(each));
     }
@@ -121,7 +126,13 @@ class Reader {
 // ---- judging ----
 
 bool isReached(const Outcome &outcome) {
-  return outcome.verdict == Verdict::kDelivered || outcome.verdict == Verdict::kForwarded;
+  return outcome.verdict == Verdict::kDelivered || outcome.verdict == Verdict::kForwarded ||
+         outcome.verdict == Verdict::kBridged;
+}
+
+// What a router has nothing to do with: whom a packet's frame is for, and where it leaves.
+SideWays::Node whateverFrame(Diagrams &diagrams, SideWays::Node packets) {
+  return diagrams.forSome(diagrams.forSome(packets, kDestinationMac), kBridgePortOut);
 }
 
 // One expectation of one router.
@@ -131,11 +142,14 @@ class Judge {
       : expectation_(expectation),
         ways_(ways),
         diagrams_(ways.diagrams()),
-        side_(ways.side(expectation.from)),
+        side_(ways.sender(expectation.from)),
         outcomes_(ways.from(side_).outcomes()),
-        function_(ways.function(side_)) {
-    const Node senders = diagrams_.set(expectation.senders);
-    packets_ = diagrams_.both(ways.beginnings(side_), senders);
+        senders_(diagrams_.set(expectation.senders)) {
+    for (const Side &each : ways.desk().sides) {
+      if (!expectation.to.empty() && each.name != expectation.to) continue;
+      frames_ = diagrams_.either(frames_, ways.frames(side_, each));
+    }
+    packets_ = diagrams_.both(diagrams_.either(ways.beginnings(side_), frames_), senders_);
     what_ = expectation.what.empty() ? Diagrams::kAll : Diagrams::kNone;
     for (const Conditions &each : expectation.what) {
       what_ = diagrams_.either(what_, diagrams_.set(each));
@@ -150,13 +164,13 @@ class Judge {
   Node broken() { return expectation_.can ? missing() : got(true); }
 
   // Of no packet at all nothing is to be told.
-  bool holds() { return packets_ != Diagrams::kNone && broken() == Diagrams::kNone; }
+  bool holds() { return speaksOfNobody().empty() && broken() == Diagrams::kNone; }
 
   Judgement judged(Blame &blame) {
     Judgement made;
-    if (packets_ == Diagrams::kNone) {
+    made.why = speaksOfNobody();
+    if (!made.why.empty()) {
       made.holds = false;
-      made.why = "it speaks of nobody: no host of " + expectation_.from + " has such an address";
       return made;
     }
     const Node breaking = broken();
@@ -173,10 +187,24 @@ class Judge {
   }
 
  private:
-  // Whether packets with an outcome go where the expectation says.
+  // Why there is no packet that it speaks of, empty where there is.
+  std::string speaksOfNobody() {
+    const std::string nobody = "it speaks of nobody: ";
+    if (packets_ == Diagrams::kNone) {
+      return nobody + "no host of " + expectation_.from + " has such an address";
+    }
+    if (!expectation_.can || wanted() != Diagrams::kNone) return "";
+    if (expectation_.from == kRouter) return nobody + "the router sends there from another address";
+    if (from() != Diagrams::kNone) return nobody + "there is no such host";
+    return nobody + "only a neighbour on the wire of " + expectation_.from +
+           " can have such an address";
+  }
+
+  // Whether packets with an outcome go where the expectation says. Of frames that the bridge
+  // passes on those alone are asked about that go there.
   bool goesThere(const Outcome &outcome) {
     if (!isReached(outcome)) return false;
-    if (expectation_.to.empty()) return true;
+    if (expectation_.to.empty() || outcome.verdict == Verdict::kBridged) return true;
     if (outcome.verdict == Verdict::kDelivered) return expectation_.to == kRouter;
     return expectation_.to != kRouter &&
            ways_.targetOf(outcome.out) == ways_.targetOf(ways_.side(expectation_.to));
@@ -184,9 +212,7 @@ class Judge {
 
   template <typename Each>
   void eachOutcome(Node packets, const Each &each) {
-    const Node numbered = diagrams_.map(function_, [](uint32_t place) { return place + 1; });
-    for (const auto &[number, part] :
-         diagrams_.parts(diagrams_.choose(packets, numbered, Diagrams::kNone))) {
+    for (const auto &[number, part] : diagrams_.parts(ways_.placesFrom1(side_, packets))) {
       if (number != 0) each(outcomes_[number - 1], part);
     }
   }
@@ -204,29 +230,47 @@ class Judge {
     return all;
   }
 
+  // From whom "can" speaks: hosts that need no neighbour. To a host behind another port of their
+  // bridge they send frames.
+  Node from() {
+    Node ordinary = ways_.ordinary(side_);
+    const bool with_mac =
+        std::any_of(expectation_.senders.begin(), expectation_.senders.end(),
+                    [](const Condition &each) { return each.field == kSourceMac; });
+    if (with_mac) ordinary = diagrams_.forSome(ordinary, kSourceMac);
+    if (frames_ != Diagrams::kNone) {
+      ordinary = expectation_.to.empty() ? diagrams_.either(ordinary, frames_) : frames_;
+    }
+    return diagrams_.both(ordinary, senders_);
+  }
+
+  // What should arrive.
+  Node wanted() {
+    // The router's address depends on whom it sends to.
+    const Node sent = expectation_.from == kRouter
+                          ? from()
+                          : whateverFrame(diagrams_, diagrams_.forSome(from(), kDestination));
+    return diagrams_.both(sent, diagrams_.both(what_, diagrams_.set({{kDestination, hosts()}})));
+  }
+
   // What should arrive and surely does not.
   Node missing() {
     const Node sure = diagrams_.forAllAnswers(got(false));
     Node arriving = Diagrams::kNone;
-    eachOutcome(
-        diagrams_.both(sure, ways_.ordinary(side_)), [&](const Outcome &outcome, Node packets) {
-          if (!goesThere(outcome)) return;
-          arriving =
-              diagrams_.either(arriving, ways_.arriving(outcome, diagrams_.forSomeAnswer(packets)));
-        });
-    Node wanted = diagrams_.both(ways_.ordinary(side_), diagrams_.set(expectation_.senders));
-    wanted = diagrams_.forSome(wanted, kDestination);
-    wanted =
-        diagrams_.both(wanted, diagrams_.both(what_, diagrams_.set({{kDestination, hosts()}})));
-    return diagrams_.without(wanted, arriving);
+    eachOutcome(diagrams_.both(sure, from()), [&](const Outcome &outcome, Node packets) {
+      if (!goesThere(outcome)) return;
+      arriving =
+          diagrams_.either(arriving, ways_.arriving(outcome, diagrams_.forSomeAnswer(packets)));
+    });
+    return diagrams_.without(wanted(), whateverFrame(diagrams_, arriving));
   }
 
   // Whom "can" speaks of.
   IntervalSet hosts() {
     if (expectation_.hosts) return *expectation_.hosts;
-    IntervalSet found;
     if (expectation_.to == kRouter) {
-      for (const Address &each : ways_.own(side_).addresses) {
+      IntervalSet found;
+      for (const Address &each : ways_.desk().own(side_).addresses) {
         found.add({each.address, each.address});
       }
       return found;
@@ -235,13 +279,19 @@ class Judge {
   }
 
   // A packet that should have arrived as it is sent: a host of the Internet knows the router's
-  // address for all that is behind it.
+  // address for all that is behind it, and one behind a bridge the other host's.
   Packet asked(Packet packet) {
-    const auto &own = ways_.own(side_).addresses;
-    const IntervalSet outside = ways_.routed([&](const Route &route) {
+    const bool by_bridge = frames_ != Diagrams::kNone && !expectation_.to.empty();
+    if (by_bridge) {
+      const Packet frame = ways_.witness(side_, frames_);
+      for (FieldId field : {kDestinationMac, kBridgePortOut}) packet[field] = frame[field];
+    }
+    if (by_bridge || !isWan(side_.name)) return packet;
+    const auto &own = ways_.desk().own(side_).addresses;
+    const IntervalSet outside = ways_.desk().routed([&](const Route &route) {
       return isWan(ways_.targetOf(ways_.desk().router.network().number(route.device)));
     });
-    if (isWan(side_.name) && !outside.contains(packet[kDestination]) && !own.empty()) {
+    if (!outside.contains(packet[kDestination]) && !own.empty()) {
       packet[kDestination] = own[0].address;
     }
     return packet;
@@ -257,7 +307,7 @@ class Judge {
         return each.walk.verdict == Verdict::kForwarded || each.walk.verdict == Verdict::kDelivered;
       });
       if (back || way.answers.empty()) continue;
-      return packetText(first) + ": " +
+      return sentText(first, ways_.ordinaryMac()) + ": " +
              withVerb(verdictSentence(way.answers, ways_.desk(), blame), "its answer");
     }
     return "";
@@ -268,10 +318,11 @@ class Judge {
   Diagrams &diagrams_;
   const Side &side_;
   const std::vector<Outcome> &outcomes_;
-  const Node function_;
-  Node packets_;  // of the senders, whatever they begin
-  Node what_;     // the protocols and ports that it speaks of
-  Node arrived_;  // the packets that it speaks of where they arrive
+  const Node senders_;
+  Node frames_ = Diagrams::kNone;  // to where it says, past the router
+  Node packets_;                   // of the senders, whatever they begin
+  Node what_;                      // the protocols and ports that it speaks of
+  Node arrived_;                   // the packets that it speaks of where they arrive
 };
 
 }  // namespace
@@ -326,9 +377,12 @@ Coverage coverageOf(const std::vector<Expectation> &expectations, SideWays &ways
       if (kind == Target::kGoOn || kind == Target::kJump) continue;
       // Where nothing meets it nothing changes without it.
       const bool met = std::any_of(sides.begin(), sides.end(), [&](const std::string &name) {
-        const Side &side = ways.side(name);
-        const Node begun =
-            ways.diagrams().both(ways.from(side).actsOn(rule), ways.beginnings(side));
+        const Side &side = ways.sender(name);
+        Node begun = ways.beginnings(side);
+        for (const Side &to : ways.desk().sides) {
+          begun = ways.diagrams().either(begun, ways.frames(side, to));
+        }
+        begun = ways.diagrams().both(ways.from(side).actsOn(rule), begun);
         return ways.withoutText(begun) != Diagrams::kNone;
       });
       bool missed = false;

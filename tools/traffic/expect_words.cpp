@@ -5,6 +5,7 @@
 #include "tools/text/lines.h"
 #include "tools/traffic/expect.h"
 #include "tools/traffic/packet_words.h"
+#include "tools/traffic/question.h"
 
 namespace orba::tool {
 
@@ -20,6 +21,7 @@ const std::string &textOf(const packets::RuleAt &rule, const DeskRouter &desk) {
 
 void printExpected(std::ostream &out, const std::vector<Expectation> &expectations,
                    const Expected &expected, const DeskRouter &desk, Blame &blame) {
+  const uint64_t ordinary_mac = macOfNoRule(desk.router);
   size_t failed = 0;
   for (size_t i = 0; i < expectations.size(); i++) {
     const Expectation &each = expectations[i];
@@ -32,7 +34,7 @@ void printExpected(std::ostream &out, const std::vector<Expectation> &expectatio
     }
     failed++;
     out << "fails\n    ";
-    if (judgement.witness) out << sentText(*judgement.witness) << ": ";
+    if (judgement.witness) out << sentText(*judgement.witness, ordinary_mac) << ": ";
     out << visible(judgement.why) << "\n";
   }
   out << expectations.size() << (expectations.size() == 1 ? " expectation, " : " expectations, ")

@@ -10,6 +10,7 @@
 #include "tools/text/lines.h"
 #include "tools/traffic/change.h"
 #include "tools/traffic/packet_words.h"
+#include "tools/traffic/question.h"
 
 namespace orba::tool {
 
@@ -60,17 +61,21 @@ bool onlyShuts(const std::string &text) {
 // Packets that one side may send, and which of them get through as time goes by.
 class Watch {
  public:
-  Watch(Diagrams &diagrams, Sides from, bool direct, const Side &side, Node packets)
-      : diagrams_(diagrams),
+  Watch(SideWays &ways, Sides from, bool neighbours, const Side &side, Node packets)
+      : ways_(ways),
+        diagrams_(ways.diagrams()),
         from_(std::move(from)),
-        direct_(direct),
+        neighbours_(neighbours),
         side_(side),
-        packets_(packets) {}
+        packets_(packets) {
+    if (isWan(side.name) && !neighbours) fixed_[kSourceMac] = ways.ordinaryMac();
+    packets_ = diagrams_.with(packets_, fixed_);
+  }
 
   // Those that may get through now.
-  Node passing(const Router &router, uint64_t mac, Node asked) {
+  Node passing(const Router &router, Node asked) {
     const Ways ways(router, diagrams_, router.network().number(side_.interface), Deciders::kUntold,
-                    diagrams_.both(asked, diagrams_.set({kDestinationMac, IntervalSet::one(mac)})));
+                    asked);
     const std::vector<Outcome> &outcomes = ways.outcomes();
     const Node may = diagrams_.where(ways.function(), [&](uint32_t place) {
       if (place >= outcomes.size()) return false;
@@ -78,9 +83,7 @@ class Watch {
       return verdict == Verdict::kForwarded || verdict == Verdict::kDelivered ||
              verdict == Verdict::kUnknown;
     });
-    std::map<FieldId, uint64_t> fixed = {{kDestinationMac, mac}};
-    if (isWan(side_.name)) fixed[kSourceMac] = kNeighbour;
-    return diagrams_.both(diagrams_.forSomeAnswer(diagrams_.with(may, fixed)), asked);
+    return diagrams_.both(diagrams_.forSomeAnswer(diagrams_.with(may, fixed_)), asked);
   }
 
   // What gets through before and afterwards is no matter.
@@ -102,25 +105,27 @@ class Watch {
     passing_ = passing;
   }
 
-  void tell(const DeskRouter &desk, const Ends &ends, std::vector<Window> &windows);
+  void tell(const Ends &ends, std::vector<Window> &windows);
 
  private:
+  SideWays &ways_;
   Diagrams &diagrams_;
   Sides from_;
-  bool direct_;
+  bool neighbours_;
   const Side &side_;
+  std::map<FieldId, uint64_t> fixed_;  // what of the packets is no matter
   Node packets_, passing_ = Diagrams::kNone;
   Node opened_ = Diagrams::kNone;  // where they get through, the command that opened it, from 1
   std::map<std::pair<size_t, size_t>, Node> windows_;  // by the commands that open and shut them
 };
 
 // One for what reaches the router and one for what goes past it.
-void Watch::tell(const DeskRouter &desk, const Ends &ends, std::vector<Window> &windows) {
+void Watch::tell(const Ends &ends, std::vector<Window> &windows) {
   const Node to_router = diagrams_.set({kDestination, ends.router});
   for (bool delivered : {true, false}) {
     Window told;
     told.from = from_;
-    told.direct = direct_;
+    told.neighbours = neighbours_;
     told.delivered = delivered;
     Node all = Diagrams::kNone, longest = Diagrams::kNone;
     told.first = SIZE_MAX;
@@ -142,7 +147,7 @@ void Watch::tell(const DeskRouter &desk, const Ends &ends, std::vector<Window> &
     told.slices = slicesOf(diagrams_, all, packets_, 1);
     told.around = told.slices[0];
     for (size_t i = 1; i < told.slices.size(); i++) widen(told.around, told.slices[i]);
-    told.witness = ordinaryOf(diagrams_, longest, side_, desk, ends);
+    told.witness = ways_.witness(side_, longest);
     windows.push_back(std::move(told));
   }
 }
@@ -189,21 +194,18 @@ Meanwhile meanwhileOf(const DeskRouter &before, const Recording &rebuild,
   made.states = changing.size();
 
   Diagrams diagrams;
-  const Ends ends(before.router.network());
+  const Ends ends(before);
+  SideWays ways(before, diagrams);
   std::vector<Watch> watches;
-  std::vector<uint64_t> macs;
   for (const Sides &sides : sidesOf({&before, &after})) {
     const Side &side = *before.side(sides[0]);
-    const uint64_t mac = macOf(side, before.router.network());
-    const Beginnings begin =
-        beginningsOf(diagrams, side, before, ownAddresses(before, side.name), ends);
-    for (bool direct : {false, true}) {
-      Watch watch(diagrams, sides, direct, side, direct ? begin.direct : begin.ordinary);
-      watch.leaveOut(watch.passing(before.router, mac, watch.packets()));
-      watch.leaveOut(watch.passing(after.router, mac, watch.packets()));
-      if (watch.packets() == Diagrams::kNone) continue;
-      watches.push_back(std::move(watch));
-      macs.push_back(mac);
+    const Node ordinary = ways.ordinary(side);
+    for (bool neighbours : {false, true}) {
+      Watch watch(ways, sides, neighbours, side,
+                  neighbours ? diagrams.without(ways.beginnings(side), ordinary) : ordinary);
+      watch.leaveOut(watch.passing(before.router, watch.packets()));
+      watch.leaveOut(watch.passing(after.router, watch.packets()));
+      if (watch.packets() != Diagrams::kNone) watches.push_back(std::move(watch));
     }
   }
   Router router = before.router;
@@ -213,15 +215,15 @@ Meanwhile meanwhileOf(const DeskRouter &before, const Recording &rebuild,
     if (next == changing.size() || changing[next] != i) continue;
     if (progress) progress(next, changing.size());
     next++;
-    for (size_t k = 0; k < watches.size(); k++) {
-      watches[k].see(steps[i].command, watches[k].passing(router, macs[k], watches[k].packets()));
+    for (Watch &watch : watches) {
+      watch.see(steps[i].command, watch.passing(router, watch.packets()));
     }
   }
-  for (Watch &watch : watches) watch.tell(before, ends, made.windows);
+  for (Watch &watch : watches) watch.tell(ends, made.windows);
   std::stable_sort(made.windows.begin(), made.windows.end(),
                    [](const Window &one, const Window &other) {
                      const auto rank = [](const Window &window) {
-                       return std::pair(window.direct, !isWan(window.from[0]));
+                       return std::pair(window.neighbours, !isWan(window.from[0]));
                      };
                      return rank(one) < rank(other);
                    });
@@ -243,7 +245,7 @@ std::string windowText(const Window &window, const Ends &ends) {
   text += " from " + sidesText(window.from);
   const auto to = window.around.fields.find(kDestination);
   text += " to " + (to == window.around.fields.end() ? "anyone" : endsText(to->second, ends));
-  if (window.direct) text += ", which only the provider's own network can send";
+  if (window.neighbours) text += ", which only a neighbour on its wire can send";
   return text;
 }
 
@@ -255,7 +257,8 @@ void printMeanwhile(std::ostream &out, const Meanwhile &meanwhile, const DeskRou
     out << "nothing gets through meanwhile that does not before or afterwards\n";
     return;
   }
-  const Ends ends(before.router.network());
+  const Ends ends(before);
+  const uint64_t ordinary_mac = macOfNoRule(before.router);
   out << meanwhile.commands.size() << " commands; first packets that get through meanwhile, and "
       << "neither before nor afterwards:\n";
   if (!meanwhile.all_states) {
@@ -264,7 +267,7 @@ void printMeanwhile(std::ostream &out, const Meanwhile &meanwhile, const DeskRou
   for (const Window &each : meanwhile.windows) {
     out << (coloured ? "\033[31m" : "") << windowText(each, ends) << (coloured ? "\033[0m" : "")
         << "\n";
-    out << "    such as " << sentText(each.witness, kNeighbour) << ", for "
+    out << "    such as " << sentText(each.witness, ordinary_mac) << ", for "
         << each.shuts - each.opens
         << (each.shuts - each.opens == 1 ? " command:\n" : " commands:\n");
     out << "    opens with " << commandText(meanwhile, each.opens) << "\n";
@@ -276,7 +279,7 @@ void printMeanwhile(std::ostream &out, const Meanwhile &meanwhile, const DeskRou
 }
 
 nlohmann::ordered_json meanwhileAsJson(const Meanwhile &meanwhile, const DeskRouter &before) {
-  const Ends ends(before.router.network());
+  const Ends ends(before);
   nlohmann::ordered_json json = {{"commands", meanwhile.commands.size()},
                                  {"states", meanwhile.states},
                                  {"all_states", meanwhile.all_states},
@@ -287,7 +290,7 @@ nlohmann::ordered_json meanwhileAsJson(const Meanwhile &meanwhile, const DeskRou
     };
     json["windows"].push_back({{"from", each.from},
                                {"packets", windowText(each, ends)},
-                               {"direct", each.direct},
+                               {"neighbours", each.neighbours},
                                {"witness", packetAsJson(each.witness, before.router.network())},
                                {"opens", command(each.opens)},
                                {"shuts", command(each.shuts)},

@@ -10,14 +10,15 @@
 #include <vector>
 
 #include "tools/traffic/desk_router.h"
-#include "tools/traffic/ordinary.h"
+#include "tools/traffic/set_words.h"
+#include "tools/traffic/side_ways.h"
 
 namespace orba::tool {
 
 // Packets that get through for a time, and neither before nor afterwards.
 struct Window {
   Sides from;
-  bool direct = false;        // only the provider's own network can send them
+  bool neighbours = false;    // only somebody on the side's own wire can send them
   bool delivered = false;     // of the witness: to the router, else past it
   std::vector<Slice> slices;  // protocols and ports
   Slice around;               // all of them

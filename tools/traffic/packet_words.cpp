@@ -1,6 +1,7 @@
 #include "tools/traffic/packet_words.h"
 
 #include <cctype>
+#include <cstdio>
 #include <nlohmann/json.hpp>
 
 namespace orba::tool {
@@ -12,7 +13,7 @@ using packets::IntervalSet;
 using packets::Packet;
 
 // A network where it is one, else its first and last address.
-std::string addressesText(const Interval &each) {
+std::string networkText(const Interval &each) {
   const uint64_t size = each.last - each.first + 1;
   if (size == 1) return packets::addressText(each.first);
   const bool network = (size & (size - 1)) == 0 && each.first % size == 0;
@@ -22,7 +23,7 @@ std::string addressesText(const Interval &each) {
   return packets::addressText(each.first) + "-" + packets::addressText(each.last);
 }
 
-std::string portsText(const Interval &each) {
+std::string portRange(const Interval &each) {
   if (each.first == each.last) return std::to_string(each.first);
   return std::to_string(each.first) + "-" + std::to_string(each.last);
 }
@@ -46,12 +47,12 @@ const char *const kFlags[] = {"FIN", "SYN", "RST", "PSH", "ACK", "URG"};
 
 std::string addressesText(const IntervalSet &addresses) {
   if (addresses == IntervalSet::range(0, 0xffffffff)) return "anywhere";
-  return listed(addresses, addressesText);
+  return listed(addresses, networkText);
 }
 
 std::string portsText(const IntervalSet &ports) {
   if (ports == IntervalSet::range(0, 65535)) return "any port";
-  return listed(ports, portsText);
+  return listed(ports, portRange);
 }
 
 bool hasPorts(const Packet &packet) {
@@ -95,6 +96,11 @@ std::string endText(const Packet &packet, packets::Field address, packets::Field
 }
 
 std::string packetText(const Packet &packet) {
+  if (packet[packets::kEtherType] != packets::kIpv4) {
+    char text[40];
+    snprintf(text, sizeof(text), "a frame of type 0x%04x", int(packet[packets::kEtherType]));
+    return text;
+  }
   std::string text = protocolName(packet[packets::kProtocol]) + " from " +
                      endText(packet, packets::kSource, packets::kSourcePort) + " to " +
                      endText(packet, packets::kDestination, packets::kDestinationPort);
@@ -107,9 +113,18 @@ std::string packetText(const Packet &packet) {
 }
 
 std::string sentText(const packets::Packet &packet, uint64_t ordinary) {
-  const uint64_t mac = packet[packets::kSourceMac];
-  const bool told = mac != 0 && mac != ordinary;
-  return packetText(packet) + (told ? " with mac " + packets::macText(mac) : "");
+  constexpr uint64_t kBare = 40, kPing = 84;
+  const uint64_t mac = packet[packets::kSourceMac], length = packet[packets::kLength];
+  std::string text = packetText(packet);
+  if (mac != 0 && mac != ordinary) text += " with mac " + packets::macText(mac);
+  if (packet[packets::kEtherType] != packets::kIpv4) return text;
+  if (length != (packet[packets::kProtocol] == packets::kIcmp ? kPing : kBare)) {
+    text += " of " + std::to_string(length) + " bytes";
+  }
+  if (packet[packets::kState] != stateOfFirst(packet)) {
+    text += std::string(", ") + stateName(static_cast<packets::State>(packet[packets::kState]));
+  }
+  return text;
 }
 
 nlohmann::ordered_json packetAsJson(const Packet &packet, const packets::Network &network) {

@@ -31,9 +31,9 @@ std::optional<uint64_t> flagNamed(const std::string &name);
 std::string endText(const packets::Packet &packet, packets::Field address, packets::Field port);
 // "tcp from 192.168.1.20:40000 to 198.51.100.1:25 (SYN)"
 std::string packetText(const packets::Packet &packet);
-// The same with the MAC address that it is sent from, where not just any host may send it: that is
-// neither 0 nor `ordinary`.
-std::string sentText(const packets::Packet &packet, uint64_t ordinary = 0);
+// The same with what else `orba trace` has to be told of it: a MAC address that is not `ordinary`
+// (and not 0: the router's own), another length or another state than it would be taken to have.
+std::string sentText(const packets::Packet &packet, uint64_t ordinary);
 nlohmann::ordered_json packetAsJson(const packets::Packet &packet, const packets::Network &network);
 const char *stateName(packets::State state);         // "new"
 const char *verdictName(packets::Verdict verdict);   // "forwarded"

@@ -25,19 +25,13 @@ constexpr size_t kMostLines = 6;
 // Of more rules of a chain than these the rest is counted.
 constexpr size_t kMostNamed = 6;
 
-uint64_t sizeOf(const IntervalSet &set) {
-  uint64_t size = 0;
-  for (const Interval &each : set.intervals()) size += each.last - each.first + 1;
-  return size;
-}
-
 void join(IntervalSet &set, const IntervalSet &more) {
   for (const Interval &each : more.intervals()) set.add(each);
 }
 
 // More than half counts as everything: what is missing is told as what stops it.
 bool nearly(const IntervalSet &some, const IntervalSet &all) {
-  return some == all || (sizeOf(all) > 1 && sizeOf(some) > sizeOf(all) / 2);
+  return some == all || (all.size() > 1 && some.size() > all.size() / 2);
 }
 
 bool stops(const Outcome &outcome) {
@@ -104,6 +98,18 @@ std::string settingsOf(const Rules &rules, const DeskRouter &desk, Blame &blame)
   return text + (rest == 0 ? "" : " and " + std::to_string(rest) + " more rules there");
 }
 
+// The closest setting of each rule that is named.
+std::vector<Origin> originsOf(const Rules &rules, Blame &blame) {
+  std::vector<Origin> found;
+  for (const RuleAt &rule : namedOf(rules)) {
+    const std::vector<Origin> &origins = blame.originsOf(rule);
+    const bool is_new =
+        !origins.empty() && std::find(found.begin(), found.end(), origins[0]) == found.end();
+    if (is_new) found.push_back(origins[0]);
+  }
+  return found;
+}
+
 // What the packets of a line have in common: where they get, and what lets them.
 struct Way {
   std::string to;
@@ -141,14 +147,11 @@ class FromSide {
         packets_(packets),
         briefly_(briefly),
         diagrams_(ways.diagrams()) {
-    // From 1 on, so that 0 is left for all other packets.
-    const Node outcomes =
-        diagrams_.map(ways.function(side), [](uint32_t place) { return place + 1; });
-    outcomes_ = diagrams_.choose(packets, outcomes, Diagrams::kNone);
+    outcomes_ = ways.placesFrom1(side, packets);
     sources_ = diagrams_.valuesOf(
         where([](const Outcome &outcome) { return outcome.verdict != Verdict::kMartian; }),
         kSource);
-    for (const Address &each : ways.own(side).addresses) {
+    for (const Address &each : ways.desk().own(side).addresses) {
       addresses_.add({each.address, each.address});
     }
     if (addresses_.empty()) addresses_.add({0, largestOf(kDestination)});
@@ -287,13 +290,13 @@ class FromSide {
 
   Way wayOf(const Outcome &outcome) {
     Way way = {placeOf(outcome).value_or(""), {}, {}, {}};
-    if (briefly_) {
-      if (outcome.verdict == Verdict::kForwarded) way.to = through_;
-      return way;
-    }
     if (outcome.translated_by) {
       way.destination = outcome.destination;
       way.port = outcome.port;
+    }
+    if (briefly_) {
+      if (outcome.verdict == Verdict::kForwarded) way.to = through_;
+      return way;
     }
     for (const RuleAt &rule : tool::rulesOf(outcome)) {
       const std::vector<Origin> &origins = blame_.originsOf(rule);
@@ -417,6 +420,8 @@ class FromSide {
                       .stoppers = rulesOf(others, stops),
                       .by = {},
                       .but = {},
+                      .by_origins = {},
+                      .but_origins = {},
                       .depends = depends,
                       .witness = {}};
       // With the answers that let it through.
@@ -449,22 +454,23 @@ class FromSide {
 
 namespace {
 
-// What is known of lines: protocols, ports and where they arrive, the router being one place, of
-// those that anyone reaches.
+// What is known of lines: protocols, ports and where they arrive, the router being one place, and
+// from whom where that is not anyone.
 Node knownOf(std::vector<Opening>::const_iterator first, std::vector<Opening>::const_iterator end,
              SideWays &ways) {
   IntervalSet router =
-      ways.routed([](const Route &route) { return route.kind != Route::kUnicast; });
+      ways.desk().routed([](const Route &route) { return route.kind != Route::kUnicast; });
   for (const Interval &each : {Interval{0, 0}, Interval{0xe0000000, 0xffffffff}}) router.add(each);
   Node known = Diagrams::kNone;
   for (auto each = first; each != end; ++each) {
-    if (!each->from_anyone || each->to.empty()) continue;
+    if (each->to.empty()) continue;
     Conditions conditions = {{kProtocol, each->protocols},
                              {kDestination, each->to == kRouter ? router : each->hosts}};
     if (!each->ports.empty()) {
       conditions.push_back(
           {kDestinationPort, each->port ? IntervalSet::one(*each->port) : each->ports});
     }
+    if (!each->from_anyone) conditions.push_back({kSource, each->sources});
     known = ways.diagrams().either(known, ways.diagrams().set(conditions));
   }
   return known;
@@ -500,8 +506,7 @@ Ports portsOf(SideWays &ways, Blame &blame, const PortsQuestion &question) {
     };
     const Node ordinary = ways.ordinary(side);
     const Node others = ways.diagrams().without(ways.beginnings(side), ordinary);
-    // Who is on the bridge is in the LAN.
-    const bool guarded = isWan(side.name) && ways.targetOf(side) != kLan && told(kRouter);
+    const bool guarded = isWan(side.name) && told(kRouter);
     asked.push_back({side, FromSide(ways, blame, side, ordinary, told, false),
                      FromSide(ways, blame, side, others, told, true), guarded});
     for (FromSide *from : {&asked.back().anybody, &asked.back().neighbours}) {
@@ -532,8 +537,13 @@ Ports portsOf(SideWays &ways, Blame &blame, const PortsQuestion &question) {
   for (Opening &each : ports.openings) {
     each.by = settingsOf(each.rules, desk, blame);
     each.but = settingsOf(each.stoppers, desk, blame);
+    each.by_origins = originsOf(each.rules, blame);
+    each.but_origins = originsOf(each.stoppers, blame);
   }
-  for (Leak &each : ports.leaks) each.by = settingsOf(each.rules, desk, blame);
+  for (Leak &each : ports.leaks) {
+    each.by = settingsOf(each.rules, desk, blame);
+    each.by_origins = originsOf(each.rules, blame);
+  }
   return ports;
 }
 

@@ -32,6 +32,7 @@ struct Opening {
   std::optional<uint64_t> port;    // where they arrive, when it is another
   std::vector<packets::RuleAt> rules, stoppers;  // what lets these through, and stops others
   std::string by, but;                           // the settings or records of those; empty for none
+  std::vector<Origin> by_origins, but_origins;   // the same, each once
   std::vector<std::string> depends;  // the questions on which it depends; none: it is sure
   packets::Packet witness;           // one of them
 };
@@ -47,6 +48,7 @@ struct Leak {
   bool from_anyone = false;
   std::vector<packets::RuleAt> rules;
   std::string by;
+  std::vector<Origin> by_origins;
   packets::Packet witness;
 };
 

@@ -6,6 +6,7 @@
 #include "tools/text/lines.h"
 #include "tools/traffic/packet_words.h"
 #include "tools/traffic/ports.h"
+#include "tools/traffic/question.h"
 
 namespace orba::tool {
 
@@ -28,7 +29,7 @@ std::string shortened(const IntervalSet &set, std::string (*text)(const Interval
   return text(first) + " and " + std::to_string(set.intervals().size() - kMostListed) + " more";
 }
 
-std::string protocolsText(const IntervalSet &protocols) {
+std::string protocolNamesText(const IntervalSet &protocols) {
   std::string text;
   uint64_t named = 0;
   for (const Interval &each : protocols.intervals()) {
@@ -43,7 +44,7 @@ std::string protocolsText(const IntervalSet &protocols) {
 }
 
 std::string whatText(const Opening &opening) {
-  return protocolsText(opening.protocols) +
+  return protocolNamesText(opening.protocols) +
          (opening.ports.empty() ? "" : " " + shortened(opening.ports, portsText));
 }
 
@@ -69,18 +70,28 @@ std::string headingOf(const Opening &opening, const DeskRouter &desk) {
   return text + (opening.to == kRouter ? " to the router" : " through the router to " + opening.to);
 }
 
-std::string leakText(const Leak &leak) {
+std::string leakText(const Leak &leak, const DeskRouter &desk) {
+  const bool bridged = !desk.router.network().find(desk.side(leak.from)->interface)->bridge.empty();
   std::string ports;
   for (const std::string &port : leak.ports) ports += (ports.empty() ? " " : ", ") + port;
-  return leak.mode + " says \"" + leak.promise + "\", but " + leak.from + " reaches " +
-         leak.service + ": " + protocolName(leak.protocol) + ports + " " +
-         fromText(leak.sources, leak.from_anyone) + ", by " + leak.by;
+  return leak.mode + " says \"" + leak.promise + "\", but " + leak.from +
+         (bridged ? ", a port of the LAN's bridge, reaches " : " reaches ") + leak.service + ": " +
+         protocolName(leak.protocol) + ports + " " + fromText(leak.sources, leak.from_anyone) +
+         ", by " + leak.by;
 }
 
 Json intervalsAsJson(const IntervalSet &set, std::string (*text)(const IntervalSet &)) {
   Json made = Json::array();
   for (const Interval &each : set.intervals()) {
     made.push_back(text(IntervalSet::range(each.first, each.last)));
+  }
+  return made;
+}
+
+Json originsAsJson(const std::vector<Origin> &origins) {
+  Json made = Json::array();
+  for (const Origin &each : origins) {
+    made.push_back({{"space", each.space}, {"key", each.key}, {"record", each.record}});
   }
   return made;
 }
@@ -114,6 +125,7 @@ void printOpening(std::ostream &out, const Opening &opening, const std::string &
 
 void printPorts(std::ostream &out, const Ports &ports, const DeskRouter &desk, bool witnesses,
                 bool colour) {
+  const uint64_t ordinary_mac = macOfNoRule(desk.router);
   std::string heading, but;
   for (auto each = ports.openings.begin(); each != ports.openings.end(); ++each) {
     if (headingOf(*each, desk) != heading) {
@@ -124,7 +136,7 @@ void printPorts(std::ostream &out, const Ports &ports, const DeskRouter &desk, b
           << ":\n";
     }
     printOpening(out, *each, but);
-    if (witnesses) out << "      such as " << packetText(each->witness) << "\n";
+    if (witnesses) out << "      such as " << sentText(each->witness, ordinary_mac) << "\n";
   }
   for (const Refusal &refusal : desk.router.refusals()) {
     if (!refusal.missing) continue;
@@ -132,8 +144,8 @@ void printPorts(std::ostream &out, const Ports &ports, const DeskRouter &desk, b
   }
   for (const Leak &leak : ports.leaks) {
     out << "\n"
-        << (colour ? kRed : "") << visible(leakText(leak)) << (colour ? kPlain : "") << "\n";
-    if (witnesses) out << "      such as " << packetText(leak.witness) << "\n";
+        << (colour ? kRed : "") << visible(leakText(leak, desk)) << (colour ? kPlain : "") << "\n";
+    if (witnesses) out << "      such as " << sentText(leak.witness, ordinary_mac) << "\n";
   }
 }
 
@@ -141,19 +153,24 @@ Json portsAsJson(const Ports &ports, const DeskRouter &desk) {
   const Network &network = desk.router.network();
   Json openings = Json::array(), leaks = Json::array(), missing = Json::array();
   for (const Opening &each : ports.openings) {
-    openings.push_back({{"from", each.from},
-                        {"neighbours", each.neighbours},
-                        {"to", each.to.empty() ? Json(nullptr) : Json(each.to)},
-                        {"protocols", protocolsText(each.protocols)},
-                        {"ports", intervalsAsJson(each.ports, portsText)},
-                        {"sources", intervalsAsJson(each.sources, addressesText)},
-                        {"hosts", intervalsAsJson(each.hosts, addressesText)},
-                        {"translated", each.translated},
-                        {"port", each.port ? Json(*each.port) : Json(nullptr)},
-                        {"by", each.by},
-                        {"but", each.but},
-                        {"depends", each.depends},
-                        {"witness", packetAsJson(each.witness, network)}});
+    openings.push_back(
+        {{"from", each.from},
+         {"neighbours", each.neighbours},
+         {"to", each.to.empty() ? Json(nullptr) : Json(each.to)},
+         {"protocols", protocolNamesText(each.protocols)},
+         {"ports", intervalsAsJson(each.ports, portsText)},
+         {"sources", intervalsAsJson(each.sources, addressesText)},
+         {"hosts", intervalsAsJson(each.hosts, addressesText)},
+         {"words",
+          {{"heading", headingOf(each, desk)}, {"what", whatText(each)}, {"who", whoText(each)}}},
+         {"translated", each.translated},
+         {"port", each.port ? Json(*each.port) : Json(nullptr)},
+         {"by", each.by},
+         {"by_origins", originsAsJson(each.by_origins)},
+         {"but", each.but},
+         {"but_origins", originsAsJson(each.but_origins)},
+         {"depends", each.depends},
+         {"witness", packetAsJson(each.witness, network)}});
   }
   for (const Leak &each : ports.leaks) {
     leaks.push_back({{"from", each.from},
@@ -164,6 +181,8 @@ Json portsAsJson(const Ports &ports, const DeskRouter &desk) {
                      {"ports", each.ports},
                      {"sources", intervalsAsJson(each.sources, addressesText)},
                      {"by", each.by},
+                     {"by_origins", originsAsJson(each.by_origins)},
+                     {"words", leakText(each, desk)},
                      {"witness", packetAsJson(each.witness, network)}});
   }
   for (const Refusal &each : desk.router.refusals()) {

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "packets/values.h"
-#include "tools/catalog/entry_point.h"
 #include "tools/text/lines.h"
 #include "tools/traffic/packet_words.h"
 
@@ -20,7 +19,7 @@ constexpr uint64_t kSomeMac = 0x020000000001, kOtherHostMac = 0x0200000000fe;
 constexpr uint64_t kSomePort = 40000, kHeader = 20, kBare = 40, kPing = 84;
 
 [[noreturn]] void refuse(const std::string &argument, const std::string &why) {
-  throw BadArgument(argument + ": " + why);
+  throw BadQuestion(argument, why);
 }
 
 uint64_t numberOf(const std::string &argument, const std::string &text, uint64_t least,
@@ -238,20 +237,25 @@ Packet packetOf(const PacketQuestion &question, const DeskRouter &desk) {
   return Reader(question, desk).read();
 }
 
-uint64_t macOfNoRule(const Router &router) {
-  uint64_t mac = kSomeMac;
+IntervalSet macsOfRules(const Router &router) {
+  IntervalSet macs;
   for (const auto &[place, chain] : router.chains()) {
     for (const Rule &rule : chain.rules) {
       for (const Condition &each : rule.conditions) {
         if (each.field != kSourceMac) continue;
-        for (const Interval &some : each.values.intervals()) {
-          const bool few = some.last - some.first < largestOf(kSourceMac) / 2;
-          if (few && some.first <= mac && mac <= some.last) mac = some.last + 1;
-        }
+        const IntervalSet others = each.values.complement(largestOf(kSourceMac));
+        const bool few = each.values.size() < others.size();
+        for (const Interval &some : (few ? each.values : others).intervals()) macs.add(some);
       }
     }
   }
-  return mac;
+  return macs;
+}
+
+uint64_t macBut(const IntervalSet &macs) {
+  const IntervalSet others = macs.complement(largestOf(kSourceMac))
+                                 .intersection(IntervalSet::range(kSomeMac, largestOf(kSourceMac)));
+  return others.empty() ? kSomeMac : others.intervals()[0].first;
 }
 
 }  // namespace orba::tool

@@ -4,10 +4,19 @@
 
 #include <string>
 
+#include "packets/interval_set.h"
 #include "packets/packet.h"
+#include "tools/catalog/entry_point.h"
 #include "tools/traffic/desk_router.h"
 
 namespace orba::tool {
+
+// What is wrong with one argument of a question, and what to type instead.
+struct BadQuestion : BadArgument {
+  BadQuestion(const std::string &wrong, const std::string &what)
+      : BadArgument(wrong + ": " + what), argument(wrong), why(what) {}
+  std::string argument, why;  // "SOURCE", "--mac"
+};
 
 struct PacketQuestion {
   std::string from;              // a side, or "router"
@@ -23,11 +32,16 @@ struct PacketQuestion {
 
 // The packet as it comes in from the wire, or as the router sends it. To whom its frame is
 // addressed follows from its destination: to the router, to everybody, to a group, or to another
-// host of the bridge. Throws BadArgument, which names the argument and says what to type.
+// host of the bridge. Throws BadQuestion.
 packets::Packet packetOf(const PacketQuestion &question, const DeskRouter &desk);
 
-// The MAC address of a host that rules know only as one of many.
-uint64_t macOfNoRule(const packets::Router &router);
+// The MAC addresses that some rule of a router tells from most others, and one that is none of
+// some: of a host that rules know only as one of many.
+packets::IntervalSet macsOfRules(const packets::Router &router);
+uint64_t macBut(const packets::IntervalSet &macs);
+inline uint64_t macOfNoRule(const packets::Router &router) {
+  return macBut(macsOfRules(router));
+}
 
 }  // namespace orba::tool
 

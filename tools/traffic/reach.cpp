@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <set>
 
+#include "packets/walk.h"
 #include "tools/traffic/blockers.h"
 #include "tools/traffic/packet_words.h"
 
@@ -38,6 +39,13 @@ bool stops(const Rule &rule) {
   return rule.target.kind == Target::kDrop || rule.target.kind == Target::kReject;
 }
 
+// Whether the one begins before the other ends: of each two of many, which soon tells most apart.
+bool meet(const IntervalSet &one, const IntervalSet &other) {
+  if (one.empty() || other.empty()) return false;
+  const auto &ones = one.intervals(), &others = other.intervals();
+  return ones.front().first <= others.back().last && others.front().first <= ones.back().last;
+}
+
 bool isLoopbackOnly(const Rule &rule) {
   return std::any_of(rule.conditions.begin(), rule.conditions.end(), [](const Condition &each) {
     return each.field == kIn && each.values == IntervalSet::one(0);
@@ -57,6 +65,8 @@ class TrafficChecker {
     checkRefusals();
     checkUnreached();
     checkForwards();
+    checkPolicies();
+    checkRoutes();
     checkOpenPorts();
     return std::move(findings_);
   }
@@ -64,13 +74,18 @@ class TrafficChecker {
  private:
   const Rule &ruleAt(const RuleAt &at) const { return router_.chain(at.place)->rules[at.rule]; }
 
-  // About what a rule came from, once.
+  // About what a command came from, once.
+  void add(const Origin &origin, size_t command, std::string reason, std::string effect,
+           std::string blocker = "", std::string witness = "") {
+    if (!told_.insert({origin.key, origin.record}).second) return;
+    findings_.push_back({origin.key, origin.space, origin.record, 0, valueFor(origin, command),
+                         std::move(reason), std::move(effect), std::move(blocker),
+                         std::move(witness)});
+  }
   void add(const Origin &origin, const RuleAt &at, std::string reason, std::string effect,
            std::string blocker, std::string witness) {
-    if (!told_.insert({origin.key, origin.record}).second) return;
-    findings_.push_back({origin.key, origin.space, origin.record, 0,
-                         valueFor(origin, blame_.commandOf(at)), std::move(reason),
-                         std::move(effect), std::move(blocker), std::move(witness)});
+    add(origin, blame_.commandOf(at), std::move(reason), std::move(effect), std::move(blocker),
+        std::move(witness));
   }
 
   std::string valueFor(const Origin &origin, size_t command) const {
@@ -89,11 +104,8 @@ class TrafficChecker {
       if (!refusal.missing || refusal.words.find("tables") == std::string::npos) continue;
       const std::vector<Origin> &origins = blame_.originsOf(refusal.command);
       if (origins.empty() || origins[0].record == 0) continue;
-      if (!told_.insert({origins[0].key, origins[0].record}).second) continue;
-      findings_.push_back({origins[0].key, origins[0].space, origins[0].record, 0,
-                           valueFor(origins[0], refusal.command),
-                           "makes a command that is refused (" + refusal.why + ")",
-                           "comes to nothing"});
+      add(origins[0], refusal.command, "makes a command that is refused (" + refusal.why + ")",
+          "comes to nothing");
     }
   }
 
@@ -121,16 +133,55 @@ class TrafficChecker {
       const std::string blocker = namesOf(blockers);
       std::string effect = "comes behind " + blocker + ", where all its packets go";
       if (blockers.routing) effect = "is for packets that the kernel's routing refuses";
+      const bool bridgeless =
+          at.place.program == Place::kEbtables && router_.network().bridges.empty();
+      if (bridgeless) effect = "is for frames of a bridge, and the router has none";
       if (blockers.router) effect = "is for packets to the router itself, which it does not filter";
-      if (blocker.empty()) {
+      if (blocker.empty() && !bridgeless) {
         // Where the desk alone has no packet for it, nothing is said.
         if (search_.isHooked(at.place)) continue;
         effect = "stands where no packet comes";
       }
-      add(*origin, at,
-          origin->record == 0 ? "stops nothing that would get so far" : "is reached by no packet",
-          effect, blocker, blockers.witness);
+      std::string reason = "is reached by no packet";
+      if (origin->record == 0) reason = "stops nothing that would get so far";
+      if (origin->record != 0 && othersAct(at, *origin)) {
+        if (blocker.empty() || blockers.routing || blockers.router) continue;
+        reason = "does not get all its packets";
+        effect = "comes behind " + blocker + ", where all its " + kindOf(ruleAt(at)) + " go";
+      }
+      add(*origin, at, reason, effect, blocker, blockers.witness);
     }
+  }
+
+  // Whether another rule of the same record acts, of those that stand in the same table. Their
+  // commands were run one behind the other.
+  bool othersAct(const RuleAt &at, const Origin &origin) {
+    constexpr size_t kMostCommands = 8;
+    const size_t command = blame_.commandOf(at);
+    std::vector<RuleAt> others;
+    for (const auto &[place, chain] : router_.chains()) {
+      if (place.program != at.place.program || place.table != at.place.table) continue;
+      for (size_t i = 0; i < chain.rules.size(); i++) {
+        const Rule &rule = chain.rules[i];
+        const size_t between = std::max(rule.command, command) - std::min(rule.command, command);
+        const RuleAt other = {place, i};
+        if (between <= kMostCommands && other != at && decides(rule) && search_.acts(other)) {
+          others.push_back(other);
+        }
+      }
+    }
+    blame_.ask(others);
+    return std::any_of(others.begin(), others.end(), [&](const RuleAt &each) {
+      const Origin *of_it = originOf(each);
+      return of_it != nullptr && of_it->key == origin.key && of_it->record == origin.record;
+    });
+  }
+
+  // "udp packets"
+  static std::string kindOf(const Rule &rule) {
+    const IntervalSet *protocols = valuesOf(rule, kProtocol);
+    if (protocols == nullptr || protocols->size() != 1) return "packets of one kind";
+    return protocolName(protocols->intervals()[0].first) + " packets";
   }
 
   // Whether all that a switch has to stop packets with acts on none.
@@ -173,35 +224,144 @@ class TrafficChecker {
     const Place place = {Place::kIptables, "nat", "port_forward"};
     const Chain *chain = router_.chain(place);
     if (chain == nullptr) return;
-    for (size_t later = 0; later < chain->rules.size(); later++) {
-      for (size_t earlier = 0; earlier < later; earlier++) {
-        const Rule &first = chain->rules[earlier], &second = chain->rules[later];
-        const IntervalSet *ports[] = {valuesOf(first, kDestinationPort),
-                                      valuesOf(second, kDestinationPort)};
-        const IntervalSet *protocols[] = {valuesOf(first, kProtocol), valuesOf(second, kProtocol)};
-        if (first.target == second.target || ports[0] == nullptr || ports[1] == nullptr ||
-            protocols[0] == nullptr || protocols[1] == nullptr ||
-            !(*protocols[0] == *protocols[1])) {
+    struct Forward {
+      size_t at;
+      const Rule &rule;
+      const IntervalSet &ports, &protocols;
+    };
+    std::vector<Forward> forwards;
+    for (size_t at = 0; at < chain->rules.size(); at++) {
+      const Rule &rule = chain->rules[at];
+      const IntervalSet *ports = valuesOf(rule, kDestinationPort);
+      const IntervalSet *protocols = valuesOf(rule, kProtocol);
+      if (ports != nullptr && protocols != nullptr)
+        forwards.push_back({at, rule, *ports, *protocols});
+    }
+    for (const Forward &later : forwards) {
+      for (const Forward &earlier : forwards) {
+        if (earlier.at == later.at) break;
+        if (!meet(earlier.ports, later.ports) || !(earlier.protocols == later.protocols) ||
+            earlier.rule.target == later.rule.target) {
           continue;
         }
-        const IntervalSet shared = ports[0]->intersection(*ports[1]);
-        if (shared.empty() || shared == *ports[1]) continue;
-        const Origin *origin = originOf({place, later});
+        const IntervalSet shared = earlier.ports.intersection(later.ports);
+        if (shared.empty() || shared == later.ports) continue;
+        const Origin *origin = originOf({place, later.at});
         if (origin == nullptr) continue;
-        const std::string blocker = blame_.nameOf({place, earlier});
-        Conditions both = second.conditions;
+        const std::string blocker = blame_.nameOf({place, earlier.at});
+        Conditions both = later.rule.conditions;
         both.push_back({kDestinationPort, shared});
-        add(*origin, {place, later}, "does not get all its ports",
+        add(*origin, {place, later.at}, "does not get all its ports",
             "leaves " + portsText(shared) + " to " + blocker, blocker, witnessFromOutside(both));
         break;
       }
     }
   }
 
+  // Whose a route is: a record's, or nobody's where the main table has none.
+  std::string routeName(const std::optional<Route> &route) {
+    const std::string name = route ? blame_.nameOf(route->command) : "";
+    return name.empty() ? "a route that no record made" : name;
+  }
+
+  // Marks of policy routes are or-ed together: what two records match need not take the way that
+  // each of them would lead it.
+  void checkPolicies() {
+    const Place place = {Place::kEbtables, "filter", "Policy_Route"};
+    const Chain *chain = router_.chain(place);
+    if (chain == nullptr) return;
+    for (size_t later = 1; later < chain->rules.size(); later++) {
+      for (size_t earlier = 0; earlier < later; earlier++) {
+        if (shareMarks({place, earlier}, {place, later})) break;
+      }
+    }
+  }
+
+  // Whether there is something to tell of what two rules mark.
+  bool shareMarks(const RuleAt &earlier, const RuleAt &later) {
+    Conditions conditions = ruleAt(earlier).conditions;
+    const Conditions &more = ruleAt(later).conditions;
+    conditions.insert(conditions.end(), more.begin(), more.end());
+    const Node both = diagrams_.set(conditions);
+    if (both == Diagrams::kNone) return false;
+    for (const Side &side : search_.sides()) {
+      Node packets = diagrams_.both(both, ways_.beginnings(side));
+      for (const RuleAt &at : {earlier, later}) {
+        packets = diagrams_.both(packets, ways_.from(side).actsOn(at));
+      }
+      if (packets == Diagrams::kNone) continue;
+      const Packet packet = ways_.witness(side, packets);
+      const std::optional<Route> way = routeOf(router_, packet),
+                                 one = routeOf(router_.without(later), packet),
+                                 other = routeOf(router_.without(earlier), packet);
+      const bool as_one = sameWay(way, one), as_other = sameWay(way, other);
+      if (as_one && as_other) continue;
+      // Whose packets others have.
+      const RuleAt &loser = as_other ? earlier : later, &winner = as_other ? later : earlier;
+      const Origin *origin = originOf(loser);
+      if (origin == nullptr) continue;
+      const std::string blocker = blame_.nameOf(winner);
+      add(*origin, loser, "does not lead all its packets",
+          as_one || as_other ? "leaves what " + blocker + " matches too to that"
+                             : "has the marks of what " + blocker +
+                                   " matches too or-ed, which leads that by " + routeName(way),
+          blocker, sentText(packet, ways_.ordinaryMac()));
+      return true;
+    }
+    return false;
+  }
+
+  static std::optional<Route> routeOf(const Router &router, const Packet &packet) {
+    std::optional<Route> route;
+    for (const Step &step : walk(router, packet).steps) {
+      if (step.kind == Step::kRoute) route = step.route;
+    }
+    return route;
+  }
+
+  static bool sameWay(const std::optional<Route> &one, const std::optional<Route> &other) {
+    if (!one || !other) return one.has_value() == other.has_value();
+    return one->kind == other->kind && one->device == other->device &&
+           one->gateway == other->gateway;
+  }
+
+  // Records of routes to what others lead to already. That a smaller network has a route of its
+  // own is what routes are for.
+  void checkRoutes() {
+    const auto addressesOf = [](const Route &route) {
+      const uint64_t rest = 0xffffffffull >> route.prefix, first = route.destination & ~rest;
+      return IntervalSet::range(first, first | rest);
+    };
+    std::vector<Route> before;
+    IntervalSet known;
+    for (const Route &route : router_.network().routesFor(0)) {
+      if (route.table != "main" && route.table != "local") continue;
+      const IntervalSet addresses = addressesOf(route);
+      const bool taken = addresses.intersection(known) == addresses;
+      const std::vector<Origin> origins =
+          taken ? blame_.originsOf(route.command) : std::vector<Origin>();
+      if (!origins.empty()) {
+        std::string blockers;
+        for (const Route &each : before) {
+          if (addressesOf(each).intersection(addresses).empty()) continue;
+          blockers += (blockers.empty() ? "" : " and ") + routeName(each);
+        }
+        const Side &side = search_.sides()[0];
+        const Node packets =
+            diagrams_.both(ways_.beginnings(side), diagrams_.set({{kDestination, addresses}}));
+        add(origins[0], route.command, "is taken by no packet",
+            "leaves " + addressesText(addresses) + " to " + blockers, blockers,
+            packets == Diagrams::kNone ? "" : search_.witnessOf(side, packets));
+      }
+      before.push_back(route);
+      known.add(addresses);
+    }
+  }
+
   std::string witnessFromOutside(const Conditions &conditions) {
     for (const Side &side : search_.sides()) {
       const Node such = diagrams_.both(diagrams_.set(conditions), ways_.beginnings(side));
-      const bool outside = side.name.rfind("wan", 0) == 0;
+      const bool outside = isWan(side.name);
       if (outside && such != Diagrams::kNone) return search_.witnessOf(side, such);
     }
     return "";
@@ -227,7 +387,7 @@ class TrafficChecker {
   void checkOpenPorts() {
     for (const Side &side : search_.sides()) {
       const packets::Interface &outside = *router_.network().find(side.interface);
-      if (side.name.rfind("wan", 0) != 0 || !outside.bridge.empty()) continue;
+      if (!isWan(side.name) || !outside.bridge.empty()) continue;
       const std::vector<Outcome> &outcomes = ways_.from(side).outcomes();
       const Node begun = search_.outcomesOf(side, ways_.beginnings(side));
       std::vector<RuleAt> doors;

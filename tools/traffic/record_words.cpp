@@ -44,7 +44,7 @@ std::string networkText(const std::string &address, const std::string &mask) {
 }
 
 // "", " 25" or " 137-139"
-std::string portsText(const std::string &first, const std::string &last) {
+std::string portRangeText(const std::string &first, const std::string &last) {
   if (first.empty() || first == "0") return "";
   if (last.empty() || last == "0" || last == first) return " " + first;
   return " " + first + "-" + last;
@@ -58,13 +58,13 @@ std::string filterRecord(const Values &values) {
   static const std::map<std::string, const char *> kProtocols = {
       {"1", "TCP"}, {"2", "UDP"}, {"4", "ICMP"}, {"5", "any protocol"}};
   const std::string source_ports =
-      portsText(values["first source port"], values["last source port"]);
+      portRangeText(values["first source port"], values["last source port"]);
   auto protocol = kProtocols.find(values["protocol"]);
   std::string text = networkText(values["source address"], values["source mask"]);
   if (!source_ports.empty()) text += " port" + source_ports;
   text += " to " + networkText(values["destination address"], values["destination mask"]) + ", " +
           (protocol != kProtocols.end() ? protocol->second : "protocol " + values["protocol"]) +
-          portsText(values["first destination port"], values["last destination port"]);
+          portRangeText(values["first destination port"], values["last destination port"]);
   const std::string from = values["first source MAC"], to = values["first destination MAC"];
   if (!from.empty()) text += ", from " + rangeText(from, values["last source MAC"]);
   if (!to.empty()) text += ", to " + rangeText(to, values["last destination MAC"]);
@@ -72,7 +72,7 @@ std::string filterRecord(const Values &values) {
 }
 
 std::string forwardRecord(const Values &values) {
-  return values["protocol"] + portsText(values["first port"], values["last port"]) + " to " +
+  return values["protocol"] + portRangeText(values["first port"], values["last port"]) + " to " +
          values["LAN address"];
 }
 
@@ -80,7 +80,7 @@ std::string policyRecord(const Values &values) {
   std::string text = "from " + networkText(values["source address"], values["source netmask"]);
   if (!values["source MAC"].empty()) text += " at " + values["source MAC"];
   if (values["protocol"] != "-1") text += ", protocol " + values["protocol"];
-  const std::string ports = portsText(values["source port"], "");
+  const std::string ports = portRangeText(values["source port"], "");
   if (!ports.empty()) text += ", source port" + ports;
   return text + ", out by " + (values["side"].empty() ? "the LAN" : values["side"]);
 }

@@ -126,12 +126,11 @@ void widen(Slice &around, const Slice &other) {
   around.whole = false;
 }
 
-Ends::Ends(const Network &network) {
+Ends::Ends(const DeskRouter &desk) {
   IntervalSet nobody = IntervalSet::range(0, 0x00ffffff);  // 0.0.0.0/8
   nobody.add({0x7f000000, 0x7fffffff});
-  nobody.add({0xe0000000, 0xefffffff});
-  nobody.add({kAnyAddress, kAnyAddress});
-  for (const Interface &each : network.interfaces) {
+  nobody.add({0xe0000000, kAnyAddress});
+  for (const packets::Interface &each : desk.router.network().interfaces) {
     for (const Address &address : each.addresses) {
       if (address.address >> 24 == 127) continue;
       router.add({address.address, address.address});
@@ -140,8 +139,10 @@ Ends::Ends(const Network &network) {
       if (rest < 3) continue;
       nobody.add({first, first});
       nobody.add({first + rest, first + rest});
-      if (network.isBridge(each.name)) lan.add({first, first + rest});
     }
+  }
+  for (const Side &each : desk.sides) {
+    if (!isWan(each.name)) lan = joined(lan, desk.networksOf(each));
   }
   lan = minus(minus(lan, nobody), router);
   hosts = nobody.complement(kAnyAddress);

@@ -7,18 +7,18 @@
 #include <vector>
 
 #include "packets/diagram.h"
-#include "packets/network.h"
+#include "tools/traffic/desk_router.h"
 
 namespace orba::tool {
 
 // Whose addresses are whose.
 struct Ends {
   packets::IntervalSet router;    // its own, without those of its loopback
-  packets::IntervalSet lan;       // hosts of its LAN's networks
+  packets::IntervalSet lan;       // hosts of its LAN's network, and of those behind a host there
   packets::IntervalSet internet;  // all other hosts
   packets::IntervalSet hosts;     // all three
 
-  explicit Ends(const packets::Network &network);
+  explicit Ends(const DeskRouter &desk);
 };
 
 // "the router", "the LAN and 198.51.100.0/24", "the Internet but 198.51.100.1"; "anyone" for all.

@@ -15,8 +15,8 @@ using namespace packets;
 // Each question that a packet meets gives it one way more; a web filter has one for each host.
 constexpr size_t kMostWays = 1000;
 
-// The headers of IP and TCP, without options; and what a packet with data is long.
-constexpr uint64_t kHeaders = 40, kFull = 1500;
+// How long a packet is of the headers of IP and TCP without options, and one with data.
+constexpr uint64_t kBareTcp = 40, kWithData = 1500;
 
 // Of rules that look at what a packet carries.
 const char *const kTextOptions[] = {"--content ", "--url ", "--host "};
@@ -74,14 +74,16 @@ bool isAnswered(const FollowedWay &way) {
 
 }  // namespace
 
+bool isAboutText(const std::string &question) {
+  return std::any_of(std::begin(kTextOptions), std::end(kTextOptions), [&](const char *option) {
+    return question.find(option) != std::string::npos;
+  });
+}
+
 bool isOpen(FieldId question, const Packet &packet, const DeskRouter &desk) {
-  const std::string &text = desk.router.unknowns().at(question - kFields);
-  const bool about_text =
-      std::any_of(std::begin(kTextOptions), std::end(kTextOptions),
-                  [&](const char *option) { return text.find(option) != std::string::npos; });
   const bool empty =
-      packet[kProtocol] == kTcp && ((packet[kTcpFlags] & kSyn) != 0 || packet[kLength] <= kHeaders);
-  return !about_text || !empty;
+      packet[kProtocol] == kTcp && ((packet[kTcpFlags] & kSyn) != 0 || packet[kLength] <= kBareTcp);
+  return !empty || !isAboutText(desk.router.unknowns().at(question - kFields));
 }
 
 std::vector<FollowedWay> waysOf(const Packet &packet, const DeskRouter &desk) {
@@ -96,7 +98,7 @@ std::vector<FollowedWay> waysOf(const Packet &packet, const DeskRouter &desk) {
     Packet data = way.packet;
     data[kState] = kEstablished;
     data[kTcpFlags] = kPush | kAcknowledge;
-    data[kLength] = kFull;
+    data[kLength] = kWithData;
     way.data = followed(data, desk, &connection);
     if (way.data[0].asked.empty()) way.data.clear();
   }

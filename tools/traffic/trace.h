@@ -26,6 +26,8 @@ struct FollowedWay {
   bool matched(packets::FieldId question) const { return packet[question] == 1; }
 };
 
+// Whether a question is about what a packet carries.
+bool isAboutText(const std::string &question);
 // Whether the answer to a question is open for a packet: one about a page's text is not for a
 // packet that carries none, which has nothing that could match.
 bool isOpen(packets::FieldId question, const packets::Packet &packet, const DeskRouter &desk);

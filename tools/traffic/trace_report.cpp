@@ -360,6 +360,13 @@ Json placeAsJson(const RuleAt &at) {
           {"chain", at.place.chain}};
 }
 
+// Which command of which call made something, as `orba plan` numbers them.
+Json madeByAsJson(size_t command, const DeskRouter &desk) {
+  if (command >= desk.commands.size()) return nullptr;
+  const DeskRouter::Command &at = desk.commands[command];
+  return {{"entry", desk.runs[at.run].entry}, {"number", at.at.line + 1}, {"part", at.at.part}};
+}
+
 Json commandAsJson(size_t command, const DeskRouter &desk, Blame &blame) {
   if (command >= desk.commands.size()) return nullptr;
   Json origins = Json::array();
@@ -406,6 +413,7 @@ Json stepAsJson(const Step &step, const Packet &before, const DeskRouter &desk, 
       made["rule"] = step.at.rule + 1;
       made["text"] = rule.text;
       made["matched"] = step.matched;
+      made["made_by"] = madeByAsJson(rule.command, desk);
       if (!step.matched) made["why_not"] = whyNot(rule, before, desk);
       if (step.matched && acts(rule)) made["command"] = commandAsJson(rule.command, desk, blame);
       break;

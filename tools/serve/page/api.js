@@ -31,13 +31,15 @@ export function wish(name, body = {}) {
   return answer;
 }
 
+export const wishAndTell = (name, body) => wish(name, body).then(announce);
+
 // Collects a change; `null` takes the setting away.
 export function change(space, key, value) {
-  return wish("change", {space, key, value}).then(announce);
+  return wishAndTell("change", {space, key, value});
 }
 
-// Tells the page what is collected now.
-export function announce(changes) {
-  document.dispatchEvent(new CustomEvent("changes", {detail: changes}));
-  return changes;
+// Tells the page what is pending now: what is not kept, and what is kept in memory only.
+export function announce(pending) {
+  document.dispatchEvent(new CustomEvent("pending", {detail: pending}));
+  return pending;
 }

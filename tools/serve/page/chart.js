@@ -30,7 +30,7 @@ export class Chart {
     this.paths.forEach((path, line) => path.setAttribute("d", this.drawn(line, at, top)));
     this.values.forEach((value, line) =>
       value.replaceChildren(values[line] === null ? "\u2013" : this.show(values[line])));
-    this.scale.replaceChildren(this.most ? "" : this.show(top));
+    this.scale.replaceChildren(this.most || known.length === 0 ? "" : this.show(top));
   }
 
   drawn(line, now, top) {

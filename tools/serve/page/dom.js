@@ -35,6 +35,15 @@ export function svg(tag, attributes, ...children) {
   return fill(document.createElementNS(kSvg, tag), attributes, children);
 }
 
+// Marks what the desk has made up: a device would say something else of it.
+export const invented = () => h("abbr", {class: "invented", title: "made up on the desk"}, "\u2217");
+
+// What the mark means, below a view that has any.
+export function legend() {
+  return h("p", {class: "invented-legend none"}, invented(),
+    " made up on the desk, or from its files (-r, -d): there is no device behind it. All else comes of the settings, by the library.");
+}
+
 export function card(title, ...children) {
   return h("section", {class: "card"}, h("h2", {}, title), children);
 }
@@ -50,6 +59,8 @@ export function table(headings, rows, caption) {
         h("th", {scope: "col", class: numeric[column] ? "number" : null}, heading.replace("#", ""))))),
       h("tbody", {}, rows.map((row) => h("tr", {}, row.map(cell))))));
 }
+
+export const counted = (count, noun) => `${count} ${noun}${count === 1 ? "" : "s"}`;
 
 // Names and values beside each other, those without a value left out.
 export function facts(pairs) {

@@ -1,84 +1,138 @@
-// The firewall as a picture; what the pointer or the keyboard is at is told beside it.
+// The firewall: as a picture, where what the pointer or the keyboard is at is told beside it, or
+// as a list of chains that open, for small screens.
 import {ask, askText} from "./api.js";
 import {card, h} from "./dom.js";
+import {framed, lineOf, recordLink, toldBy} from "./picture.js";
 
-const kDrawn = new Set(["svg", "g", "title", "desc", "defs", "marker", "rect", "line", "path",
-  "polygon", "polyline", "circle", "ellipse", "text", "tspan"]);
+// Of a chain's rules so many are made at once.
+const kBatch = 60;
 
-// What only draws. The server has escaped every text; this is for the day it has not.
-function onlyDrawing(element) {
-  for (const child of [...element.children]) {
-    if (kDrawn.has(child.localName)) onlyDrawing(child);
-    else child.remove();
+const kSmall = matchMedia("(max-width: 40rem)");
+
+const kVerdicts = {ACCEPT: "accept", CONTINUE: "accept", DROP: "drop", REJECT: "drop", RETURN: "return",
+  DNAT: "translate", SNAT: "translate", MASQUERADE: "translate"};
+
+const verdictOf = (target, leads_to) => h("b", {class: `verdict ${leads_to ? "jump" : kVerdicts[target] ?? "note"}`},
+  leads_to ? `\u2192 ${target}` : target || "count");
+
+const sourceOf = (source) => h("p", {}, source.role === "because" ? "because of " : "from ", recordLink(source),
+  `: ${source.value}`);
+
+// The picture; `told` is where it tells of its rules.
+function pictureOf(text, told) {
+  const {frame, drawing} = framed(text);
+  for (const rule of drawing.querySelectorAll("g.rule")) rule.setAttribute("tabindex", "0");
+  function tell(element) {
+    const [rule, ...lines] = toldBy(element) ?? [];
+    if (rule) told.replaceChildren(h("p", {}, h("code", {}, rule)), ...lines.map(lineOf));
   }
-  for (const {name, value} of [...element.attributes]) {
-    if (name.startsWith("on") || (name.endsWith("href") && !value.startsWith("#"))) element.removeAttribute(name);
+  drawing.addEventListener("pointerover", (event) => tell(event.target));
+  drawing.addEventListener("focusin", (event) => tell(event.target));
+  return {element: frame,
+    changed: [...drawing.querySelectorAll("g.rule:is(.added, .removed, .moved)")].map((rule) => () => rule)};
+}
+
+function ruleOf(rule) {
+  const made_by = rule.made_by ? `Command ${rule.made_by.number} of ${rule.made_by.entry}.` : null;
+  return h("details", {class: `rule ${rule.change}`},
+    h("summary", {}, h("span", {class: "number"}, String(rule.number)), h("span", {}, rule.words), verdictOf(rule.target, rule.leads_to)),
+    rule.note ? h("p", {}, rule.note) : null, h("p", {}, h("code", {}, rule.text)), rule.sources.map(sourceOf),
+    rule.more ? h("p", {}, `and ${rule.more} more settings`) : null,
+    rule.made_by && rule.sources.length === 0 ? h("p", {}, "whatever the settings") : null,
+    made_by ? h("p", {class: "none"}, made_by) : null);
+}
+
+// How often each verdict stands in a chain, the most frequent first.
+function verdictsIn(rules) {
+  const counts = new Map();
+  for (const {target, leads_to} of rules) if (!leads_to) counts.set(target, (counts.get(target) ?? 0) + 1);
+  return [...counts].sort(([, one], [, other]) => other - one)
+    .map(([target, count]) => h("b", {class: `verdict ${kVerdicts[target] ?? "note"}`}, `${count} ${target || "count"}`));
+}
+
+// A chain, whose rules are made when it opens.
+function chainOf(chain) {
+  const place = h("ol", {class: "rules"}), rest = h("button", {type: "button", hidden: true, onclick: () => more(kBatch)});
+  const rules = chain.rules.filter((rule) => rule.change !== "removed");
+  const policy = chain.policy === "" ? null : h("span", {class: "policy"}, "else ", verdictOf(chain.policy, false),
+    chain.policy === chain.policy_before ? null : ` (was ${chain.policy_before || "none"})`);
+  function more(count) {
+    const made = place.children.length;
+    place.append(...chain.rules.slice(made, made + count).map((rule) => h("li", {}, ruleOf(rule))));
+    const left = chain.rules.length - place.children.length;
+    rest.hidden = left === 0;
+    rest.textContent = `${Math.min(kBatch, left)} more of ${left}`;
   }
-  return element;
+  const begin = () => place.children.length === 0 && more(kBatch);
+  const element = h("details", {class: `chain ${chain.change}`, "data-depth": Math.min(chain.depth, 4), ontoggle: begin},
+    h("summary", {}, h("code", {}, chain.name), " ", h("small", {}, `${rules.length} ${rules.length === 1 ? "rule" : "rules"}`),
+      " ", verdictsIn(rules), policy), place, rest);
+  // Shows one of its rules.
+  function open(place_of_rule) {
+    element.open = true;
+    begin();
+    more(Math.max(0, place_of_rule + 1 - place.children.length));
+    const rule = place.children[place_of_rule].firstChild;
+    rule.open = true;
+    return rule.firstChild;
+  }
+  return {element, open};
 }
 
-function framed(text) {
-  const parsed = new DOMParser().parseFromString(text, "image/svg+xml");
-  if (parsed.querySelector("parsererror")) throw new Error("the picture is no SVG");
-  const drawing = document.importNode(onlyDrawing(parsed.documentElement), true);
-  const frame = h("div", {class: "picture", tabindex: 0, role: "region", "aria-label": "The firewall's chains"});
-  frame.append(drawing);
-  return {frame, drawing};
-}
-
-// The lines of the nearest title around an element, nothing outside of all rules.
-function toldBy(element) {
-  const title = element.closest("g.rule")?.querySelector("title");
-  return title?.textContent.split("\n").filter((line) => line !== "");
-}
-
-// "from PortForwardRules, record 1: ..." leads to the setting.
-function lineOf(text) {
-  const [, lead, key, rest] = text.match(/^(from|because of) ([^\s,:]+)(.*)$/) ?? [];
-  if (!key) return h("p", {}, text);
-  return h("p", {}, `${lead} `, h("a", {href: `#settings?${new URLSearchParams({filter: key})}`}, key), rest);
+function listOf(text) {
+  const changed = [];
+  const element = h("div", {class: "chains"}, JSON.parse(text).stages.map((stage) => [
+    h("h3", {}, `${stage.program} ${stage.table}: `, stage.meaning), stage.chains.map((chain) => {
+      const made = chainOf(chain);
+      chain.rules.forEach((rule, place) => rule.change !== "kept" && changed.push(() => made.open(place)));
+      return made.element;
+    })]));
+  return {element, changed};
 }
 
 export function firewall(main) {
   const told = h("div", {class: "told card", role: "status"});
   const place = h("div", {class: "place"});
-  const with_changes = h("input", {type: "checkbox", checked: true, onchange: () => look()});
-  const fitted = h("input", {type: "checkbox", checked: matchMedia("(min-width: 60rem)").matches,
-    onchange: () => place.classList.toggle("fitted", fitted.checked)});
+  const wide = matchMedia("(min-width: 60rem)").matches;
+  const box = (checked, onchange) => h("input", {type: "checkbox", checked, onchange});
+  const with_changes = box(true, () => look());
+  const listed = box(kSmall.matches, () => look());
+  const fitted = box(wide, () => place.classList.toggle("fitted", fitted.checked));
+  const fitting = h("label", {}, fitted, " as wide as the page");
   const choice = h("label", {hidden: true}, with_changes, " with the changes not kept yet");
   const next = h("button", {type: "button", hidden: true, onclick: () => goOn()}, "Next change");
   let shown = "", changed = [], at = -1;
 
   main.replaceChildren(card("Firewall",
-    h("p", {class: "choices"}, h("label", {}, fitted, " as wide as the page"), choice, next), place), told);
-  told.append(h("p", {class: "none"}, "Point at a rule, or reach it with the Tab key, to see which settings it comes from."));
+    h("p", {class: "choices"}, h("label", {}, listed, " as a list"), fitting, choice, next), place), told);
 
-  function tell(element) {
-    const [rule, ...lines] = toldBy(element) ?? [];
-    if (rule) told.replaceChildren(h("p", {}, h("code", {}, rule)), ...lines.map(lineOf));
-  }
+  kSmall.onchange = () => {
+    listed.checked = kSmall.matches;
+    if (place.isConnected) look();
+  };
 
   function goOn() {
     at = (at + 1) % changed.length;
-    changed[at].focus({preventScroll: true});
-    changed[at].scrollIntoView({block: "center", inline: "nearest"});
+    const rule = changed[at]();
+    rule.focus({preventScroll: true});
+    rule.scrollIntoView({block: "center", inline: "nearest"});
   }
 
   async function look() {
-    const {changes} = await ask("changes");
+    const {changes} = await ask("pending");
     choice.hidden = changes === 0;
-    const text = await askText(changes > 0 && with_changes.checked ? "firewall.svg?changes=1" : "firewall.svg");
+    const name = listed.checked ? "firewall" : "firewall.svg";
+    const text = await askText(changes > 0 && with_changes.checked ? `${name}?changes=1` : name);
     if (text === shown) return;
     shown = text;
-    const {frame, drawing} = framed(text);
-    for (const rule of drawing.querySelectorAll("g.rule")) rule.setAttribute("tabindex", "0");
-    drawing.addEventListener("pointerover", (event) => tell(event.target));
-    drawing.addEventListener("focusin", (event) => tell(event.target));
-    changed = [...drawing.querySelectorAll("g.rule:is(.added, .removed, .moved)")];
+    told.hidden = fitting.hidden = listed.checked;
+    told.replaceChildren(h("p", {class: "none"}, "Point at a rule, or reach it with the Tab key, to see which settings it comes from."));
+    const made = listed.checked ? listOf(text) : pictureOf(text, told);
+    ({changed} = made);
     at = -1;
     next.hidden = changed.length === 0;
     place.classList.toggle("fitted", fitted.checked);
-    place.replaceChildren(frame);
+    place.replaceChildren(made.element);
   }
   return {look};
 }

@@ -1,7 +1,7 @@
 // The device as it goes: load, links, traffic.
 import {ask} from "./api.js";
 import {bytes, Chart, perSecond} from "./chart.js";
-import {card, facts, h, table} from "./dom.js";
+import {card, facts, h, invented, legend, table} from "./dom.js";
 import {parsePorts, parseTraffic} from "./getters.js";
 
 const kPeriod = 1000;
@@ -14,9 +14,10 @@ let before = null;
 function portsOf(text) {
   const ports = parsePorts(text);
   if (ports.length === 0) return h("p", {class: "none"}, "The switch does not answer.");
-  return h("ul", {class: "ports"}, ports.map(({port, link, flag}) =>
+  return [h("ul", {class: "ports"}, ports.map(({port, link, flag}) =>
     h("li", {class: link ? "up" : "down"}, h("b", {}, port), h("span", {}, link ? "link" : "no link"),
-      h("small", {title: "the port's second flag"}, flag ? "flag" : "\u00a0"))));
+      h("small", {title: `bit ${port} of the switch's register 80`}, `bit ${port}: ${flag ? 1 : 0}`)))),
+  h("small", {}, "The lower line is the port's bit of the switch's register 80, whose meaning is the switch's.")];
 }
 
 function trafficTable(traffic) {
@@ -30,8 +31,8 @@ function trafficTable(traffic) {
 export function overview(main) {
   const now = h("div", {}), ports = h("div", {}), counters = h("div", {}), charts = h("div", {class: "cards"});
   main.replaceChildren(
-    h("div", {class: "cards"}, card("Now", now), card("Load", load.element), card("Ports", ports)),
-    h("h2", {class: "band"}, "Traffic"), charts, card("Counters", counters));
+    h("div", {class: "cards"}, card("Now", now), card(["Load", invented()], load.element), card(["Ports", invented()], ports)),
+    h("h2", {class: "band"}, "Traffic", invented()), charts, card(["Counters", invented()], counters), legend());
 
   for (const [name, chart] of chart_of) charts.append(card(name, chart.element));
 
@@ -56,9 +57,9 @@ export function overview(main) {
   async function look() {
     const {at, answers} = await ask("status");
     now.replaceChildren(facts([["Model", answers.getModelName], ["Name", answers.getHostName],
-      ["Up for", answers.getSysUptime], ["Local time", answers.getSysCurrentTime]]));
+      ["Up for", [answers.getSysUptime, invented()]], ["Local time", answers.getSysCurrentTime]]));
     load.add(at / 1000, [Number(answers.getCpuLoad), Number(answers.getMemUsgInfo)]);
-    ports.replaceChildren(portsOf(answers.getPortStatus));
+    ports.replaceChildren(...[portsOf(answers.getPortStatus)].flat());
     const traffic = parseTraffic(answers.getCurrentPacketStatistic);
     drawTraffic(at / 1000, traffic);
     counters.replaceChildren(trafficTable(traffic));

@@ -1,11 +1,8 @@
-#include "tools/reference/header.h"
+#include "tools/catalog/declarations.h"
 
-#include <fstream>
 #include <regex>
-#include <sstream>
-#include <stdexcept>
 
-namespace orba::reference {
+namespace orba::tool {
 
 namespace {
 
@@ -33,20 +30,10 @@ std::string nameIn(const std::string &declaration) {
   return std::regex_search(declaration, found, datum) ? found[1].str() : "";
 }
 
-}  // namespace
-
-std::string readFile(const std::string &path) {
-  std::ifstream file(path);
-  if (!file) throw std::runtime_error(path + ": cannot be read");
-  std::ostringstream content;
-  content << file.rdbuf();
-  return content.str();
-}
-
-std::map<std::string, Declaration> readHeader(const std::string &path) {
+std::map<std::string, Declaration> declarationsIn(const std::string &text) {
   std::map<std::string, Declaration> declarations;
   static const std::regex not_code("\n#[^\n]*|extern \"C\" \\{| ORBA_PRINTF\\([^)]*\\)");
-  std::string header = std::regex_replace(readFile(path), not_code, "");
+  std::string header = std::regex_replace(text, not_code, "");
   std::string statement, comment;
   int depth = 0;
   for (size_t at = 0; at < header.size(); at++) {
@@ -63,27 +50,18 @@ std::map<std::string, Declaration> readHeader(const std::string &path) {
     if (header[at] == '{') depth++;
     if (header[at] == '}') depth--;
     if (header[at] != ';' || depth != 0) continue;
-    std::string text = onOneLine(statement);
+    const std::string line = onOneLine(statement);
     statement.clear();
-    if (text.find('{') == std::string::npos) declarations[nameIn(text)] = {text, comment};
+    if (line.find('{') == std::string::npos) declarations[nameIn(line)] = {line, comment};
   }
   return declarations;
 }
 
-std::vector<Symbol> readSymbols(const std::string &path) {
-  std::vector<Symbol> symbols;
-  std::istringstream lines(readFile(path));
-  std::string subsystem;
-  for (std::string line; std::getline(lines, line);) {
-    // A subsystem is one word; the comments about the file are longer.
-    if (line.compare(0, 2, "# ") == 0 && line.find(' ', 2) == std::string::npos) {
-      subsystem = line.substr(2);
-    } else if (!line.empty() && line[0] != '#') {
-      bool data = line[0] == '=';
-      symbols.push_back({subsystem, data ? line.substr(1) : line, data});
-    }
-  }
-  return symbols;
+}  // namespace
+
+const std::map<std::string, Declaration> &publicDeclarations() {
+  static const std::map<std::string, Declaration> all = declarationsIn(kPublicHeader);
+  return all;
 }
 
-}  // namespace orba::reference
+}  // namespace orba::tool

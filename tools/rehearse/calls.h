@@ -1,0 +1,89 @@
+// The room tools/rehearse: a change of the library or of settings, tried on every configuration
+// that there is: who makes the calls, what differs, which configurations have that in common,
+// how little shows it, and the report.
+//
+// Calls of entry points with one configuration after the other, and what names their outcomes.
+#ifndef ORBA_TOOLS_REHEARSE_CALLS_H
+#define ORBA_TOOLS_REHEARSE_CALLS_H
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "tools/play/series.h"
+
+namespace orba::tool {
+
+// The entry points that can be called without words, in the order of the table.
+const std::vector<const EntryPoint *> &wordlessEntryPoints();
+
+// Names all that a call did and answered, in 16 hexadecimal digits: the first of the SHA-1 of
+// the value returned, the number of answers and the answers, the number of things done and each
+// with its kind, the number of files and each with its path; numbers in decimal digits, and
+// behind each text and number a NUL. What it asked for and when it did things is no part of it.
+std::string digestOf(const Recording &run);
+
+// A configuration as Calls sees it.
+class Asked {
+ public:
+  explicit Asked(const std::vector<nvram::Setting> &settings) : settings_(settings) {}
+  const std::vector<nvram::Setting> &settings() const { return settings_; }
+
+ private:
+  friend class Calls;
+  const std::vector<nvram::Setting> &settings_;
+  std::vector<uint64_t> values_;  // by the numbers of their names
+};
+
+class Calls {
+ public:
+  explicit Calls(Prepare prepare) : series_(std::move(prepare)) {}
+
+  Recording record(const std::vector<nvram::Setting> &settings, const EntryPoint &entry,
+                   const std::vector<std::string> &words = {}, long long ticks = 0) {
+    return series_.record(settings, entry, words, ticks);
+  }
+
+  // Of a call without words. It is not made when an earlier one of the entry point found the
+  // same for all that it asked for: then it did the same.
+  const std::string &digest(Asked &asked, const EntryPoint &entry);
+  // The call of which digest() has given that digest; until the next call.
+  const Recording &recording(Asked &asked, const EntryPoint &entry, const std::string &digest);
+
+ private:
+  struct Recent {
+    const EntryPoint *entry = nullptr;
+    std::string digest;
+    Recording run;
+  };
+  using Names = std::vector<size_t>;
+  // Calls that asked for the same settings, by what they found.
+  struct Alike {
+    Names names;
+    std::unordered_map<uint64_t, std::string> digests;
+  };
+  struct Hash {
+    using is_transparent = void;
+    size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
+  };
+  using Numbers = std::unordered_map<std::string, size_t, Hash, std::equal_to<>>;
+
+  size_t numberOf(int space, std::string_view key);
+  void readValues(Asked &asked) const;
+  uint64_t found(Asked &asked, const Names &names) const;
+
+  Series series_;
+  std::array<Numbers, nvram::kLastSpace + 1> numbers_;  // of settings, by space
+  size_t names_ = 0;
+  std::unordered_map<const EntryPoint *, std::vector<Alike>> known_;
+  std::array<Recent, 2> recent_;  // one for each of two that are compared
+  size_t next_recent_ = 0;
+};
+
+}  // namespace orba::tool
+
+#endif

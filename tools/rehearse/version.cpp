@@ -1,0 +1,377 @@
+#include "tools/rehearse/version.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <system_error>
+
+#include "tools/device/config.h"
+#include "tools/play/event_words.h"
+#include "tools/rehearse/batch.h"
+#include "tools/text/lines.h"
+#include "tools/text/output.h"
+#include "tools/traffic/desk_router.h"
+
+namespace orba::tool {
+
+namespace {
+
+using nlohmann::json;
+using sim::Event;
+
+constexpr char kHello[] = "{\"id\":\"hello\",\"entries\":[]}\n";
+
+// ---- what programs answer ----
+
+Event::Kind kindNamed(const std::string &name) {
+  for (int kind = Event::kCommand; kind <= Event::kRequest; kind++) {
+    if (name == nameOf(static_cast<Event::Kind>(kind))) return static_cast<Event::Kind>(kind);
+  }
+  throw std::runtime_error("'" + name + "' is no kind of event");
+}
+
+// Of what `plan --json` prints.
+Recording recordingIn(const json &plan) {
+  Recording run;
+  run.entry = plan.value("entry", "");
+  run.result = {plan.value("returned", ""), plan.value("outputs", std::vector<std::string>())};
+  for (const json &event : plan.at("events")) {
+    run.events.push_back({kindNamed(event.at("kind")), event.at("text"), event.value("ms", 0LL)});
+  }
+  run.files = plan.value("files", std::map<std::string, std::string>());
+  readEvents(run);
+  return run;
+}
+
+// A program with a pipe to it and one from it.
+class Program {
+ public:
+  Program(const std::string &path, const std::vector<std::string> &words) : path_(path) {
+    int to[2], from[2];
+    if (pipe2(to, O_CLOEXEC) != 0 || pipe2(from, O_CLOEXEC) != 0) {
+      throw std::system_error(errno, std::generic_category(), "pipe");
+    }
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, to[0], STDIN_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, from[1], STDOUT_FILENO);
+    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    std::vector<char *> arguments = {path_.data()};
+    std::vector<std::string> copies = words;
+    for (std::string &word : copies) arguments.push_back(word.data());
+    arguments.push_back(nullptr);
+    const int error =
+        posix_spawn(&child_, path_.c_str(), &actions, nullptr, arguments.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    close(to[0]);
+    close(from[1]);
+    to_ = to[1];
+    from_ = fdopen(from[0], "r");
+    if (error != 0) {
+      child_ = -1;
+      end();
+      throw BadArgument(path + ": " + strerror(error));
+    }
+  }
+  Program(const Program &) = delete;
+  Program &operator=(const Program &) = delete;
+  ~Program() { end(); }
+
+  bool write(const std::string &text) {
+    for (size_t sent = 0; sent < text.size();) {
+      const ssize_t now = ::write(to_, text.data() + sent, text.size() - sent);
+      if (now < 0 && errno != EINTR) return false;
+      if (now > 0) sent += static_cast<size_t>(now);
+    }
+    return true;
+  }
+
+  // Nothing at the end.
+  std::optional<std::string> line() {
+    const ssize_t length = getline(&buffer_, &size_, from_);
+    if (length <= 0) return std::nullopt;
+    return std::string(buffer_, static_cast<size_t>(length));
+  }
+
+  std::string rest() {
+    std::string all;
+    while (std::optional<std::string> more = line()) all += *more;
+    return all;
+  }
+
+  // Its status, as waitpid() says it.
+  int end() {
+    if (to_ >= 0) close(to_);
+    if (from_ != nullptr) fclose(from_);
+    to_ = -1;
+    from_ = nullptr;
+    free(buffer_);
+    buffer_ = nullptr;
+    int status = 0;
+    while (child_ > 0 && waitpid(child_, &status, 0) < 0 && errno == EINTR) continue;
+    child_ = -1;
+    return status;
+  }
+
+ private:
+  std::string path_;
+  pid_t child_ = -1;
+  int to_ = -1;
+  FILE *from_ = nullptr;
+  char *buffer_ = nullptr;
+  size_t size_ = 0;
+};
+
+std::string causeOf(int status) {
+  return WIFSIGNALED(status) ? strsignal(WTERMSIG(status))
+                             : "exit code " + std::to_string(WEXITSTATUS(status));
+}
+
+// ---- `plan --batch` ----
+
+class BatchVersion : public Version {
+ public:
+  BatchVersion(const std::string &program, const std::vector<std::string> &entries)
+      : program_(program), entries_(entries) {}
+
+  Digests digests(const std::vector<nvram::Setting> &settings) override {
+    nlohmann::ordered_json request = requestFor(settings);
+    request["digests"] = true;
+    if (!entries_.empty()) request["entries"] = entries_;
+    const std::string answered = ask(lineOf(request));
+    // Most configurations are alike in most of what they get.
+    if (answered == last_answer_) return last_digests_;
+    Digests digests;
+    const json answer = read(answered);
+    for (const json &run : answer.at("runs")) {
+      const std::string entry = run.at("entry");
+      if (run.contains("digest")) digests[entry] = run["digest"];
+      if (run.contains("died")) digests[entry] = kDied + std::string(run["died"]);
+    }
+    last_answer_ = answered;
+    return last_digests_ = std::move(digests);
+  }
+
+  Recording record(const std::vector<nvram::Setting> &settings, const std::string &entry) override {
+    nlohmann::ordered_json request = requestFor(settings);
+    request["entries"] = {entry};
+    const json answer = read(ask(lineOf(request)));
+    const json &run = answer.at("runs").at(0);
+    if (run.contains("died")) throw Died(run["died"]);
+    if (run.contains("error"))
+      throw std::runtime_error(program_ + ": " + std::string(run["error"]));
+    return recordingIn(run);
+  }
+
+ private:
+  static nlohmann::ordered_json requestFor(const std::vector<nvram::Setting> &settings) {
+    return {{"id", 1}, {"config", asciiConfig(settings)}};
+  }
+
+  // One that is gone is started once more.
+  std::string ask(const std::string &request) {
+    for (int i = 0; i < 2; i++) {
+      if (!running_) running_ = std::make_unique<Program>(program_, kWords);
+      if (running_->write(request)) {
+        if (std::optional<std::string> line = running_->line()) return *line;
+      }
+      running_.reset();
+    }
+    throw Died("ends in the middle of a batch");
+  }
+
+  json read(const std::string &line) const {
+    try {
+      json answer = json::parse(line);
+      if (answer.contains("error")) {
+        throw std::runtime_error(program_ + ": " + std::string(answer["error"]));
+      }
+      return answer;
+    } catch (const json::exception &error) {
+      throw std::runtime_error(program_ + ": answers with what is no answer: " + error.what());
+    }
+  }
+
+  static inline const std::vector<std::string> kWords = {"plan", "--batch"};
+  std::string program_;
+  std::vector<std::string> entries_;
+  std::unique_ptr<Program> running_;
+  std::string last_answer_;
+  Digests last_digests_;
+};
+
+// ---- `plan --json`, a process for each call ----
+
+class OneByOneVersion : public Version {
+ public:
+  OneByOneVersion(const std::string &program, std::vector<std::string> entries)
+      : program_(program), entries_(std::move(entries)) {
+    const int file = mkostemp(path_, O_CLOEXEC);
+    if (file < 0) throw std::system_error(errno, std::generic_category(), path_);
+    close(file);
+    if (!entries_.empty()) return;
+    for (const EntryPoint *entry : wordlessEntryPoints()) {
+      if (isOfStart(entry->name)) entries_.emplace_back(entry->name);
+    }
+  }
+  ~OneByOneVersion() override { unlink(path_); }
+
+  Digests digests(const std::vector<nvram::Setting> &settings) override {
+    Digests digests;
+    for (const std::string &entry : entries_) {
+      try {
+        digests[entry] = digestOf(record(settings, entry));
+      } catch (const Died &error) {
+        digests[entry] = kDied + std::string(error.what());
+      }
+    }
+    return digests;
+  }
+
+  Recording record(const std::vector<nvram::Setting> &settings, const std::string &entry) override {
+    const std::string config = asciiConfig(settings);
+    if (config != config_) {
+      runs_.clear();
+      writeWhole(path_, config);
+      config_ = config;
+    }
+    auto known = runs_.find(entry);
+    if (known == runs_.end()) known = runs_.emplace(entry, call(entry)).first;
+    return known->second;
+  }
+
+ private:
+  Recording call(const std::string &entry) {
+    Program program(program_, {"plan", entry, "--json", "--config", path_});
+    const std::string plan = program.rest();
+    if (const int status = program.end(); status != 0) throw Died(causeOf(status));
+    try {
+      return recordingIn(json::parse(plan));
+    } catch (const json::exception &error) {
+      throw std::runtime_error(program_ + ": answers with what is no plan: " + error.what());
+    }
+  }
+
+  std::string program_;
+  std::vector<std::string> entries_;
+  char path_[32] = "/tmp/orba-rehearse-XXXXXX";
+  std::string config_;
+  std::map<std::string, Recording> runs_;
+};
+
+}  // namespace
+
+std::string asciiConfig(const std::vector<nvram::Setting> &settings) {
+  std::string text;
+  for (char c : printConfig(settings)) {
+    if (static_cast<unsigned char>(c) < 0x80) {
+      text += c;
+      continue;
+    }
+    char escaped[8];
+    snprintf(escaped, sizeof escaped, "\\x%02x", static_cast<unsigned char>(c));
+    text += escaped;
+  }
+  return text;
+}
+
+std::unique_ptr<Version> programVersion(const std::string &program,
+                                        const std::vector<std::string> &entries) {
+  Program tried(program, {"plan", "--batch"});
+  tried.write(kHello);
+  if (tried.line()) return std::make_unique<BatchVersion>(program, entries);
+  return std::make_unique<OneByOneVersion>(program, entries);
+}
+
+std::string versionOf(const std::string &program) {
+  Program tried(program, {"--version"});
+  std::string version = tried.rest();
+  if (tried.end() != 0 || version.empty()) throw BadArgument(program + ": is no orba");
+  return linesIn(version).front();
+}
+
+// ---- edits ----
+
+SettingEdit settingEdit(SettingEdit::Kind kind, const std::string &text) {
+  SettingEdit edit{kind};
+  std::string rest = text;
+  if (rest.size() > 2 && rest[1] == ':' && rest[0] >= '0' + nvram::kFirstSpace &&
+      rest[0] <= '0' + nvram::kLastSpace) {
+    edit.space = rest[0] - '0';
+    rest = rest.substr(2);
+  }
+  const auto cut = [&](char at, const char *form) {
+    const size_t place = rest.find(at);
+    if (place == std::string::npos || place == 0) throw BadArgument(text + ": " + form);
+    const std::string first = rest.substr(0, place);
+    rest = rest.substr(place + 1);
+    return first;
+  };
+  switch (kind) {
+    case SettingEdit::kUnset:
+      edit.key = rest;
+      break;
+    case SettingEdit::kReplaceRecord:
+      edit.key = cut(':', "KEY:OLD=NEW is wanted");
+      edit.record = cut('=', "KEY:OLD=NEW is wanted");
+      edit.value = rest;
+      break;
+    default:
+      edit.key = cut('=', "KEY=VALUE is wanted");
+      edit.value = rest;
+  }
+  if (!nvram::validKey(edit.key)) throw BadArgument(text + ": a key is wanted");
+  return edit;
+}
+
+std::string SettingEdit::text() const {
+  const std::string name = (space == 1 ? "" : std::to_string(space) + ":") + key;
+  switch (kind) {
+    case kSet:
+      return "--set " + name + "=" + value;
+    case kDefault:
+      return "--default " + name + "=" + value;
+    case kUnset:
+      return "--unset " + name;
+    case kReplaceRecord:
+      break;
+  }
+  return "--replace-record " + name + ":" + record + "=" + value;
+}
+
+std::vector<nvram::Setting> edited(std::vector<nvram::Setting> settings,
+                                   const std::vector<SettingEdit> &edits) {
+  for (const SettingEdit &edit : edits) {
+    const auto found =
+        std::find_if(settings.begin(), settings.end(), [&](const nvram::Setting &each) {
+          return each.space == edit.space && each.key == edit.key;
+        });
+    const bool there = found != settings.end();
+    if (edit.kind == SettingEdit::kUnset) {
+      if (there) settings.erase(found);
+    } else if (edit.kind == SettingEdit::kReplaceRecord) {
+      if (!there) continue;
+      std::vector<std::string> records = splitAt(found->value, ';');
+      std::replace(records.begin(), records.end(), edit.record, edit.value);
+      // A record that becomes nothing is gone.
+      if (edit.value.empty()) std::erase(records, "");
+      found->value = joined(records, ';');
+    } else if (!there) {
+      settings.push_back({edit.space, edit.key, edit.value, 0});
+    } else if (edit.kind == SettingEdit::kSet) {
+      found->value = edit.value;
+    }
+  }
+  return settings;
+}
+
+}  // namespace orba::tool

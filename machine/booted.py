@@ -243,7 +243,9 @@ def test(words):
         "ORBA_LAB": "machine", "ORBA_LAB_TESTS": "packet_test route_test machine_test",
         "PYTHONPATH": ":".join(folders), "EXAMPLES": os.path.join(HERE, "..", "examples"),
         "ORBA": os.environ.get("ORBA", "orba")}
-    names = [sys.executable, "-B", os.path.join(HERE, "..", "lab", "names.py")]
+    # The emulators outlive who starts them.
+    python = [sys.executable, "-B", "-W", "ignore::ResourceWarning"]
+    names = python + [os.path.join(HERE, "..", "lab", "names.py")]
     tests = [word for word in words if not word.startswith("--")]
     with tempfile.TemporaryDirectory() as folder:
         environment["ORBA_LAB_STATE"] = os.environ["ORBA_LAB_STATE"] = os.path.join(folder, "lab")
@@ -261,8 +263,7 @@ def test(words):
             raise
         try:
             tests = tests or environment["ORBA_LAB_TESTS"].split()
-            return subprocess.run([sys.executable, "-B", "-m", "unittest", "-v", *tests], env=environment,
-                                  check=False).returncode
+            return subprocess.run(python + ["-m", "unittest", "-v", *tests], env=environment, check=False).returncode
         finally:
             lab.down()
 

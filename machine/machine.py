@@ -149,6 +149,8 @@ class Machine:
             command += ["-drive", f"if=none,id=d{number},format=raw,file={os.path.join(self.state, disk)}",
                         "-device", f"virtio-blk-pci,drive=d{number}"]
         for port in range(CHANNELS + 1):
+            with contextlib.suppress(FileNotFoundError):
+                os.remove(self.path(port))  # its being there again is how a start is known
             command += ["-chardev", f"socket,id=c{port},path={self.path(port)},server=on,wait=off",
                         "-device", f"virtconsole,chardev=c{port}"]
         for number, (own, other) in enumerate(wires):

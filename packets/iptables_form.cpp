@@ -243,10 +243,16 @@ class IptablesReader : FormReader {
     if (Refused why = value(text)) return why;
     if (rule_.target.kind != Target::kDnat) return option + " without -j DNAT";
     const size_t colon = text.find(':');
-    if (Refused why = readAddressRange(text.substr(0, colon), rule_.target.addresses)) {
-      return why;
+    const std::string range = text.substr(0, colon);
+    const size_t dash = range.find('-');
+    uint64_t first, last;
+    // Nothing is filled up here, and no zero may stand in front, as it may where one is matched.
+    if (!readAddress(range.substr(0, dash), first) ||
+        !readAddress(dash == std::string::npos ? range : range.substr(dash + 1), last)) {
+      return "'" + range + "' is no address to send on to";
     }
-    if (rule_.target.addresses.empty()) return text + ": the first is above the last";
+    if (first > last) return text + ": the first is above the last";
+    rule_.target.addresses = IntervalSet::range(first, last);
     if (colon == std::string::npos) return std::nullopt;
     if (protocol_ != kTcp && protocol_ != kUdp) return "a port without -p tcp or udp";
     std::string ports = text.substr(colon + 1);

@@ -5,14 +5,17 @@ in the machine that is the world around it."""
 
 import contextlib
 import ctypes
+import errno
 import itertools
 import os
 import select
 import socket
 import struct
 
-# How long silence lasts before it counts as such.
+# How long silence lasts before it counts as such, unless the router is so slow that it has to be asked
+# whether it has seen what was sent.
 PATIENCE = 0.5
+settle = lambda: None
 
 libc = ctypes.CDLL(None, use_errno=True)
 
@@ -46,8 +49,23 @@ def checksum(data):
     return ~total & 0xFFFF
 
 
-def waits(sock, patience=None):
-    return bool(select.select([sock], [], [], PATIENCE if patience is None else patience)[0])
+def waits(sock, patience=None, writing=False):
+    """Whether there is something to be read, or a connection came to something."""
+    wanted = ([], [sock], []) if writing else ([sock], [], [])
+    if any(select.select(*wanted, PATIENCE if patience is None else patience)):
+        return True
+    settle()
+    return any(select.select(*wanted, 0))
+
+
+def connects(client, target):
+    """What is wrong with a connection, as a number; 0 when nothing is."""
+    client.setblocking(False)
+    error = client.connect_ex(target)
+    if error == errno.EINPROGRESS:
+        error = client.getsockopt(socket.SOL_SOCKET, socket.SO_ERROR) if waits(client, writing=True) else error
+    client.setblocking(True)
+    return error
 
 
 def answered(host, protocol, body, target, is_answer, source=""):
@@ -90,13 +108,8 @@ def tcp(host, target, port, source=None, listener=None, words=b""):
             stack.enter_context(server)
         if source:
             client.bind((source, 0))
-        client.settimeout(PATIENCE)
-        try:
-            client.connect((target, port))
-        except ConnectionRefusedError:
-            return "refused"
-        except OSError:
-            return "dropped"
+        if error := connects(client, (target, port)):
+            return "refused" if error == errno.ECONNREFUSED else "dropped"
         if not server:
             return "connected"
         if not waits(server):
@@ -122,6 +135,8 @@ def udp(host, target, port, listener=None, source=None, source_port=0):
         if server:
             stack.enter_context(server)
             server.bind((listener[1], port))
+        for option in (socket.SO_REUSEADDR, socket.SO_REUSEPORT) if source_port else ():
+            client.setsockopt(socket.SOL_SOCKET, option, 1)  # a server of the host may have it too
         client.bind((source or "", source_port))
         client.connect((target, port))
         client.send(b"hello")

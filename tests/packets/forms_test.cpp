@@ -345,6 +345,8 @@ TEST(Forms, AreReadAsTheToolsReadThem) {
       {"-p tcp -m tcpmss --mss 1600:1536", nullptr},
       {"--dport 22 -p tcp", nullptr},
       {"-p tcp --tcp-flags SYN,RST SYN -j TCPMSS --set-mss -40", nullptr},
+      {"-j DNAT --to 192.168.1", nullptr},
+      {"-j DNAT --to 192.168.1.010", nullptr},
   };
   expectReadings(Place::kIptables, kRules);
   static const Reading kFrames[] = {

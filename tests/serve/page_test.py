@@ -564,6 +564,12 @@ class Served(unittest.TestCase):
         self.assertEqual(server.end(signal.SIGTERM), (
             0, f"Written to {config}: DMZEnable\norba: lost, as it was not even kept: New\n"))
         self.assertEqual(config.read_bytes(), written.replace(b"=1", b"=2"))
+        server = Server("-c", config, "--save", config, stderr=subprocess.PIPE)
+        server.wish("change", space=1, key="DMZEnable", value="0")
+        server.wish("keep")
+        config.write_bytes(written)
+        self.assertIn(f"orba: lost, as it was kept in memory only, not in {config}: DMZEnable\n",
+                      server.end(signal.SIGTERM)[1])
         other = subprocess.run([ORBA, "serve", "-c", config, "--save", self.config],
                                capture_output=True, text=True, timeout=60)
         self.assertEqual((other.returncode, other.stderr), (

@@ -150,6 +150,7 @@ TEST(Check, NamesWhatIsNoAddress) {
       {"DMZAddress", "192.168.1.50,0.0.0.0/0", host + list},
       {"aclRules", "10.0.0.0/8;1.2.3.4-1.2.3.5;printer", network + looked_up},
       {"aclRules", "1.2.3.4,0/0", network + list},
+      {"aclRules", "010.0.0.9", network + "; it is taken for another address, or for none"},
       {"aclRules", "1.2.3.4-5", "is not a range of two IPv4 addresses" + as_is},
       {"MACFilterRules", "Multicast", "is not a MAC address" + as_is},
       {"websURLFilters", "-x", "is not free of a \"-\" in front" + not_run},

@@ -144,6 +144,17 @@ TEST(Reach, NamesWhatNoPacketReachesAndWhatStandsBefore) {
       {{"IPPortFilterRules=192.168.1.20,,0,0,any/0,,26,25,1,1,mail,,,,"},
        "IPPortFilterRules, record 1: makes a command that is refused (26:25: the first is above "
        "the last); it comes to nothing"},
+      // And a netmask in front of a network; a gateway may be behind another router's LAN.
+      {{"RoutingRules=10.8.0.0,255.0.255.0,192.168.1.7,LAN,br0,,"},
+       "RoutingRules, record 1: makes a command that is refused (255.0.255.0 is no netmask); it "
+       "comes to nothing"},
+      {{"StaticRoutingRules=1,a,10.8.0.1,255.255.0.0,192.168.1.7,br0"},
+       "StaticRoutingRules, record 1: makes a command that is refused (10.8.0.1 has bits behind "
+       "its netmask); it comes to nothing"},
+      {{"RoutingRules=10.8.0.0,255.255.0.0,10.9.9.9,LAN,br0,,"}, ""},
+      {{"aclRules=192.168.1.9-192.168.1.2"},
+       "aclRules, record 1: " + kUnreached +
+           "asks for a range whose end is in front of its beginning"},
       {{"DefaultFirewallPolicy=0"},
        "DefaultFirewallPolicy: lets the Internet reach ports of the router that no setting opens; "
        "it leaves open tcp 0-20, 24-79, 81-7546, 7548-65535; udp 0-68, 70-160, 162-65535, such as "

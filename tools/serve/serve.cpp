@@ -170,7 +170,7 @@ class Desk {
     draft_.onFile(file_.text());
     std::string text;
     const std::vector<Draft::Name> kept = draft_.unsaved();
-    const bool will_be_saved = !file_.target().empty() && file_.sameAsRead();
+    const bool will_be_saved = !save_failed_ && !file_.target().empty() && file_.sameAsRead();
     if (!kept.empty() && !will_be_saved) {
       text += "kept in memory only, not in " + visible(nameOf(file_.name())) + ": " + listed(kept);
     }
@@ -189,7 +189,9 @@ class Desk {
     draft_.onFile(file_.text());
     if (file_.target().empty() || draft_.unsaved().empty()) return;
     const std::string names = listed(draft_.unsaved());
+    save_failed_ = true;
     save();
+    save_failed_ = false;
     std::cout << "Written to " << visible(file_.target()) << ": " << names << std::endl;
   }
 
@@ -263,6 +265,7 @@ class Desk {
   std::chrono::steady_clock::time_point started_ = std::chrono::steady_clock::now();
   Questions questions_{desk_, draft_};
   std::mutex one_at_a_time_;
+  bool save_failed_ = false;  // at the end, which is not tried again
   Aside aside_{kLongestThought};
 };
 
@@ -338,6 +341,11 @@ void waitForTheEnd(Desk &desk, const sigset_t &stops) {
   sigwait(&stops, &stop);
 }
 
+void tellWhatIsLost(Desk &desk) {
+  const std::string lost = desk.unsaved();
+  if (!lost.empty()) std::cerr << "orba: lost, as it was " << lost << std::endl;
+}
+
 }  // namespace
 
 void serve(const ServeOptions &options) {
@@ -374,10 +382,13 @@ void serve(const ServeOptions &options) {
   desk.stopThinking();
   server.stop();
   listener.join();
-  desk.saveAtTheEnd();
-  if (const std::string lost = desk.unsaved(); !lost.empty()) {
-    std::cerr << "orba: lost, as it was " << lost << std::endl;
+  try {
+    desk.saveAtTheEnd();
+  } catch (const std::runtime_error &) {
+    tellWhatIsLost(desk);
+    throw;
   }
+  tellWhatIsLost(desk);
   if (failed) throw CannotServe("the connection to " + inUrl(options.address) + " was lost");
 }
 

@@ -1,5 +1,7 @@
 #include "tools/show/check.h"
 
+#include <arpa/inet.h>
+
 #include "core/setting.h"
 #include "firewall/access_list.h"
 #include "firewall/ip_port_filter.h"
@@ -26,6 +28,14 @@ bool isNetwork(const std::string &text) {
   return Form{.kind = Form::kNetwork}.matches(text);
 }
 
+// Zeros in front, numbers left out or in base 16: iptables, route and what sends on read each in
+// its own way, and none of them looks up a name.
+bool isOddAddress(const std::string &text) {
+  in_addr address;
+  return text.find(' ') == std::string::npos &&
+         inet_aton(text.substr(0, text.find('/')).c_str(), &address) != 0;
+}
+
 // What comes of a text that is not of its form.
 const char *effectOf(const std::string &text, Use use) {
   if (use == Use::kInterface && text.back() == '+') return "stands for every name that begins so";
@@ -33,6 +43,7 @@ const char *effectOf(const std::string &text, Use use) {
   if (text[0] == '-') return "keeps its command from being run";
   if (use == Use::kWord) return "is read as it stands";
   if (isNetwork(text)) return "stands for a whole network";
+  if (isOddAddress(text)) return "is taken for another address, or for none";
   return text.find(',') != std::string::npos ? "stands for each address that it lists"
                                              : "is looked up as a host name";
 }

@@ -46,6 +46,18 @@ bool meet(const IntervalSet &one, const IntervalSet &other) {
   return ones.front().first <= others.back().last && others.front().first <= ones.back().last;
 }
 
+// Whether a command is refused whatever addresses the router has: those of the desk are made up,
+// and a route's gateway may be behind another router's interface.
+bool isRefusedAnywhere(const Refusal &refusal) {
+  return refusal.words.find("tables") != std::string::npos || refusal.why.ends_with("netmask");
+}
+
+// Of a reversed range.
+bool asksForNothing(const Rule &rule) {
+  return std::any_of(rule.conditions.begin(), rule.conditions.end(),
+                     [](const Condition &each) { return each.values.empty(); });
+}
+
 bool isLoopbackOnly(const Rule &rule) {
   return std::any_of(rule.conditions.begin(), rule.conditions.end(), [](const Condition &each) {
     return each.field == kIn && each.values == IntervalSet::one(0);
@@ -100,8 +112,7 @@ class TrafficChecker {
 
   void checkRefusals() {
     for (const Refusal &refusal : router_.refusals()) {
-      // Whether a route is refused depends on addresses, which the desk has made up.
-      if (!refusal.missing || refusal.words.find("tables") == std::string::npos) continue;
+      if (!refusal.missing || !isRefusedAnywhere(refusal)) continue;
       const std::vector<Origin> &origins = blame_.originsOf(refusal.command);
       if (origins.empty() || origins[0].record == 0) continue;
       add(origins[0], refusal.command, "makes a command that is refused (" + refusal.why + ")",
@@ -137,7 +148,9 @@ class TrafficChecker {
           at.place.program == Place::kEbtables && router_.network().bridges.empty();
       if (bridgeless) effect = "is for frames of a bridge, and the router has none";
       if (blockers.router) effect = "is for packets to the router itself, which it does not filter";
-      if (blocker.empty() && !bridgeless) {
+      const bool nothing = asksForNothing(ruleAt(at));
+      if (nothing) effect = "asks for a range whose end is in front of its beginning";
+      if (blocker.empty() && !bridgeless && !nothing) {
         // Where the desk alone has no packet for it, nothing is said.
         if (search_.isHooked(at.place)) continue;
         effect = "stands where no packet comes";

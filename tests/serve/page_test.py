@@ -290,6 +290,20 @@ class Served(unittest.TestCase):
             "\u2212record 1: " + one, "~record 2: LAN address: 192.168.1.11 \u2192 192.168.1.300"])
         self.assertEqual(self.texts("[data-key=SinglePortForwardRules] .edits > li"), ["+record 1: ,80,,"])
 
+    def test_two_windows_lose_nothing_of_one_another(self):
+        self.view("settings")
+        elsewhere = "192.168.1.10,443,0,TCP;192.168.1.11,51821,0,UDP"
+        self.wish("change", space=1, key="PortForwardRules", value=elsewhere)
+        self.write("#setting-1-PortForwardRules-1-2", "444")
+        self.browser.wait_for("document.querySelector('#trouble:not([hidden])')")
+        self.assertIn("PortForwardRules has been changed elsewhere", self.texts("#trouble")[0])
+        self.assertEqual(self.value(self.ask("/api/settings.conf")[1], "PortForwardRules"), elsewhere)
+        self.assertEqual([line for line in self.browser.complaints() if "elsewhere" not in line and "422" not in line], [])
+        # What is shown now is what is changed now.
+        self.browser.wait_for("document.querySelector('#setting-1-PortForwardRules-2-2')?.value === '51821'")
+        self.write("#setting-1-PortForwardRules-1-2", "444")
+        self.becomes("PortForwardRules", elsewhere.replace("443", "444"))
+
     def test_two_thousand_records_are_edited(self):
         records = [f"10.0.{n // 250}.{n % 250},,0,0,any/0,,{n + 1},0,1,1,rule {n},,,," for n in range(2000)]
         self.wish("change", space=1, key="IPPortFilterRules", value=";".join(records))

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <spawn.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -18,7 +19,6 @@
 #include "tools/play/event_words.h"
 #include "tools/rehearse/batch.h"
 #include "tools/text/lines.h"
-#include "tools/text/output.h"
 #include "tools/traffic/desk_router.h"
 
 namespace orba::tool {
@@ -215,15 +215,13 @@ class OneByOneVersion : public Version {
  public:
   OneByOneVersion(const std::string &program, std::vector<std::string> entries)
       : program_(program), entries_(std::move(entries)) {
-    const int file = mkostemp(path_, O_CLOEXEC);
-    if (file < 0) throw std::system_error(errno, std::generic_category(), path_);
-    close(file);
+    if (file_ < 0) throw std::system_error(errno, std::generic_category(), "memfd_create");
     if (!entries_.empty()) return;
     for (const EntryPoint *entry : wordlessEntryPoints()) {
       if (isOfStart(entry->name)) entries_.emplace_back(entry->name);
     }
   }
-  ~OneByOneVersion() override { unlink(path_); }
+  ~OneByOneVersion() override { close(file_); }
 
   Digests digests(const std::vector<nvram::Setting> &settings) override {
     Digests digests;
@@ -241,7 +239,7 @@ class OneByOneVersion : public Version {
     const std::string config = asciiConfig(settings);
     if (config != config_) {
       runs_.clear();
-      writeWhole(path_, config);
+      put(config);
       config_ = config;
     }
     auto known = runs_.find(entry);
@@ -250,6 +248,12 @@ class OneByOneVersion : public Version {
   }
 
  private:
+  void put(const std::string &config) const {
+    const auto size = static_cast<ssize_t>(config.size());
+    if (ftruncate(file_, 0) == 0 && pwrite(file_, config.data(), config.size(), 0) == size) return;
+    throw std::system_error(errno, std::generic_category(), "a configuration in memory");
+  }
+
   Recording call(const std::string &entry) {
     Program program(program_, {"plan", entry, "--json", "--config", path_});
     const std::string plan = program.rest();
@@ -263,7 +267,9 @@ class OneByOneVersion : public Version {
 
   std::string program_;
   std::vector<std::string> entries_;
-  char path_[32] = "/tmp/orba-rehearse-XXXXXX";
+  // In memory: nothing of a configuration is left behind, whatever ends this process.
+  const int file_ = memfd_create("configuration", MFD_CLOEXEC);
+  const std::string path_ = "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(file_);
   std::string config_;
   std::map<std::string, Recording> runs_;
 };

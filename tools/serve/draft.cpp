@@ -85,6 +85,12 @@ std::string Draft::text() const {
   return changed + new_sections;
 }
 
+void Draft::mustBe(const Name &name, const Value &value) const {
+  auto change = changes_.find(name);
+  if ((change != changes_.end() ? change->second : kept(name)) == value) return;
+  throw BadChange(name.second + " has been changed elsewhere meanwhile, and is shown as it is now");
+}
+
 void Draft::change(const Name &name, const Value &value) {
   if (name.first < nvram::kFirstSpace || name.first > nvram::kLastSpace) {
     throw BadChange("there is no space " + std::to_string(name.first));

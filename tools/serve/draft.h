@@ -49,6 +49,8 @@ class Draft {
 
   // A change back to what is kept is none. Throws BadChange.
   void change(const Name &name, const Value &value);
+  // Throws BadChange where a setting is not, with the changes made, what somebody takes it for.
+  void mustBe(const Name &name, const Value &value) const;
   void keep();
   void discard();
   // What the file holds now, which was read without a fault too.

@@ -60,8 +60,8 @@ PacketQuestion packetQuestionIn(const Request &request) {
           given("flags"), given("mac"),    given("source_port"), given("length")};
 }
 
-Draft::Value valueIn(const Json &wanted) {
-  const Json &value = wanted.at("value");
+Draft::Value valueIn(const Json &wanted, const char *member = "value") {
+  const Json &value = wanted.at(member);
   return value.is_null() ? std::nullopt : Draft::Value(value.get<std::string>());
 }
 
@@ -154,8 +154,10 @@ class Desk {
       response.set_header("Content-Disposition", "attachment; filename=\"router.conf\"");
       response.set_content(draft_.text(), "text/plain");
     });
-    wish(server, "change",
-         [this](const Json &wanted) { draft_.change(nameIn(wanted), valueIn(wanted)); });
+    wish(server, "change", [this](const Json &wanted) {
+      if (wanted.contains("was")) draft_.mustBe(nameIn(wanted), valueIn(wanted, "was"));
+      draft_.change(nameIn(wanted), valueIn(wanted));
+    });
     wish(server, "undo", [this](const Json &wanted) {
       draft_.change(nameIn(wanted), draft_.kept(nameIn(wanted)));
     });

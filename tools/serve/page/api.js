@@ -33,9 +33,10 @@ export function wish(name, body = {}) {
 
 export const wishAndTell = (name, body) => wish(name, body).then(announce);
 
-// Collects a change; `null` takes the setting away.
-export function change(space, key, value) {
-  return wishAndTell("change", {space, key, value});
+// Collects a change; `null` takes the setting away. Where `was` is given and no longer so, somebody
+// else has been faster, and nothing is changed.
+export function change(space, key, value, was) {
+  return wishAndTell("change", {space, key, value, was});
 }
 
 // Tells the page what is pending now: what is not kept, and what is kept in memory only.

@@ -59,6 +59,7 @@ class Row {
   constructor(setting, one, collect, refresh) {
     this.one = one;
     this.collect = collect;
+    this.posting = 0;
     this.front = h("div", {class: "front"});
     this.place = h("div", {class: "editor"});
     this.records = one?.table ? new Records(one, elementOf(setting), collect, refresh) : null;
@@ -69,8 +70,21 @@ class Row {
       this.place, this.meaning, this.tools);
   }
 
+  // Changes may follow one another faster than they are shown again.
+  async post(value) {
+    const {space, key} = this.setting, was = this.known;
+    this.known = value;
+    this.posting++;
+    try {
+      return await change(space, key, value, was);
+    } finally {
+      this.posting--;
+    }
+  }
+
   show(setting, faults) {
     this.setting = setting;
+    if (this.posting === 0) this.known = setting.bytes ? undefined : setting.value;
     this.faults = faults;
     const says = JSON.stringify([setting, faults]);
     if (this.says === says) return;
@@ -222,7 +236,7 @@ export function settings(main, query, [space, key, record] = []) {
   function rowOf(setting, one) {
     const id = idOf(setting);
     if (!rows.has(id)) {
-      const post = (value) => change(setting.space, setting.key, value);
+      const post = (value) => rows.get(id).post(value);
       rows.set(id, new Row(setting, one, Object.assign(post, {look}), look));
     }
     return rows.get(id);

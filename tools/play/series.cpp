@@ -32,7 +32,8 @@ Recording Series::record(const std::vector<nvram::Setting> &config, const EntryP
   run.words = words;
   try {
     run.result = entry.call(words);
-    for (long long i = 0; i < ticks && device.clock().armed(); i++) device.advance(kTickMilliseconds);
+    for (long long i = 0; i < ticks && device.clock().armed(); i++)
+      device.advance(kTickMilliseconds);
   } catch (const Ended &ended) {
     run.result = {"exit " + std::to_string(ended.status), {}};
   }

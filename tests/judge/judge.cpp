@@ -1,13 +1,13 @@
 // packets_judge: holds the model of packets/ against the kernel of this machine.
 //
 //   packets_judge [--configurations N] [--packets N] [--first SEED] [--jobs N] [--record FOLDER]
-//                 [--minutes N] [--show 1]
+//                 [--enough N] [--show 1]
 //
 // So many configurations, half of them with the tables of iptables-legacy and half with those of
-// iptables-nft, and so many packets to each. Every difference is a line that can be tried by
-// hand (--first SEED --configurations 1 --show 1). The first are recorded for packets_faults. Ends
-// with 1 when there is one, with 77 where the machine cannot make such routers; with CI set that is
-// a failure too.
+// iptables-nft, and so many packets to each; none is begun once there are enough packets. Every
+// difference is a line that can be tried by hand (--first SEED --configurations 1 --show 1). The
+// first are recorded for packets_faults. Ends with 1 when there is one, with 77 where the machine
+// cannot make such routers; with CI set that is a failure too.
 #include <sched.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
@@ -35,7 +35,7 @@ using namespace judge;
 
 struct Options {
   uint64_t configurations = 320, packets = 3200, first = 0, jobs = 2;
-  uint64_t minutes = 0;  // when no configuration is begun any more; 0: never
+  uint64_t enough = UINT64_MAX;
   std::string record;
   bool show = false;
 };
@@ -282,7 +282,6 @@ void work(uint64_t job, const Options &options) {
   Translator translator(JUDGE_TOOLS);
   uint64_t held = 0;
   constexpr uint64_t kTogether = 16;
-  const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(options.minutes);
   for (uint64_t begin = job; begin < options.configurations;) {
     std::vector<Situation> situations;
     std::vector<std::string> lines;
@@ -295,7 +294,7 @@ void work(uint64_t job, const Options &options) {
     }
     translator.learn(lines);
     for (const Situation &each : situations) {
-      if (options.minutes != 0 && std::chrono::steady_clock::now() > end) return;
+      if (__atomic_load_n(&counts->probes, __ATOMIC_RELAXED) >= options.enough) return;
       // An even number of jobs gives each but one kind.
       const Kernel::Tables tables =
           (each.seed / options.jobs) % 2 == 0 ? Kernel::kLegacy : Kernel::kNft;
@@ -339,7 +338,7 @@ int main(int count, char **words) {
     if (option == "--packets") options.packets = number;
     if (option == "--first") options.first = number;
     if (option == "--jobs") options.jobs = number;
-    if (option == "--minutes") options.minutes = number;
+    if (option == "--enough") options.enough = number;
     if (option == "--record") options.record = words[i + 1];
     if (option == "--show") options.show = true;
   }
@@ -393,6 +392,7 @@ int main(int count, char **words) {
        << std::fixed << std::setprecision(1) << seconds << " s, " << counts->differences
        << " differences\n";
   std::cout << told.str();
-  const bool whole = options.minutes != 0 || counts->configurations == options.configurations;
+  const bool whole =
+      counts->configurations == options.configurations || counts->probes >= options.enough;
   return failed || counts->differences != 0 || counts->configurations == 0 || !whole;
 }

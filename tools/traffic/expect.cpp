@@ -361,7 +361,8 @@ Judgement judge(const Expectation &expectation, SideWays &ways, Blame &blame) {
   return Judge(expectation, ways).judged(blame);
 }
 
-Coverage coverageOf(const std::vector<Expectation> &expectations, SideWays &ways) {
+Coverage coverageOf(const std::vector<Expectation> &expectations, SideWays &ways,
+                    const Progress &progress) {
   std::vector<const Expectation *> held;
   std::set<std::string> sides;
   for (const Expectation &each : expectations) {
@@ -369,9 +370,13 @@ Coverage coverageOf(const std::vector<Expectation> &expectations, SideWays &ways
     held.push_back(&each);
     sides.insert(each.from);
   }
+  const auto &chains = ways.desk().router.chains();
+  size_t done = 0, all = 0;
+  for (const auto &[place, chain] : chains) all += chain.rules.size();
   Coverage coverage;
-  for (const auto &[place, chain] : ways.desk().router.chains()) {
+  for (const auto &[place, chain] : chains) {
     for (size_t i = 0; i < chain.rules.size(); i++) {
+      if (progress) progress(done++, all);
       const RuleAt rule = {place, i};
       const Target::Kind kind = chain.rules[i].target.kind;
       if (kind == Target::kGoOn || kind == Target::kJump) continue;

@@ -22,6 +22,7 @@
 #include "packets/interval_set.h"
 #include "packets/packet.h"
 #include "packets/rule.h"
+#include "tools/text/progress.h"
 #include "tools/traffic/blame.h"
 #include "tools/traffic/side_ways.h"
 
@@ -66,7 +67,9 @@ struct Coverage {
   std::vector<packets::RuleAt> unmissed;  // without which all that hold go on holding
   size_t unmet = 0;  // of no packet that begins something, of which alone expectations speak
 };
-Coverage coverageOf(const std::vector<Expectation> &expectations, SideWays &ways);
+// Progress is told of rules.
+Coverage coverageOf(const std::vector<Expectation> &expectations, SideWays &ways,
+                    const Progress &progress = {});
 
 // What came of some expectations.
 struct Expected {

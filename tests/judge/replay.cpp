@@ -18,7 +18,7 @@
 #include <map>
 
 #include "fault.h"
-#include "probe.h"
+#include "record.h"
 
 namespace judge {
 

@@ -56,6 +56,7 @@ constexpr uint64_t kRecorded = 80;
 struct Counts {
   uint64_t configurations, probes, connections, by_an_answer, broute, refused, one_by_one;
   uint64_t reversed, content, differences, lacking;
+  uint64_t taken_out, by_session, unheard;
 };
 Counts *counts;
 
@@ -215,11 +216,29 @@ class PacketJudge {
       differs(situation_, record_.tables.c_str(),
               words + "\n  the kernel: " + text(arrival, network) + "\n  " + why);
     }
+    if (time_ == kBefore) countForms(sent);
     if (probe.first == Probe::kNone)
       recorded_[first] = static_cast<uint32_t>(record_.probes.size());
     record_.probes.push_back(probe);
     if (probe.first != Probe::kNone) record_.probes.back().first = recorded_.at(first);
     record_.arrivals.push_back(arrival);
+  }
+
+  // What only a machine's kernel has.
+  void countForms(const Sent &sent) {
+    using packets::Place;
+    const auto &[verdict, end, decided_by, translated_by, steps, asked] = sent.way;
+    const uint64_t port = sent.probe->packet[packets::kBridgePort];
+    if (port == packets::kNoInterface) return;
+    const packets::Interface &in = router_.network().interfaces[port];
+    if (!in.below.empty()) {
+      add(verdict == packets::Verdict::kNobody ? counts->unheard : counts->by_session);
+    }
+    const bool in_bridge = decided_by && decided_by->place.program == Place::kEbtables;
+    if (!in.bridge.empty() && end[packets::kIn] == port && !in_bridge &&
+        verdict != packets::Verdict::kBridged) {
+      add(counts->taken_out);
+    }
   }
 
   const Situation &situation_;
@@ -469,13 +488,19 @@ int main(int count, char **words) {
     return ci != nullptr && *ci != '\0' ? 1 : 77;
   }
   std::ostringstream told;
+  if (of_machine) {
+    told << counts->taken_out << " frames taken out of a bridge by broute; " << counts->by_session
+         << " packets from sessions of PPPoE, " << counts->unheard
+         << " from those whose frames are a bridge's\n";
+  }
   told << counts->connections << " connections, "
        << static_cast<uint64_t>(static_cast<double>(counts->probes) / seconds)
        << " packets a second; " << counts->one_by_one << " configurations also command by command; "
        << counts->refused << " commands refused by both\n"
        << "explained: " << counts->by_an_answer
        << " packets by an answer that nobody can foresee (limit); " << counts->broute
-       << " commands for broute and the DMZ program, which are lacking here; " << counts->content
+       << " commands for " << (of_machine ? "" : "broute and ")
+       << "the DMZ program, which are lacking here; " << counts->content
        << " for the content of pages, which the tools lack; " << counts->reversed
        << " with reversed ports of UDP, which the present tools take and nothing matches\n"
        << counts->probes << " packets through " << counts->configurations << " configurations in "

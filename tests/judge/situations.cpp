@@ -291,6 +291,8 @@ Situation situation(uint64_t seed, const std::string &examples, bool sessions) {
       settings["OperationMode"] = "1";
       settings["pppoeREnabled"] = wan;
       settings["wanConnectionMode" + (wan == "1" ? "" : wan)] = "PPPOE";
+      // The one number whose frames broute takes out of the bridge for the router's own session.
+      if (wan == "1" && dice.chance(60)) settings["vlanEnabled"] = "1", settings["wan1Vid"] = "12";
     }
     made.settings = inSpaceOne(settings);
     if (dice.chance(15)) {  // in place of an older one, of the same interfaces

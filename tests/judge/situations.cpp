@@ -243,7 +243,7 @@ packets::Network networkOf(const std::vector<nvram::Setting> &settings, bool onl
     const std::string key = "wanConnectionMode" + (i == 0 ? "" : text(i + 1));
     packets::Interface *session = network.find(wan[i].text());
     if (sessions && session != nullptr && session->mac == 0 && !ethernet[i].empty() &&
-        device.setting(key) == "PPPOE") {
+        !network.isBridge(ethernet[i].text()) && device.setting(key) == "PPPOE") {
       session->below = ethernet[i].text();
     }
   }

@@ -39,7 +39,7 @@ std::optional<int> prefixOf(const std::string &text) {
   return ones;
 }
 
-bool readNumber(const std::string &text, uint32_t &number) {
+bool readUnsigned(const std::string &text, uint32_t &number) {
   char *end;
   number = static_cast<uint32_t>(strtoul(text.c_str(), &end, 0));
   return !text.empty() && *end == '\0';
@@ -278,12 +278,12 @@ Refused Network::runIp(const Words &words, size_t command) {
     if (word == "table") {
       name = value;
     } else if (word == "prio") {
-      if (!readNumber(value, rule.priority)) return value + " is no priority";
+      if (!readUnsigned(value, rule.priority)) return value + " is no priority";
     } else if (word == "fwmark") {
       const size_t slash = value.find('/');
       rule.mask = 0xffffffff;
-      if (!readNumber(value.substr(0, slash), rule.mark) ||
-          (slash != std::string::npos && !readNumber(value.substr(slash + 1), rule.mask))) {
+      if (!readUnsigned(value.substr(0, slash), rule.mark) ||
+          (slash != std::string::npos && !readUnsigned(value.substr(slash + 1), rule.mask))) {
         return value + " is no mark";
       }
     } else if (word == "via") {

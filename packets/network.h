@@ -23,7 +23,8 @@ struct Interface {
   std::vector<Address> addresses = {};
   std::string bridge = {};  // the one that it is a port of, or empty
   bool up = true;
-  uint64_t mtu = 1500;  // bytes of an IP packet
+  uint64_t mtu = 1500;     // bytes of an IP packet
+  std::string below = {};  // whose frames carry its packets, for a PPPoE session, or empty
 };
 
 struct Route {

@@ -36,7 +36,7 @@ enum Field : uint16_t {
 using FieldId = uint16_t;  // a Field, or one behind kFields
 
 inline constexpr uint64_t kNoInterface = 255;
-inline constexpr uint64_t kIpv4 = 0x0800;  // as kEtherType
+inline constexpr uint64_t kIpv4 = 0x0800, kPppoeSession = 0x8864;  // as kEtherType
 
 // The largest value of a field.
 uint64_t largestOf(FieldId field);

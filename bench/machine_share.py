@@ -1,0 +1,77 @@
+#!/usr/bin/env python3
+"""What a rebuild of the firewall takes on a booted router, and how much of it is the library's.
+
+  machine_share.py ORBA CONFIG [ROUNDS]
+
+Boots the machines of ./dev machine's image. The same firewall is built again and again, in turns: by the
+library, by a script of the very lines in one shell, and by one that starts a shell for each, as system()
+must. Times are those of the machine's clocks, which run slower than a router's where the desk is busy:
+what counts is one over the other. Ends with 77 where the machine cannot be made.
+"""
+import os
+import shlex
+import statistics
+import subprocess
+import sys
+import tempfile
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.realpath(__file__)), "..", "machine"))
+
+import booted  # noqa: E402
+
+TICKS = 100  # of /proc, a second
+
+# The processor time of a process itself and of its commands, once it has had none for a second.
+OWN = """orba_call --stay 600 %s >/dev/null 2>&1 & p=$!
+quiet=0; while [ $quiet -lt 10 ]; do usleep 100000; quiet=$((quiet + 1))
+  read -r children </proc/$p/task/$p/children; [ -z "$children" ] || quiet=0
+done; cut -d ' ' -f 14-17 /proc/$p/stat; kill $p"""
+
+
+def spent(lab, command):
+    """Seconds of the clock and of the processor."""
+    words = lab.checked(f"busybox time -p {command} 2>&1 >/dev/null | tail -n 3").split()
+    real, user, system = (float(words[i]) for i in (1, 3, 5))
+    return real, user + system
+
+
+def own(lab, entry):
+    fields = [int(word) for word in lab.checked(OWN % entry).split()]
+    return sum(fields[:2]) / TICKS, sum(fields[2:]) / TICKS
+
+
+def main():
+    orba, config, rounds = sys.argv[1], sys.argv[2], int(sys.argv[3]) if len(sys.argv) > 3 else 3
+    with open(config, encoding="utf-8") as file:
+        settings = booted.without_comments(file.read())
+    lines = subprocess.run([orba, "plan", "firewall_init", "--raw", "--config", config],
+                           check=True, capture_output=True, text=True).stdout.splitlines()
+    ways = {"firewall_init": "orba_call firewall_init", "a shell for each line": "sh /run/shells",
+            "one shell": "sh /run/lines"}
+    taken = {way: [] for way in ways}
+    with tempfile.TemporaryDirectory() as state:
+        os.environ["ORBA_LAB_STATE"] = os.path.join(state, "lab")
+        lab = booted.Booted()
+        try:
+            lab.up(settings)
+            lab.checked("cat >/run/lines", ("\n".join(lines) + "\n").encode())
+            lab.checked("cat >/run/shells", "".join(f"sh -c {shlex.quote(line)}\n" for line in lines).encode())
+            for _ in range(rounds):
+                for way, command in ways.items():
+                    taken[way].append(spent(lab, command))
+            itself, commands = own(lab, "firewall_init")
+            start, _ = own(lab, "getOnePortOnly")
+        except booted.Refused as error:
+            print(error)
+            sys.exit(booted.NOT_HERE if error.code == booted.NOT_HERE else 1)
+        finally:
+            lab.down()
+    print(f"{len(lines)} lines, {rounds} rounds in turns, medians")
+    whole = [statistics.median(each[i] for each in taken["firewall_init"]) for i in (0, 1)]
+    for way, all_of_it in taken.items():
+        real, processor = (statistics.median(each[i] for each in all_of_it) for i in (0, 1))
+        print(f"  {way:22} {real:6.2f} s, processor {processor:6.2f} s; firewall_init / it {whole[0] / real:.2f}, {whole[1] / processor:.2f}")
+    print(f"the process that calls it: {itself - start:.2f} s of {itself + commands:.2f} s ({start:.2f} s to start it)")
+
+
+main()

@@ -193,13 +193,12 @@ Refused Network::runBrctl(const Words &words) {
   return std::nullopt;
 }
 
-// Whether a gateway can be reached by a device without another gateway.
-bool Network::onLink(uint64_t gateway, const std::string &device) const {
+bool Network::onLink(uint64_t host, const std::string &device) const {
   const Interface *interface = find(device);
   return interface != nullptr &&
          std::any_of(interface->addresses.begin(), interface->addresses.end(),
                      [&](const Address &address) {
-                       return ((address.address ^ gateway) & maskOf(address.prefix)) == 0;
+                       return ((address.address ^ host) & maskOf(address.prefix)) == 0;
                      });
 }
 

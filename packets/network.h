@@ -77,6 +77,8 @@ class Network {
   std::vector<Route> routesFor(uint32_t mark) const;
   // The route of a destination, nothing when there is none.
   std::optional<Route> route(uint64_t destination, uint32_t mark) const;
+  // Whether a host is reached by a device without a gateway.
+  bool onLink(uint64_t host, const std::string &device) const;
 
   // Carries out a `brctl`, `ip`, `route` or `ifconfig` command.
   Refused run(const std::vector<std::string> &words, size_t command);
@@ -86,7 +88,6 @@ class Network {
   Refused runRoute(const std::vector<std::string> &words, size_t command);
   Refused runBrctl(const std::vector<std::string> &words);
   Refused fits(const Route &route) const;
-  bool onLink(uint64_t gateway, const std::string &device) const;
   std::vector<Route> ownRoutes() const;
 };
 

@@ -197,7 +197,7 @@ const std::vector<Peculiarity> kPeculiarities = {
     {.keys = {"DMZAvoidTCPPort80", "RMWWWServerPort", "DMZEnable"},
      .sentence = "By rules DMZAvoidTCPPort80 spares nothing: the last rule never matches, since the one before it sends everything to the DMZ host.",
      .shown = {{.settings = {"DMZEnable=1", "DMZAddress=192.168.1.50", "DMZAvoidTCPPort80=1", "RMWWWServerPort=8080"}, .packet = "wan 198.51.100.9 203.0.113.2 tcp/8080", .verdict = "forwarded to 192.168.1.50 by br0"}},
-     .trouble = {{"DMZAvoidTCPPort80", Circumstance::kOn}, {"DMZEnable", Circumstance::kIs, "1"}},
+     .trouble = {{"DMZAvoidTCPPort80", Circumstance::kOn}, {"DMZEnable", Circumstance::kIs, "1"}, {"DMZAddress", Circumstance::kGiven}},
      .reason = "spares no port where the DMZ is made by rules (DMZEnable 1)", .effect = "leaves the port of RMWWWServerPort to the DMZ host"},
     {.keys = {"DMZEnable", "snmpMode"},
      .sentence = "By rules the router keeps the TCP ports 7547 and 161 from the DMZ host. SNMP is UDP, and goes there.",

@@ -147,6 +147,8 @@ class TrafficChecker {
       const bool bridgeless =
           at.place.program == Place::kEbtables && router_.network().bridges.empty();
       if (bridgeless) effect = "is for frames of a bridge, and the router has none";
+      // Its other rule translates, and what it sends on is the router's own.
+      const bool forwards_to_itself = blockers.router && at.place.chain == "port_forward";
       if (blockers.router) effect = "is for packets to the router itself, which it does not filter";
       const bool nothing = asksForNothing(ruleAt(at));
       if (nothing) effect = "asks for a range whose end is in front of its beginning";
@@ -157,6 +159,10 @@ class TrafficChecker {
       }
       std::string reason = "is reached by no packet";
       if (origin->record == 0) reason = "stops nothing that would get so far";
+      if (forwards_to_itself) {
+        reason = "forwards nothing";
+        effect = "sends its packets to an address of the router itself";
+      }
       if (origin->record != 0 && othersAct(at, *origin)) {
         if (blocker.empty() || blockers.routing || blockers.router) continue;
         reason = "does not get all its packets";
@@ -402,7 +408,7 @@ class TrafficChecker {
       const packets::Interface &outside = *router_.network().find(side.interface);
       if (!isWan(side.name) || !outside.bridge.empty()) continue;
       const std::vector<Outcome> &outcomes = ways_.from(side).outcomes();
-      const Node begun = search_.outcomesOf(side, ways_.beginnings(side));
+      const Node begun = search_.outcomesOf(side, ways_.ordinary(side));
       std::vector<RuleAt> doors;
       for (uint32_t value : diagrams_.values(begun)) {
         if (value == BlockerSearch::kOthers || outcomes[value].verdict != Verdict::kDelivered)

@@ -184,6 +184,13 @@ std::string wholeSentence(const FollowedWay &way, const DeskRouter &desk, Blame 
     text += withVerb(togetherSentence(more, desk, blame, Otherwise::kBrief), what);
   };
   add(way.answers, "; but its answer");
+  // The sender waits for an answer from where it sent to.
+  if (way.answered_past && way.walk.translated_by) {
+    text += "; but its answer goes past the router, from " +
+            addressText(way.walk.end[kDestination]) + " straight to " +
+            addressText(way.walk.end[kSource]) + ", which asked " +
+            addressText(way.packet[kDestination]);
+  }
   if (!way.answers.empty() && isForItsMac(way.answers[0])) {
     text += " (so is that of any host whose MAC address no rule names)";
   }

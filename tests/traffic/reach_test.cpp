@@ -163,6 +163,12 @@ TEST(Reach, NamesWhatNoPacketReachesAndWhatStandsBefore) {
        "DefaultFirewallPolicy: lets the Internet reach ports of the router that no setting opens; "
        "it leaves open tcp 0-20, 24-79, 81-442, 444-6880, 6890-7546, 7548-65535; udp 0-68, 70-160, "
        "162-6880, 6890-51819, 51821-65535, such as tcp from 198.51.100.100:40000 to 203.0.113.2:8080 (SYN)"},
+      // What one WAN sends on, another leaves to the router.
+      {{"DefaultFirewallPolicy=0", "PortForwardRules=192.168.1.10,1,65535,TCP&UDP",
+        "wanConnectionMode2=DHCP", "wan2Vid=20"},
+       "DefaultFirewallPolicy: lets the Internet reach ports of the router that no setting opens; "
+       "it leaves open tcp 0-20, 24-79, 81-7546, 7548-65535; udp 0-68, 70-160, 162-65535, such as "
+       "tcp from 198.51.100.100:40000 to 203.0.113.2:0 (SYN)"},
       {{"DefaultFirewallPolicy"},
        "DefaultFirewallPolicy: is missing, which counts as 0, and lets the Internet reach ports of "
        "the router that no setting opens; it leaves open tcp 0-20, 24-79, 81-442, 444-6880, 6890-7546, "

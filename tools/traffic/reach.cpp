@@ -1,6 +1,8 @@
 #include "tools/traffic/reach.h"
 
 #include <algorithm>
+#include <map>
+#include <optional>
 #include <set>
 
 #include "packets/walk.h"
@@ -404,6 +406,13 @@ class TrafficChecker {
   // Ports of the router that are open because nothing closes them, not because a service or a
   // record opens them: by the rule behind the records. What stands in INPUT nobody can close.
   void checkOpenPorts() {
+    struct Door {
+      RuleAt at;
+      bool missing;  // the policy
+      std::string witness;
+    };
+    std::optional<Door> first;
+    std::map<uint64_t, IntervalSet> open;  // by protocol, from any WAN
     for (const Side &side : search_.sides()) {
       const packets::Interface &outside = *router_.network().find(side.interface);
       if (!isWan(side.name) || !outside.bridge.empty()) continue;
@@ -428,19 +437,23 @@ class TrafficChecker {
                  outcomes[value].verdict == Verdict::kDelivered &&
                  outcomes[value].decided_by == door;
         });
-        std::string open;
-        for (const auto &[protocol, name] : {std::pair{kUdp, "udp "}, {kTcp, "tcp "}}) {
-          const Node those =
-              diagrams_.both(through, diagrams_.set({kProtocol, IntervalSet::one(protocol)}));
-          if (those == Diagrams::kNone) continue;
-          open = name + portsText(portsOf(those)) + (open.empty() ? "" : "; ") + open;
+        for (uint64_t protocol : {kTcp, kUdp}) {
+          open[protocol].add(portsOf(
+              diagrams_.both(through, diagrams_.set({kProtocol, IntervalSet::one(protocol)}))));
         }
-        add({Origin::kBecause, 1, "DefaultFirewallPolicy"}, door,
-            std::string(missing ? "is missing, which counts as 0, and " : "") +
-                "lets the Internet reach ports of the router that no setting opens",
-            "leaves open " + open, "", search_.witnessOf(side, through));
+        if (!first) first = {door, missing, search_.witnessOf(side, through)};
       }
     }
+    if (!first) return;
+    std::string text;
+    for (const auto &[protocol, ports] : open) {
+      if (ports.empty()) continue;
+      text += (text.empty() ? "" : "; ") + protocolText(protocol) + " " + portsText(ports);
+    }
+    add({Origin::kBecause, 1, "DefaultFirewallPolicy"}, first->at,
+        std::string(first->missing ? "is missing, which counts as 0, and " : "") +
+            "lets the Internet reach ports of the router that no setting opens",
+        "leaves open " + text, "", first->witness);
   }
 
   SideWays &ways_;

@@ -228,6 +228,8 @@ TEST(Expectations, HoldForAllPacketsOrFailWithOne) {
       {"lan 10.0.0.1 cannot reach wan", "no host of lan"},
       {"wan 192.168.1.5 can reach router tcp/22", "only a neighbour on the wire of wan"},
       {"wan 192.168.1.5 cannot reach router tcp/22", "sshMode=2"},
+      // It gets there, but not from a host that "can" speaks of.
+      {"wan can reach 224.0.0.1 igmp", "but only a neighbour on the wire of wan can send it"},
       // A limit that may be reached.
       {"wan can reach router icmp", nullptr},
       {"lan can reach wan icmp", "--limit"},

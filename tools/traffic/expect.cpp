@@ -182,7 +182,13 @@ class Judge {
     Packet packet = ways_.witness(side_, breaking);
     if (expectation_.can) packet = asked(packet);
     made.witness = packet;
-    made.why = verdictSentence(waysOf(packet, ways_.desk()), ways_.desk(), blame);
+    const std::vector<FollowedWay> followed = waysOf(packet, ways_.desk());
+    made.why = verdictSentence(followed, ways_.desk(), blame);
+    const Verdict verdict = followed[0].walk.verdict;
+    const bool got = verdict == Verdict::kForwarded || verdict == Verdict::kDelivered;
+    if (expectation_.can && got && isWan(side_.name) && diagrams_.value(from(), packet) == 0) {
+      made.why += "; but only a neighbour on the wire of " + side_.name + " can send it";
+    }
     return made;
   }
 

@@ -11,6 +11,7 @@
 #include "tools/device/config.h"
 #include "tools/device/desk_device.h"
 #include "tools/traffic/expect.h"
+#include "tools/traffic/inquiry.h"
 #include "tools/traffic/packet_words.h"
 #include "tools/traffic/ports.h"
 #include "tools/traffic/trace.h"
@@ -31,16 +32,8 @@ std::string example(const std::string &name) {
 }
 
 // A router and what is asked of it.
-struct Asked {
-  explicit Asked(const std::vector<nvram::Setting> &config)
-      : desk(deskRouter(config, setUpDeskDevice)),
-        ways(desk, diagrams),
-        blame(desk, setUpDeskDevice) {}
-
-  DeskRouter desk;
-  Diagrams diagrams;
-  SideWays ways;
-  orba::tool::Blame blame;
+struct Asked : Inquiry {
+  explicit Asked(const std::vector<nvram::Setting> &config) : Inquiry(config, setUpDeskDevice) {}
 };
 
 // A gateway whose web server listens elsewhere than its mode's rules guard.
@@ -252,6 +245,28 @@ TEST(Expectations, HoldForAllPacketsOrFailWithOne) {
                      way.verdict == Verdict::kBridged;
     EXPECT_TRUE(got != read[0].can || way.verdict == Verdict::kDelivered) << text;
   }
+}
+
+// The DMZ takes away what comes by the link, and no packet that comes past it.
+TEST(Expectations, SpeakOfTheEthernetBelowALink) {
+  const std::map<std::string, std::string> others = {{"wanConnectionMode", "PPPOE"},
+                                                     {"wanAddressType", "PPPOE"},
+                                                     {"DMZEnable", "1"},
+                                                     {"DefaultFirewallPolicy", "0"},
+                                                     {"aclMode", "0"},
+                                                     {"sshMode", "2"}};
+  std::vector<nvram::Setting> config = readConfig(example("gateway.conf"));
+  for (nvram::Setting &each : config) {
+    const auto other = others.find(each.key);
+    if (other != others.end()) each.value = other->second;
+  }
+  Asked asked(config);
+  Expectation no_login = {.from = "wan", .to = kRouter};
+  no_login.what = {{{kProtocol, IntervalSet::one(kTcp)}, {kDestinationPort, IntervalSet::one(22)}}};
+  const Judgement judgement = judge(no_login, asked.ways, asked.blame);
+  EXPECT_FALSE(judgement.holds);
+  EXPECT_FALSE(holds(no_login, asked.ways));
+  EXPECT_THAT(judgement.why, HasSubstr("sshMode=2; it comes from wan-wire"));
 }
 
 // Of random routers: what fails is broken by its witness, and nothing breaks a "cannot" that holds.

@@ -359,12 +359,35 @@ std::vector<Expectation> readExpectations(const std::string &path, const DeskRou
   return made;
 }
 
+namespace {
+
+// What is said with one sentence: "wan cannot" also speaks of the Ethernet below its link.
+std::vector<Expectation> allSaidWith(const Expectation &expectation, const DeskRouter &desk) {
+  std::vector<Expectation> said = {expectation};
+  if (!expectation.can && desk.side(wireOf(expectation.from)) != nullptr) {
+    said.push_back(expectation);
+    said.back().from = wireOf(expectation.from);
+  }
+  return said;
+}
+
+}  // namespace
+
 bool holds(const Expectation &expectation, SideWays &ways) {
-  return Judge(expectation, ways).holds();
+  const std::vector<Expectation> said = allSaidWith(expectation, ways.desk());
+  return std::all_of(said.begin(), said.end(),
+                     [&](const Expectation &each) { return Judge(each, ways).holds(); });
 }
 
 Judgement judge(const Expectation &expectation, SideWays &ways, Blame &blame) {
-  return Judge(expectation, ways).judged(blame);
+  Judgement judgement;
+  for (const Expectation &each : allSaidWith(expectation, ways.desk())) {
+    judgement = Judge(each, ways).judged(blame);
+    if (judgement.holds) continue;
+    if (each.from != expectation.from) judgement.why += "; it comes from " + each.from;
+    break;
+  }
+  return judgement;
 }
 
 Coverage coverageOf(const std::vector<Expectation> &expectations, SideWays &ways,
@@ -374,7 +397,7 @@ Coverage coverageOf(const std::vector<Expectation> &expectations, SideWays &ways
   for (const Expectation &each : expectations) {
     if (!holds(each, ways)) continue;
     held.push_back(&each);
-    sides.insert(each.from);
+    for (const Expectation &said : allSaidWith(each, ways.desk())) sides.insert(said.from);
   }
   const auto &chains = ways.desk().router.chains();
   size_t done = 0, all = 0;

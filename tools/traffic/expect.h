@@ -56,7 +56,8 @@ struct Judgement {
 // whatever a program does with those that it is given. "can" holds when from each host each
 // protocol and port of the destination is reached by a packet, whatever the answers are: where
 // addresses are translated the router is asked, and the host behind it is reached. What only a
-// neighbour on a WAN's wire can send counts for "cannot", and not for "can". What speaks of hosts
+// neighbour on a WAN's wire can send counts for "cannot", and not for "can"; so does what comes
+// in by the Ethernet below a WAN that is a PPP link. What speaks of hosts
 // that a side has not does not hold.
 bool holds(const Expectation &expectation, SideWays &ways);
 // The same, with the reasons.

@@ -233,6 +233,8 @@ SideWays::Node SideWays::ordinary(const Side &side) {
   if (!isWan(side.name)) return beginnings(side);
   IntervalSet addresses;
   for (const Address &each : desk_.own(side).addresses) addresses.add({each.address, each.address});
+  // Nobody knows a way by an Ethernet that only carries a link.
+  if (isWire(side.name) && addresses.empty()) return Diagrams::kNone;
   const IntervalSet others = outside(side).complement(largestOf(kDestination));
   const IntervalSet known = others.intersection(privates().complement(largestOf(kDestination)))
                                 .intersection(noHosts().complement(largestOf(kDestination)));

@@ -14,7 +14,7 @@ bool isGroup(uint64_t address) {
 }
 // Of a MAC: all stations have it, or some.
 bool isOfGroup(uint64_t mac) {
-  return (mac >> 40 & 1) != 0;
+  return (mac & kGroupBit) != 0;
 }
 bool isLoopback(uint64_t address) {
   return address >> 24 == 127;

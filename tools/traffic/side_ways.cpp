@@ -18,7 +18,6 @@ constexpr uint64_t kGre = 47;
 constexpr uint64_t kSomebody = 0xc6336464, kServer = 0xc6336401;  // 198.51.100.100 and .1
 // Hosts in the middle of a LAN, by their place in its network.
 constexpr uint64_t kHostOfLan = 100, kFirstUsual = 20, kLastUsual = 200;
-constexpr uint64_t kGroupBit = uint64_t{1} << 40;  // of a MAC address
 constexpr uint64_t kOtherStation = 0x0200000000fe;
 
 Condition is(FieldId field, uint64_t value) {

@@ -122,8 +122,10 @@ std::string verdictSentence(const FollowedWay &way, const DeskRouter &desk, Blam
     case Verdict::kMartian:
       return "dropped by routing: " + martianText(walk.end, desk);
     case Verdict::kNobody:
-      return "dropped by routing: the router is not in the group " +
-             addressText(walk.end[kDestination]);
+      return walk.end[kDestination] >= 0xe0000000
+                 ? "dropped by routing: the router is not in the group " +
+                       addressText(walk.end[kDestination])
+                 : "dropped: nobody here takes it, since its frame is not for the router alone";
     case Verdict::kBridged:
       return "passed on by the bridge: it is for another host, and only rules of the bridge see it";
     case Verdict::kUnknown:

@@ -63,6 +63,7 @@ for link in bin sbin lib usr; do ln -s "base/$link" "$own/$link"; done
 cp -r "$base/etc/." "$own/etc/"
 cp -r "$here"/root/. "$own/"
 cp -r "$here/../lab/tools" "$own/run/lab/"
+"$own/run/lab/tools/link-stand-ins" /bin/busybox "$(qemu-mipsel "$base/bin/busybox" --list)"
 cp "$here/../lab/tests/packets.py" "$own/own/lib/"
 cp "$base/bin/busybox" "$own/busybox"
 # The modules without which the disks are not seen, in the order of their needs.

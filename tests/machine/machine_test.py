@@ -125,7 +125,7 @@ class Power(LabTest):
         dice = random.Random(7)
         configs = [example("gateway", Marker=marker, DMZEnable=dmz) for marker, dmz in (("one", 0), ("two", 1))]
         for number, config in enumerate(configs):
-            booted.checked(f"cat >/var/lib/orba/{number}", config.encode())
+            booted.checked(f"cat >/var/lib/orba/{number} && sync", config.encode())
         for cut in range(self.CUTS):
             booted.router.run("(while :; do for n in 0 1; do orba_call --settings /var/lib/orba/$n; done; done)"
                               " >/dev/null 2>&1 & sleep %.3f" % dice.uniform(0.5, 3))

@@ -84,9 +84,7 @@ class Booted:
             return self.up(config)
         if self.router.process() is None or self.config() != config:
             self.router.end()
-            # The provider takes a router that says no farewell for one that is there, and gives the next
-            # another address.
-            self.world.run("killall -q pppd; while pidof pppd; do usleep 50000; done")
+            self.world.run("pppoe_provider")
             self.start_router(config)
         self.wait()
 

@@ -55,6 +55,10 @@ class Start(LabTest):
         shell("router", "ip link add link eth2 name eth2.10 type vlan id 10; ip link set eth2.10 up")
         self.assertFalse(self.pass_through(wan2Enable=0, pppoeREnabled=2))
         self.assertTrue(self.pass_through(wan2Enable=1, pppoeREnabled=2))
+        # The provider's server is not one of these.
+        self.apply("MACFilterRun", config=example("gateway", MacFilterAction="ACCEPT", MACFilterRules="00:0C:43:28:60:2B"))
+        self.assertFalse(self.pass_through(wan2Enable=1, pppoeREnabled=2))
+        self.firewall()
         # Without a number nobody knows which device to take out of the bridge.
         self.assertTrue(self.pass_through(wan2Enable=1, pppoeREnabled=0))
         self.assertFalse(self.pass_through(wan2Enable=0, pppoeREnabled=2))
@@ -77,6 +81,12 @@ class Pppoe(LabTest):
         self.assertEqual(shell("router", "cat /var/wan1.info /var/wan2.info"), "198.51.100.1:ppp0\n10.20.0.1:eth2.20\n")
         self.assertTrue(ping("lan", INTERNET))
         self.assertEqual(tcp("lan", INTERNET, 443, listener=("internet", INTERNET)), ROUTER)
+
+    def test_pass_through_silences_it(self):
+        shell("router", "ebtables -t nat -F MAC_Filter; ebtables -t nat -P MAC_Filter RETURN")
+        for on in (1, 0):
+            self.apply("orba_pppoeRelay", config=example(self.EXAMPLE, pppoeREnabled=1, wan1Enable=on))
+            self.assertEqual(ping("lan", INTERNET), not on)
 
 
 class Device(LabTest):

@@ -177,7 +177,7 @@ class Machine:
                                        start_new_session=True)
         with open(self.path("pid"), "w", encoding="ascii") as file:
             file.write(f"{process.pid} {started(process.pid)}\n")
-        until = time.monotonic() + 10
+        until = time.monotonic() + 60
         while not os.path.exists(self.path(CHANNELS)):
             if process.poll() is not None or time.monotonic() > until:
                 with open(self.path("qemu"), encoding="utf-8", errors="replace") as log:

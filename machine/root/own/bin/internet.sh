@@ -21,7 +21,7 @@ up() {  # number, suffix of its settings, Ethernet interface
         *) ip address add "10.${1}0.0.2/16" dev "$3" ;;
       esac
       ;;
-    *) WAN=$1 udhcpc -b -S -t 20 -T 1 -i "$3" -s /own/bin/wan_lease -p "/var/run/udhcpc$2.pid" \
+    *) WAN=$1 udhcpc -b -S -t 60 -T 1 -i "$3" -s /own/bin/wan_lease -p "/var/run/udhcpc$2.pid" \
       >>/var/log/udhcpc 2>&1 ;;
   esac
 }
@@ -32,7 +32,7 @@ for number in 2 3 4; do
   [ -z "$name" ] || up $number $number "$name"
 done
 tries=0
-until [ -s /var/wan1.info ] || [ $tries = 50 ]; do
+until [ -s /var/wan1.info ] || [ $tries = 600 ]; do
   usleep 100000
   tries=$((tries + 1))
 done

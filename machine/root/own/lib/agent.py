@@ -33,7 +33,7 @@ def settle():
             wire.send(probe)
             answer = b""
             while answer[20:22] != b"\0\2":
-                if not select.select([wire], [], [], 5)[0]:
+                if not select.select([wire], [], [], 10)[0]:
                     return  # a link that is down, or a filter
                 answer = wire.recv(99)
 

@@ -11,6 +11,7 @@ does one a cycle: how busy the desk is does not matter. Ends with 77 where the m
 import os
 import shlex
 import shutil
+import signal
 import statistics
 import subprocess
 import sys
@@ -53,6 +54,7 @@ def counting(folder):
 
 
 def main():
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))  # so that the machine ends too
     orba, config, rounds = sys.argv[1], sys.argv[2], int(sys.argv[3]) if len(sys.argv) > 3 else 3
     with open(config, encoding="utf-8") as file:
         settings = booted.without_comments(file.read()) + FIXED
@@ -70,8 +72,10 @@ def main():
             lab.needs()
             counting(state)
             os.makedirs(lab.state)
-            lab.start_router(settings)
-            lab.router.run("until [ -e /run/up ]; do usleep 50000; done", seconds=300)
+            subprocess.run(["mke2fs", "-q", "-t", "ext4", lab.path("store.ext4"), "16M"], check=True)
+            lab.router.start(lab.folder, ("router.wire", "nobody.wire"), "store.ext4", fresh=True)
+            lab.router.begin("router", settings)
+            lab.router.run("until [ -e /run/up ]; do usleep 50000; done", seconds=900)
             lab.checked("cat >/run/lines", ("\n".join(lines) + "\n").encode())
             lab.checked("cat >/run/shells", "".join(f"sh -c {shlex.quote(line)}\n" for line in lines).encode())
             for _ in range(rounds):

@@ -3,13 +3,15 @@
 
   machine_share.py ORBA CONFIG [ROUNDS]
 
-Boots the machines of ./dev machine's image. The same firewall is built again and again, in turns: by the
+Boots the router of ./dev machine's image, with fixed addresses and no world around it. The same firewall is built again and again, in turns: by the
 library, by a script of the very lines in one shell, and by one that starts a shell for each, as system()
-must. Times are those of the machine's clocks, which run slower than a router's where the desk is busy:
-what counts is one over the other. Ends with 77 where the machine cannot be made.
+must. The machine's clock goes on by 2 ns for each instruction, as that of a processor of 500 MHz that
+does one a cycle: how busy the desk is does not matter. Ends with 77 where the machine cannot be made.
 """
 import os
 import shlex
+import shutil
+import signal
 import statistics
 import subprocess
 import sys
@@ -19,7 +21,9 @@ sys.path.insert(0, os.path.join(os.path.dirname(os.path.realpath(__file__)), "..
 
 import booted  # noqa: E402
 
+FIXED = "wanConnectionMode=STATIC\nwan_gateway=198.51.100.1\nwanConnectionMode2=STATIC\n"
 TICKS = 100  # of /proc, a second
+EMULATOR = "qemu-system-mipsel"
 
 # The processor time of a process itself and of its commands, once it has had none for a second.
 OWN = """orba_call --stay 600 %s >/dev/null 2>&1 & p=$!
@@ -40,20 +44,38 @@ def own(lab, entry):
     return sum(fields[:2]) / TICKS, sum(fields[2:]) / TICKS
 
 
+def counting(folder):
+    """Puts an emulator in front of the real one whose clock counts instructions."""
+    path = os.path.join(folder, EMULATOR)
+    with open(path, "w", encoding="utf-8") as script:
+        script.write(f'#!/bin/sh\nexec {shutil.which(EMULATOR)} -icount shift=1 -rtc clock=vm "$@"\n')
+    os.chmod(path, 0o755)
+    os.environ["PATH"] = folder + ":" + os.environ["PATH"]
+
+
 def main():
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))  # so that the machine ends too
     orba, config, rounds = sys.argv[1], sys.argv[2], int(sys.argv[3]) if len(sys.argv) > 3 else 3
     with open(config, encoding="utf-8") as file:
-        settings = booted.without_comments(file.read())
-    lines = subprocess.run([orba, "plan", "firewall_init", "--raw", "--config", config],
-                           check=True, capture_output=True, text=True).stdout.splitlines()
+        settings = booted.without_comments(file.read()) + FIXED
     ways = {"firewall_init": "orba_call firewall_init", "a shell for each line": "sh /run/shells",
             "one shell": "sh /run/lines"}
     taken = {way: [] for way in ways}
     with tempfile.TemporaryDirectory() as state:
+        with open(os.path.join(state, "settings"), "w", encoding="utf-8") as file:
+            file.write(settings)
+        lines = subprocess.run([orba, "plan", "firewall_init", "--raw", "--config", file.name],
+                               check=True, capture_output=True, text=True).stdout.splitlines()
         os.environ["ORBA_LAB_STATE"] = os.path.join(state, "lab")
         lab = booted.Booted()
         try:
-            lab.up(settings)
+            lab.needs()
+            counting(state)
+            os.makedirs(lab.state)
+            subprocess.run(["mke2fs", "-q", "-t", "ext4", lab.path("store.ext4"), "16M"], check=True)
+            lab.router.start(lab.folder, ("router.wire", "nobody.wire"), "store.ext4", fresh=True)
+            lab.router.begin("router", settings)
+            lab.router.run("until [ -e /run/up ]; do usleep 50000; done", seconds=900)
             lab.checked("cat >/run/lines", ("\n".join(lines) + "\n").encode())
             lab.checked("cat >/run/shells", "".join(f"sh -c {shlex.quote(line)}\n" for line in lines).encode())
             for _ in range(rounds):

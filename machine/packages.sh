@@ -15,6 +15,7 @@ mkdir -p "$folder"/apt/{state/lists/partial,cache/archives/partial,etc/apt.conf.
 : >"$folder/apt/status"
 cp -r /etc/apt/sources.list* /etc/apt/trusted.gpg.d "$folder/apt/etc/" 2>/dev/null || true
 cat >"$folder/apt/conf" <<END
+$(apt-config dump | grep -E '^Acquire::(https?::.*Proxy|Check-Valid-Until|Retries)' || true)
 APT::Architecture "mipsel"; APT::Architectures { "mipsel"; };
 Dir::State "$folder/apt/state"; Dir::State::status "$folder/apt/status";
 Dir::Cache "$folder/apt/cache"; Dir::Etc "$folder/apt/etc";

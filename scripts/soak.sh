@@ -12,7 +12,7 @@ export ORBA_SOAK=1 ORBA_DAMAGED_LISTS=100000 GTEST_BRIEF=1
 # The steps, each with the most minutes that it may take. Each is the function of its
 # name below, run by this script in a process of its own that is given no functions:
 # a program that a step starts may be called what a step is called.
-steps=(checkers:2 sanitized:8 valgrind:8 threads:2 store:2 login:4 fuzz:8 judge:14 bench:5 rehearse:8 engines:7)
+steps=(checkers:2 sanitized:8 valgrind:8 threads:2 store:2 login:4 fuzz:8 judge:14 bench:5 rehearse:8 engines:7 machine:15)
 
 # Deliberate faults are seen, so the rest means something.
 step_checkers() {
@@ -69,6 +69,9 @@ step_rehearse() {
 step_engines() {
   tests/rehearse/engines.sh build/release/tools/orba/orba . 800 || [ $? -eq 77 ]
 }
+
+# Every question that there is to the booted router, and fifty cuts of its power.
+step_machine() { CI=true build/release/tools/orba/orba lab test --machine; }
 
 limited() {  # step, seconds: ends with 124 when the time was not enough
   timeout --kill-after=10 "$2" scripts/soak.sh --step "$1"

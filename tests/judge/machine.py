@@ -6,7 +6,6 @@ kernel of a booted machine, which packets_player runs on. The options are the ju
 The machine is one of ./dev machine's image, with nothing but the judge's own on it. Ends with 77 where
 it cannot be made, which CI=true does not allow.
 """
-import gzip
 import os
 import shutil
 import subprocess
@@ -21,25 +20,15 @@ sys.path.insert(0, os.path.join(ROOT, "machine"))
 import booted  # noqa: E402
 from machine import Machine, Silent  # noqa: E402
 
-ROLE = "for module in tun bridge ppp_generic pppoe; do modprobe $module; done\n"
+DISK = "16M"  # what a machine's second disk has
 
 
-def initramfs(folder, state):
-    """The image's with the judge's files behind it."""
-    own = os.path.join(state, "own")
-    os.makedirs(os.path.join(own, "etc/role"))
-    with open(os.path.join(own, "etc/role/judge"), "w", encoding="ascii") as role:
-        role.write(ROLE)
-    shutil.move(os.path.join(state, "judge"), own)
-    shutil.copytree(os.path.join(ROOT, "lab", "tools"), os.path.join(own, "judge/tools"))
-    names = subprocess.run(["find", "."], cwd=own, check=True, capture_output=True).stdout
-    packed = subprocess.run(["cpio", "-o", "-H", "newc", "--quiet", "-R", "0:0"], cwd=own, input=names,
-                            check=True, capture_output=True).stdout
-    path = os.path.join(state, "initramfs")
-    with open(path, "wb") as file, open(os.path.join(folder, "initramfs"), "rb") as image:
-        shutil.copyfileobj(image, file)
-        file.write(gzip.compress(packed, 1))
-    return path
+def disk(state):
+    """The judge's files, as the machine's second disk."""
+    shutil.copytree(os.path.join(ROOT, "lab", "tools"), os.path.join(state, "judge/tools"))
+    subprocess.run(["mke2fs", "-q", "-t", "ext4", "-O", "^has_journal", "-m", "0", "-N", "1024", "-d",
+                    os.path.join(state, "judge"), os.path.join(state, "judge.ext4"), DISK], check=True)
+    return "judge.ext4"
 
 
 def play(machine, plans, answers):
@@ -52,6 +41,11 @@ def play(machine, plans, answers):
             file.write(output)
 
 
+def processor_time(process):
+    with open(f"/proc/{process}/stat", encoding="ascii") as file:
+        return sum(int(word) for word in file.read().rpartition(")")[2].split()[11:13]) / os.sysconf("SC_CLK_TCK")
+
+
 def judge(program, player, options, state):
     plans, answers = os.path.join(state, "judge/plans"), os.path.join(state, "answers")
     for folder in plans, answers:
@@ -61,12 +55,13 @@ def judge(program, player, options, state):
     machine = Machine(state, "judge")
     begin = time.monotonic()
     try:
-        folder = booted.image_folder()
-        machine.start(folder, [("judge.wire", "nobody.wire")], initramfs=initramfs(folder, state))
-        machine.run("until [ -e /run/up ]; do usleep 50000; done", seconds=300)
+        machine.start(booted.image_folder(), ("judge.wire", "nobody.wire"), disk(state))
+        machine.run("mkdir /judge; blockdev --flushbufs /dev/vdb; mount -t ext4 -o ro /dev/vdb /judge;"
+                    " modprobe -a tun bridge ppp_generic pppoe")
         up = time.monotonic()
-        play(machine, os.path.join(state, "own/judge/plans"), answers)
-        print(f"up after {up - begin:.0f} s, played in {time.monotonic() - up:.0f} s")
+        play(machine, plans, answers)
+        print(f"up after {up - begin:.0f} s, played in {time.monotonic() - up:.0f} s,"
+              f" {processor_time(machine.process()):.0f} s of processor time")
     finally:
         machine.end()
     return subprocess.run([program, "--played", answers, *options], check=False).returncode

@@ -307,7 +307,7 @@ TEST(Trace, SaysWhatToType) {
        "--state: no connection begins with such a packet; leave the state out, or type "
        "established, related or invalid"},
       {"lan 1.1.1.1 router tcp/1 --mac 1",
-       "--mac: '1' is no station's MAC address; type one such as 02:00:00:00:00:01"},
+       "--mac: '1' is no MAC address of a station; type one such as 02:00:00:00:00:01"},
       {"lan 1.1.1.1 router 47 --source-port 1", "--source-port: only tcp and udp have ports"},
       {"lan 1.1.1.1 router icmp --length 19", "--length: '19' is no number from 20 to 65535"},
   };

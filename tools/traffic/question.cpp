@@ -179,7 +179,7 @@ class Reader {
     const bool is_station = readMac(question_.mac, mac) && mac != 0 && (mac & kGroupBit) == 0;
     if (!question_.mac.empty() && !is_station) {
       refuse("--mac", "'" + question_.mac +
-                          "' is no station's MAC address; type one such as "
+                          "' is no MAC address of a station; type one such as "
                           "02:00:00:00:00:01");
     }
     packet_[kSourceMac] = question_.mac.empty() ? macOfNoRule(desk_.router) : mac;

@@ -105,7 +105,7 @@ class Channel:
         keys, shown = 0, 1
         size = os.get_terminal_size(shown) if os.isatty(shown) else os.terminal_size((80, 24))
         before = termios.tcgetattr(keys) if os.isatty(keys) else None
-        end = self.ask("terminal", command, str(size.lines), str(size.columns)).encode() + b" ends "
+        end = self.ask("terminal", command, str(size.lines or 24), str(size.columns or 80)).encode() + b" ends "
         typing = [keys]
         try:
             if before:

@@ -105,7 +105,7 @@ class Channel:
         keys, shown = 0, 1
         size = os.get_terminal_size(shown) if os.isatty(shown) else os.terminal_size((80, 24))
         before = termios.tcgetattr(keys) if os.isatty(keys) else None
-        end = self.ask("terminal", command, str(size.lines), str(size.columns)).encode() + b" ends "
+        end = self.ask("terminal", command, str(size.lines or 24), str(size.columns or 80)).encode() + b" ends "
         typing = [keys]
         try:
             if before:
@@ -157,8 +157,9 @@ class Machine:
                    "-drive", "if=none,id=d0,format=raw,readonly=on,file=" + os.path.join(folder, "base.ext4"),
                    "-drive", "if=none,id=d1," + (f"format=raw,file={os.path.join(self.state, disk)}" if disk else
                                                  "driver=null-co,read-zeroes=on,size=16M"),
-                   "-device", "virtio-blk-pci,drive=d0", "-device", "virtio-blk-pci,drive=d1",
-                   "-device", "virtio-serial-pci"]
+                   # Neighbours share an interrupt: neither port nor network with the other.
+                   "-device", "virtio-blk-pci,drive=d0", "-device", "virtio-serial-pci",
+                   "-device", "virtio-blk-pci,drive=d1"]
         for port in range(CHANNELS + 1):
             with contextlib.suppress(FileNotFoundError):
                 os.remove(self.path(port))  # its being there again is how a start is known

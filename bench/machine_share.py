@@ -48,7 +48,7 @@ def counting(folder):
     """Puts an emulator in front of the real one whose clock counts instructions."""
     path = os.path.join(folder, EMULATOR)
     with open(path, "w", encoding="utf-8") as script:
-        script.write(f'#!/bin/sh\nexec {shutil.which(EMULATOR)} -icount shift=1 -rtc clock=vm "$@"\n')
+        script.write(f'#!/bin/sh\nexec {shutil.which(EMULATOR)} -icount shift=1,sleep=off -rtc clock=vm "$@"\n')
     os.chmod(path, 0o755)
     os.environ["PATH"] = folder + ":" + os.environ["PATH"]
 

@@ -74,6 +74,7 @@ def main():
             os.makedirs(lab.state)
             subprocess.run(["mke2fs", "-q", "-t", "ext4", lab.path("store.ext4"), "16M"], check=True)
             lab.router.start(lab.folder, ("router.wire", "nobody.wire"), "store.ext4", fresh=True)
+            lab.router.run("true", seconds=900)  # a long line is lost on a port that is not yet open
             lab.router.begin("router", settings)
             lab.router.run("until [ -e /run/up ]; do usleep 50000; done", seconds=900)
             lab.checked("cat >/run/lines", ("\n".join(lines) + "\n").encode())

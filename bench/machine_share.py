@@ -48,7 +48,7 @@ def counting(folder):
     """Puts an emulator in front of the real one whose clock counts instructions."""
     path = os.path.join(folder, EMULATOR)
     with open(path, "w", encoding="utf-8") as script:
-        script.write(f'#!/bin/sh\nexec {shutil.which(EMULATOR)} -icount shift=1 -rtc clock=vm "$@"\n')
+        script.write(f'#!/bin/sh\nexec {shutil.which(EMULATOR)} -icount shift=1,sleep=off -rtc clock=vm "$@"\n')
     os.chmod(path, 0o755)
     os.environ["PATH"] = folder + ":" + os.environ["PATH"]
 
@@ -74,6 +74,7 @@ def main():
             os.makedirs(lab.state)
             subprocess.run(["mke2fs", "-q", "-t", "ext4", lab.path("store.ext4"), "16M"], check=True)
             lab.router.start(lab.folder, ("router.wire", "nobody.wire"), "store.ext4", fresh=True)
+            lab.router.run("true", seconds=900)  # a long line is lost on a port that is not yet open
             lab.router.begin("router", settings)
             lab.router.run("until [ -e /run/up ]; do usleep 50000; done", seconds=900)
             lab.checked("cat >/run/lines", ("\n".join(lines) + "\n").encode())

@@ -118,6 +118,8 @@ Packet Prober::atRandom() {
     packet[kSource] = dice_.pick<uint64_t>(
         {0, 0xffffffff, 0xe0000001, 0x7f000001, 0x7f000005, 0xc0a80101, 0xc0a801ff, 0xcb007102});
   }
+  // A host that has no address yet may ask a group.
+  if (packet[kSource] == 0 && dice_.chance(30)) packet[kDestination] = 0xe0000001;
   packet[kSourcePort] = oneOf(kSourcePort, dice_.between(1, 65535));
   packet[kDestinationPort] = oneOf(kDestinationPort, dice_.below(65536));
   packet[kTcpFlags] = dice_.chance(65) ? uint64_t{kSyn} : dice_.below(64);

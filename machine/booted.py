@@ -6,7 +6,6 @@
 
 Ends with 2 when there is no lab, with 77 where the machine has not what it takes.
 """
-import gzip
 import json
 import os
 import shlex
@@ -20,7 +19,7 @@ from machine import Machine, Silent
 
 HERE = os.path.dirname(os.path.realpath(__file__))
 HOSTS = ("router", "lan", "internet", "wan2", "wan3")
-PACKAGES = {"qemu-system-mipsel": "qemu-system-mips", "mke2fs": "e2fsprogs", "cpio": "cpio"}
+PACKAGES = {"qemu-system-mipsel": "qemu-system-mips", "mke2fs": "e2fsprogs"}
 FOUND, NO_LAB, NOT_HERE = 1, 2, 77
 
 
@@ -66,7 +65,7 @@ class Booted:
         lacking = [package for program, package in PACKAGES.items() if not shutil.which(program)]
         if lacking:
             raise Refused(NOT_HERE, f"not installed: {' '.join(lacking)}")
-        for file in ("kernel", "base.ext4", "initramfs"):
+        for file in ("kernel", "base.ext4", "initramfs", "booted"):
             if not os.path.exists(os.path.join(self.folder, file)):
                 raise Refused(NOT_HERE, f"there is no {file} in {self.folder}; ./dev machine makes it")
 
@@ -74,8 +73,9 @@ class Booted:
         self.needs()
         self.down()
         os.makedirs(self.state, mode=0o700)
-        self.start_world()
+        self.world.start(self.folder, ("world.wire", "router.wire"))
         self.start_router(config)
+        self.world.begin("world")
         self.wait()
 
     def start(self, config):
@@ -84,6 +84,7 @@ class Booted:
             return self.up(config)
         if self.router.process() is None or self.config() != config:
             self.router.end()
+            self.world.run("pppoe_provider")
             self.start_router(config)
         self.wait()
 
@@ -91,30 +92,17 @@ class Booted:
         with open(self.path("config"), encoding="utf-8", errors="surrogateescape") as file:
             return file.read()
 
-    def start_world(self):
-        self.world.start(self.folder, [("world.wire", "router.wire")])
-
     def start_router(self, config):
-        """From an empty store, which gets the settings of its image. The image is the one that there is,
-        with these settings behind it."""
+        """From an empty store, which gets these as the settings of its image."""
         with open(self.path("config"), "w", encoding="utf-8", errors="surrogateescape") as file:
             file.write(config)
-        etc = self.path("settings/etc")
-        os.makedirs(etc, exist_ok=True)
-        shutil.copyfile(self.path("config"), os.path.join(etc, "settings"))
-        packed = subprocess.run(["cpio", "-o", "-H", "newc", "--quiet", "-R", "0:0"], check=True,
-                                cwd=self.path("settings"), input=b"etc\netc/settings\n", capture_output=True)
-        with open(self.path("initramfs"), "wb") as file:
-            with open(os.path.join(self.folder, "initramfs"), "rb") as image:
-                shutil.copyfileobj(image, file)
-            file.write(gzip.compress(packed.stdout))
         subprocess.run(["mke2fs", "-q", "-t", "ext4", "-F", self.path("store.ext4"), "16M"],
                        check=True, stdout=subprocess.DEVNULL)
-        self.boot_router()
+        self.boot_router(config)
 
-    def boot_router(self):
-        self.router.start(self.folder, [("router.wire", "world.wire")], ["store.ext4"],
-                          self.path("initramfs"))
+    def boot_router(self, config="", role="router"):
+        self.router.start(self.folder, ("router.wire", "world.wire"), "store.ext4")
+        self.router.begin(role, config)
 
     def wait(self, seconds=600):
         for machine in (self.world, self.router):

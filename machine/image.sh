@@ -1,13 +1,15 @@
 #!/usr/bin/env bash
 # image.sh FOLDER BUILD: makes FOLDER/kernel and FOLDER/base.ext4, a disk of the programs in
-# FOLDER/debs that both machines only read, once; and FOLDER/initramfs, which has what is written
-# and the library as BUILD (the mips preset's folder) has it. That takes a second.
+# FOLDER/debs that both machines only read, once; FOLDER/initramfs, which has what is written and the
+# library as BUILD (the mips preset's folder) has it; and FOLDER/booted, a machine that has come so far
+# as both do alike. That takes ten seconds.
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 folder=$(cd "$1" && pwd)
 build=$(cd "$2" && pwd)
 base=$folder/base
 export PATH=$PATH:/usr/sbin:/sbin
+rm -f "$folder/booted"  # it has the disk mounted
 
 # ---- what Debian has ----
 make_base() {
@@ -27,7 +29,7 @@ make_base() {
   mkdir -p "$base/$modules/$version"
   cp "$linux/$modules/$version"/modules.{order,builtin,builtin.modinfo} "$base/$modules/$version/"
   (cd "$linux" && find "$modules/$version"/kernel/{net,lib,crypto,fs/{ext4,jbd2,mbcache.ko},drivers/{virtio,rtc,char/virtio_console.ko}} \
-    "$modules/$version"/kernel/drivers/{block/virtio_blk.ko,net/{dummy.ko,tun.ko,mii.ko,slip,ppp,ethernet/intel/e1000}} -name '*.ko' \
+    "$modules/$version"/kernel/drivers/{block/virtio_blk.ko,net/{virtio_net.ko,net_failover.ko,dummy.ko,tun.ko,slip,ppp}} -name '*.ko' \
     2>/dev/null || true) | (cd "$linux" && cpio -pdm --quiet "$base")
   depmod -b "$base" "$version"
   rm -rf "$linux" "$base"/usr/share "$base"/usr/lib/*/perl*
@@ -63,6 +65,7 @@ for link in bin sbin lib usr; do ln -s "base/$link" "$own/$link"; done
 cp -r "$base/etc/." "$own/etc/"
 cp -r "$here"/root/. "$own/"
 cp -r "$here/../lab/tools" "$own/run/lab/"
+"$own/run/lab/tools/link-stand-ins" /bin/busybox "$(qemu-mipsel "$base/bin/busybox" --list)"
 cp "$here/../lab/tests/packets.py" "$own/own/lib/"
 cp "$base/bin/busybox" "$own/busybox"
 # The modules without which the disks are not seen, in the order of their needs.
@@ -81,3 +84,4 @@ for program in platform/nvram/programs/nvram_{get,set,show} machine/{orba_call,i
 done
 (cd "$own" && find . | cpio -o -H newc --quiet -R 0:0 | gzip -1) >"$folder/initramfs.new"
 mv "$folder/initramfs.new" "$folder/initramfs"
+"$here/machine.py" "$folder"

@@ -1,19 +1,27 @@
+#!/usr/bin/env python3
 """Machines of the router's processor in an emulator, and the channels on which they are spoken to.
 
     router = Machine(state, "router")
-    router.start(folder, wires, ["store.ext4"])
+    router.start(folder, ("router.wire", "world.wire"), "store.ext4")
     code, output, errors = router.run("ip address")
+
+  machine.py FOLDER    boots a machine from the folder's kernel, and keeps in FOLDER/booted what it has
+                       become before it has a role: that is where each machine begins
 """
 import base64
 import contextlib
 import fcntl
 import json
 import os
+import re
 import secrets
 import select
 import signal
+import shlex
 import socket
 import subprocess
+import sys
+import tempfile
 import termios
 import time
 import tty
@@ -21,6 +29,8 @@ import tty
 MARK = "\x1d"  # begins the names of questions, and is else not met with
 CHANNELS = 4  # on each of them one command at a time
 AGENT = CHANNELS  # the port of the world's agent
+CAUSE = 36 * 4  # where the debugger's registers have this one, and of its highest byte
+COUNTER_STOPPED = 8
 
 
 class Silent(Exception):
@@ -95,7 +105,7 @@ class Channel:
         keys, shown = 0, 1
         size = os.get_terminal_size(shown) if os.isatty(shown) else os.terminal_size((80, 24))
         before = termios.tcgetattr(keys) if os.isatty(keys) else None
-        end = self.ask("terminal", command, str(size.lines), str(size.columns)).encode() + b" ends "
+        end = self.ask("terminal", command, str(size.lines or 24), str(size.columns or 80)).encode() + b" ends "
         typing = [keys]
         try:
             if before:
@@ -133,45 +143,89 @@ class Machine:
     def path(self, what):
         return os.path.join(self.state, f"{self.role}.{what}")
 
-    def start(self, folder, wires, disks=(), initramfs=None, memory=256):
-        """From the kernel and the base disk of a folder. A wire is its own end and the other's."""
-        command = ["qemu-system-mipsel", "-M", "malta", "-cpu", "24Kf", "-m", str(memory),
+    def start(self, folder, wire, disk=None, fresh=False):
+        """Where the folder's machine has booted to; a fresh one from its kernel. The wire is its own end
+        and the other's, the disk a file of the state folder."""
+        command = ["qemu-system-mipsel", "-M", "malta", "-cpu", "24Kf", "-m", "256",
                    "-nographic", "-vga", "none", "-no-reboot", "-monitor", "none",
-                   "-kernel", os.path.join(folder, "kernel"),
-                   "-initrd", initramfs or os.path.join(folder, "initramfs"),
-                   # A program is translated once when its addresses stay.
-                   "-append", f"console=ttyS0 quiet panic=-1 norandmaps role={self.role}",
+                   "-kernel", os.path.join(folder, "kernel"), "-initrd", os.path.join(folder, "initramfs"),
+                   # A program is translated once when its addresses stay. The kernel's own tests of its
+                   # ciphers would take half a second.
+                   "-append", "console=ttyS0 quiet panic=-1 norandmaps cryptomgr.notests",
                    "-serial", f"file:{self.path('log')}",
                    "-qmp", f"unix:{self.path('qmp')},server=on,wait=off",
                    "-drive", "if=none,id=d0,format=raw,readonly=on,file=" + os.path.join(folder, "base.ext4"),
-                   "-device", "virtio-blk-pci,drive=d0", "-device", "virtio-serial-pci"]
-        for number, disk in enumerate(disks, 1):
-            command += ["-drive", f"if=none,id=d{number},format=raw,file={os.path.join(self.state, disk)}",
-                        "-device", f"virtio-blk-pci,drive=d{number}"]
+                   "-drive", "if=none,id=d1," + (f"format=raw,file={os.path.join(self.state, disk)}" if disk else
+                                                 "driver=null-co,read-zeroes=on,size=16M"),
+                   # Neighbours share an interrupt: neither port nor network with the other.
+                   "-device", "virtio-blk-pci,drive=d0", "-device", "virtio-serial-pci",
+                   "-device", "virtio-blk-pci,drive=d1"]
         for port in range(CHANNELS + 1):
             with contextlib.suppress(FileNotFoundError):
                 os.remove(self.path(port))  # its being there again is how a start is known
             command += ["-chardev", f"socket,id=c{port},path={self.path(port)},server=on,wait=off",
                         "-device", f"virtconsole,chardev=c{port}"]
-        for number, (own, other) in enumerate(wires):
-            own, other = (os.path.join(self.state, end) for end in (own, other))
-            with contextlib.suppress(FileNotFoundError):
-                os.remove(own)
-            mac = "02:00:00:00:%02x:%02x" % (1 if self.role == "router" else 2, number)
-            command += ["-netdev", f"dgram,id=n{number},local.type=unix,local.path={own},"
-                                   f"remote.type=unix,remote.path={other}",
-                        "-device", f"e1000,netdev=n{number},romfile=,mac={mac}"]
+        own, other = (os.path.join(self.state, end) for end in wire)
+        with contextlib.suppress(FileNotFoundError):
+            os.remove(own)
+        command += ["-netdev", f"dgram,id=n0,local.type=unix,local.path={own},remote.type=unix,remote.path={other}",
+                    "-device", "virtio-net-pci,netdev=n0,romfile="]
+        if not fresh:
+            command += ["-incoming", f"exec:cat {shlex.quote(os.path.join(folder, 'booted'))}", "-S",
+                        "-gdb", f"unix:{self.path('gdb')},server=on,wait=off"]
         with open(self.path("qemu"), "wb") as log:
             process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=log, stderr=log,
                                        start_new_session=True)
         with open(self.path("pid"), "w", encoding="ascii") as file:
             file.write(f"{process.pid} {started(process.pid)}\n")
-        until = time.monotonic() + 10
+        until = time.monotonic() + 60
         while not os.path.exists(self.path(CHANNELS)):
             if process.poll() is not None or time.monotonic() > until:
                 with open(self.path("qemu"), encoding="utf-8", errors="replace") as log:
                     raise Silent(log.read().strip() or "the emulator does not start")
             time.sleep(0.02)
+        if not fresh:
+            self.go_on()
+
+    def go_on(self):
+        """Lets a machine go on where it was kept. QEMU forgets when its timer is due, and with that the
+        machine would sleep for 17 s: its counter is stopped and started, by a debugger's means."""
+        try:
+            while self.emulator("query-status")["status"] != "paused":
+                time.sleep(0.02)
+        except (OSError, ValueError):
+            with open(self.path("qemu"), encoding="utf-8", errors="replace") as log:
+                raise Silent(f"the machine does not go on: {log.read().strip()}") from None
+        with socket.socket(socket.AF_UNIX) as debugger:
+            debugger.connect(self.path("gdb"))
+
+            def ask(packet):
+                debugger.sendall(b"$%s#%02x" % (packet, sum(packet) & 255))
+                answer = b""
+                while not (found := re.search(rb"\$([^T#]*)#..", answer)):  # T tells that the machine is stopped
+                    answer += debugger.recv(4096)
+                return found[1]
+
+            registers = bytearray.fromhex(ask(b"g").decode())
+            for stopped in (COUNTER_STOPPED, 0):
+                registers[CAUSE + 3] = registers[CAUSE + 3] & ~COUNTER_STOPPED | stopped
+                ask(b"G" + registers.hex().encode())
+            ask(b"D")
+
+    def begin(self, role, settings=""):
+        """Gives the machine a role, the time and the settings of its image, and lets it begin."""
+        self.run(f"cat >/etc/settings; date -s @{int(time.time())} >/dev/null;"
+                 f" setsid /bin/sh /etc/role/begin {role} </dev/null >/dev/console 2>&1 &",
+                 settings.encode(errors="surrogateescape"))
+
+    def keep(self, path):
+        """Writes what the machine is into a file, which ends it."""
+        self.emulator("migrate-set-parameters", **{"max-bandwidth": 1 << 40})
+        self.emulator("migrate", uri=f"exec:cat >{shlex.quote(path)}")
+        while (status := self.emulator("query-migrate")["status"]) != "completed":
+            if status in ("failed", "cancelled"):
+                raise Silent(f"the machine cannot be kept: {status}")
+            time.sleep(0.1)
 
     def process(self):
         """The emulator's number, None when it does not run."""
@@ -235,3 +289,20 @@ def started(process):
     except FileNotFoundError:
         return ""
     return "" if fields[0] == "Z" else fields[19]
+
+
+def main():
+    folder = os.path.realpath(sys.argv[1])
+    with tempfile.TemporaryDirectory() as state:
+        machine = Machine(state, "machine")
+        machine.start(folder, ("machine.wire", "nobody"), fresh=True)
+        try:
+            machine.run("true", seconds=300)
+            machine.keep(os.path.join(folder, "booted.new"))
+        finally:
+            machine.end()
+    os.rename(os.path.join(folder, "booted.new"), os.path.join(folder, "booted"))
+
+
+if __name__ == "__main__":
+    main()

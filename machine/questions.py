@@ -44,7 +44,7 @@ def question(function):
     return lambda *arguments, **named: agent.ask(function, *arguments, **named)
 
 
-tcp, udp, send_flags = (question(name) for name in ("tcp", "udp", "send_flags"))
+tcp, udp, send_flags, send_as = (question(name) for name in ("tcp", "udp", "send_flags", "send_as"))
 
 
 def ping(host, *arguments, **named):

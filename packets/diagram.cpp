@@ -84,7 +84,9 @@ Diagrams::Node Diagrams::Done::put(uint64_t key, Node node) {
   return node;
 }
 
-Diagrams::Diagrams() : places_(1 << 12), choices_(1 << 12) {
+Diagrams::Diagrams() : places_(1 << 16), choices_(1 << 16) {
+  entries_.reserve(1 << 16);
+  edges_.reserve(1 << 20);
   for (uint32_t value : {kNone, kAll}) entries_.push_back({kConstant, 0, 0, value, 0});
 }
 

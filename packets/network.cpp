@@ -39,7 +39,7 @@ std::optional<int> prefixOf(const std::string &text) {
   return ones;
 }
 
-bool readNumber(const std::string &text, uint32_t &number) {
+bool readUnsigned(const std::string &text, uint32_t &number) {
   char *end;
   number = static_cast<uint32_t>(strtoul(text.c_str(), &end, 0));
   return !text.empty() && *end == '\0';
@@ -193,13 +193,12 @@ Refused Network::runBrctl(const Words &words) {
   return std::nullopt;
 }
 
-// Whether a gateway can be reached by a device without another gateway.
-bool Network::onLink(uint64_t gateway, const std::string &device) const {
+bool Network::onLink(uint64_t host, const std::string &device) const {
   const Interface *interface = find(device);
   return interface != nullptr &&
          std::any_of(interface->addresses.begin(), interface->addresses.end(),
                      [&](const Address &address) {
-                       return ((address.address ^ gateway) & maskOf(address.prefix)) == 0;
+                       return ((address.address ^ host) & maskOf(address.prefix)) == 0;
                      });
 }
 
@@ -278,12 +277,12 @@ Refused Network::runIp(const Words &words, size_t command) {
     if (word == "table") {
       name = value;
     } else if (word == "prio") {
-      if (!readNumber(value, rule.priority)) return value + " is no priority";
+      if (!readUnsigned(value, rule.priority)) return value + " is no priority";
     } else if (word == "fwmark") {
       const size_t slash = value.find('/');
       rule.mask = 0xffffffff;
-      if (!readNumber(value.substr(0, slash), rule.mark) ||
-          (slash != std::string::npos && !readNumber(value.substr(slash + 1), rule.mask))) {
+      if (!readUnsigned(value.substr(0, slash), rule.mark) ||
+          (slash != std::string::npos && !readUnsigned(value.substr(slash + 1), rule.mask))) {
         return value + " is no mark";
       }
     } else if (word == "via") {

@@ -23,7 +23,8 @@ struct Interface {
   std::vector<Address> addresses = {};
   std::string bridge = {};  // the one that it is a port of, or empty
   bool up = true;
-  uint64_t mtu = 1500;  // bytes of an IP packet
+  uint64_t mtu = 1500;     // bytes of an IP packet
+  std::string below = {};  // whose frames carry its packets, for a PPPoE session, or empty
 };
 
 struct Route {
@@ -76,6 +77,8 @@ class Network {
   std::vector<Route> routesFor(uint32_t mark) const;
   // The route of a destination, nothing when there is none.
   std::optional<Route> route(uint64_t destination, uint32_t mark) const;
+  // Whether a host is reached by a device without a gateway.
+  bool onLink(uint64_t host, const std::string &device) const;
 
   // Carries out a `brctl`, `ip`, `route` or `ifconfig` command.
   Refused run(const std::vector<std::string> &words, size_t command);
@@ -85,7 +88,6 @@ class Network {
   Refused runRoute(const std::vector<std::string> &words, size_t command);
   Refused runBrctl(const std::vector<std::string> &words);
   Refused fits(const Route &route) const;
-  bool onLink(uint64_t gateway, const std::string &device) const;
   std::vector<Route> ownRoutes() const;
 };
 

@@ -36,7 +36,9 @@ enum Field : uint16_t {
 using FieldId = uint16_t;  // a Field, or one behind kFields
 
 inline constexpr uint64_t kNoInterface = 255;
-inline constexpr uint64_t kIpv4 = 0x0800;  // as kEtherType
+inline constexpr uint64_t kIpv4 = 0x0800, kPppoeSession = 0x8864;  // as kEtherType
+
+inline constexpr uint64_t kGroupBit = uint64_t{1} << 40;  // of the MAC address of a group
 
 // The largest value of a field.
 uint64_t largestOf(FieldId field);

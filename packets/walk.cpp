@@ -14,7 +14,7 @@ bool isGroup(uint64_t address) {
 }
 // Of a MAC: all stations have it, or some.
 bool isOfGroup(uint64_t mac) {
-  return (mac >> 40 & 1) != 0;
+  return (mac & kGroupBit) != 0;
 }
 bool isLoopback(uint64_t address) {
   return address >> 24 == 127;
@@ -174,6 +174,10 @@ class Journey {
   Walk comeIn() {
     packet_[kIn] = packet_[kBridgePort];
     const uint64_t port = packet_[kBridgePort];
+    if (port < network_.interfaces.size() && !isHeard(network_.interfaces[port])) {
+      endAs(Verdict::kNobody);
+      return finish();
+    }
     const bool is_port =
         port < network_.interfaces.size() && !network_.interfaces[port].bridge.empty();
     if (is_port && !comeThroughBridge(network_.interfaces[port].bridge)) return finish();
@@ -241,22 +245,39 @@ class Journey {
     way_.verdict = verdict;
   }
 
+  // Whether a session's packets come to it: frames at a port of a bridge are the bridge's, but for
+  // those that broute takes out.
+  bool isHeard(const Interface &session) {
+    const Interface *below = network_.find(session.below);
+    if (below == nullptr || below->bridge.empty()) return true;
+    const Packet carried = packet_;
+    packet_[kBridgePort] = packet_[kIn] = network_.number(session.below);
+    packet_[kEtherType] = kPppoeSession;
+    packet_[kDestinationMac] = below->mac;
+    const bool taken_out = !through(kBrouting) && way_.verdict == Verdict::kDropped;
+    packet_ = carried;
+    decided_ = false;
+    decided_by_ = {};
+    return taken_out;
+  }
+
   // Whether the frame is for the router.
   bool comeThroughBridge(const std::string &bridge) {
     const bool bridged = through(kBrouting);
+    const uint64_t mac = packet_[kDestinationMac];
+    bool for_router = mac == network_.interfaces[packet_[kBridgePort]].mac || isOfGroup(mac);
 
     if (!bridged && way_.verdict == Verdict::kUnknown) return false;
     if (!bridged) {
-      note(Step::kBridge, {}, true);
+      note(Step::kBridge, {}, for_router);
       decided_ = false;
+      if (!for_router) way_.verdict = Verdict::kNobody;
       decided_by_ = {};
-      return true;
+      return for_router;
     }
     if (!through(kBridgePrerouting)) return false;
-    const uint64_t mac = packet_[kDestinationMac];
     const Interface *own = network_.find(bridge);
-    const bool for_router = (own != nullptr && mac == own->mac) ||
-                            mac == network_.interfaces[packet_[kBridgePort]].mac || isOfGroup(mac);
+    for_router = for_router || (own != nullptr && mac == own->mac);
     note(Step::kBridge, {}, for_router);
     if (for_router) {
       if (!through(kBridgeInput)) return false;

@@ -20,7 +20,8 @@ enum class Verdict {
   kNoRoute,    // no route leads there; the sender is told
   kMartian,    // its source or destination cannot be: dropped by routing
   kNobody,     // to a group that the router is not in, or in a frame to all stations and not
-               // for the router: dropped by routing
+               // for the router: dropped by routing; or past the bridge and for another station;
+               // or of a session whose frames the bridge has
   kBridged,    // passed on between ports of a bridge, not routed
   kUnknown,    // a program decides that nobody here knows, or the kernel chooses
 };
@@ -63,8 +64,10 @@ enum class Detail { kVerdict, kSteps };
 //
 // - At a port, by the destination MAC: the bridge's, the port's or one of a group is for the
 //   router, any other is bridged (kBridgePortOut is for the caller to say, the bridge's table of
-//   addresses is not modelled). broute's DROP hands it to the router past the bridge. iptables
-//   sees nothing of what is bridged.
+//   addresses is not modelled). broute's DROP hands it to the router past the bridge, where only
+//   the port's or one of a group is for the router. iptables sees nothing of what is bridged.
+// - A session's packets do not come in where the interface below it is a port of a bridge, unless
+//   broute drops its frames.
 // - What is not IPv4 and for the router is delivered.
 // - A packet in state kNew goes through nat PREROUTING. Any other has the addresses that it has;
 //   with a connection, it is that connection's packet in the direction that its source says.

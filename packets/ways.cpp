@@ -37,10 +37,10 @@ Ways::Ways(Chains &chains, uint64_t interface, Node packets)
       {{{kIn, interface}, {kBridgePort, interface}, {kOut, kNoInterface}, {kMark, 0}}, {}}};
   if (interface == kNoInterface) {
     send(flow);
-  } else if (router_.network().interfaces[interface].bridge.empty()) {
-    enter(flow);
-  } else {
+  } else if (!router_.network().interfaces[interface].bridge.empty()) {
     enterBridge(flow);
+  } else {
+    enterSession(flow);
   }
   if (ends_.empty()) return;
   // By halves, as rules are.
@@ -161,26 +161,52 @@ Ways::Flows Ways::accepted(const Place &place, const Flow &flow) {
   return flows;
 }
 
-// A frame at a port. What broute drops is not bridged, and is routed.
+// What a session carries is lost where its frames are a bridge's.
+void Ways::enterSession(const Flow &flow) {
+  const Network &network = router_.network();
+  const Interface *below = network.find(network.interfaces[flow.now.fields.at(kIn)].below);
+  if (below == nullptr || below->bridge.empty()) return enter(flow);
+  Flow frame = flow;
+  frame.now.fields[kIn] = frame.now.fields[kBridgePort] = network.number(below->name);
+  frame.now.fields[kEtherType] = kPppoeSession;
+  frame.now.fields[kDestinationMac] = below->mac;
+  for (const Flow &each : through({Place::kEbtables, "broute", "BROUTING"}, frame)) {
+    const Node heard = diagrams_.both(
+        each.packets, decided(each, [](Target::Kind kind) { return kind == Target::kDrop; }));
+    enter({heard, flow.now});
+    end({diagrams_.without(each.packets, heard), flow.now}, Verdict::kNobody);
+  }
+}
+
+// A frame at a port. What broute drops is not bridged, and is routed where it is for that port.
 void Ways::enterBridge(const Flow &flow) {
   for (const Flow &each : through({Place::kEbtables, "broute", "BROUTING"}, flow)) {
     const Node routed = decided(each, [](Target::Kind kind) { return kind == Target::kDrop; });
     const Node unknown = decided(each, [](Target::Kind kind) { return kind == Target::kUnknown; });
-    enter({diagrams_.both(each.packets, routed), each.now});
+    const Node for_port = diagrams_.set({kDestinationMac, portMacs(each)});
+    enter({diagrams_.both(each.packets, diagrams_.both(routed, for_port)), each.now});
+    end({diagrams_.both(each.packets, diagrams_.without(routed, for_port)), each.now},
+        Verdict::kNobody);
     end({diagrams_.both(each.packets, unknown), each.now, each.decision}, Verdict::kUnknown);
     bridge({diagrams_.without(each.packets, diagrams_.either(routed, unknown)), each.now});
   }
+}
+
+// For which addresses a port hears frames itself.
+IntervalSet Ways::portMacs(const Flow &flow) const {
+  IntervalSet own = groupMacs();
+  const uint64_t mac = router_.network().interfaces[flow.now.fields.at(kBridgePort)].mac;
+  own.add({mac, mac});
+  return own;
 }
 
 void Ways::bridge(const Flow &flow) {
   const Network &network = router_.network();
   const uint64_t port = flow.now.fields.at(kBridgePort);
   const std::string &name = network.interfaces[port].bridge;
-  IntervalSet own = groupMacs();
-  for (uint64_t each : {network.number(name), port}) {
-    const uint64_t mac = network.interfaces[each].mac;
-    own.add({mac, mac});
-  }
+  IntervalSet own = portMacs(flow);
+  const uint64_t mac = network.interfaces[network.number(name)].mac;
+  own.add({mac, mac});
   // Nobody has said which port it leaves by.
   const Node anywhere = diagrams_.set({kBridgePortOut, IntervalSet::one(kNoInterface)});
   const Node for_router = diagrams_.set({kDestinationMac, own});

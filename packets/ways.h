@@ -82,7 +82,9 @@ class Ways {
   Flows through(const Place &place, const Flow &flow);
   Flows accepted(const Place &place, const Flow &flow);
 
+  void enterSession(const Flow &flow);
   void enterBridge(const Flow &flow);
+  IntervalSet portMacs(const Flow &flow) const;
   void bridge(const Flow &flow);
   void enter(const Flow &flow);
   void translate(const Flow &flow);

@@ -35,7 +35,11 @@ Device::Device() : previous_(current_device) {
 }
 
 Device::~Device() {
-  current_device = previous_;
+  rest();
+}
+
+void Device::rest() {
+  if (current_device == this) current_device = previous_;
 }
 
 Device *Device::current() {
@@ -220,7 +224,10 @@ std::optional<std::string> Device::outputOf(const std::string &command) {
     if (contains(command, part)) return output;
   }
   for (auto &[type, part] : parts_) {
-    if (std::optional<std::string> output = part->outputOf(command)) return output;
+    if (std::optional<std::string> output = part->outputOf(command)) {
+      part_answered_ = true;
+      return output;
+    }
   }
   if (!contains(command, "echo")) return "";
   std::optional<std::vector<std::string>> words = wordsOf(command);
@@ -234,7 +241,10 @@ std::optional<std::string> Device::outputOf(const std::string &command) {
 
 std::optional<int> Device::openDevice(const std::string &path) {
   for (auto &[type, part] : parts_) {
-    if (std::optional<bool> opens = part->opens(path)) return *opens ? 0 : -1;
+    if (std::optional<bool> opens = part->opens(path)) {
+      part_answered_ = true;
+      return *opens ? 0 : -1;
+    }
   }
   return {};
 }
@@ -246,10 +256,37 @@ int Device::request(int fd, unsigned long number, void *argument) {
   }
   if (std::optional<int> result = interfaces_.request(number, argument)) return *result;
   for (auto &[type, part] : parts_) {
-    if (std::optional<int> result = part->request(number, argument)) return *result;
+    if (std::optional<int> result = part->request(number, argument)) {
+      part_answered_ = true;
+      return *result;
+    }
   }
   errno = ENOTTY;
   return -1;
+}
+
+// Parts and files that a call has reached may be others than before; the rest a call cannot change,
+// or it is put back.
+void Device::keep() {
+  kept_ = Kept{clock_, parts_.size(), root_.changes(), first_asked_};
+  part_answered_ = false;
+}
+
+bool Device::startOver() {
+  const bool as_kept = !part_answered_ && parts_.size() == kept_->parts && held_.nothing() &&
+                       root_.changes() == kept_->root_changes && open_pipes_ == 0;
+  if (!as_kept) return false;
+  forget();
+  faults_.forgetCalls();
+  clock_ = kept_->clock;
+  first_asked_ = kept_->first_asked;
+  committed_.clear();
+  buffered_.clear();
+  replaced_by_handler_.clear();
+  on_exit_ = nullptr;
+  previous_ = current_device;
+  current_device = this;
+  return true;
 }
 
 // Whether it is the first time.

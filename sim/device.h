@@ -105,6 +105,14 @@ class Device {
   template <typename P>
   P &part();
 
+  // ---- for whoever makes many calls on one ----
+  // What it is now, but for its settings, is what it starts over from.
+  void keep();
+  // Is the current one, without settings and with nothing recorded, until it rests. False when
+  // what has been done to it since cannot be undone: then another is to be made.
+  bool startOver();
+  void rest();
+
   // ---- what came of it ----
   // The command lines in order, without the redirection that the runners
   // append; a background command ends in " &".
@@ -120,6 +128,7 @@ class Device {
   std::string errors() const { return joined(Event::kError); }
   std::string console() const { return joined(Event::kConsole); }
   const std::vector<Event> &events() const { return events_; }
+  std::vector<Event> takeEvents() { return std::move(events_); }
   // Forgets what was recorded, not the state.
   void forget();
   // A file's content, nothing when there is none.
@@ -174,6 +183,13 @@ class Device {
   std::string joined(Event::Kind kind) const;
   void leaveTraces(const std::string &command);
 
+  // What a device starts over from, but for what only its set-up changes.
+  struct Kept {
+    Clock clock;
+    size_t parts, root_changes;
+    std::map<std::pair<int, std::string>, size_t> first_asked;
+  };
+
   Device *previous_;
   Root root_;
   Clock clock_;
@@ -191,6 +207,8 @@ class Device {
   std::set<std::pair<int, std::string>> asked_;
   std::map<std::pair<int, std::string>, size_t> first_asked_;
   std::function<void(int)> on_exit_;
+  std::optional<Kept> kept_;
+  bool part_answered_ = false;
   std::optional<std::string> every_setting_;
   long long uptime_ = 0;
   int open_pipes_ = 0;

@@ -67,6 +67,7 @@ class Faults {
   bool limited() const { return limit_ != 0; }
 
   const std::vector<const char *> &calls() const { return calls_; }
+  void forgetCalls() { calls_.clear(); }
   // The names of all calls that have failed.
   const std::set<std::string> &failed() const { return failed_; }
 

@@ -27,6 +27,7 @@ class Held {
     things_.erase({kind, reinterpret_cast<intptr_t>(pointer)});
   }
 
+  bool nothing() const { return things_.empty(); }
   // "1 descriptor, 2 streams"; empty for nothing.
   std::string describe() const;
   // As the end of the process would.

@@ -96,6 +96,7 @@ Root::~Root() {
 
 void Root::share() {
   shared_ = true;
+  changes_++;
   layOut("/");
 }
 
@@ -184,6 +185,7 @@ std::string Root::whereverItIs(const std::string &path) {
 }
 
 std::string Root::forWriting(const std::string &path) {
+  changes_++;
   if (refused_.count(path) != 0) {
     errno = EACCES;
     return {};
@@ -197,6 +199,7 @@ std::string Root::forWriting(const std::string &path) {
 }
 
 void Root::write(const std::string &path, const std::string &content, bool append) {
+  changes_++;
   if (staysInMemory(path, append) && refused_.count(path) == 0) {
     std::string &file = in_memory_[inside(path)];
     append ? file += content : file = content;
@@ -209,6 +212,7 @@ void Root::write(const std::string &path, const std::string &content, bool appen
 }
 
 bool Root::remove(const std::string &path) {
+  changes_++;
   bool there = inLower(path);
   const std::string gone = inside(path);
   there |=

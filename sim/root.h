@@ -38,6 +38,8 @@ class Root {
   std::optional<std::string> content(const std::string &path) const;
   // Every path that was looked up for reading, there or not.
   const std::set<std::string> &looked() const { return looked_; }
+  // How often something was, or may have been, written or removed.
+  size_t changes() const { return changes_; }
   // From now on, two processes have this device.
   void share();
 
@@ -55,6 +57,7 @@ class Root {
   LowerFolder lower_;
   std::map<std::string, std::string> in_memory_;  // files, by their paths on the device
   bool shared_ = false;
+  size_t changes_ = 0;
   std::set<std::string> told_;     // paths on the device that somebody knows the place of
   std::set<std::string> folders_;  // that were asked for in the upper folder
   std::set<std::string> made_;     // what may be in the upper folder, where it really is

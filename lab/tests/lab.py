@@ -1,8 +1,10 @@
 """A lab of its own for the tests, and packets between its hosts."""
 
+import atexit
 import json
 import os
 import subprocess
+import sys
 import tempfile
 import unittest
 
@@ -10,9 +12,9 @@ import unittest
 BOOTED = os.environ.get("ORBA_LAB") == "machine"
 if BOOTED:
     import questions
-    from questions import Sniffer, ping, send_flags, shell, tcp, udp
+    from questions import Sniffer, ping, send_as, send_flags, shell, tcp, udp
 else:
-    from packets import Sniffer, ping, send_flags, tcp, udp
+    from packets import Sniffer, ping, send_as, send_flags, tcp, udp
 from packets import maximum_segment
 
 ORBA = os.environ["ORBA"]
@@ -31,6 +33,23 @@ for number, name in ((2, "eth2.20"), (3, "eth2.30")):
 
 # What up.sh says of something that kernel or tools lack.
 MISSING = "not to be had here: "
+
+
+verdicts = 0
+
+
+def judging(question):
+    """The question, whose answers are counted: the tests compare each."""
+    def asked(*arguments, **named):
+        global verdicts
+        verdicts += 1
+        return question(*arguments, **named)
+    return asked
+
+
+ping, send_as, send_flags, tcp, udp = (judging(each) for each in (ping, send_as, send_flags, tcp, udp))
+Sniffer.find = judging(Sniffer.find)
+atexit.register(lambda: verdicts and print(f"{verdicts} verdicts by packets", file=sys.stderr))
 
 
 def example(name, **changes):

@@ -1,7 +1,7 @@
 """Packets go where the settings send them."""
 
 from lab import (FAR, INTERNET, LAN, ROUTER, ROUTER_LAN, TRUSTED, LabTest, Sniffer, example,
-                 lan_mac, maximum_segment, ping, send_flags, shell, tcp, udp)
+                 lan_mac, maximum_segment, ping, send_as, send_flags, shell, tcp, udp)
 
 # Every forwarded packet is dropped unless a rule accepts it; answers pass.
 CLOSED = {"firewallAction": "ACCEPT", "DefaultFirewallPolicy": "1", "SPIFWEnabled": "1",
@@ -91,6 +91,18 @@ class ToTheRouter(LabTest):
                 self.assertFalse(send_flags("lan", LAN, target, scan), (chain, scan))
                 self.assertEqual(self.counted(chain, "-j DROP"), number + 1, (chain, scan))
 
+    def test_land(self):
+        # A kernel of today lets nobody use its own addresses, unless it is told to: then the rule counts.
+        shell("router", "for n in all eth2.2; do cd /proc/sys/net/ipv4/conf/$n && echo 1 >accept_local"
+                        " && echo 0 >rp_filter; done")
+        for blocks in (0, 1):
+            self.firewall(**OPEN | {"BlockLAND": blocks})
+            shell("router", f"iptables -A malicious_input_filter -s {ROUTER} -j RETURN")
+            send_as(ROUTER, "internet", ROUTER)
+            # What passes is answered, to the router itself.
+            self.assertEqual([self.counted("malicious_input_filter", f"-s {ROUTER}/32 -{rest}") > 0
+                              for rest in ("d", "j RETURN")], [blocks, not blocks])
+
     def test_syn_cookies(self):
         setting = "/proc/sys/net/ipv4/tcp_syncookies"
         shell("router", f"echo 0 >{setting}")
@@ -126,6 +138,13 @@ class Forwarded(LabTest):
         self.assertEqual(tcp("internet", ROUTER, 8080, listener=host), INTERNET)
         self.assertEqual(tcp("internet", ROUTER, 443, listener=("lan", LAN)), INTERNET)
         self.assertEqual(tcp("internet", ROUTER, 7547, listener=host), "refused")
+        # The device's program is told what is not the host's, and sends it the rest; no rule does.
+        self.forwards("192.168.1.10,443,0,TCP", "192.168.1.10,500,600,3", DMZEnable=2, DMZAddress=host[1],
+                      DMZAvoidTCPPort80=1)
+        self.assertEqual(shell("router", "grep super_dmz /run/lab/calls | tail -n 1"),
+                         "super_dmz -t 80 -t 500:600 -u 500:600\n")
+        self.assertEqual(tcp("internet", ROUTER, 7777, listener=host), "dropped")
+        self.assertEqual(tcp("internet", ROUTER, 599, listener=("lan", LAN)), INTERNET)
 
     RULES = ("192.168.1.20,,0,0,any/0,,25,0,1,1,mail,,,,",
              "192.168.1.0/24,,0,0,198.51.100.0,24,137,139,2,1,shares,,,,")

@@ -151,14 +151,29 @@ def udp(host, target, port, listener=None, source=None, source_port=0):
 FLAGS = {"FIN": 1, "SYN": 2, "RST": 4, "PSH": 8, "ACK": 16, "URG": 32}
 
 
-def send_flags(host, source, target, names, port=9):
-    """Sends a TCP packet with these flags to a closed port; whether it is answered."""
+def tcp_header(source, target, names, port):
     flags = sum(FLAGS[name] for name in names)
     header = struct.pack("!HHIIBBHHH", 4321, port, 1, 0, 5 << 4, flags, 1024, 0, 0)
     pseudo = socket.inet_aton(source) + socket.inet_aton(target) + struct.pack("!HH", 6, 20)
-    header = header[:16] + struct.pack("!H", checksum(pseudo + header)) + header[18:]
+    return header[:16] + struct.pack("!H", checksum(pseudo + header)) + header[18:]
+
+
+def send_flags(host, source, target, names, port=9):
+    """Sends a TCP packet with these flags to a closed port; whether it is answered."""
+    header = tcp_header(source, target, names, port)
     return answered(host, socket.IPPROTO_TCP, header, target,
                     lambda answer: struct.unpack("!HH", answer[:4]) == (port, 4321), source)
+
+
+def send_as(source, host, target, port=9):
+    """Sends the beginning of a connection in somebody else's name."""
+    with on(host):
+        raw = socket.socket(socket.AF_INET, socket.SOCK_RAW, socket.IPPROTO_RAW)
+    with raw:
+        addresses = socket.inet_aton(source) + socket.inet_aton(target)
+        head = struct.pack("!BBHHHBBH", 0x45, 0, 40, 0, 0, 64, socket.IPPROTO_TCP, 0) + addresses
+        raw.sendto(head + tcp_header(source, target, ("SYN",), port), (target, 0))
+    settle()
 
 
 class Sniffer(contextlib.AbstractContextManager):

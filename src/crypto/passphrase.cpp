@@ -44,6 +44,7 @@ void deriveBlock(const HmacKey &key, const unsigned char *ssid, int ssid_length,
   for (int left = iterations; left > 1; --left) {
     sha1DigestBlock(key.after_inner_pad, running);
     sha1DigestBlock(key.after_outer_pad, running);
+#pragma GCC unroll 5
     for (int i = 0; i < 5; ++i) sum[i] ^= running[i];
   }
   for (size_t i = 0; i < 5; ++i) storeBigEndian(out + 4 * i, sum[i]);

@@ -73,6 +73,7 @@ void sha1DigestBlock(const uint32_t start[5], uint32_t digest[5]) {
   uint32_t words[16] = {digest[0], digest[1], digest[2], digest[3], digest[4], kEndOfMessage};
   words[15] = kMessageBits;
   unrolledRounds(value, words, std::make_index_sequence<80>());
+#pragma GCC unroll 5  // a loop would need the values in memory
   for (int i = 0; i < 5; ++i) digest[i] = start[i] + value[i];
 }
 

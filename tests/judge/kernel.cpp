@@ -1,28 +1,30 @@
 #include "kernel.h"
 
+#include <net/if.h>  // before the kernel's own, which leave out what it has
+
 #include <arpa/inet.h>
 #include <fcntl.h>
+#include <linux/if_packet.h>
+#include <linux/if_pppox.h>
 #include <linux/if_tun.h>
 #include <linux/neighbour.h>
+#include <linux/ppp-ioctl.h>
 #include <linux/rtnetlink.h>
-#include <net/if.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sched.h>
-#include <spawn.h>
 #include <sys/ioctl.h>
-#include <sys/mman.h>
 #include <sys/mount.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
-#include <sstream>
+
+#include "program.h"
 
 #ifndef SO_RCVMARK
 #define SO_RCVMARK 75
@@ -35,72 +37,13 @@ namespace {
 using packets::Packet;
 
 constexpr size_t kEthernetHeader = 14;
+// What stands before the packet in a frame of a PPPoE session (RFC 2516 and 1661).
+constexpr size_t kSessionHeader = 8;
+constexpr uint64_t kProvider = 0x020300000001;
+constexpr uint16_t kHostsSession = 0x7777;  // of hosts that dial through the router
 // Our packets set out with this; what the router makes itself, with another.
 constexpr uint8_t kHops = 64, kOwnHops = 200;
 constexpr uint64_t kNowhere = packets::kNoInterface;
-
-std::string failure(const std::string &what) {
-  return what + ": " + strerror(errno);
-}
-
-// ---- programs ----
-
-struct Ran {
-  int status;
-  std::string output;  // both streams
-};
-
-Ran run(const Words &words, const std::string &input = "") {
-  const int in = memfd_create("input", MFD_CLOEXEC), out = memfd_create("output", MFD_CLOEXEC);
-  if (in < 0 || out < 0) throw Lacking(failure("memfd_create"));
-  if (::write(in, input.data(), input.size()) != static_cast<ssize_t>(input.size())) {
-    throw Lacking(failure("write"));
-  }
-  lseek(in, 0, SEEK_SET);
-  posix_spawn_file_actions_t files;
-  posix_spawn_file_actions_init(&files);
-  posix_spawn_file_actions_adddup2(&files, in, 0);
-  posix_spawn_file_actions_adddup2(&files, out, 1);
-  posix_spawn_file_actions_adddup2(&files, out, 2);
-  std::vector<char *> arguments;
-  for (const std::string &word : words) arguments.push_back(const_cast<char *>(word.c_str()));
-  arguments.push_back(nullptr);
-  pid_t child;
-  const int error = posix_spawnp(&child, arguments[0], &files, nullptr, arguments.data(), environ);
-  posix_spawn_file_actions_destroy(&files);
-  Ran ran{127, ""};
-  if (error == 0) {
-    int status = 0;
-    waitpid(child, &status, 0);
-    ran.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128;
-    const off_t size = lseek(out, 0, SEEK_END);
-    ran.output.resize(static_cast<size_t>(size));
-    if (pread(out, ran.output.data(), ran.output.size(), 0) != size) ran.output.clear();
-  }
-  close(in);
-  close(out);
-  return ran;
-}
-
-void mustRun(const Words &words, const std::string &input = "") {
-  const Ran ran = run(words, input);
-  if (ran.status != 0) throw Lacking(words[0] + " fails: " + ran.output);
-}
-
-void writeFile(const std::string &path, const std::string &content) {
-  std::ofstream file(path);
-  if (!(file << content << std::flush)) throw Lacking(failure(path));
-}
-
-std::vector<std::string> split(const std::string &text, char separator) {
-  std::vector<std::string> parts;
-  for (size_t begin = 0; begin <= text.size();) {
-    const size_t end = std::min(text.find(separator, begin), text.size());
-    parts.push_back(text.substr(begin, end - begin));
-    begin = end + 1;
-  }
-  return parts;
-}
 
 // As a restore program reads it.
 std::string lineOf(const Words &words, size_t from) {
@@ -159,7 +102,9 @@ const std::map<std::string, Words> kIptablesChains = {
     {"filter", {"INPUT", "FORWARD", "OUTPUT"}},
     {"nat", {"PREROUTING", "INPUT", "OUTPUT", "POSTROUTING"}}};
 const std::map<std::string, Words> kEbtablesChains = {
-    {"filter", {"INPUT", "FORWARD", "OUTPUT"}}, {"nat", {"PREROUTING", "OUTPUT", "POSTROUTING"}}};
+    {"filter", {"INPUT", "FORWARD", "OUTPUT"}},
+    {"nat", {"PREROUTING", "OUTPUT", "POSTROUTING"}},
+    {"broute", {"BROUTING"}}};
 
 // The table of a command, whose "-t TABLE" is taken out.
 std::string takeTable(Words &words) {
@@ -209,6 +154,12 @@ size_t headersOf(const Packet &packet) {
     default:
       return 28;
   }
+}
+
+// Where a packet begins that a frame of this type carries.
+size_t startOf(bool ethernet, uint64_t type) {
+  if (!ethernet) return 0;
+  return kEthernetHeader + (type == packets::kPppoeSession ? kSessionHeader : 0);
 }
 
 // A whole IP packet. Of a TCP connection every packet has the numbers of its place in it.
@@ -278,36 +229,6 @@ size_t packetOf(const Probe &probe, const Packet &packet, uint16_t id, uint8_t *
 
 }  // namespace
 
-// ---- what lines run ----
-
-void Translator::learn(const std::vector<std::string> &lines) {
-  known_.clear();
-  std::vector<std::string> fresh;
-  std::string input;
-  for (const std::string &line : lines) {
-    if (!known_.try_emplace(line).second) continue;
-    // Of the others none concerns packets.
-    static const char *const kPrograms[] = {"iptables ", "ebtables ", "ip ",   "route ",
-                                            "brctl ",    "ifconfig ", "nat.sh"};
-    if (std::none_of(std::begin(kPrograms), std::end(kPrograms),
-                     [&](const char *program) { return line.rfind(program, 0) == 0; })) {
-      continue;
-    }
-    fresh.push_back(line);
-    input += line + "\n";
-  }
-  if (fresh.empty()) return;
-  const Ran ran = run({"bash", std::string(JUDGE_FOLDER) + "/translate.bash", tools_}, input);
-  if (ran.status != 0) throw std::runtime_error("translate.bash: " + ran.output);
-  for (const std::string &answer : split(ran.output, '\n')) {
-    if (answer.empty()) continue;
-    Words words = split(answer, '\t');
-    const size_t number = std::stoul(words.at(0));
-    words.erase(words.begin());
-    known_[fresh.at(number)].push_back(words);
-  }
-}
-
 // ---- namespaces ----
 
 void becomeRoot() {
@@ -319,44 +240,52 @@ void becomeRoot() {
   writeFile("/proc/self/gid_map", "0 " + std::to_string(group) + " 1");
 }
 
+namespace {
+
+void chooseTools(const std::string &engine) {
+  const char *const folder = "/etc/alternatives";
+  if (mount("tmpfs", folder, "tmpfs", 0, "mode=755") != 0) throw Lacking(failure(folder));
+  for (const std::string family : {"iptables", "ebtables"}) {
+    for (const char *what : {"", "-save", "-restore"}) {
+      const std::string real =
+          "/usr/sbin/" + family + "-" + (family == "iptables" ? engine : "nft") + what;
+      if (symlink(real.c_str(), (folder + ("/" + family) + what).c_str()) != 0) {
+        throw Lacking(failure(family + what));
+      }
+    }
+  }
+}
+
+}  // namespace
+
 Kernel::Kernel(const Situation &situation, Tables tables) : situation_(situation), tables_(tables) {
   if (unshare(CLONE_NEWNS | CLONE_NEWNET | CLONE_NEWUTS) != 0) {
     throw Lacking(failure("no namespaces"));
   }
   setenv("PATH", "/usr/sbin:/usr/bin:/sbin:/bin", 1);
   mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr);
-  // The tools' lock, the tables' names, and which of the tools there are.
-  for (const char *folder : {"/run", "/etc/iproute2", "/etc/alternatives"}) {
+  // The tools' lock and the tables' names.
+  for (const char *folder : {"/run", "/etc/iproute2"}) {
     if (mount("tmpfs", folder, "tmpfs", 0, "mode=755") != 0) throw Lacking(failure(folder));
   }
-  const std::string program = tables == kLegacy ? "legacy" : "nft";
-  for (const char *tool : {"iptables", "iptables-save", "iptables-restore"}) {
-    std::string real = std::string("/usr/sbin/") + tool;
-    real.insert(real.find("iptables") + 8, "-" + program);
-    if (symlink(real.c_str(), (std::string("/etc/alternatives/") + tool).c_str()) != 0) {
-      throw Lacking(failure(tool));
-    }
-  }
-  for (const char *tool : {"ebtables", "ebtables-save", "ebtables-restore"}) {
-    std::string real = std::string("/usr/sbin/") + tool;
-    real.insert(real.find("ebtables") + 8, "-nft");
-    if (symlink(real.c_str(), (std::string("/etc/alternatives/") + tool).c_str()) != 0) {
-      throw Lacking(failure(tool));
-    }
-  }
+  if (tables != kAsInstalled) chooseTools(tables == kLegacy ? "legacy" : "nft");
   std::string names = "255 local\n254 main\n253 default\n0 unspec\n";
   for (const std::string &table : situation.tables) names += table + "\n";
   writeFile("/etc/iproute2/rt_tables", names);
   // A name that is no address is asked of nobody.
   writeFile("/run/nobody", "hosts: files\nnetworks: files\n");
+  if (tables == kAsInstalled) std::ofstream("/etc/nsswitch.conf", std::ios::app);
   mount("/run/nobody", "/etc/nsswitch.conf", nullptr, MS_BIND, nullptr);
   makeDevices();
 }
 
 Kernel::~Kernel() {
-  for (const Port &port : ports_) close(port.descriptor);
-  for (int socket : raw_) close(socket);
-  for (int socket : listeners_) close(socket);
+  for (const Port &port : ports_) {
+    if (port.session == 0) close(port.descriptor);
+  }
+  for (const std::vector<int> *all : {&sessions_, &raw_, &frames_, &listeners_}) {
+    for (int each : *all) close(each);
+  }
   close(own_);
   close(netlink_);
 }
@@ -386,14 +315,17 @@ void Kernel::makeDevices() {
     set("bridge/bridge-nf-call-iptables", "0");
   }
 
-  std::string links = "link set lo up\n", routes, bridge;
+  std::string links = "link set lo up\n", routes;
+  std::vector<uint64_t> sessions;
   const packets::Network &network = situation_.network;
   const auto text = [](uint64_t address) { return packets::addressText(address); };
   for (uint64_t i = 1; i < network.interfaces.size(); i++) {
     const packets::Interface &interface = network.interfaces[i];
     const std::string &name = interface.name;
     const bool ethernet = interface.mac != 0;
-    if (network.isBridge(name)) {
+    if (!interface.below.empty()) {
+      sessions.push_back(i);
+    } else if (network.isBridge(name)) {
       links += "link add " + name + " type bridge forward_delay 0 mcast_snooping 0\n";
     } else {
       const int descriptor = open("/dev/net/tun", O_RDWR | O_NONBLOCK | O_CLOEXEC);
@@ -405,7 +337,8 @@ void Kernel::makeDevices() {
       ports_.push_back({name, descriptor, ethernet, i, network.number(interface.bridge)});
     }
     const std::string mac = ethernet ? " address " + packets::macText(interface.mac) : "";
-    links += "link set " + name + " mtu " + std::to_string(interface.mtu) + mac + " up\n";
+    (interface.below.empty() ? links : routes) +=
+        "link set " + name + " mtu " + std::to_string(interface.mtu) + mac + " up\n";
     if (!interface.bridge.empty()) {
       links += "link set " + name + " master " + interface.bridge + "\n";
     }
@@ -418,6 +351,11 @@ void Kernel::makeDevices() {
   for (const packets::Route &route :
        gateways != network.tables.end() ? gateways->second : std::vector<packets::Route>()) {
     routes += "route add default via " + text(*route.gateway) + " dev " + route.device + "\n";
+  }
+  if (!sessions.empty()) {
+    mustRun({"ip", "-batch", "-"}, links);
+    links.clear();
+    for (uint64_t session : sessions) dial(session);
   }
   mustRun({"ip", "-batch", "-"}, links + routes);
   netlink_ = socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE);
@@ -440,6 +378,14 @@ void Kernel::makeDevices() {
     setsockopt(raw, SOL_SOCKET, SO_RCVBUF, &room, sizeof(room));
     raw_.push_back(raw);
   }
+  for (uint64_t type : kEtherTypes) {
+    const int frames = socket(AF_PACKET, SOCK_RAW | SOCK_NONBLOCK | SOCK_CLOEXEC,
+                              htons(static_cast<uint16_t>(type)));
+    if (frames < 0) throw Lacking(failure("no packet socket"));
+    const int on = 1;
+    setsockopt(frames, SOL_SOCKET, SO_RCVMARK, &on, sizeof(on));
+    frames_.push_back(frames);
+  }
   own_ = socket(AF_INET, SOCK_RAW | SOCK_CLOEXEC, IPPROTO_RAW);
   if (own_ < 0) throw Lacking(failure("no raw socket"));
   const int yes = 1;
@@ -457,16 +403,46 @@ void Kernel::makeDevices() {
   }
 }
 
+// A session as one is when its phases of discovery and negotiation are over.
+void Kernel::dial(uint64_t number) {
+  const packets::Interface &interface = situation_.network.interfaces[number];
+  const uint16_t session = static_cast<uint16_t>(number);
+  const int wire = socket(AF_PPPOX, SOCK_STREAM | SOCK_CLOEXEC, PX_PROTO_OE);
+  if (wire < 0) throw Lacking(failure("no PPPoE"));
+  sockaddr_pppox to = {};
+  to.sa_family = AF_PPPOX;
+  to.sa_protocol = PX_PROTO_OE;
+  to.sa_addr.pppoe.sid = htons(session);
+  putMac(to.sa_addr.pppoe.remote, kProvider);
+  strncpy(to.sa_addr.pppoe.dev, interface.below.c_str(), IFNAMSIZ - 1);
+  sockaddr_storage address = {};
+  memcpy(&address, &to, sizeof(to));
+  const int channel = open("/dev/ppp", O_RDWR | O_CLOEXEC);
+  const int own = open("/dev/ppp", O_RDWR | O_CLOEXEC);
+  int index = 0, unit = atoi(interface.name.c_str() + 3);
+  if (connect(wire, reinterpret_cast<sockaddr *>(&address), sizeof(to)) != 0 || channel < 0 ||
+      own < 0 || ioctl(wire, PPPIOCGCHAN, &index) != 0 ||
+      ioctl(channel, PPPIOCATTCHAN, &index) != 0 || ioctl(own, PPPIOCNEWUNIT, &unit) != 0 ||
+      ioctl(channel, PPPIOCCONNECT, &unit) != 0) {
+    throw Lacking(failure(interface.name));
+  }
+  sessions_.insert(sessions_.end(), {wire, channel, own});
+  for (const Port &port : std::vector<Port>(ports_)) {
+    if (port.name != interface.below) continue;
+    ports_.push_back({interface.name, port.descriptor, false, number, kNowhere, session});
+  }
+}
+
 // ---- rules ----
 
-void Kernel::restore(const Translator &translator) {
+void Kernel::restore(const Commands &known) {
   std::map<std::string, std::vector<Command>> iptables, ebtables;
   std::vector<Words> others;
   std::vector<Port> by_name = ports_;  // as a shell finds them
   std::sort(by_name.begin(), by_name.end(),
             [](const Port &one, const Port &other) { return one.name < other.name; });
   for (size_t line = 0; line < situation_.lines.size(); line++) {
-    for (Words words : translator.commands(situation_.lines[line])) {
+    for (Words words : known.at(situation_.lines[line])) {
       if (words[0] == "refused") {
         refused_[line] = "no form";
       } else if (words[0] == "iptables") {
@@ -476,7 +452,7 @@ void Kernel::restore(const Translator &translator) {
       } else if (words[0] == "ebtables") {
         words.erase(words.begin());
         const std::string table = takeTable(words);
-        if (table != "broute") ebtables[table].push_back({line, words});
+        ebtables[table].push_back({line, words});
       } else if (words[0] == "nat.sh") {
         iptables["nat"].push_back({line, {"-F", "LAN_NAT_CHAIN"}});
         for (const Port &port : by_name) {
@@ -494,9 +470,14 @@ void Kernel::restore(const Translator &translator) {
     }
   }
   restoreTables("iptables-restore", iptables);
-  restoreTables("ebtables-restore", ebtables);
+  if (tables_ == kAsInstalled) {
+    runEbtables(ebtables);
+  } else {
+    restoreTables("ebtables-restore", ebtables);
+  }
   // Where its hosts are, a bridge is not to learn from packets made up.
   for (const Port &port : ports_) {
+    if (port.session != 0) continue;
     others.push_back({"ip", "link", "set", port.name, "type", "bridge_slave", "learning", "off"});
   }
   for (size_t i = 0; i < others.size(); i++) {
@@ -509,6 +490,20 @@ void Kernel::restore(const Translator &translator) {
     }
     if (!batch.empty()) run({"ip", "-force", "-batch", "-"}, batch);
     if (i < others.size()) run(others[i]);
+  }
+}
+
+// One by one: the restore program of the older engine does not say which line it refuses.
+void Kernel::runEbtables(const std::map<std::string, std::vector<Command>> &tables) {
+  for (const auto &[table, commands] : tables) {
+    Chains chains(kEbtablesChains.at(table));
+    for (const Command &command : commands) {
+      if (!chains.takes(command.words)) continue;
+      Words words = {"ebtables", "-t", table};
+      words.insert(words.end(), command.words.begin(), command.words.end());
+      const Ran ran = run(words);
+      if (ran.status != 0) refused_[command.line] = ran.output.substr(0, ran.output.find('\n'));
+    }
   }
 }
 
@@ -527,7 +522,8 @@ void Kernel::restoreTables(const char *program,
     pieces.push_back({table, {}});
     for (const Command &command : commands) {
       const Words &words = command.words;
-      if (words[0] == "-I" && words.size() > 2 && words[2] == "2") pieces.push_back({table, {}});
+      if (ip && words[0] == "-I" && words.size() > 2 && words[2] == "2")
+        pieces.push_back({table, {}});
       pieces.back().commands.push_back(command);
     }
   }
@@ -559,7 +555,7 @@ void Kernel::restoreTables(const char *program,
     size_t at = ran.output.find("line: ");
     at = at != std::string::npos ? at + 6 : ran.output.find("line ") + 5;
     const size_t number = strtoul(ran.output.c_str() + at, nullptr, 10);
-    if (number >= lines.size() || lines[number].command == SIZE_MAX) {
+    if (number == 0 || number >= lines.size() || lines[number].command == SIZE_MAX) {
       throw std::runtime_error(std::string(program) + ": " + ran.output + input);
     }
     const auto [piece, command] = lines[number];
@@ -585,13 +581,16 @@ void Kernel::runOneByOne(const std::string &tools) {
 
 std::string Kernel::listing() const {
   std::string all;
-  for (const Words &words :
-       std::vector<Words>{{"iptables-save", "-t", "filter"},
-                          {"iptables-save", "-t", "nat"},
-                          {"ebtables-save"},
-                          {"ip", "rule"},
-                          {"ip", "route", "show", "table", "all"},
-                          {"ip", "-brief", "link", "show", "type", "bridge_slave"}}) {
+  std::vector<Words> lists = {{"iptables-save", "-t", "filter"},
+                              {"iptables-save", "-t", "nat"},
+                              {"ip", "rule"},
+                              {"ip", "route", "show", "table", "all"},
+                              {"ip", "-brief", "link", "show", "type", "bridge_slave"}};
+  if (tables_ != kAsInstalled) lists.push_back({"ebtables-save"});
+  for (const auto &[table, chains] : kEbtablesChains) {
+    if (tables_ == kAsInstalled) lists.push_back({"ebtables", "-t", table, "-L"});
+  }
+  for (const Words &words : lists) {
     for (const std::string &line : split(run(words).output, '\n')) {
       if (line.empty() || line[0] == '#') continue;
       // Packets that the router itself has sent by now.
@@ -618,14 +617,28 @@ void Kernel::write(const Probe &probe, uint16_t id) {
   }
   for (const Port &port : ports_) {
     if (port.number != packet[packets::kBridgePort]) continue;
-    size_t size = 0;
-    if (port.ethernet) {
-      putMac(frame, packet[packets::kDestinationMac]);
-      putMac(frame + 6, packet[packets::kSourceMac]);
-      put16(frame + 12, packet[packets::kEtherType]);
-      size = kEthernetHeader;
+    uint64_t type = packet[packets::kEtherType], to = packet[packets::kDestinationMac],
+             from = packet[packets::kSourceMac];
+    if (port.session != 0) {
+      const packets::Network &network = situation_.network;
+      type = packets::kPppoeSession;
+      to = network.find(network.interfaces[port.number].below)->mac;
+      from = kProvider;
     }
-    size += packetOf(probe, packet, id, frame + size);
+    const size_t start = startOf(port.ethernet || port.session != 0, type);
+    const size_t size = start + packetOf(probe, packet, id, frame + start);
+    if (start >= kEthernetHeader) {
+      putMac(frame, to);
+      putMac(frame + 6, from);
+      put16(frame + 12, type);
+    }
+    if (start > kEthernetHeader) {
+      uint8_t *header = frame + kEthernetHeader;
+      put16(header, 0x1100);
+      put16(header + 2, port.session != 0 ? port.session : kHostsSession);
+      put16(header + 4, size - start + 2);
+      put16(header + 6, 0x0021);  // IP
+    }
     if (::write(port.descriptor, frame, size) != static_cast<ssize_t>(size)) {
       throw std::runtime_error(failure("write to " + port.name));
     }
@@ -681,10 +694,10 @@ void Kernel::tellNeighbours(uint64_t interface, uint64_t first, uint64_t count) 
 
 void Kernel::readFrame(const Port &port, uint8_t *frame, size_t size,
                        const std::vector<const Probe *> &probes, std::vector<Arrival> &arrivals) {
-  const size_t start = port.ethernet ? kEthernetHeader : 0;
+  const size_t start = startOf(port.ethernet || port.session != 0, get16(frame + 12));
   if (size < start + 28) return;
   const uint8_t *ip = frame + start, *inner = ip + 20;
-  const bool carries_ip = !port.ethernet || get16(frame + 12) == 0x0800;
+  const bool carries_ip = !port.ethernet || get16(frame + 12) == packets::kIpv4;
   const uint64_t interface = port.bridge < kNowhere ? port.bridge : port.number;
   if (carries_ip && ip[8] > kHops) {
     const auto tell = [&](Arrival &arrival, Arrival::Told told) {
@@ -731,45 +744,77 @@ void Kernel::readFrame(const Port &port, uint8_t *frame, size_t size,
   }
 }
 
+// Whose a frame is that leaves by a wire: its own, or the session's that it is of.
+const Kernel::Port &Kernel::portOf(const Port &wire, const uint8_t *frame, size_t size) const {
+  if (!wire.ethernet || size < kEthernetHeader + kSessionHeader ||
+      get16(frame + 12) != packets::kPppoeSession) {
+    return wire;
+  }
+  for (const Port &port : ports_) {
+    if (port.session != 0 && port.descriptor == wire.descriptor &&
+        port.session == get16(frame + kEthernetHeader + 2)) {
+      return port;
+    }
+  }
+  return wire;
+}
+
+// Takes what the router got itself from a socket; false when there is no more.
+bool Kernel::hear(int socket, bool frames, std::vector<Arrival> &arrivals) {
+  uint8_t frame[1 << 16];
+  alignas(cmsghdr) char control[64];
+  sockaddr_ll from = {};
+  iovec part = {frame, sizeof(frame)};
+  msghdr message = {};
+  message.msg_name = frames ? &from : nullptr;
+  message.msg_namelen = frames ? sizeof(from) : 0;
+  message.msg_iov = &part;
+  message.msg_iovlen = 1;
+  message.msg_control = control;
+  message.msg_controllen = sizeof(control);
+  const ssize_t size = recvmsg(socket, &message, 0);
+  if (size < 0) return false;
+  const size_t start = frames ? startOf(true, get16(frame + 12)) : 0;
+  const uint8_t *ip = frame + start;
+  // Of the router's own sessions the packets count, not their frames.
+  if (start > kEthernetHeader && get16(frame + kEthernetHeader + 2) != kHostsSession) return true;
+  if (from.sll_pkttype == PACKET_OTHERHOST || static_cast<size_t>(size) < start + 28) return true;
+  if (ip[8] != kHops && ip[8] != kHops - 1) return true;
+  Arrival *arrival = ofNumber(get16(ip + 4), arrivals);
+  if (arrival == nullptr) return true;
+  arrival->delivered = true;
+  arrival->source = get32(ip + 12);
+  arrival->destination = get32(ip + 16);
+  if (ip[9] == packets::kTcp || ip[9] == packets::kUdp) {
+    arrival->source_port = get16(ip + 20);
+    arrival->destination_port = get16(ip + 22);
+  }
+  for (cmsghdr *each = CMSG_FIRSTHDR(&message); each != nullptr;
+       each = CMSG_NXTHDR(&message, each)) {
+    if (each->cmsg_level == SOL_SOCKET && each->cmsg_type == SO_MARK) {
+      memcpy(&arrival->mark, CMSG_DATA(each), sizeof(arrival->mark));
+    }
+  }
+  return true;
+}
+
 bool Kernel::drain(const std::vector<const Probe *> &probes, std::vector<Arrival> &arrivals) {
   uint8_t frame[1 << 16];
   bool asked = false;
   for (const Port &port : ports_) {
+    if (port.session != 0) continue;
     for (ssize_t size; (size = ::read(port.descriptor, frame, sizeof(frame))) > 0;) {
       if (port.ethernet && answerArp(port, frame, static_cast<size_t>(size))) {
         asked = true;
         continue;
       }
-      readFrame(port, frame, static_cast<size_t>(size), probes, arrivals);
+      readFrame(portOf(port, frame, static_cast<size_t>(size)), frame, static_cast<size_t>(size),
+                probes, arrivals);
     }
   }
-  for (int raw : raw_) {
-    for (;;) {
-      alignas(cmsghdr) char control[64];
-      iovec part = {frame, sizeof(frame)};
-      msghdr message = {};
-      message.msg_iov = &part;
-      message.msg_iovlen = 1;
-      message.msg_control = control;
-      message.msg_controllen = sizeof(control);
-      const ssize_t size = recvmsg(raw, &message, 0);
-      if (size < 28) break;
-      if (frame[8] != kHops && frame[8] != kHops - 1) continue;
-      Arrival *arrival = ofNumber(get16(frame + 4), arrivals);
-      if (arrival == nullptr) continue;
-      arrival->delivered = true;
-      arrival->source = get32(frame + 12);
-      arrival->destination = get32(frame + 16);
-      if (frame[9] == packets::kTcp || frame[9] == packets::kUdp) {
-        arrival->source_port = get16(frame + 20);
-        arrival->destination_port = get16(frame + 22);
-      }
-      for (cmsghdr *each = CMSG_FIRSTHDR(&message); each != nullptr;
-           each = CMSG_NXTHDR(&message, each)) {
-        if (each->cmsg_level == SOL_SOCKET && each->cmsg_type == SO_MARK) {
-          memcpy(&arrival->mark, CMSG_DATA(each), sizeof(arrival->mark));
-        }
-      }
+  for (const std::vector<int> *sockets : {&raw_, &frames_}) {
+    for (int socket : *sockets) {
+      while (hear(socket, sockets == &frames_, arrivals)) continue;
     }
   }
   return asked;

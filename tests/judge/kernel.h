@@ -6,43 +6,23 @@
 #include <cstdint>
 #include <map>
 #include <set>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "probe.h"
+#include "program.h"
 #include "situations.h"
 
 namespace judge {
-
-// The machine has not what it takes.
-struct Lacking : std::runtime_error {
-  using std::runtime_error::runtime_error;
-};
-
-using Words = std::vector<std::string>;  // of a command
-
-// What lines run, by lab/tools.
-class Translator {
- public:
-  explicit Translator(std::string tools) : tools_(std::move(tools)) {}
-  // Forgets what it learnt before.
-  void learn(const std::vector<std::string> &lines);
-  // The commands of a line that was learnt; the first word of one without a form is "refused".
-  const std::vector<Words> &commands(const std::string &line) const { return known_.at(line); }
-  const std::string &tools() const { return tools_; }
-
- private:
-  std::string tools_;
-  std::map<std::string, std::vector<Words>> known_;
-};
 
 // This process gets a user namespace of its own, in which it is root.
 void becomeRoot();
 
 class Kernel {
  public:
-  enum Tables { kLegacy, kNft };
+  // The engines that the tools' names lead to. kAsInstalled is a machine of its own, with the older
+  // engines, broute and PPPoE.
+  enum Tables { kLegacy, kNft, kAsInstalled };
 
   // This process leaves for namespaces of the router's; it must be root there.
   Kernel(const Situation &situation, Tables tables);
@@ -50,7 +30,7 @@ class Kernel {
 
   // All rules at once by the tools' restore programs, in the order of the lines, without the
   // commands that find nothing to delete or to make.
-  void restore(const Translator &translator);
+  void restore(const Commands &known);
   // The same lines one by one, as a shell runs them.
   void runOneByOne(const std::string &tools);
   // Rules and routes as the tools list them.
@@ -67,8 +47,9 @@ class Kernel {
     std::string name;
     int descriptor;
     bool ethernet;
-    uint64_t number;  // in the network
-    uint64_t bridge;  // kNoInterface for none
+    uint64_t number;       // in the network
+    uint64_t bridge;       // kNoInterface for none
+    uint16_t session = 0;  // PPPoE's, in frames of another port; 0 for none
   };
   struct Command {
     size_t line;
@@ -76,9 +57,13 @@ class Kernel {
   };
 
   void makeDevices();
+  void dial(uint64_t number);
+  const Port &portOf(const Port &wire, const uint8_t *frame, size_t size) const;
   void restoreTables(const char *program,
                      const std::map<std::string, std::vector<Command>> &tables);
+  void runEbtables(const std::map<std::string, std::vector<Command>> &tables);
   void write(const Probe &probe, uint16_t id);
+  bool hear(int socket, bool frames, std::vector<Arrival> &arrivals);
   bool drain(const std::vector<const Probe *> &probes, std::vector<Arrival> &arrivals);
   void readFrame(const Port &port, uint8_t *frame, size_t size,
                  const std::vector<const Probe *> &probes, std::vector<Arrival> &arrivals);
@@ -90,8 +75,10 @@ class Kernel {
   Tables tables_;
   std::map<size_t, std::string> refused_;
   std::vector<Port> ports_;
-  std::vector<int> raw_;  // has what is delivered
-  int own_ = -1;          // sends what the router itself does
+  std::vector<int> raw_;     // has what is delivered
+  std::vector<int> frames_;  // has frames that are no IPv4
+  std::vector<int> sessions_;
+  int own_ = -1;  // sends what the router itself does
   int netlink_ = -1;
   std::vector<int> listeners_;
   uint16_t first_number_ = 1;

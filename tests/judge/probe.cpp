@@ -1,7 +1,5 @@
 #include "probe.h"
 
-#include <istream>
-#include <ostream>
 #include <sstream>
 
 namespace judge {
@@ -15,9 +13,9 @@ std::string ends(uint64_t source, uint64_t source_port, uint64_t destination, ui
          addressText(destination) + ":" + std::to_string(port);
 }
 
-const char *const kVerdicts[] = {"forwarded", "delivered",       "dropped",
-                                 "rejected",  "without a route", "martian",
-                                 "bridged",   "for nobody",      "unknown"};
+const char *const kVerdicts[] = {"forwarded",  "delivered",       "dropped",
+                                 "rejected",   "without a route", "martian",
+                                 "for nobody", "bridged",         "unknown"};
 
 const char *const kTold[] = {"nothing", "a reset", "that it is open", "of no port", "of no route"};
 
@@ -116,6 +114,7 @@ Telling tellingOf(const Router &router, const Walk &way, const Probe &probe) {
   const uint64_t protocol = sent[kProtocol];
   const bool from_wire = sent[kBridgePort] != kNoInterface;
   const bool to_one = (sent[kDestinationMac] >> 40 & 1) == 0;
+  if (sent[kEtherType] != kIpv4) return {};
   switch (way.verdict) {
     case Verdict::kRejected:  // nobody answers a reset with one
       if ((sent[kTcpFlags] & kReset) != 0) return {};
@@ -282,111 +281,6 @@ Refusals compareRefusals(const Router &router, const std::vector<std::string> &l
     }
   }
   return found;
-}
-
-// ---- files ----
-
-// One number or text a line; a text has no line ends.
-
-namespace {
-
-void put(std::ostream &out, const Packet &packet, size_t fields) {
-  for (FieldId field = 0; field < fields; field++) out << packet[field] << ' ';
-}
-
-Packet getPacket(std::istream &in, size_t fields) {
-  Packet packet;
-  for (FieldId field = 0; field < fields; field++) {
-    uint64_t value = 0;
-    in >> value;
-    if (field < kFields || value != 0) packet[field] = value;
-  }
-  return packet;
-}
-
-std::string getLine(std::istream &in) {
-  std::string line;
-  std::getline(in >> std::ws, line);
-  return line;
-}
-
-}  // namespace
-
-void write(std::ostream &out, const Record &record) {
-  out << record.seed << ' ' << record.tables << ' ' << record.network.interfaces.size() - 1 << '\n';
-  for (size_t i = 1; i < record.network.interfaces.size(); i++) {
-    const Interface &interface = record.network.interfaces[i];
-    const bool numbered = !interface.addresses.empty();
-    out << interface.name << ' ' << (interface.bridge.empty() ? "-" : interface.bridge) << ' '
-        << interface.mac << ' ' << interface.mtu << ' '
-        << (numbered ? interface.addresses[0].address : 0) << '\n';
-  }
-  const auto main = record.network.tables.find("main");
-  const bool gateway = main != record.network.tables.end();
-  out << (gateway ? *main->second[0].gateway : 0) << ' ' << (gateway ? main->second[0].device : "-")
-      << '\n'
-      << record.lines.size() << '\n';
-  for (const std::string &line : record.lines) out << line << '\n';
-  out << record.refused.size() << '\n';
-  for (const auto &[line, why] : record.refused) out << line << ' ' << why << '\n';
-  const size_t fields = kFields + record.questions;
-  out << fields << ' ' << record.probes.size() << '\n';
-  for (size_t i = 0; i < record.probes.size(); i++) {
-    const Probe &probe = record.probes[i];
-    const Arrival &seen = record.arrivals[i];
-    put(out, probe.packet, fields);
-    out << int{probe.role} << ' ' << probe.first << ' ' << probe.first_of_sender << ' '
-        << seen.forwarded << ' ' << seen.bridged << ' ' << seen.delivered << ' ' << int{seen.told}
-        << ' ' << seen.told_out << ' ' << seen.out << ' ' << seen.ports << ' ' << seen.segment
-        << ' ' << seen.source << ' ' << seen.destination << ' ' << seen.source_port << ' '
-        << seen.destination_port << ' ' << seen.mark << '\n';
-  }
-}
-
-bool read(std::istream &in, Record &record) {
-  size_t interfaces = 0, lines = 0, fields = 0, probes = 0;
-  record = {};
-  if (!(in >> record.seed >> record.tables >> interfaces)) return false;
-  for (; interfaces > 0; interfaces--) {
-    Interface interface;
-    uint64_t address = 0;
-    in >> interface.name >> interface.bridge >> interface.mac >> interface.mtu >> address;
-    if (interface.bridge == "-") interface.bridge.clear();
-    if (address != 0) interface.addresses.push_back({address, 24});
-    const std::string &bridge = interface.bridge;
-    if (!bridge.empty() && !record.network.isBridge(bridge)) {
-      record.network.bridges.push_back(bridge);
-    }
-    record.network.add(interface);
-  }
-  Route gateway;
-  uint64_t address = 0;
-  in >> address >> gateway.device >> lines;
-  gateway.gateway = address;
-  if (address != 0) record.network.tables["main"].push_back(gateway);
-  for (; lines > 0; lines--) record.lines.push_back(getLine(in));
-  in >> lines;
-  for (; lines > 0; lines--) {
-    size_t line = 0;
-    in >> line;
-    record.refused[line] = getLine(in);
-  }
-  in >> fields >> probes;
-  record.questions = fields - kFields;
-  for (; probes > 0; probes--) {
-    Probe probe;
-    Arrival seen;
-    probe.packet = getPacket(in, fields);
-    int role = 0, told = 0;
-    in >> role >> probe.first >> probe.first_of_sender >> seen.forwarded >> seen.bridged >>
-        seen.delivered >> told >> seen.told_out >> seen.out >> seen.ports >> seen.segment >>
-        seen.source >> seen.destination >> seen.source_port >> seen.destination_port >> seen.mark;
-    probe.role = static_cast<Probe::Role>(role);
-    seen.told = static_cast<Arrival::Told>(told);
-    record.probes.push_back(probe);
-    record.arrivals.push_back(seen);
-  }
-  return static_cast<bool>(in);
 }
 
 }  // namespace judge

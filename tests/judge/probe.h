@@ -3,7 +3,6 @@
 #define ORBA_TESTS_JUDGE_PROBE_H
 
 #include <cstdint>
-#include <iosfwd>
 #include <map>
 #include <string>
 #include <vector>
@@ -15,6 +14,10 @@ namespace judge {
 
 inline constexpr uint64_t kProtocols[] = {
     packets::kTcp, packets::kUdp, packets::kIcmp, packets::kIgmp, 47, 50, 89};
+
+// Of frames that are no IPv4, those that are tried: PPPoE's two and one for trials.
+inline constexpr uint64_t kPppoeDiscovery = 0x8863, kTrial = 0x88b5;
+inline constexpr uint64_t kEtherTypes[] = {kPppoeDiscovery, packets::kPppoeSession, kTrial};
 
 // Where programs of the router listen, all with TCP.
 inline constexpr uint64_t kListening[] = {22, 23, 80, 443, 2323, 7547, 8080, 8443};
@@ -35,7 +38,7 @@ struct Probe {
   packets::Packet about = {};    // of kError: the packet that it is about, as it left
   uint16_t echo = 0;             // the number in an ICMP echo
   bool first_of_sender = false;  // which is told of no route that often that it must hear of it
-  std::string content;
+  std::string content;           // without blanks
 };
 
 // What was seen of a packet behind the router.
@@ -89,21 +92,6 @@ Refusals compareRefusals(const packets::Router &router, const std::vector<std::s
 
 std::string text(const Arrival &arrival, const packets::Network &network);
 std::string text(const Probe &probe, const packets::Network &network);
-
-// A situation with its packets and what the kernel made of them, to be judged again.
-struct Record {
-  uint64_t seed = 0;
-  std::string tables;  // "legacy" or "nft"
-  packets::Network network;
-  std::vector<std::string> lines;
-  std::map<size_t, std::string> refused;  // by a tool, and why; by the line's place
-  size_t questions = 0;                   // fields of the packets behind kFields
-  std::vector<Probe> probes;
-  std::vector<Arrival> arrivals;
-};
-
-void write(std::ostream &out, const Record &record);
-bool read(std::istream &in, Record &record);
 
 }  // namespace judge
 

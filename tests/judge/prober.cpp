@@ -43,6 +43,8 @@ Prober::Prober(const Router &router, Walker &walker, Dice &dice)
       }
     }
   }
+  const Chain *brouting = router.chain({Place::kEbtables, "broute", "BROUTING"});
+  brouting_ = brouting != nullptr && !brouting->rules.empty();
   for (const std::string &question : router.unknowns()) {
     if (asksForText(question)) texts_.push_back(lastWord(question));
   }
@@ -116,13 +118,16 @@ Packet Prober::atRandom() {
     packet[kSource] = dice_.pick<uint64_t>(
         {0, 0xffffffff, 0xe0000001, 0x7f000001, 0x7f000005, 0xc0a80101, 0xc0a801ff, 0xcb007102});
   }
+  // A host that has no address yet may ask a group.
+  if (packet[kSource] == 0 && dice_.chance(30)) packet[kDestination] = 0xe0000001;
   packet[kSourcePort] = oneOf(kSourcePort, dice_.between(1, 65535));
   packet[kDestinationPort] = oneOf(kDestinationPort, dice_.below(65536));
   packet[kTcpFlags] = dice_.chance(65) ? uint64_t{kSyn} : dice_.below(64);
   packet[kIcmpType] = dice_.chance(60) ? 8 : dice_.pick({0, 3, 4, 5, 9, 11, 12, 13, 15, 17, 18});
   packet[kLength] = dice_.chance(80) ? 0 : oneOf(kLength, dice_.between(40, 2000));
   packet[kSourceMac] = oneOf(kSourceMac, macOfHost(packet[kSource]));
-  packet[kEtherType] = dice_.chance(98) ? 0x0800 : dice_.pick({0x8863, 0x8864, 0x88b5});
+  packet[kEtherType] =
+      dice_.chance(brouting_ ? 85 : 98) ? kIpv4 : kEtherTypes[dice_.below(std::size(kEtherTypes))];
   return packet;
 }
 
@@ -178,12 +183,16 @@ void Prober::settle(Probe &probe) {
         if (dice_.chance(60)) break;
       }
     }
-    packet[kEtherType] = 0x0800;
+    packet[kEtherType] = kIpv4;
     // To a socket these are other words for the router, or need more than a right to send.
     if (packet[kDestination] >> 24 == 0 || packet[kDestination] == 0xffffffff) {
       packet[kDestination] = kInternet + 77;
     }
     if (packet[kProtocol] == kIcmp) packet[kIcmpType] = 8;
+  }
+  if (packet[kEtherType] != kIpv4 &&
+      std::count(std::begin(kEtherTypes), std::end(kEtherTypes), packet[kEtherType]) == 0) {
+    packet[kEtherType] = kTrial;
   }
   if (packet[kProtocol] != kTcp) packet[kTcpFlags] = 0;
   if (packet[kProtocol] != kIcmp) packet[kIcmpType] = 0;
@@ -208,7 +217,7 @@ void Prober::settle(Probe &probe) {
       packet[kBridgePort] != kNoInterface && network_.interfaces[packet[kBridgePort]].mac != 0;
   if (!ethernet) {
     packet[kSourceMac] = packet[kDestinationMac] = 0;
-    packet[kEtherType] = 0x0800;
+    packet[kEtherType] = kIpv4;
   } else {
     const Interface &in = network_.interfaces[packet[kBridgePort]];
     packet[kSourceMac] &= ~(uint64_t{1} << 40);  // of one station
@@ -217,18 +226,19 @@ void Prober::settle(Probe &probe) {
     }
     if (in.bridge.empty()) {
       packet[kDestinationMac] = in.mac;
-      packet[kEtherType] = 0x0800;
+      packet[kEtherType] = kIpv4;
     } else {
       const uint64_t chosen = edges_.count(kDestinationMac) != 0 && dice_.chance(5)
                                   ? dice_.pick(edges_[kDestinationMac])
                                   : macOfHost(kLan + 7);
-      packet[kDestinationMac] = network_.find(in.bridge)->mac;
-      if (dice_.chance(6) || packet[kEtherType] != 0x0800) {
+      packet[kDestinationMac] =
+          dice_.chance(brouting_ ? 40 : 4) ? in.mac : network_.find(in.bridge)->mac;
+      if (dice_.chance(6) || (packet[kEtherType] != kIpv4 && dice_.chance(70))) {
         packet[kDestinationMac] = chosen & ~(uint64_t{1} << 40);
       }
     }
   }
-  if (ethernet && packet[kEtherType] == 0x0800 && dice_.chance(2)) {  // to all stations
+  if (ethernet && dice_.chance(2)) {  // to all stations
     packet[kDestinationMac] = dice_.chance(50) ? 0xffffffffffff : 0x01005e000005;
   }
   // As long as its headers and its content at least.
@@ -297,8 +307,8 @@ std::vector<Probe> Prober::followers(const Probe &first, uint32_t place, const W
   std::vector<Probe> all;
   const Packet &packet = first.packet;
   const uint64_t protocol = packet[kProtocol];
-  if (packet[kState] != kNew || (protocol == kIcmp && packet[kIcmpType] != 8) ||
-      protocol == kIgmp) {
+  if (packet[kEtherType] != kIpv4 || packet[kState] != kNew ||
+      (protocol == kIcmp && packet[kIcmpType] != 8) || protocol == kIgmp) {
     return all;
   }
   // To everybody: the answer comes from somebody else.

@@ -45,6 +45,7 @@ class Prober {
   std::unordered_set<uint64_t> used_;  // ends of connections
   std::unordered_set<uint64_t> senders_;
   uint16_t echo_ = 0;
+  bool brouting_ = false;  // whether there are rules for frames to be taken out of a bridge
 };
 
 }  // namespace judge

@@ -4,7 +4,9 @@
 //   packets_faults FOLDER [NUMBER]
 //
 // Each must be found: one that the records do not contradict escapes. One in a hundred may, and
-// is named. Ends with 77 where there are no records, since there could be no kernel.
+// is named; by a booted machine's records, which are shorter, one in ten, but none of those that
+// only they can contradict. Ends with 77 where there are no records, since there could be no
+// kernel.
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -18,7 +20,7 @@
 #include <map>
 
 #include "fault.h"
-#include "probe.h"
+#include "record.h"
 
 namespace judge {
 
@@ -80,7 +82,7 @@ bool isFound(const std::vector<Record> &records, int number, bool told) {
   return !WIFEXITED(status) || WEXITSTATUS(status) != 0;
 }
 
-int run(const std::string &folder, int only) {
+int tryFaults(const std::string &folder, int only) {
   std::vector<std::filesystem::path> paths;
   if (std::filesystem::exists(folder)) {
     for (const auto &each : std::filesystem::directory_iterator(folder)) paths.push_back(each);
@@ -111,17 +113,24 @@ int run(const std::string &folder, int only) {
     std::cout << "the model contradicts the records without a fault\n";
     return 1;
   }
-  int escaped = 0;
+  const std::string of_machine = "machine: ";
+  const bool machine = records[0].tables == "machine";
+  int tried = 0, escaped = 0, missed = 0;
   for (int number = 1; number <= kFaults; number++) {
+    const bool only_there = std::string(kFaultWords[number]).rfind(of_machine, 0) == 0;
+    if (only_there && !machine) continue;
+    tried++;
     if (isFound(records, number, false)) continue;
     escaped++;
+    missed += only_there;
     std::cout << "escaped: " << number << ", " << kFaultWords[number] << '\n';
   }
   const double seconds =
       std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-  std::cout << kFaults << " faults, " << kFaults - escaped << " found, " << escaped
-            << " escaped, by " << records.size() << " records in " << seconds << " s\n";
-  return escaped * 100 > kFaults ? 1 : 0;
+  std::cout << tried << " faults, " << tried - escaped << " found, " << escaped << " escaped, by "
+            << records.size() << " records in " << seconds << " s\n";
+  // A machine's packets are few.
+  return missed > 0 || escaped * (machine ? 10 : 100) > tried ? 1 : 0;
 }
 
 }  // namespace
@@ -130,5 +139,5 @@ int run(const std::string &folder, int only) {
 
 int main(int count, char **words) {
   if (count < 2) return 2;
-  return judge::run(words[1], count > 2 ? atoi(words[2]) : 0);
+  return judge::tryFaults(words[1], count > 2 ? atoi(words[2]) : 0);
 }

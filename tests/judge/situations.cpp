@@ -202,7 +202,8 @@ std::vector<nvram::Setting> inSpaceOne(const Settings &settings) {
 
 // ---- interfaces ----
 
-packets::Network networkOf(const std::vector<nvram::Setting> &settings, bool online) {
+packets::Network networkOf(const std::vector<nvram::Setting> &settings, bool online,
+                           bool sessions) {
   sim::Device device;
   orba::tool::putSettings(settings, device);
   orba::InterfaceName ethernet[orba::kWans], wan[orba::kWans];
@@ -239,6 +240,12 @@ packets::Network networkOf(const std::vector<nvram::Setting> &settings, bool onl
   for (unsigned int i = 0; i < orba::kWans; i++) {
     add(wan[i].text(), kInternet + 1 + i, "");
     add(ethernet[i].text(), 0, "");
+    const std::string key = "wanConnectionMode" + (i == 0 ? "" : text(i + 1));
+    packets::Interface *session = network.find(wan[i].text());
+    if (sessions && session != nullptr && session->mac == 0 && !ethernet[i].empty() &&
+        !network.isBridge(ethernet[i].text()) && device.setting(key) == "PPPOE") {
+      session->below = ethernet[i].text();
+    }
   }
   packets::Route gateway{.gateway = kInternet, .device = wan[0].text()};
   if (gateway.device == "br0") gateway.gateway = kLan + 253;
@@ -270,7 +277,7 @@ void play(const std::vector<nvram::Setting> &settings, const char *entry, Situat
 
 }  // namespace
 
-Situation situation(uint64_t seed, const std::string &examples) {
+Situation situation(uint64_t seed, const std::string &examples, bool sessions) {
   static const char *const kExamples[] = {"gateway", "pppoe-gateway", "bridge", "repeater",
                                           "minimal"};
   Dice dice(seed);
@@ -279,6 +286,14 @@ Situation situation(uint64_t seed, const std::string &examples) {
     made.settings = orba::tool::readConfig(examples + "/" + kExamples[seed] + ".conf");
   } else {
     Settings settings = settingsOf(dice);
+    if (sessions && dice.chance(80)) {
+      const std::string wan = text(dice.between(1, 3));
+      settings["OperationMode"] = "1";
+      settings["pppoeREnabled"] = wan;
+      settings["wanConnectionMode" + (wan == "1" ? "" : wan)] = "PPPOE";
+      // The one number whose frames broute takes out of the bridge for the router's own session.
+      if (wan == "1" && dice.chance(60)) settings["vlanEnabled"] = "1", settings["wan1Vid"] = "12";
+    }
     made.settings = inSpaceOne(settings);
     if (dice.chance(15)) {  // in place of an older one, of the same interfaces
       Settings older = settingsOf(dice);
@@ -289,7 +304,7 @@ Situation situation(uint64_t seed, const std::string &examples) {
     }
   }
   // Before its provider has told it of a gateway, every tenth.
-  made.network = networkOf(made.settings, seed % 10 != 7);
+  made.network = networkOf(made.settings, seed % 10 != 7, sessions);
   for (const char *entry : {"firewall_init", "orba_pppoeRelay", "RoutingInit", "executeStaticRoute",
                             "executePolicyRoute"}) {
     play(made.settings, entry, made);

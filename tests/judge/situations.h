@@ -20,8 +20,10 @@ struct Situation {
   std::vector<std::string> tables;  // of routes: "202 pf_office"
 };
 
-// The same for the same seed. The examples in that folder are the first, as they stand.
-Situation situation(uint64_t seed, const std::string &examples);
+// The same for the same seed. The examples in that folder are the first, as they stand. With
+// sessions PPPoE is what it is on a router, for a kernel that has it: carried by another
+// interface's frames; and most routers dial, and let hosts dial through them.
+Situation situation(uint64_t seed, const std::string &examples, bool sessions = false);
 
 }  // namespace judge
 

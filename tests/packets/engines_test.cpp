@@ -24,9 +24,9 @@ using Commands = std::vector<std::string>;
 Router routerOf(const Commands &commands) {
   Network network;
   network.bridges = {"br0"};
-  network.add({"eth2.2", 0x000c43000002, {{0xcb007101, 24}}, {}, true});  // 203.0.113.1
-  network.add({"ppp0", 0, {{0xc6336402, 32}}, {}, true});                 // 198.51.100.2
-  network.add({"br0", 0x000c43000001, {{0xc0a80101, 24}}, {}, true});     // 192.168.1.1
+  network.add({"eth2.2", 0x000c43000002, {{0xcb007101, 24}}, {}, true});   // 203.0.113.1
+  network.add({"ppp0", 0, {{0xc6336402, 32}}, {}, true, 1492, "eth2.2"});  // 198.51.100.2
+  network.add({"br0", 0x000c43000001, {{0xc0a80101, 24}}, {}, true});      // 192.168.1.1
   network.add({"eth2.1", 0x000c43000001, {}, "br0", true});
   network.add({"ra0", 0x000c43000003, {}, "br0", true});
   Router router(network);
@@ -43,6 +43,7 @@ class RandomRouter {
   Commands commands() {
     commands_ = {"iptables -t nat -N LAN_NAT_CHAIN",
                  "iptables -t nat -A POSTROUTING -j LAN_NAT_CHAIN", "nat.sh"};
+    if (chance(4)) add("brctl addif br0 eth2.2");
     if (!chance(8)) add("ip route add default via 203.0.113.254 dev eth2.2");
     if (chance(2)) {
       add("ip route add default via 198.51.100.1 dev ppp0 table pf_2");
@@ -268,6 +269,35 @@ std::string told(const Packet &packet) {
   for (FieldId field = 0; field < kFields + 9; field++)
     text << field << "=" << packet[field] << " ";
   return text.str();
+}
+
+// As a booted router's kernel has it: a port's frames are the bridge's, but for what broute drops;
+// and that is the router's own only where the frame is for the port.
+TEST(Broute, HandsFramesToTheRouterPastTheBridge) {
+  const std::string in = "brctl addif br0 eth2.2", out = "ebtables -t broute -A BROUTING -p ";
+  constexpr uint64_t kPort = 1, kSession = 2, kOwn = 0x000c43000002, kBridge = 0x000c43000001;
+  const struct {
+    Commands commands;
+    uint64_t interface, mac;
+    Verdict verdict;
+  } cases[] = {
+      {{}, kSession, 0, Verdict::kDelivered},
+      {{in}, kSession, 0, Verdict::kNobody},
+      {{in, out + "0x8863 -j DROP"}, kSession, 0, Verdict::kNobody},
+      {{in, out + "0x8864 -j DROP"}, kSession, 0, Verdict::kDelivered},
+      {{in, "ebtables -A INPUT -j DROP"}, kPort, kBridge, Verdict::kDropped},
+      {{in, "ebtables -A INPUT -j DROP", out + "0x0800 -j DROP"}, kPort, kBridge, Verdict::kNobody},
+      {{in, "ebtables -A INPUT -j DROP", out + "0x0800 -j DROP"}, kPort, kOwn, Verdict::kDelivered},
+  };
+  for (const auto &[commands, interface, mac, verdict] : cases) {
+    Packet packet;
+    packet[kBridgePort] = packet[kIn] = interface;
+    packet[kSource] = 0x08080808;
+    packet[kDestination] = 0xcb007101;
+    packet[kDestinationMac] = mac;
+    EXPECT_EQ(walk(routerOf(commands), packet).verdict, verdict)
+        << testing::PrintToString(commands) << ' ' << mac;
+  }
 }
 
 TEST(Engines, AgreeOnRandomRouters) {

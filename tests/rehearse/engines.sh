@@ -2,11 +2,14 @@
 # A rehearsal in parts: by GNU parallel over ssh on two hosts, which are namespaces here, and as
 # a Slurm array on this machine. A worker is killed half way. The merged reports are those of one
 # process, to the byte.
-#   engines.sh ORBA SOURCES COUNT
+#   engines.sh ORBA SOURCES COUNT|FLEET [BEFORE]
+# COUNT configurations are made, or those of the archive FLEET are taken. Two defaults are rehearsed;
+# with BEFORE, the path of another orba, that one and ORBA.
 # Ends with 77, and says why, where root, sshd, parallel or Slurm are missing.
 set -euo pipefail
-orba=$(readlink -f "$1") sources=$(readlink -f "$2") count=${3:-1000}
+orba=$(readlink -f "$1") sources=$(readlink -f "$2") fleet=${3:-1000} sides=(this this)
 shards=4 change=(--set SPIFWEnabled=1 --default BlockLAND=1)
+[ $# -lt 4 ] || { sides=("$(readlink -f "$4")" this) change=(); }
 
 skip() {
   echo "rehearse/engines: $*"
@@ -37,11 +40,17 @@ same() {  # the report of one process, and another
   diff -rq --exclude=state.json --exclude=lists "$work/one" "$1" || { echo "$1 is another report"; exit 1; }
 }
 
-"$sources/bench/fleet.py" "$count" "$work/fleet.tar.zst"
+if [ -f "$fleet" ]; then
+  cp "$fleet" "$work/fleet.tar.zst"
+else
+  "$sources/bench/fleet.py" "$fleet" "$work/fleet.tar.zst"
+fi
 cd "$work"
+say "the fleet is there"
 code=0
-"$orba" rehearse this this fleet.tar.zst "${change[@]}" --out one --jobs 2 >one.log || code=$?
-[ "$code" = 1 ] || { cat one.log; exit 1; }
+"$orba" rehearse "${sides[@]}" fleet.tar.zst "${change[@]}" --out one --jobs 2 >one.log || code=$?
+[ "$code" -le 1 ] || { cat one.log; exit 1; }
+changes=$code
 say "one process: $(sed -n 3p one/report.txt)"
 
 # ---- two hosts, which see the same folder ----
@@ -75,13 +84,13 @@ cat >part <<PART
 #!/bin/sh
 cd "$work"
 if [ "\$1" = 2 ] && mkdir once 2>/dev/null; then
-  "$orba" rehearse this this fleet.tar.zst ${change[*]} --shard \$1/$shards --jobs 1 --out "ssh/\$1" &
+  "$orba" rehearse ${sides[*]} fleet.tar.zst ${change[*]} --shard \$1/$shards --jobs 1 --out "ssh/\$1" &
   while [ ! -e "ssh/\$1/state.json" ]; do sleep 0.05; done
   kill -9 \$!
   exit 1
 fi
 ip -br addr show eth0 >"ssh.\$1.host"
-exec "$orba" rehearse this this fleet.tar.zst ${change[*]} --shard \$1/$shards --jobs 1 --out "ssh/\$1"
+exec "$orba" rehearse ${sides[*]} fleet.tar.zst ${change[*]} --shard \$1/$shards --jobs 1 --out "ssh/\$1"
 PART
 chmod +x part
 mkdir ssh
@@ -90,8 +99,8 @@ parallel --will-cite --ssh "$ssh" --sshlogin 1/10.213.0.2,1/10.213.0.3 --retries
 [ -d once ] || { echo "no part was killed"; exit 1; }
 [ "$(cat ssh.*.host | sort -u | wc -l)" = 2 ] || { echo "one host did it all"; exit 1; }
 code=0
-"$orba" rehearse merge this this ssh/* "${change[@]}" --out ssh-report >/dev/null || code=$?
-[ "$code" = 1 ] || exit 1
+"$orba" rehearse merge "${sides[@]}" ssh/* "${change[@]}" --out ssh-report >/dev/null || code=$?
+[ "$code" = "$changes" ] || exit 1
 same ssh-report
 say "GNU parallel over ssh: the same report"
 
@@ -141,13 +150,13 @@ cat >array <<ARRAY
 #SBATCH --array=1-$shards --requeue --output=$work/slurm/part-%a.log
 cd "$work"
 if [ "\$SLURM_ARRAY_TASK_ID" = 3 ] && mkdir once-more 2>/dev/null; then
-  "$orba" rehearse this this fleet.tar.zst ${change[*]} --shard 3/$shards --jobs 1 --out slurm-parts/3 &
+  "$orba" rehearse ${sides[*]} fleet.tar.zst ${change[*]} --shard 3/$shards --jobs 1 --out slurm-parts/3 &
   while [ ! -e slurm-parts/3/state.json ]; do sleep 0.05; done
   kill -9 \$!
   scontrol requeue "\$SLURM_JOB_ID"
   exit 1
 fi
-exec "$orba" rehearse this this fleet.tar.zst ${change[*]} --shard "\$SLURM_ARRAY_TASK_ID/$shards" --jobs 1 \
+exec "$orba" rehearse ${sides[*]} fleet.tar.zst ${change[*]} --shard "\$SLURM_ARRAY_TASK_ID/$shards" --jobs 1 \
   --out "slurm-parts/\$SLURM_ARRAY_TASK_ID"
 ARRAY
 mkdir slurm-parts
@@ -155,7 +164,7 @@ sbatch array >sbatch.log
 for _ in $(seq 1200); do [ -z "$(squeue -h)" ] && break; sleep 0.5; done
 [ -z "$(squeue -h)" ] && [ -d once-more ] || { squeue; tail -n 20 slurm/*.log; exit 1; }
 code=0
-"$orba" rehearse merge this this slurm-parts/* "${change[@]}" --out slurm-report >/dev/null || code=$?
-[ "$code" = 1 ] || { tail -n 5 slurm/part-*.log; exit 1; }
+"$orba" rehearse merge "${sides[@]}" slurm-parts/* "${change[@]}" --out slurm-report >/dev/null || code=$?
+[ "$code" = "$changes" ] || { tail -n 5 slurm/part-*.log; exit 1; }
 same slurm-report
 say "a Slurm array: the same report"

@@ -20,7 +20,7 @@ NOT_RUN = {
     r"cmake --preset firmware |cmake --build --preset firmware |cmake --install build/firmware ":
         "takes a firmware's toolchain; the test library/firmware has one",
     r"apt install ": "changes this machine; tests/package/install.sh does it on a bare one",
-    r"build/release/tools/orba/orba lab \w+ --machine": "takes an emulated router; the test machine boots one",
+    r"(build/release/tools/orba/)?orba (lab|apply) .*--machine": "takes an emulated router; the test machine boots one",
     r"orba rehearse (BEFORE |merge \./|\./)": "takes an older orba, and hosts; ./dev soak rehearses with them",
     r"orba serve ": "goes on until it is interrupted; the test serve starts it",
 }

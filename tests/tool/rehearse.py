@@ -72,6 +72,13 @@ with tempfile.TemporaryDirectory() as folder, contextlib.chdir(folder):
     # One process, several, other orders, shards, an interruption, a killed worker: the same report.
     subprocess.run([sources + "/bench/fleet.py", "90", "fleet"], check=True)
     paths = sorted(glob.glob("fleet/*"))
+
+    # Each as if nothing had been before it: in the crowd, alone, and of one each call alone.
+    asked = [{"id": path, "config": open(path, encoding="latin-1").read(), "digests": True} for path in paths[:40]]
+    alone = [batch(each)[0] for each in asked]
+    check(batch(*asked, *reversed(asked)) == alone + alone[::-1], "what was before a configuration changes its answers")
+    runs = alone[0]["runs"]
+    check([batch(asked[0] | {"entries": [each["entry"]]})[0]["runs"][0] for each in runs] == runs, "a call changes the next one's answer")
     change = ("--set", "SPIFWEnabled=1", "--default", "BlockLAND=1")
     text = run("rehearse", "this", "this", "fleet", *change, "--out", "one", "--jobs", "1", code=1).stdout.decode()
     wanted = reports("one")

@@ -88,10 +88,14 @@ TEST(Recording, LeavesNothingBehindForTheNextOne) {
   auto first = runOf("SIPALGEnable=1\n"), second = runOf("SIPALGEnable=1\n");
   EXPECT_THAT(first.commands, testing::Not(testing::IsEmpty()));
   EXPECT_TRUE(differenceOf(first, second).none());
-  auto others = lookAtRuns(
-      9, [&](size_t) { return first.config; }, first, setUpDeskDevice,
-      [&](size_t, const auto &commands) {
-        return std::vector<size_t>{commands == first.commands};
+  auto others = lookAtCalls(
+      9,
+      [&](size_t) {
+        return CallToMake{first.config, first.entry, {}};
+      },
+      setUpDeskDevice,
+      [&](size_t, const sim::Device &device) {
+        return std::vector<size_t>{device.commands() == first.commands};
       });
   EXPECT_THAT(others, testing::AllOf(testing::SizeIs(9), testing::Each(ElementsAre(1))));
 }

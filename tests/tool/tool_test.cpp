@@ -222,6 +222,39 @@ TEST(Check, NamesHostsThatAreNotInTheLan) {
                                  "DMZAddress: \"192.168.2.9\"" + outside));
 }
 
+TEST(Check, NamesWhereNoRouteCanLead) {
+  sim::Device device;
+  device.interface("br0").address("192.168.1.1").netmask("255.255.255.0");
+  device.settings(
+      {{"OperationMode", "1"},
+       {"RoutingRules", "10.1.0.0,255.255.0.0,10.9.9.9,LAN,br0,,;10.2.0.0,255.255.0.0,,LAN,br7,,"},
+       {"StaticRoutingRules",
+        "1,a,10.3.0.0,255.255.0.0,10.9.9.9,br0;1,b,10.4.0.0,255.255.0.0,10.9.9.9,2;"
+        "1,c,10.5.0.0,255.255.0.0,10.9.9.9,1;1,d,10.6.0.0,255.255.0.0,,br0"},
+       {"PolicyRoutingRules", ",,0,,6,WAN2,,a;,,0,,6,LAN,br0,b;,,0,,6,WAN,eth2.2,c"},
+       {"DMZEnable", "1"},
+       {"DMZAddress", ""}});
+  const std::string lan = "\"10.9.9.9\" is not in the LAN, 192.168.1.0/24 here; ",
+                    refused = "it makes a command that is refused",
+                    no_route = "it makes a route that is refused";
+  std::vector<std::string> found;
+  for (const Finding &each : doubtsAboutRecords()) found.push_back(each.line());
+  EXPECT_THAT(
+      found,
+      ElementsAre(
+          "DMZAddress: \"\" is no host, and DMZEnable is 1; it leaves the DMZ without one",
+          "RoutingRules, record 1, field 3 (gateway): " + lan + refused,
+          "RoutingRules, record 2, field 5 (interface): \"br7\" is the interface neither of the "
+          "LAN nor of a WAN; it makes a route only where the device has another of this name",
+          "StaticRoutingRules, record 1, field 5 (gateway): " + lan + refused,
+          "StaticRoutingRules, record 2, field 6 (side): \"2\" is a WAN that has no interface; " +
+              refused,
+          "PolicyRoutingRules, record 1, field 6 (side): \"WAN2\" is a WAN that has no interface; " +
+              no_route,
+          "PolicyRoutingRules, record 2, field 6 (side): \"LAN\" is no WAN, and means the LAN; " +
+              no_route));
+}
+
 TEST(Check, FindsNoFormBroken) {
   for (const char *name : {"gateway.conf", "minimal.conf", "repeater.conf"}) {
     sim::Device device;

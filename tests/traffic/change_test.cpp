@@ -125,6 +125,27 @@ TEST(TrafficChange, IsNoneWhereOnlyCommandsDiffer) {
   EXPECT_THAT(changesOf(before, gateway({{"IPPortFilterRules", mail}})), Not(IsEmpty()));
 }
 
+// What leaves by the same interface to another gateway, or is larger, is not the same traffic.
+TEST(TrafficChange, SaysWhatItDoesNotCompare) {
+  const auto differ = [](const Settings &one, const Settings &other) {
+    return trafficChanges(gateway(one), gateway(other), setUpDeskDevice).not_compared;
+  };
+  const auto route = [](const char *gateway) {
+    return Settings{
+        {"RoutingRules", std::string("10.9.0.0,255.255.0.0,") + gateway + ",LAN,br0,,"}};
+  };
+  EXPECT_THAT(differ(route("192.168.1.254"), route("192.168.1.253")),
+              ElementsAre("what another gateway does: to 10.9.0.0/16 by 192.168.1.253, before by "
+                          "192.168.1.254"));
+  const Settings ppp = {{"wanConnectionMode", "PPPOE"}, {"wan_MTU_manaul", "1"}};
+  Settings larger = ppp, smaller = ppp;
+  larger.emplace_back("wan_MTU", "1492");
+  smaller.emplace_back("wan_MTU", "1400");
+  EXPECT_THAT(differ(larger, smaller),
+              ElementsAre("how large the segments of TCP connections get: rules of TCPMSS"));
+  EXPECT_THAT(differ(larger, larger), IsEmpty());
+}
+
 // A drop rule then looks at all packets, not at those alone that begin a connection.
 TEST(TrafficChange, OfInspectionIsOneOfConnectionsThatAreThere) {
   const DeskRouter before = gateway({}), after = gateway({{"SPIFWEnabled", "0"}});

@@ -106,7 +106,8 @@ TEST(Peculiarities, AreFoundInConfigurationsThatHaveTheTrouble) {
        {"PortForwardEnable=0 PortForwardRules=192.168.1.10,443,0,TCP", "PortForwardRules="}},
       {"SinglePortForwardEnable",
        {"SinglePortForwardEnable=1 SinglePortForwardRules=web,8090,0,1", "DMZEnable=2"}},
-      {"DMZAvoidTCPPort80", {"DMZAvoidTCPPort80=1 DMZEnable=1", "DMZAvoidTCPPort80=0"}},
+      {"DMZAvoidTCPPort80",
+       {"DMZAvoidTCPPort80=1 DMZEnable=1 DMZAddress=192.168.1.50", "DMZAddress="}},
   };
   size_t troubles = 0;
   for (const Peculiarity &each : peculiarities()) {

@@ -11,6 +11,7 @@
 #include "tools/device/config.h"
 #include "tools/device/desk_device.h"
 #include "tools/traffic/expect.h"
+#include "tools/traffic/inquiry.h"
 #include "tools/traffic/packet_words.h"
 #include "tools/traffic/ports.h"
 #include "tools/traffic/trace.h"
@@ -31,16 +32,8 @@ std::string example(const std::string &name) {
 }
 
 // A router and what is asked of it.
-struct Asked {
-  explicit Asked(const std::vector<nvram::Setting> &config)
-      : desk(deskRouter(config, setUpDeskDevice)),
-        ways(desk, diagrams),
-        blame(desk, setUpDeskDevice) {}
-
-  DeskRouter desk;
-  Diagrams diagrams;
-  SideWays ways;
-  orba::tool::Blame blame;
+struct Asked : Inquiry {
+  explicit Asked(const std::vector<nvram::Setting> &config) : Inquiry(config, setUpDeskDevice) {}
 };
 
 // A gateway whose web server listens elsewhere than its mode's rules guard.
@@ -228,6 +221,8 @@ TEST(Expectations, HoldForAllPacketsOrFailWithOne) {
       {"lan 10.0.0.1 cannot reach wan", "no host of lan"},
       {"wan 192.168.1.5 can reach router tcp/22", "only a neighbour on the wire of wan"},
       {"wan 192.168.1.5 cannot reach router tcp/22", "sshMode=2"},
+      // It gets there, but not from a host that "can" speaks of.
+      {"wan can reach 224.0.0.1 igmp", "but only a neighbour on the wire of wan can send it"},
       // A limit that may be reached.
       {"wan can reach router icmp", nullptr},
       {"lan can reach wan icmp", "--limit"},
@@ -250,6 +245,28 @@ TEST(Expectations, HoldForAllPacketsOrFailWithOne) {
                      way.verdict == Verdict::kBridged;
     EXPECT_TRUE(got != read[0].can || way.verdict == Verdict::kDelivered) << text;
   }
+}
+
+// The DMZ takes away what comes by the link, and no packet that comes past it.
+TEST(Expectations, SpeakOfTheEthernetBelowALink) {
+  const std::map<std::string, std::string> others = {{"wanConnectionMode", "PPPOE"},
+                                                     {"wanAddressType", "PPPOE"},
+                                                     {"DMZEnable", "1"},
+                                                     {"DefaultFirewallPolicy", "0"},
+                                                     {"aclMode", "0"},
+                                                     {"sshMode", "2"}};
+  std::vector<nvram::Setting> config = readConfig(example("gateway.conf"));
+  for (nvram::Setting &each : config) {
+    const auto other = others.find(each.key);
+    if (other != others.end()) each.value = other->second;
+  }
+  Asked asked(config);
+  Expectation no_login = {.from = "wan", .to = kRouter};
+  no_login.what = {{{kProtocol, IntervalSet::one(kTcp)}, {kDestinationPort, IntervalSet::one(22)}}};
+  const Judgement judgement = judge(no_login, asked.ways, asked.blame);
+  EXPECT_FALSE(judgement.holds);
+  EXPECT_FALSE(holds(no_login, asked.ways));
+  EXPECT_THAT(judgement.why, HasSubstr("sshMode=2; it comes from wan-wire"));
 }
 
 // Of random routers: what fails is broken by its witness, and nothing breaks a "cannot" that holds.

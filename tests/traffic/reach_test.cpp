@@ -121,6 +121,10 @@ TEST(Reach, NamesWhatNoPacketReachesAndWhatStandsBefore) {
        "PortForwardRules, record 2: does not get all its packets; it comes behind record 1 of "
        "PortForwardRules (UDP 80-90 to 192.168.1.10), where all its udp packets go, such as udp "
        "from 198.51.100.100:40000 to 203.0.113.2:80"},
+      // What is translated to the router itself does not get to a host.
+      {{"PortForwardRules=192.168.1.1,80,0,TCP"},
+       "PortForwardRules, record 1: forwards nothing; it sends its packets to an address of the "
+       "router itself, such as tcp from 198.51.100.100:40000 to 192.168.1.1:80 (SYN)"},
       // Routes: a smaller network has its own, an equal one does not.
       {{"StaticRoutingRules=1,a,10.8.0.0,255.255.0.0,192.168.1.7,br0;"
         "1,b,10.8.4.0,255.255.255.0,192.168.1.8,br0"},
@@ -157,12 +161,18 @@ TEST(Reach, NamesWhatNoPacketReachesAndWhatStandsBefore) {
            "asks for a range whose end is in front of its beginning"},
       {{"DefaultFirewallPolicy=0"},
        "DefaultFirewallPolicy: lets the Internet reach ports of the router that no setting opens; "
+       "it leaves open tcp 0-20, 24-79, 81-442, 444-6880, 6890-7546, 7548-65535; udp 0-68, 70-160, "
+       "162-6880, 6890-51819, 51821-65535, such as tcp from 198.51.100.100:40000 to 203.0.113.2:8080 (SYN)"},
+      // What one WAN sends on, another leaves to the router.
+      {{"DefaultFirewallPolicy=0", "PortForwardRules=192.168.1.10,1,65535,TCP&UDP",
+        "wanConnectionMode2=DHCP", "wan2Vid=20"},
+       "DefaultFirewallPolicy: lets the Internet reach ports of the router that no setting opens; "
        "it leaves open tcp 0-20, 24-79, 81-7546, 7548-65535; udp 0-68, 70-160, 162-65535, such as "
-       "tcp from 198.51.100.100:40000 to 203.0.113.2:8080 (SYN)"},
+       "tcp from 198.51.100.100:40000 to 203.0.113.2:0 (SYN)"},
       {{"DefaultFirewallPolicy"},
        "DefaultFirewallPolicy: is missing, which counts as 0, and lets the Internet reach ports of "
-       "the router that no setting opens; it leaves open tcp 0-20, 24-79, 81-7546, 7548-65535; udp "
-       "0-68, 70-160, 162-65535, such as tcp from 198.51.100.100:40000 to 203.0.113.2:8080 (SYN)"},
+       "the router that no setting opens; it leaves open tcp 0-20, 24-79, 81-442, 444-6880, 6890-7546, "
+       "7548-65535; udp 0-68, 70-160, 162-6880, 6890-51819, 51821-65535, such as tcp from 198.51.100.100:40000 to 203.0.113.2:8080 (SYN)"},
   };
   for (const auto &[changes, found] : cases) {
     SCOPED_TRACE(testing::PrintToString(changes));

@@ -128,6 +128,13 @@ TEST(Trace, EndsWithOneSentence) {
       {"wan 198.51.100.1 router tcp/1 --flags FIN,URG,PSH",
        "dropped by rule 5 of malicious_input_filter, because of BlockPortScan=1"},
       {"lan 192.168.1.30 10.8.4.4 udp/1", "forwarded out of br0: " + passes},
+      // The host would answer by its own address, and nobody waits for that.
+      {"lan 192.168.1.30 203.0.113.2 tcp/443",
+       "forwarded out of br0 to 192.168.1.10:443, translated by record 1 of PortForwardRules (TCP "
+       "443 to 192.168.1.10): " +
+           passes +
+           "; but its answer goes past the router, from 192.168.1.10 straight to 192.168.1.30, "
+           "which asked 203.0.113.2"},
       {"lan 192.168.1.30 10.9.4.4 udp/1",
        "forwarded out of eth2.2 as 203.0.113.2:40000: " + passes},
       {"router router 198.51.100.1 udp/53",
@@ -300,7 +307,7 @@ TEST(Trace, SaysWhatToType) {
        "--state: no connection begins with such a packet; leave the state out, or type "
        "established, related or invalid"},
       {"lan 1.1.1.1 router tcp/1 --mac 1",
-       "--mac: '1' is no MAC address; type one such as 02:00:00:00:00:01"},
+       "--mac: '1' is no MAC address of a station; type one such as 02:00:00:00:00:01"},
       {"lan 1.1.1.1 router 47 --source-port 1", "--source-port: only tcp and udp have ports"},
       {"lan 1.1.1.1 router icmp --length 19", "--length: '19' is no number from 20 to 65535"},
   };

@@ -19,6 +19,7 @@
 #include "tools/show/explain.h"
 #include "tools/text/json.h"
 #include "tools/text/lines.h"
+#include "tools/traffic/inquiry.h"
 #include "tools/traffic/reach.h"
 
 namespace orba::tool {
@@ -67,11 +68,8 @@ std::vector<Finding> findingsIn(const std::vector<nvram::Setting> &config, const
   for (Finding &finding : checkSettings(device)) findings.push_back(std::move(finding));
   std::set<std::pair<std::string, int>> told;
   for (const Finding &finding : findings) told.insert({finding.key, finding.record});
-  const DeskRouter desk = deskRouter(config, prepare);
-  packets::Diagrams diagrams;
-  SideWays ways(desk, diagrams);
-  Blame blame(desk, prepare);
-  for (Finding &finding : checkTraffic(ways, blame)) {
+  Inquiry asked(config, prepare);
+  for (Finding &finding : checkTraffic(asked.ways, asked.blame)) {
     if (!told.contains({finding.key, finding.record})) findings.push_back(std::move(finding));
   }
   return findings;

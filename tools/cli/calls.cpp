@@ -2,7 +2,6 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
-#include <chrono>
 #include <iostream>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -213,15 +212,10 @@ Exit diffMeanwhile(const DiffOptions &options) {
   const DeskRouter before = deskRouter(readConfig(options.before), prepare);
   const Recording rebuild =
       record(readConfig(options.after), options.entryOrFirewall(), options.words, prepare);
-  const auto begun = std::chrono::steady_clock::now();
-  bool shown = false;
-  const Meanwhile meanwhile = meanwhileOf(before, rebuild, [&](size_t done, size_t all) {
-    const bool long_since = std::chrono::steady_clock::now() - begun > std::chrono::seconds(1);
-    if (!long_since || isatty(STDERR_FILENO) == 0) return;
-    std::cerr << "\r" << done << " of " << all << " states" << std::flush;
-    shown = true;
-  });
-  if (shown) std::cerr << "\r\033[K" << std::flush;
+  const Meanwhile meanwhile = [&] {
+    ProgressLine progress("states");
+    return meanwhileOf(before, rebuild, [&](size_t done, size_t all) { progress.show(done, all); });
+  }();
   if (options.json) {
     printJson(std::cout, meanwhileAsJson(meanwhile, before));
   } else {

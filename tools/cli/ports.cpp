@@ -11,7 +11,9 @@
 #include "tools/cli/subcommands.h"
 #include "tools/device/config.h"
 #include "tools/text/json.h"
+#include "tools/text/progress.h"
 #include "tools/traffic/expect.h"
+#include "tools/traffic/inquiry.h"
 #include "tools/traffic/ports.h"
 
 namespace orba::tool {
@@ -28,15 +30,12 @@ struct PortsOptions : DeviceOptions {
 Exit ports(const PortsOptions &options) {
   options.confineToLab();
   const Prepare prepare = [&](sim::Device &made) { options.prepare(made); };
-  const DeskRouter desk = deskRouter(readConfig(options.config), prepare);
-  packets::Diagrams diagrams;
-  SideWays ways(desk, diagrams);
-  Blame blame(desk, prepare);
-  const Ports found = portsOf(ways, blame, options.question);
+  Inquiry asked(readConfig(options.config), prepare);
+  const Ports found = portsOf(asked.ways, asked.blame, options.question);
   if (options.json) {
-    printJson(std::cout, portsAsJson(found, desk));
+    printJson(std::cout, portsAsJson(found, asked.desk));
   } else {
-    printPorts(std::cout, found, desk, options.witnesses, isatty(STDOUT_FILENO) != 0);
+    printPorts(std::cout, found, asked.desk, options.witnesses, isatty(STDOUT_FILENO) != 0);
   }
   return found.leaks.empty() ? kDone : kFound;
 }
@@ -51,21 +50,23 @@ struct ExpectOptions : DeviceOptions {
 Exit expect(const ExpectOptions &options) {
   options.confineToLab();
   const Prepare prepare = [&](sim::Device &made) { options.prepare(made); };
-  const DeskRouter desk = deskRouter(readConfig(options.config), prepare);
-  packets::Diagrams diagrams;
-  SideWays ways(desk, diagrams);
-  Blame blame(desk, prepare);
+  Inquiry asked(readConfig(options.config), prepare);
   std::vector<Expectation> all;
   for (const std::string &file : options.files) {
-    for (Expectation &each : readExpectations(file, desk)) all.push_back(std::move(each));
+    for (Expectation &each : readExpectations(file, asked.desk)) all.push_back(std::move(each));
   }
   Expected expected;
-  for (const Expectation &each : all) expected.judgements.push_back(judge(each, ways, blame));
-  if (options.coverage) expected.coverage = coverageOf(all, ways);
+  for (const Expectation &each : all)
+    expected.judgements.push_back(judge(each, asked.ways, asked.blame));
+  if (options.coverage) {
+    ProgressLine progress("rules");
+    expected.coverage = coverageOf(
+        all, asked.ways, [&](size_t done, size_t of_all) { progress.show(done, of_all); });
+  }
   if (options.json) {
-    printJson(std::cout, expectedAsJson(all, expected, desk, blame));
+    printJson(std::cout, expectedAsJson(all, expected, asked.desk, asked.blame));
   } else {
-    printExpected(std::cout, all, expected, desk, blame);
+    printExpected(std::cout, all, expected, asked.desk, asked.blame);
   }
   const bool held = std::all_of(expected.judgements.begin(), expected.judgements.end(),
                                 [](const Judgement &each) { return each.holds; });

@@ -12,10 +12,11 @@ namespace {
 using Words = std::vector<std::string>;
 
 // A setting that the caller names is not the entry point's own.
-bool readsOneOf(const Recording &run, const std::vector<ChangedSetting> &changed) {
+bool readsOneOf(const sim::Device &device, const Words &words,
+                const std::vector<ChangedSetting> &changed) {
   return std::any_of(changed.begin(), changed.end(), [&](const ChangedSetting &each) {
-    const bool named = std::find(run.words.begin(), run.words.end(), each.key) != run.words.end();
-    return !named && run.asked.count({each.space, each.key}) != 0;
+    const bool named = std::find(words.begin(), words.end(), each.key) != words.end();
+    return !named && device.asked().contains({each.space, each.key});
   });
 }
 
@@ -45,22 +46,23 @@ std::string Effect::call() const {
 std::vector<Effect> effectsOf(const std::vector<ChangedSetting> &changed,
                               const std::vector<nvram::Setting> &before,
                               const std::vector<nvram::Setting> &after, const Prepare &prepare) {
-  std::vector<Effect> effects;
-  const auto add = [&](const EntryPoint &entry, const Words &words) {
-    const Recording was = record(before, entry.name, words, prepare);
-    // What asks for none of them does the same.
-    if (!readsOneOf(was, changed)) return;
-    Difference difference = differenceOf(was, record(after, entry.name, words, prepare));
-    if (!difference.none()) effects.push_back({entry.name, words, std::move(difference)});
-  };
+  std::vector<CallToMake> calls;
   for (const EntryPoint &entry : entryPoints()) {
-    for (const Words &words : sampleCalls(entry)) {
-      try {
-        add(entry, words);
-      } catch (const BadArgument &) {
-        // A sample of what the entry point refuses.
-      }
-    }
+    for (const Words &words : sampleCalls(entry)) calls.push_back({before, entry.name, words});
+  }
+  // What asks for none of them does the same.
+  const auto reads = lookAtCalls(
+      calls.size(), [&](size_t i) { return calls[i]; }, prepare,
+      [&](size_t i, const sim::Device &device) {
+        return std::vector<size_t>{readsOneOf(device, calls[i].words, changed)};
+      });
+  std::vector<Effect> effects;
+  for (size_t i = 0; i < calls.size(); i++) {
+    if (reads[i][0] == 0) continue;
+    const auto &[config, entry, words] = calls[i];
+    Difference difference =
+        differenceOf(record(before, entry, words, prepare), record(after, entry, words, prepare));
+    if (!difference.none()) effects.push_back({entry, words, std::move(difference)});
   }
   return effects;
 }

@@ -142,7 +142,7 @@ void Search::chooseSettings() {
 }
 
 void Search::make(Trials &trials) const {
-  auto configOf = [&](size_t i) {
+  auto callOf = [&](size_t i) {
     Config config = run_.config;
     const auto &[setting, value, marked, seen] = trials[i];
     if (value) {
@@ -150,10 +150,11 @@ void Search::make(Trials &trials) const {
     } else {
       config.erase(config.begin() + static_cast<long>(setting));
     }
-    return config;
+    return CallToMake{std::move(config), run_.entry, run_.words};
   };
-  auto looked = lookAtRuns(trials.size(), configOf, run_, prepare_,
-                           [&](size_t i, const Lines &lines) { return look(trials[i], lines); });
+  auto looked = lookAtCalls(
+      trials.size(), callOf, prepare_,
+      [&](size_t i, const sim::Device &device) { return look(trials[i], device.commands()); });
   for (size_t i = 0; i < trials.size(); i++) trials[i].seen = std::move(looked[i]);
 }
 

@@ -73,7 +73,6 @@ std::vector<uint8_t> receive(int descriptor) {
   }
 }
 
-
 // A call with these settings, on the device that `prepare` makes of them.
 struct Situation {
   const std::vector<nvram::Setting> &config;
@@ -264,19 +263,19 @@ std::vector<std::string> recordCommands(const std::vector<nvram::Setting> &confi
   return OwnProcess(entry, callOnce).record()["commands"];
 }
 
-std::vector<std::vector<size_t>> lookAtRuns(size_t count, const ConfigOf &configOf,
-                                            const Recording &like, const Prepare &prepare,
-                                            const Look &look) {
+std::vector<std::vector<size_t>> lookAtCalls(size_t count, const CallOf &callOf,
+                                             const Prepare &prepare, const Look &look) {
   const size_t together = std::max(std::thread::hardware_concurrency(), 1u);
   // One process for each that run beside each other, as long as the library can be made as new.
   auto callFrom = [&](size_t first) {
     return [&, first](json &record, const std::function<void()> &leave) {
       sim::LibraryState as_new;
       for (size_t i = first; i < count; i += together) {
+        const CallToMake made = callOf(i);
         call(
-            {configOf(i), like.entry, like.words, prepare},
+            {made.config, made.entry, made.words, prepare},
             [&](const sim::Device &device, const CallResult &) {
-              record["seen"].push_back(look(i, device.commands()));
+              record["seen"].push_back(look(i, device));
             },
             leave);
         if (!sim::LibraryState::known()) return;
@@ -284,21 +283,22 @@ std::vector<std::vector<size_t>> lookAtRuns(size_t count, const ConfigOf &config
       }
     };
   };
-  std::deque<OwnProcess> processes;
-  for (size_t i = 0; i < std::min(together, count); i++) {
-    processes.emplace_back(like.entry, callFrom(i));
-  }
   std::vector<std::vector<size_t>> seen(count);
-  for (size_t i = 0; i < processes.size(); i++) {
-    size_t run = i;
-    for (std::vector<std::vector<size_t>> some = processes[i].record()["seen"];;
-         some = OwnProcess(like.entry, callFrom(run)).record()["seen"]) {
-      for (std::vector<size_t> &one : some) {
-        seen[run] = std::move(one);
-        run += together;
-      }
-      if (run >= count) break;
+  // By the first call that is left of each.
+  std::deque<std::pair<size_t, OwnProcess>> processes;
+  const auto begin = [&](size_t first) {
+    processes.emplace_back(std::piecewise_construct, std::forward_as_tuple(first),
+                           std::forward_as_tuple(callOf(first).entry, callFrom(first)));
+  };
+  for (size_t i = 0; i < std::min(together, count); i++) begin(i);
+  for (; !processes.empty(); processes.pop_front()) {
+    auto &[next, process] = processes.front();
+    for (std::vector<size_t> &one :
+         process.record()["seen"].get<std::vector<std::vector<size_t>>>()) {
+      seen[next] = std::move(one);
+      next += together;
     }
+    if (next < count) begin(next);
   }
   return seen;
 }

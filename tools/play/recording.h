@@ -73,17 +73,22 @@ std::vector<std::string> recordCommands(const std::vector<nvram::Setting> &confi
                                         const std::vector<std::string> &words,
                                         const Prepare &prepare);
 
-// The settings of a run by its number, and what somebody who makes hundreds of runs wants to
-// know of the commands of one: as numbers, found in the process of the call.
-using ConfigOf = std::function<std::vector<nvram::Setting>(size_t run)>;
-using Look =
-    std::function<std::vector<size_t>(size_t run, const std::vector<std::string> &commands)>;
+// One of hundreds of calls.
+struct CallToMake {
+  std::vector<nvram::Setting> config;
+  std::string entry;
+  std::vector<std::string> words;
+};
 
-// Calls the entry point of a run with other settings, `count` times, as many calls beside each
-// other as there are processors, and gives what was seen of each. Throws as record() does.
-std::vector<std::vector<size_t>> lookAtRuns(size_t count, const ConfigOf &configOf,
-                                            const Recording &like, const Prepare &prepare,
-                                            const Look &look);
+// A call by its number, and what somebody who makes so many of them wants to know of the device
+// behind one: as numbers, found in the process of the call.
+using CallOf = std::function<CallToMake(size_t call)>;
+using Look = std::function<std::vector<size_t>(size_t call, const sim::Device &device)>;
+
+// Makes `count` calls, as many beside each other as there are processors, and gives what was seen
+// of each. Throws as record() does.
+std::vector<std::vector<size_t>> lookAtCalls(size_t count, const CallOf &callOf,
+                                             const Prepare &prepare, const Look &look);
 
 }  // namespace orba::tool
 

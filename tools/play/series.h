@@ -3,7 +3,9 @@
 #ifndef ORBA_TOOLS_PLAY_SERIES_H
 #define ORBA_TOOLS_PLAY_SERIES_H
 
+#include <list>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,10 +22,25 @@ class Series {
   // waits for ever does so to this process. Throws BadArgument.
   Recording record(const std::vector<nvram::Setting> &config, const EntryPoint &entry,
                    const std::vector<std::string> &words, long long ticks = 0);
+  // The same without what readEvents() fills, `missing` and `milliseconds`.
+  Recording outcome(const std::vector<nvram::Setting> &config, const EntryPoint &entry);
 
  private:
+  // A device as `prepare` has made it, and all that it asked for meanwhile, with what it found: it
+  // is the same for whoever has these settings.
+  struct Prepared {
+    std::unique_ptr<sim::Device> device;
+    std::vector<std::pair<std::pair<int, std::string>, std::optional<std::string>>> asked;
+  };
+  using Told = std::function<void(sim::Device &device, CallResult result)>;
+
+  void call(const std::vector<nvram::Setting> &config, const EntryPoint &entry,
+            const std::vector<std::string> &words, long long ticks, const Told &told);
+  Prepared deviceFor(const std::vector<nvram::Setting> &config);
+
   Prepare prepare_;
   sim::LibraryState as_new_;
+  std::list<Prepared> prepared_;  // the one that was used last first
 };
 
 }  // namespace orba::tool

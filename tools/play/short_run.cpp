@@ -108,16 +108,16 @@ ShortRun::ShortRun(const Recording &whole, const Prepare &prepare) : lines_(whol
     settings.push_back(i);
     marked.emplace_back(splitAt(setting.value, ';'), formOf(setting));
   }
-  const auto marks = lookAtRuns(
+  const auto marks = lookAtCalls(
       settings.size(),
       [&](size_t i) {
         std::vector<nvram::Setting> config = whole.config;
         config[settings[i]].value = marked[i].text();
-        return config;
+        return CallToMake{std::move(config), whole.entry, whole.words};
       },
-      whole, prepare,
-      [&](size_t i, const std::vector<std::string> &lines) {
-        return marksIn(lines, marked[i], whole.commands);
+      prepare,
+      [&](size_t i, const sim::Device &device) {
+        return marksIn(device.commands(), marked[i], whole.commands);
       });
   for (size_t i = 0; i < settings.size(); i++) shorten(settings[i], marks[i], whole, prepare);
   count(whole);
@@ -166,12 +166,7 @@ void ShortRun::shorten(size_t setting, const std::vector<size_t> &marks, const R
   for (size_t i = 0; i < lines.size(); i++) {
     if (!lines[i]) expected.push_back(whole.commands[i]);
   }
-  const auto same = lookAtRuns(
-      1, [&](size_t) { return config; }, whole, prepare,
-      [&](size_t, const std::vector<std::string> &commands) {
-        return std::vector<size_t>{commands == expected};
-      });
-  if (same[0][0] == 0) return;
+  if (recordCommands(config, whole.entry, whole.words, prepare) != expected) return;
   run_.config = std::move(config);
   lines_ = std::move(lines);
   lists_.push_back(std::move(list));

@@ -129,7 +129,7 @@ class Answers {
           const EntryPoint &entry = entryPointNamed(each.name);
           if (digests && each.words.empty() && ticks == 0) {
             entry.checkWords(each.words);
-            run["digest"] = calls_.digest(asked, entry);
+            run["digest"] = digestText(calls_.digest(asked, entry));
           } else {
             const Recording recording = calls_.record(settings, entry, each.words, ticks);
             if (!digests) run.update(planAsJson(recording, nullptr));

@@ -1,7 +1,6 @@
 #include "tools/rehearse/calls.h"
 
 #include <algorithm>
-#include <set>
 
 #include "orba_util.h"
 #include "tools/play/event_words.h"
@@ -12,6 +11,8 @@ namespace {
 
 // Of an entry point so many are remembered: by what they asked for, and of each by what they found.
 constexpr size_t kMostAlike = 64, kMostDigests = 1024;
+// Names of settings, and sets of them, that have numbers.
+constexpr size_t kMostNumbers = 20'000;
 
 class Digest {
  public:
@@ -28,15 +29,12 @@ class Digest {
   }
   void add(size_t number) { add(std::to_string(number)); }
 
-  std::string text() {
+  uint64_t number() {
     unsigned char digest[20];
     A_SHAFinal(&context_, digest);
-    std::string digits;
-    for (size_t i = 0; i < 8; i++) {
-      digits += "0123456789abcdef"[digest[i] >> 4];
-      digits += "0123456789abcdef"[digest[i] & 15];
-    }
-    return digits;
+    uint64_t number = 0;
+    for (size_t i = 0; i < 8; i++) number = number << 8 | digest[i];
+    return number;
   }
 
  private:
@@ -47,25 +45,6 @@ class Digest {
 
   A_SHA_CTX context_;
 };
-
-// A call on a device that has those settings alone which its entry point has been seen to ask for:
-// it is made sooner. When it asks for others, it is made again with those too.
-Recording recordWithAskedFor(Calls &calls, const std::vector<nvram::Setting> &settings,
-                             const EntryPoint &entry) {
-  using Names = std::set<std::pair<int, std::string>>;
-  static std::unordered_map<const EntryPoint *, Names> seen;
-  Names &names = seen[&entry];
-  for (bool all = names.empty();; all = false) {
-    std::vector<nvram::Setting> some;
-    for (const nvram::Setting &each : settings) {
-      if (!all && names.count({each.space, each.key}) != 0) some.push_back(each);
-    }
-    Recording run = calls.record(all ? settings : some, entry);
-    const size_t known = names.size();
-    for (const auto &[name, commands_before] : run.asked) names.insert(name);
-    if (all || names.size() == known) return run;
-  }
-}
 
 }  // namespace
 
@@ -83,6 +62,16 @@ const std::vector<const EntryPoint *> &wordlessEntryPoints() {
 }
 
 std::string digestOf(const Recording &run) {
+  return digestText(digestNumber(run));
+}
+
+std::string digestText(uint64_t digest) {
+  std::string digits;
+  for (int shift = 60; shift >= 0; shift -= 4) digits += "0123456789abcdef"[digest >> shift & 15];
+  return digits;
+}
+
+uint64_t digestNumber(const Recording &run) {
   Digest digest;
   digest.add(run.result.returned);
   digest.add(run.result.outputs.size());
@@ -97,7 +86,7 @@ std::string digestOf(const Recording &run) {
     digest.add(path);
     digest.add(content);
   }
-  return digest.text();
+  return digest.number();
 }
 
 size_t Calls::numberOf(int space, std::string_view key) {
@@ -107,61 +96,111 @@ size_t Calls::numberOf(int space, std::string_view key) {
   return names_++;
 }
 
-// As many as there are names now. Of two settings of a name the store keeps the later one.
-void Calls::readValues(Asked &asked) const {
+size_t Calls::numberOf(const Names &names) {
+  const auto [set, is_new] = set_numbers_.try_emplace(names, sets_.size());
+  if (is_new) sets_.push_back(&set->first);
+  return set->second;
+}
+
+// Of two settings of a name the store keeps the later one.
+void Calls::readNumbers(Asked &asked) const {
+  asked.names_.clear();
   asked.values_.assign(names_, 0);
+  if (asked.times_forgotten_ != times_forgotten_) asked.found_.clear();
+  asked.times_forgotten_ = times_forgotten_;
   for (const nvram::Setting &each : asked.settings_) {
     const Numbers &numbers = numbers_.at(static_cast<size_t>(each.space));
     const auto known = numbers.find(each.key);
+    asked.names_.push_back(known != numbers.end() ? known->second : SIZE_MAX);
     if (known != numbers.end()) {
       asked.values_[known->second] = std::hash<std::string_view>()(each.value) | 1;
     }
   }
 }
 
-uint64_t Calls::found(Asked &asked, const Names &names) const {
-  uint64_t all = 0x9e3779b97f4a7c15u;
-  for (size_t name : names) {
+void Calls::forgetTooMany() {
+  if (names_ < kMostNumbers && sets_.size() < kMostNumbers) return;
+  known_.clear();
+  sets_.clear();
+  set_numbers_.clear();
+  numbers_ = {};
+  names_ = 0;
+  times_forgotten_++;
+}
+
+uint64_t Calls::found(Asked &asked, size_t names) const {
+  if (asked.found_.size() <= names) asked.found_.resize(sets_.size());
+  uint64_t &all = asked.found_[names];
+  if (all != 0) return all;
+  all = 0x9e3779b97f4a7c15u;
+  for (size_t name : *sets_[names]) {
     all = (all ^ asked.values_[name]) * 0xff51afd7ed558ccdu;
     all ^= all >> 32;
   }
-  return all;
+  return all |= 1;
 }
 
-const std::string &Calls::digest(Asked &asked, const EntryPoint &entry) {
-  std::vector<Alike> &known = known_[&entry];
-  if (asked.values_.size() != names_) readValues(asked);
-  for (const Alike &each : known) {
+// On a device that has those settings alone which its entry point has been seen to ask for: it is
+// made sooner. When it asks for others, it is made again with those too.
+Recording Calls::makeCall(Asked &asked, const EntryPoint &entry, Known &known, Names &names) {
+  for (;;) {
+    std::vector<nvram::Setting> some;
+    for (size_t i = 0; i < asked.settings_.size(); i++) {
+      const size_t name = asked.names_[i];
+      if (name < known.asks.size() && known.asks[name]) some.push_back(asked.settings_[i]);
+    }
+    Recording run = series_.outcome(some, entry);
+    names.clear();
+    bool others = false;
+    for (const auto &[name, commands_before] : run.asked) {
+      const size_t number = numberOf(name.first, name.second);
+      names.push_back(number);
+      if (number >= known.asks.size()) known.asks.resize(number + 1);
+      others |= !known.asks[number];
+      known.asks[number] = true;
+    }
+    if (asked.values_.size() != names_) readNumbers(asked);
+    if (!others) return run;
+  }
+}
+
+uint64_t Calls::digest(Asked &asked, const EntryPoint &entry) {
+  forgetTooMany();
+  const bool numbered = asked.names_.size() == asked.settings_.size() &&
+                        asked.values_.size() == names_ &&
+                        asked.times_forgotten_ == times_forgotten_;
+  if (!numbered) readNumbers(asked);
+  Known &known = known_[&entry];
+  for (const Alike &each : known.alike) {
     const auto digest = each.digests.find(found(asked, each.names));
     if (digest != each.digests.end()) return digest->second;
   }
-  Recent &recent = recent_[next_recent_++ % recent_.size()];
-  recent = {&entry, "", recordWithAskedFor(*this, asked.settings_, entry)};
-  const Recording &run = recent.run;
-  recent.digest = digestOf(run);
   Names names;
-  for (const auto &[name, commands_before] : run.asked) {
-    names.push_back(numberOf(name.first, name.second));
-  }
-  if (asked.values_.size() != names_) readValues(asked);
-  auto alike = std::find_if(known.begin(), known.end(),
-                            [&](const Alike &each) { return each.names == names; });
-  if (alike == known.end()) {
-    if (known.size() >= kMostAlike) known.clear();
-    alike = known.insert(known.end(), Alike{std::move(names), {}});
+  Recent &recent = recent_[next_recent_++ % recent_.size()];
+  recent = {&entry, 0, makeCall(asked, entry, known, names)};
+  recent.digest = digestNumber(recent.run);
+  const size_t set = numberOf(names);
+  auto alike = std::find_if(known.alike.begin(), known.alike.end(),
+                            [&](const Alike &each) { return each.names == set; });
+  if (alike == known.alike.end()) {
+    if (known.alike.size() >= kMostAlike) known.alike.clear();
+    alike = known.alike.insert(known.alike.end(), Alike{set, {}});
   }
   if (alike->digests.size() >= kMostDigests) alike->digests.clear();
-  return alike->digests[found(asked, alike->names)] = recent.digest;
+  return alike->digests[found(asked, set)] = recent.digest;
 }
 
-const Recording &Calls::recording(Asked &asked, const EntryPoint &entry,
-                                  const std::string &digest) {
-  for (const Recent &each : recent_) {
-    if (each.entry == &entry && each.digest == digest) return each.run;
+const Recording &Calls::recording(Asked &asked, const EntryPoint &entry, uint64_t digest) {
+  auto recent = std::find_if(recent_.begin(), recent_.end(), [&](const Recent &each) {
+    return each.entry == &entry && each.digest == digest;
+  });
+  if (recent == recent_.end()) {
+    recent = recent_.begin() + static_cast<long>(next_recent_++ % recent_.size());
+    *recent = {&entry, digest, series_.outcome(asked.settings_, entry)};
   }
-  Recent &recent = recent_[next_recent_++ % recent_.size()];
-  recent = {&entry, digest, record(asked.settings_, entry)};
-  return recent.run;
+  if (!recent->read) readEvents(recent->run);
+  recent->read = true;
+  return recent->run;
 }
 
 }  // namespace orba::tool

@@ -9,6 +9,7 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -26,6 +27,9 @@ const std::vector<const EntryPoint *> &wordlessEntryPoints();
 // with its kind, the number of files and each with its path; numbers in decimal digits, and
 // behind each text and number a NUL. What it asked for and when it did things is no part of it.
 std::string digestOf(const Recording &run);
+// The same as a number, and the digits of one.
+uint64_t digestNumber(const Recording &run);
+std::string digestText(uint64_t digest);
 
 // A configuration as Calls sees it.
 class Asked {
@@ -36,7 +40,10 @@ class Asked {
  private:
   friend class Calls;
   const std::vector<nvram::Setting> &settings_;
-  std::vector<uint64_t> values_;  // by the numbers of their names
+  std::vector<size_t> names_;     // the numbers of the settings' names
+  std::vector<uint64_t> values_;  // by such numbers
+  std::vector<uint64_t> found_;   // by the numbers of sets of names; 0 where nobody has asked yet
+  size_t times_forgotten_ = 0;    // when it had those numbers
 };
 
 class Calls {
@@ -50,21 +57,26 @@ class Calls {
 
   // Of a call without words. It is not made when an earlier one of the entry point found the
   // same for all that it asked for: then it did the same.
-  const std::string &digest(Asked &asked, const EntryPoint &entry);
+  uint64_t digest(Asked &asked, const EntryPoint &entry);
   // The call of which digest() has given that digest; until the next call.
-  const Recording &recording(Asked &asked, const EntryPoint &entry, const std::string &digest);
+  const Recording &recording(Asked &asked, const EntryPoint &entry, uint64_t digest);
 
  private:
   struct Recent {
     const EntryPoint *entry = nullptr;
-    std::string digest;
+    uint64_t digest = 0;
     Recording run;
+    bool read = false;  // its events
   };
   using Names = std::vector<size_t>;
-  // Calls that asked for the same settings, by what they found.
+  // Calls that asked for the same set of settings: their digests, by what they found.
   struct Alike {
-    Names names;
-    std::unordered_map<uint64_t, std::string> digests;
+    size_t names;
+    std::unordered_map<uint64_t, uint64_t> digests;
+  };
+  struct Known {
+    std::vector<Alike> alike;
+    std::vector<bool> asks;  // by the number of a name: whether any call did
   };
   struct Hash {
     using is_transparent = void;
@@ -73,13 +85,19 @@ class Calls {
   using Numbers = std::unordered_map<std::string, size_t, Hash, std::equal_to<>>;
 
   size_t numberOf(int space, std::string_view key);
-  void readValues(Asked &asked) const;
-  uint64_t found(Asked &asked, const Names &names) const;
+  size_t numberOf(const Names &names);
+  void readNumbers(Asked &asked) const;
+  void forgetTooMany();
+  uint64_t found(Asked &asked, size_t names) const;
+  Recording makeCall(Asked &asked, const EntryPoint &entry, Known &known, Names &names);
 
   Series series_;
   std::array<Numbers, nvram::kLastSpace + 1> numbers_;  // of settings, by space
   size_t names_ = 0;
-  std::unordered_map<const EntryPoint *, std::vector<Alike>> known_;
+  std::map<Names, size_t> set_numbers_;
+  std::vector<const Names *> sets_;  // by their numbers
+  size_t times_forgotten_ = 0;       // all of that
+  std::unordered_map<const EntryPoint *, Known> known_;
   std::array<Recent, 2> recent_;  // one for each of two that are compared
   size_t next_recent_ = 0;
 };

@@ -1,6 +1,7 @@
 #include "tools/rehearse/comparison.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "tools/play/difference.h"
 #include "tools/rehearse/kinds.h"
@@ -34,15 +35,30 @@ bool died(const std::string &digest) {
   return digest.starts_with(kDied);
 }
 
+// Of a call of this program.
+struct Outcome {
+  uint64_t digest;
+  std::string death;  // "died: Aborted"; empty for none
+
+  std::string text() const { return death.empty() ? digestText(digest) : death; }
+};
+
 }  // namespace
 
 struct SidesCompared::Both {
   const Config &before;
   Config after;
   uint32_t part;
-  OwnWords words;
+  const Config &example;  // whose words are generalised
   Asked asked_before, asked_after;
   bool makes_router = false;  // of what makes a router something differs
+  std::optional<OwnWords> own_words = {};
+
+  // Most configurations have no change that needs them.
+  const OwnWords &words() {
+    if (!own_words) own_words.emplace(example);
+    return *own_words;
+  }
 };
 
 SidesCompared::SidesCompared(const TwoSides &sides, const Prepare &prepare)
@@ -81,26 +97,24 @@ static void addKinds(const std::string &entry, const std::string &before, const 
 
 void SidesCompared::compareOwn(Both &both, const Deaths &deaths, Place &place, Kinds &kinds) {
   uint32_t step = 0;
-  const auto digest = [&](Asked &asked, const EntryPoint &entry) {
-    const auto death = deaths.find({both.part, step});
-    if (death != deaths.end()) {
-      step++;
-      return kDied + death->second;
-    }
-    beginStep(place, both.part, step++);
-    return calls_.digest(asked, entry);
+  const auto outcome = [&](Asked &asked, const EntryPoint &entry) -> Outcome {
+    const std::pair at(both.part, step++);
+    const auto death = deaths.find(at);
+    if (death != deaths.end()) return {0, kDied + death->second};
+    beginStep(place, at.first, at.second);
+    return {calls_.digest(asked, entry), ""};
   };
   for (const EntryPoint *entry : entries_) {
-    const std::string before = digest(both.asked_before, *entry);
-    const std::string after = digest(both.asked_after, *entry);
-    if (before == after && !died(before)) continue;
+    const Outcome before = outcome(both.asked_before, *entry);
+    const Outcome after = outcome(both.asked_after, *entry);
+    if (before.digest == after.digest && before.death.empty() && after.death.empty()) continue;
     if (isOfStart(entry->name)) both.makes_router = true;
     const auto kindsOfRuns = [&] {
-      const Recording was = calls_.recording(both.asked_before, *entry, before);
-      const Recording &is = calls_.recording(both.asked_after, *entry, after);
-      return kindsOf(was, is, both.words);
+      const Recording was = calls_.recording(both.asked_before, *entry, before.digest);
+      const Recording &is = calls_.recording(both.asked_after, *entry, after.digest);
+      return kindsOf(was, is, both.words());
     };
-    addKinds(entry->name, before, after, kindsOfRuns, kinds);
+    addKinds(entry->name, before.text(), after.text(), kindsOfRuns, kinds);
   }
 }
 
@@ -129,7 +143,7 @@ void SidesCompared::comparePrograms(Both &both, const Deaths &deaths, Place &pla
     if (isOfStart(entry)) both.makes_router = true;
     const auto kindsOfRuns = [&, &name = entry] {
       return kindsOf(before_->record(both.before, name), after_->record(both.after, name),
-                     both.words);
+                     both.words());
     };
     addKinds(entry, was, is->second, kindsOfRuns, kinds);
   }
@@ -153,7 +167,7 @@ void SidesCompared::addTraffic(Both &both, std::vector<SideChange> &changes) {
   // Each kind by itself: they are few, and each has its own configurations.
   std::map<std::string, bool> kinds;
   for (const TrafficChange *each : toldChanges(found)) {
-    kinds[both.words.generalised(trafficChangeText(*each, after))] |= opensToInternet(*each);
+    kinds[both.words().generalised(trafficChangeText(*each, after))] |= opensToInternet(*each);
   }
   if (found.more != 0) kinds["~ more kinds of traffic than are told"] |= false;
   for (const auto &[kind, opens] : kinds) changes.push_back({true, opens, {kind}, {}});
@@ -166,9 +180,8 @@ std::vector<SideChange> SidesCompared::changes(const Config &settings, uint32_t 
 
 std::vector<SideChange> SidesCompared::changes(const Config &settings, const Config &example,
                                                uint32_t part, const Deaths &deaths, Place &place) {
-  Both both{
-      settings,         edited(settings, sides_.edits), part, OwnWords(example), Asked(settings),
-      Asked(both.after)};
+  Both both{settings,         edited(settings, sides_.edits), part, example, Asked(settings),
+            Asked(both.after)};
   Kinds kinds;
   if (before_) {
     comparePrograms(both, deaths, place, kinds);
@@ -199,7 +212,7 @@ bool SidesCompared::show(const Config &some, const Config &example, const SideCh
 
 SidesCompared::Witness SidesCompared::witness(const Config &some, const Config &example,
                                               const SideChange &change) {
-  Both both{some, edited(some, sides_.edits), 0, OwnWords(example), Asked(some), Asked(both.after)};
+  Both both{some, edited(some, sides_.edits), 0, example, Asked(some), Asked(both.after)};
   Witness witness;
   // The entry point that does the least besides, by its number of commands.
   size_t least = SIZE_MAX;
@@ -215,7 +228,7 @@ SidesCompared::Witness SidesCompared::witness(const Config &some, const Config &
       const auto add = [&](const Edits &edits, const std::string &heading) {
         for (const Edit &edit : edits) {
           if (edit.kind == Edit::kKept || witness.lines.size() >= kMostLines) continue;
-          const std::string kind = both.words.generalised(heading + edit.text);
+          const std::string kind = both.words().generalised(heading + edit.text);
           const std::string sign = edit.kind == Edit::kAdded ? "+ " : "- ";
           const bool told = change.kinds.count(sign + kind) + change.kinds.count("~ " + kind) != 0;
           if (told) witness.lines.push_back(sign + heading + edit.text);
@@ -242,7 +255,7 @@ SidesCompared::Witness SidesCompared::witness(const Config &some, const Config &
   const TrafficChanges found = trafficChanges(before, after, prepare_, Causes::kLeftOut);
   for (const TrafficChange *each : toldChanges(found)) {
     const std::string text = trafficChangeText(*each, after);
-    if (change.traffic && change.kinds.count(both.words.generalised(text)) == 0) continue;
+    if (change.traffic && change.kinds.count(both.words().generalised(text)) == 0) continue;
     witness.opens |= opensToInternet(*each);
     if (witness.traffic.size() >= kMostLines) continue;
     witness.traffic.push_back(text);

@@ -9,6 +9,7 @@
 #include "firewall/ip_port_filter.h"
 #include "firewall/ip_port_rule.h"
 #include "firewall/port_forward_list.h"
+#include "net/interface_name.h"
 #include "net/policy_rule.h"
 #include "net/routing_rule.h"
 #include "net/wan_static_route.h"
@@ -192,9 +193,91 @@ void lookAtHosts(Doubts &doubts) {
       doubts.add("PortForwardRules", record, PortForward::kAddress, reason, kSentOut);
     }
   }
+  if (setting("DMZEnable").number() != 1) return;
   const std::string host = setting("DMZAddress").text();
-  if (setting("DMZEnable").number() == 1 && outside(host)) {
-    doubts.findings.push_back({"DMZAddress", kMainSpace, 0, 0, host, reason, kSentOut});
+  const auto ofDmz = [&](const std::string &why, const char *effect) {
+    doubts.findings.push_back({"DMZAddress", kMainSpace, 0, 0, host, why, effect});
+  };
+  char own[16] = "";
+  getIfIp(getLanIfName(), own);
+  if (host.empty()) ofDmz("is no host, and DMZEnable is 1", "leaves the DMZ without one");
+  if (outside(host)) ofDmz(reason, kSentOut);
+  if (host == own) ofDmz("is the router's own address", "gets the router what is for the DMZ host");
+}
+
+// ---- where routes lead ----
+
+bool isWan(int wan) {
+  InterfaceName name;
+  wanInterface(wan, name);
+  return !name.empty();
+}
+
+// Whether the settings give the router an interface of this name.
+bool isInterface(const std::string &name) {
+  bool known = name == getLanIfName();
+  for (int wan = 1; wan <= kWans; wan++) {
+    InterfaceName its, device;
+    wanInterface(wan, its);
+    wanDevice(wan, device);
+    known = known || its.is(name.c_str()) || device.is(name.c_str());
+  }
+  return known;
+}
+
+constexpr char kRefused[] = "makes a command that is refused";
+
+// A gateway of the LAN is one of its hosts. What WANs have for addresses only they know.
+void lookAtGateway(Doubts &doubts, const char *key, const Record &record, int field,
+                   const std::string &interface, const Network &lan) {
+  const std::string gateway = textOf(record, field);
+  in_addr address;
+  const bool given = inet_aton(gateway.c_str(), &address) != 0 && address.s_addr != 0;
+  if (interface != getLanIfName() || !given || lan.contains(ntohl(address.s_addr))) return;
+  doubts.add(key, record, field, "is not in the LAN, " + lan.text() + " here", kRefused);
+}
+
+void lookAtRoutes(Doubts &doubts, const Network &lan) {
+  constexpr int kGateway = 2, kInterface = 4;
+  const bool gateway_mode = setting("OperationMode").is("1");
+  for (Record record : routingRules()) {
+    const RoutingRule rule(record);
+    const std::string interface = rule.ifname.text();
+    if (faulty(rule.fault(gateway_mode)) || interface.empty()) continue;
+    lookAtGateway(doubts, "RoutingRules", record, kGateway, interface, lan);
+    if (isInterface(interface)) continue;
+    doubts.add("RoutingRules", record, kInterface,
+               "is the interface neither of the LAN nor of a WAN",
+               "makes a route only where the device has another of this name");
+  }
+  constexpr int kWanGateway = 4, kSide = 5;
+  for (Record record :
+       RuleList(setting("StaticRoutingRules").text(), WanStaticRoute::kRecordSize)) {
+    const WanStaticRoute route(record);
+    if (faulty(route.fault())) continue;
+    const bool inward = route.side.is("br0");
+    if (inward) lookAtGateway(doubts, "StaticRoutingRules", record, kWanGateway, "br0", lan);
+    if (inward || isWan(std::max(1, route.side.number()))) continue;
+    doubts.add("StaticRoutingRules", record, kSide, "is a WAN that has no interface", kRefused);
+  }
+}
+
+// A policy that leads nowhere leaves its packets to the main table.
+void lookAtSides(Doubts &doubts) {
+  constexpr int kSide = 5;
+  static const char *const kSides[] = {"WAN", "WAN2", "WAN3", "WAN4"};
+  for (Record record : RuleList(setting("PolicyRoutingRules").text(), PolicyRule::kRecordSize)) {
+    const PolicyRule rule(record);
+    if (faulty(rule.fault())) continue;
+    const auto *side = std::find_if(std::begin(kSides), std::end(kSides),
+                                    [&](const char *each) { return rule.side.is(each); });
+    if (side == std::end(kSides)) {
+      doubts.add("PolicyRoutingRules", record, kSide, "is no WAN, and means the LAN",
+                 "makes a route that is refused");
+    } else if (!isWan(static_cast<int>(side - kSides) + 1)) {
+      doubts.add("PolicyRoutingRules", record, kSide, "is a WAN that has no interface",
+                 "makes a route that is refused");
+    }
   }
 }
 
@@ -206,6 +289,10 @@ std::vector<Finding> doubtsAboutRecords() {
   lookAtForwards(doubts);
   lookAtPolicies(doubts);
   lookAtHosts(doubts);
+  if (const std::vector<Network> inside = insideNetworks(); !inside.empty()) {
+    lookAtRoutes(doubts, inside.front());
+    lookAtSides(doubts);
+  }
   return doubts.findings;
 }
 

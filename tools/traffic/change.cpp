@@ -242,6 +242,63 @@ std::vector<std::string> modulesOf(const DeskRouter &desk) {
   return commands;
 }
 
+void addNew(std::vector<std::string> &texts, const std::vector<std::string> &more) {
+  for (const std::string &each : more) {
+    if (std::find(texts.begin(), texts.end(), each) == texts.end()) texts.push_back(each);
+  }
+}
+
+// The rules that change how large the segments of TCP connections get.
+std::vector<std::string> segmentRulesOf(const Router &router) {
+  std::vector<std::string> texts;
+  for (const auto &[place, chain] : router.chains()) {
+    for (const Rule &rule : chain.rules) {
+      if (rule.target.segment != Target::kNoSegment) texts.push_back(rule.text);
+    }
+  }
+  return texts;
+}
+
+// Which addresses a router sends to by an interface and a gateway.
+using Exits = std::map<std::pair<std::string, std::optional<uint64_t>>, IntervalSet>;
+
+Exits exitsOf(const Network &network, uint32_t mark) {
+  Exits exits;
+  IntervalSet known;
+  for (const Route &route : network.routesFor(mark)) {
+    const uint64_t rest = 0xffffffffull >> route.prefix, first = route.destination & ~rest;
+    const IntervalSet all = IntervalSet::range(first, first | rest);
+    const IntervalSet these = all.intersection(known.complement(largestOf(kDestination)));
+    known.add(all);
+    if (route.kind == Route::kUnicast) exits[{route.device, route.gateway}].add(these);
+  }
+  return exits;
+}
+
+// To whom another gateway of the same interface leads now: "10.9.0.0/16 by 192.168.1.253".
+std::vector<std::string> otherGateways(const Network &before, const Network &after) {
+  std::set<uint32_t> marks = {0};
+  for (const Network *network : {&before, &after}) {
+    for (const RoutingRule &each : network->rules) marks.insert(each.mark);
+  }
+  const auto gatewayText = [](const std::optional<uint64_t> &gateway) {
+    return gateway ? "by " + addressText(*gateway) : std::string("without one");
+  };
+  std::vector<std::string> texts;
+  for (uint32_t mark : marks) {
+    const Exits exits_before = exitsOf(before, mark);
+    for (const auto &[now, led] : exitsOf(after, mark)) {
+      for (const auto &[then, addresses] : exits_before) {
+        const IntervalSet both = led.intersection(addresses);
+        if (now.first != then.first || now.second == then.second || both.empty()) continue;
+        addNew(texts, {addressesText(both) + " " + gatewayText(now.second) + ", before " +
+                       gatewayText(then.second)});
+      }
+    }
+  }
+  return texts;
+}
+
 // Interfaces, sides and routes, as far as packets can tell.
 std::vector<std::string> networkOf(const DeskRouter &desk) {
   std::vector<std::string> texts;
@@ -309,12 +366,6 @@ int stepOf(const TrafficChange &change) {
 // What opens something towards the Internet comes first.
 std::tuple<int, int, int> rankOf(const TrafficChange &change) {
   return {change.packets, directionOf(change), isWan(change.from[0]) ? 0 : 1};
-}
-
-void addNew(std::vector<std::string> &texts, const std::vector<std::string> &more) {
-  for (const std::string &each : more) {
-    if (std::find(texts.begin(), texts.end(), each) == texts.end()) texts.push_back(each);
-  }
 }
 
 // Makes one slice of those of two changes, which holds some of its packets only.
@@ -863,6 +914,13 @@ TrafficChanges Comparison::find() {
   }
   if (modulesOf(*before_.desk) != modulesOf(*after_.desk)) {
     found.not_compared.push_back("which packets belong to a telephone call: modules of the kernel");
+  }
+  const Network &was = before_.desk->router.network(), &is = after_.desk->router.network();
+  for (const std::string &each : otherGateways(was, is)) {
+    found.not_compared.push_back("what another gateway does: to " + each);
+  }
+  if (segmentRulesOf(before_.desk->router) != segmentRulesOf(after_.desk->router)) {
+    found.not_compared.push_back("how large the segments of TCP connections get: rules of TCPMSS");
   }
   for (const Question &each : questions()) compare(each, found);
   std::stable_sort(found.changes.begin(), found.changes.end(),

@@ -73,7 +73,8 @@ struct TrafficChanges {
   // What opens something towards the Internet first.
   std::vector<TrafficChange> changes;
   size_t more = 0;  // that were not looked into
-  // Of what the router itself sends, the hooks whose chains differ: it is not compared.
+  // What else differs: chains that the router's own packets meet, modules, gateways of one
+  // interface, segment sizes.
   std::vector<std::string> not_compared;
 
   bool none() const { return changes.empty() && more == 0 && not_compared.empty(); }

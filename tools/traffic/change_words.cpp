@@ -21,7 +21,11 @@ constexpr size_t kMostOfValue = 60;
 std::string sideText(const std::string &side) {
   if (side == "lan") return "the wired LAN";
   if (side == "wifi") return "the radio";
-  if (side.rfind("wan", 0) != 0) return side;
+  if (!isWan(side)) return side;
+  if (isWire(side)) {
+    const std::string number = side.substr(3, side.find('-') - 3);
+    return "the Ethernet below the link of WAN " + (number.empty() ? "1" : number);
+  }
   return side == "wan" ? "the Internet" : "the Internet behind WAN " + side.substr(3);
 }
 

@@ -76,17 +76,22 @@ packets::Network deskNetwork(sim::Device &device, std::vector<Side> &sides) {
     wanInterface(wan, name);
     wanDevice(wan, ethernet);
     if (name.empty()) continue;
-    std::string outside = name.text();
+    std::string outside = name.text(), wire;
     if (outside == lan) {  // a bridge: the Internet side is a port of it
       outside = freePort(network);
       add(outside, bridge);
     } else {
+      const bool by_link = !ethernet.empty() && !ethernet.is(name.text());
+      if (by_link && network.find(ethernet.text()) == nullptr) wire = ethernet.text();
       if (!ethernet.empty()) add(ethernet.text());
       add(outside);
     }
     const std::string number = wan == 1 ? "" : std::to_string(wan);
     sides.push_back(
         {"wan" + number, outside, "the Internet" + (wan == 1 ? "" : " behind WAN " + number)});
+    if (wire.empty()) continue;
+    sides.push_back({wireOf("wan" + number), wire,
+                     "the Ethernet below the link of WAN " + std::to_string(wan)});
   }
   InterfaceName default_wan;
   wanInterface(std::max(1, atoi(device.setting("default_wan").value_or("1").c_str())), default_wan);
@@ -105,6 +110,14 @@ packets::Network deskNetwork(sim::Device &device, std::vector<Side> &sides) {
 
 bool isWan(const std::string &side) {
   return side.rfind("wan", 0) == 0;
+}
+
+std::string wireOf(const std::string &wan) {
+  return wan + "-wire";
+}
+
+bool isWire(const std::string &side) {
+  return side.ends_with(wireOf(""));
 }
 
 const Side *DeskRouter::side(const std::string &name) const {

@@ -19,13 +19,17 @@ namespace orba::tool {
 
 // Whom packets come from: the hosts behind an interface.
 struct Side {
-  std::string name;       // "lan", "wifi", "wan", "wan2"
+  std::string name;       // "lan", "wifi", "wan", "wan2", "wan-wire"
   std::string interface;  // from whose wire they come; for "router" none
   std::string words;      // "a host of the LAN"
 };
 
 // Whether a side is the Internet's.
 bool isWan(const std::string &side);
+// The side of those on the Ethernet below a WAN that is a PPP link, whom the rules about the link
+// do not know. A WAN of its own for isWan().
+std::string wireOf(const std::string &wan);
+bool isWire(const std::string &side);
 
 struct DeskRouter {
   // The entry points that make it a router, in the order of its start.

@@ -182,7 +182,13 @@ class Judge {
     Packet packet = ways_.witness(side_, breaking);
     if (expectation_.can) packet = asked(packet);
     made.witness = packet;
-    made.why = verdictSentence(waysOf(packet, ways_.desk()), ways_.desk(), blame);
+    const std::vector<FollowedWay> followed = waysOf(packet, ways_.desk());
+    made.why = verdictSentence(followed, ways_.desk(), blame);
+    const Verdict verdict = followed[0].walk.verdict;
+    const bool got = verdict == Verdict::kForwarded || verdict == Verdict::kDelivered;
+    if (expectation_.can && got && isWan(side_.name) && diagrams_.value(from(), packet) == 0) {
+      made.why += "; but only a neighbour on the wire of " + side_.name + " can send it";
+    }
     return made;
   }
 
@@ -353,25 +359,53 @@ std::vector<Expectation> readExpectations(const std::string &path, const DeskRou
   return made;
 }
 
+namespace {
+
+// What is said with one sentence: "wan cannot" also speaks of the Ethernet below its link.
+std::vector<Expectation> allSaidWith(const Expectation &expectation, const DeskRouter &desk) {
+  std::vector<Expectation> said = {expectation};
+  if (!expectation.can && desk.side(wireOf(expectation.from)) != nullptr) {
+    said.push_back(expectation);
+    said.back().from = wireOf(expectation.from);
+  }
+  return said;
+}
+
+}  // namespace
+
 bool holds(const Expectation &expectation, SideWays &ways) {
-  return Judge(expectation, ways).holds();
+  const std::vector<Expectation> said = allSaidWith(expectation, ways.desk());
+  return std::all_of(said.begin(), said.end(),
+                     [&](const Expectation &each) { return Judge(each, ways).holds(); });
 }
 
 Judgement judge(const Expectation &expectation, SideWays &ways, Blame &blame) {
-  return Judge(expectation, ways).judged(blame);
+  Judgement judgement;
+  for (const Expectation &each : allSaidWith(expectation, ways.desk())) {
+    judgement = Judge(each, ways).judged(blame);
+    if (judgement.holds) continue;
+    if (each.from != expectation.from) judgement.why += "; it comes from " + each.from;
+    break;
+  }
+  return judgement;
 }
 
-Coverage coverageOf(const std::vector<Expectation> &expectations, SideWays &ways) {
+Coverage coverageOf(const std::vector<Expectation> &expectations, SideWays &ways,
+                    const Progress &progress) {
   std::vector<const Expectation *> held;
   std::set<std::string> sides;
   for (const Expectation &each : expectations) {
     if (!holds(each, ways)) continue;
     held.push_back(&each);
-    sides.insert(each.from);
+    for (const Expectation &said : allSaidWith(each, ways.desk())) sides.insert(said.from);
   }
+  const auto &chains = ways.desk().router.chains();
+  size_t done = 0, all = 0;
+  for (const auto &[place, chain] : chains) all += chain.rules.size();
   Coverage coverage;
-  for (const auto &[place, chain] : ways.desk().router.chains()) {
+  for (const auto &[place, chain] : chains) {
     for (size_t i = 0; i < chain.rules.size(); i++) {
+      if (progress) progress(done++, all);
       const RuleAt rule = {place, i};
       const Target::Kind kind = chain.rules[i].target.kind;
       if (kind == Target::kGoOn || kind == Target::kJump) continue;

@@ -22,6 +22,7 @@
 #include "packets/interval_set.h"
 #include "packets/packet.h"
 #include "packets/rule.h"
+#include "tools/text/progress.h"
 #include "tools/traffic/blame.h"
 #include "tools/traffic/side_ways.h"
 
@@ -55,7 +56,8 @@ struct Judgement {
 // whatever a program does with those that it is given. "can" holds when from each host each
 // protocol and port of the destination is reached by a packet, whatever the answers are: where
 // addresses are translated the router is asked, and the host behind it is reached. What only a
-// neighbour on a WAN's wire can send counts for "cannot", and not for "can". What speaks of hosts
+// neighbour on a WAN's wire can send counts for "cannot", and not for "can"; so does what comes
+// in by the Ethernet below a WAN that is a PPP link. What speaks of hosts
 // that a side has not does not hold.
 bool holds(const Expectation &expectation, SideWays &ways);
 // The same, with the reasons.
@@ -66,7 +68,9 @@ struct Coverage {
   std::vector<packets::RuleAt> unmissed;  // without which all that hold go on holding
   size_t unmet = 0;  // of no packet that begins something, of which alone expectations speak
 };
-Coverage coverageOf(const std::vector<Expectation> &expectations, SideWays &ways);
+// Progress is told of rules.
+Coverage coverageOf(const std::vector<Expectation> &expectations, SideWays &ways,
+                    const Progress &progress = {});
 
 // What came of some expectations.
 struct Expected {

@@ -2,13 +2,13 @@
 #ifndef ORBA_TOOLS_TRAFFIC_MEANWHILE_H
 #define ORBA_TOOLS_TRAFFIC_MEANWHILE_H
 
-#include <functional>
 #include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
 
+#include "tools/text/progress.h"
 #include "tools/traffic/desk_router.h"
 #include "tools/traffic/set_words.h"
 #include "tools/traffic/side_ways.h"
@@ -37,11 +37,9 @@ struct Meanwhile {
   std::vector<Window> windows;  // from the Internet first
 };
 
-// So many of all states have been looked at.
-using Progress = std::function<void(size_t done, size_t all)>;
-
 // The entry point of `rebuild` runs on the router that is there. Only the first packets of
 // connections are asked about: those of a connection that is there already had its way before.
+// Progress is told of states.
 Meanwhile meanwhileOf(const DeskRouter &before, const Recording &rebuild,
                       const Progress &progress = {});
 

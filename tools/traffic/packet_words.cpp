@@ -185,7 +185,7 @@ const char *verdictName(packets::Verdict verdict) {
     case Verdict::kMartian:
       return "refused by routing: no host has such an address";
     case Verdict::kNobody:
-      return "for a group that the router is not in";
+      return "for nobody here";
     case Verdict::kBridged:
       return "bridged";
     case Verdict::kUnknown:

@@ -176,9 +176,10 @@ class Reader {
   // The frame that it comes in with.
   void addressFrame() {
     uint64_t mac = 0;
-    if (!question_.mac.empty() && !readMac(question_.mac, mac)) {
+    const bool is_station = readMac(question_.mac, mac) && mac != 0 && (mac & kGroupBit) == 0;
+    if (!question_.mac.empty() && !is_station) {
       refuse("--mac", "'" + question_.mac +
-                          "' is no MAC address; type one such as "
+                          "' is no MAC address of a station; type one such as "
                           "02:00:00:00:00:01");
     }
     packet_[kSourceMac] = question_.mac.empty() ? macOfNoRule(desk_.router) : mac;

@@ -1,6 +1,8 @@
 #include "tools/traffic/reach.h"
 
 #include <algorithm>
+#include <map>
+#include <optional>
 #include <set>
 
 #include "packets/walk.h"
@@ -147,6 +149,8 @@ class TrafficChecker {
       const bool bridgeless =
           at.place.program == Place::kEbtables && router_.network().bridges.empty();
       if (bridgeless) effect = "is for frames of a bridge, and the router has none";
+      // Its other rule translates, and what it sends on is the router's own.
+      const bool forwards_to_itself = blockers.router && at.place.chain == "port_forward";
       if (blockers.router) effect = "is for packets to the router itself, which it does not filter";
       const bool nothing = asksForNothing(ruleAt(at));
       if (nothing) effect = "asks for a range whose end is in front of its beginning";
@@ -157,6 +161,10 @@ class TrafficChecker {
       }
       std::string reason = "is reached by no packet";
       if (origin->record == 0) reason = "stops nothing that would get so far";
+      if (forwards_to_itself) {
+        reason = "forwards nothing";
+        effect = "sends its packets to an address of the router itself";
+      }
       if (origin->record != 0 && othersAct(at, *origin)) {
         if (blocker.empty() || blockers.routing || blockers.router) continue;
         reason = "does not get all its packets";
@@ -398,11 +406,18 @@ class TrafficChecker {
   // Ports of the router that are open because nothing closes them, not because a service or a
   // record opens them: by the rule behind the records. What stands in INPUT nobody can close.
   void checkOpenPorts() {
+    struct Door {
+      RuleAt at;
+      bool missing;  // the policy
+      std::string witness;
+    };
+    std::optional<Door> first;
+    std::map<uint64_t, IntervalSet> open;  // by protocol, from any WAN
     for (const Side &side : search_.sides()) {
       const packets::Interface &outside = *router_.network().find(side.interface);
       if (!isWan(side.name) || !outside.bridge.empty()) continue;
       const std::vector<Outcome> &outcomes = ways_.from(side).outcomes();
-      const Node begun = search_.outcomesOf(side, ways_.beginnings(side));
+      const Node begun = search_.outcomesOf(side, ways_.ordinary(side));
       std::vector<RuleAt> doors;
       for (uint32_t value : diagrams_.values(begun)) {
         if (value == BlockerSearch::kOthers || outcomes[value].verdict != Verdict::kDelivered)
@@ -422,19 +437,23 @@ class TrafficChecker {
                  outcomes[value].verdict == Verdict::kDelivered &&
                  outcomes[value].decided_by == door;
         });
-        std::string open;
-        for (const auto &[protocol, name] : {std::pair{kUdp, "udp "}, {kTcp, "tcp "}}) {
-          const Node those =
-              diagrams_.both(through, diagrams_.set({kProtocol, IntervalSet::one(protocol)}));
-          if (those == Diagrams::kNone) continue;
-          open = name + portsText(portsOf(those)) + (open.empty() ? "" : "; ") + open;
+        for (uint64_t protocol : {kTcp, kUdp}) {
+          open[protocol].add(portsOf(
+              diagrams_.both(through, diagrams_.set({kProtocol, IntervalSet::one(protocol)}))));
         }
-        add({Origin::kBecause, 1, "DefaultFirewallPolicy"}, door,
-            std::string(missing ? "is missing, which counts as 0, and " : "") +
-                "lets the Internet reach ports of the router that no setting opens",
-            "leaves open " + open, "", search_.witnessOf(side, through));
+        if (!first) first = {door, missing, search_.witnessOf(side, through)};
       }
     }
+    if (!first) return;
+    std::string text;
+    for (const auto &[protocol, ports] : open) {
+      if (ports.empty()) continue;
+      text += (text.empty() ? "" : "; ") + protocolText(protocol) + " " + portsText(ports);
+    }
+    add({Origin::kBecause, 1, "DefaultFirewallPolicy"}, first->at,
+        std::string(first->missing ? "is missing, which counts as 0, and " : "") +
+            "lets the Internet reach ports of the router that no setting opens",
+        "leaves open " + text, "", first->witness);
   }
 
   SideWays &ways_;

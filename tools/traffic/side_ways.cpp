@@ -18,7 +18,6 @@ constexpr uint64_t kGre = 47;
 constexpr uint64_t kSomebody = 0xc6336464, kServer = 0xc6336401;  // 198.51.100.100 and .1
 // Hosts in the middle of a LAN, by their place in its network.
 constexpr uint64_t kHostOfLan = 100, kFirstUsual = 20, kLastUsual = 200;
-constexpr uint64_t kGroupBit = uint64_t{1} << 40;  // of a MAC address
 constexpr uint64_t kOtherStation = 0x0200000000fe;
 
 Condition is(FieldId field, uint64_t value) {
@@ -233,6 +232,8 @@ SideWays::Node SideWays::ordinary(const Side &side) {
   if (!isWan(side.name)) return beginnings(side);
   IntervalSet addresses;
   for (const Address &each : desk_.own(side).addresses) addresses.add({each.address, each.address});
+  // Nobody knows a way by an Ethernet that only carries a link.
+  if (isWire(side.name) && addresses.empty()) return Diagrams::kNone;
   const IntervalSet others = outside(side).complement(largestOf(kDestination));
   const IntervalSet known = others.intersection(privates().complement(largestOf(kDestination)))
                                 .intersection(noHosts().complement(largestOf(kDestination)));

@@ -72,6 +72,16 @@ bool isAnswered(const FollowedWay &way) {
          (packet[kProtocol] != kTcp || packet[kTcpFlags] == kSyn);
 }
 
+// Whether the sender, as the other side sees it, is a host of the network that the packet left by.
+bool isAnsweredPast(const Walk &walk, const Network &network) {
+  const uint64_t out = walk.end[kOut], asker = walk.end[kSource];
+  if (walk.verdict != Verdict::kForwarded || out >= network.interfaces.size()) return false;
+  const std::vector<Address> &own = network.interfaces[out].addresses;
+  const auto is = [&](const Address &each) { return each.address == asker; };
+  return std::none_of(own.begin(), own.end(), is) &&
+         network.onLink(asker, network.interfaces[out].name);
+}
+
 }  // namespace
 
 bool isAboutText(const std::string &question) {
@@ -90,6 +100,8 @@ std::vector<FollowedWay> waysOf(const Packet &packet, const DeskRouter &desk) {
   std::vector<FollowedWay> ways = followed(packet, desk, nullptr);
   for (FollowedWay &way : ways) {
     if (!isAnswered(way)) continue;
+    way.answered_past = isAnsweredPast(way.walk, desk.router.network());
+    if (way.answered_past) continue;
     const Connection connection{way.packet, way.walk.end};
     Packet answer = answerTo(desk.router, way.packet, way.walk);
     if (isBridged(answer[kBridgePort], desk)) answer[kSourceMac] = macOfNoRule(desk.router);

@@ -18,8 +18,10 @@ struct FollowedWay {
   std::vector<packets::FieldId> asked;  // the questions, in the order in which it met them
   packets::Packet packet;               // as it sets out, with their answers
   packets::Walk walk;
-  // Of the answer to a first packet that got somewhere; none for any other.
+  // Of the answer to a first packet that got somewhere; none for any other, and none where the
+  // router never sees it: a host that has the sender in its own network answers it by itself.
   std::vector<FollowedWay> answers = {};
+  bool answered_past = false;
   // Of what the sender then says over such a connection, where rules look at that.
   std::vector<FollowedWay> data = {};
 

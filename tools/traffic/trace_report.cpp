@@ -332,6 +332,10 @@ void printWays(std::ostream &out, const std::vector<FollowedWay> &ways, const ch
       out << visible(withVerb(verdictSentence(more, desk, blame), subject)) << "\n\n";
     };
     printMore(way.answers, "The answer: ", "the answer");
+    if (way.answered_past) {
+      out << "The answer goes past the router: " << addressText(way.walk.end[kSource])
+          << " is in the network of " << nameOfInterface(way.walk.end[kOut], desk) << "\n\n";
+    }
     printMore(way.data, "What it then sends: ", "what it then sends");
   }
 }
@@ -461,6 +465,7 @@ Json waysAsJson(const std::vector<FollowedWay> &ways, const DeskRouter &desk, Bl
                    {"sentence", verdictSentence(way, desk, blame)},
                    {"end", packetAsJson(way.walk.end, network)},
                    {"answer", waysAsJson(way.answers, desk, blame)},
+                   {"answered_past", way.answered_past},
                    {"data", waysAsJson(way.data, desk, blame)}});
   }
   return all;

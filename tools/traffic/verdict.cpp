@@ -122,8 +122,10 @@ std::string verdictSentence(const FollowedWay &way, const DeskRouter &desk, Blam
     case Verdict::kMartian:
       return "dropped by routing: " + martianText(walk.end, desk);
     case Verdict::kNobody:
-      return "dropped by routing: the router is not in the group " +
-             addressText(walk.end[kDestination]);
+      return walk.end[kDestination] >= 0xe0000000
+                 ? "dropped by routing: the router is not in the group " +
+                       addressText(walk.end[kDestination])
+                 : "dropped: nobody here takes it, since its frame is not for the router alone";
     case Verdict::kBridged:
       return "passed on by the bridge: it is for another host, and only rules of the bridge see it";
     case Verdict::kUnknown:
@@ -184,6 +186,13 @@ std::string wholeSentence(const FollowedWay &way, const DeskRouter &desk, Blame 
     text += withVerb(togetherSentence(more, desk, blame, Otherwise::kBrief), what);
   };
   add(way.answers, "; but its answer");
+  // The sender waits for an answer from where it sent to.
+  if (way.answered_past && way.walk.translated_by) {
+    text += "; but its answer goes past the router, from " +
+            addressText(way.walk.end[kDestination]) + " straight to " +
+            addressText(way.walk.end[kSource]) + ", which asked " +
+            addressText(way.packet[kDestination]);
+  }
   if (!way.answers.empty() && isForItsMac(way.answers[0])) {
     text += " (so is that of any host whose MAC address no rule names)";
   }

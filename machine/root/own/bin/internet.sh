@@ -13,11 +13,15 @@ up() {  # number, suffix of its settings, Ethernet interface
       ;;
     STATIC)
       case $1 in
-        1) ip address add 198.51.100.2/24 dev "$3"; ip route replace default via "$(value wan_gateway)" ;;
+        1)
+          ip address add 198.51.100.2/24 dev "$3"
+          ip route replace default via "$(value wan_gateway)"
+          echo "$(value wan_gateway):$3" >/var/wan1.info
+          ;;
         *) ip address add "10.${1}0.0.2/16" dev "$3" ;;
       esac
       ;;
-    *) WAN=$1 udhcpc -b -S -t 20 -T 1 -i "$3" -s /own/bin/wan_lease -p "/var/run/udhcpc$2.pid" \
+    *) WAN=$1 udhcpc -b -S -t 60 -T 1 -i "$3" -s /own/bin/wan_lease -p "/var/run/udhcpc$2.pid" \
       >>/var/log/udhcpc 2>&1 ;;
   esac
 }
@@ -28,7 +32,7 @@ for number in 2 3 4; do
   [ -z "$name" ] || up $number $number "$name"
 done
 tries=0
-until ip -o -4 address show | grep -q 'inet 198\.51\.100\.2[ /]' || [ $tries = 50 ]; do
+until [ -s /var/wan1.info ] || [ $tries = 600 ]; do
   usleep 100000
   tries=$((tries + 1))
 done

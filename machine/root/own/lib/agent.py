@@ -18,7 +18,6 @@ packets.namespace = lambda host: f"/run/netns/{host}"
 ROUNDS = 8  # more than a packet and its answer cross the wire, addresses asked for included
 
 
-
 def settle():
     """Returns once the router has answered what was sent after a packet, which it takes up in turn:
     two emulators that share a processor with others may take seconds for what else takes none."""
@@ -34,7 +33,7 @@ def settle():
             wire.send(probe)
             answer = b""
             while answer[20:22] != b"\0\2":
-                if not select.select([wire], [], [], 5)[0]:
+                if not select.select([wire], [], [], 10)[0]:
                     return  # a link that is down, or a filter
                 answer = wire.recv(99)
 
@@ -52,7 +51,7 @@ def sniff(host, interface):
 
 
 FUNCTIONS = {"ping": packets.ping, "tcp": packets.tcp, "udp": packets.udp, "send_flags": packets.send_flags,
-             "sniff": sniff, "next": lambda number: sniffers[number].next(),
+             "send_as": packets.send_as, "sniff": sniff, "next": lambda number: sniffers[number].next(),
              "leave": lambda number: sniffers.pop(number).__exit__()}
 
 

@@ -31,6 +31,7 @@ Exit ports(const PortsOptions &options) {
   options.confineToLab();
   const Prepare prepare = [&](sim::Device &made) { options.prepare(made); };
   Inquiry asked(readConfig(options.config), prepare);
+  asked.blame.askAhead("firewall_init");
   const Ports found = portsOf(asked.ways, asked.blame, options.question);
   if (options.json) {
     printJson(std::cout, portsAsJson(found, asked.desk));

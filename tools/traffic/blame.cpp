@@ -12,12 +12,20 @@ void Blame::ask(const std::vector<packets::RuleAt> &rules) {
   askOf(commands);
 }
 
+void Blame::askAhead(const std::string &entry) {
+  for (size_t run = 0; run < desk_.runs.size(); run++) {
+    if (desk_.runs[run].entry != entry) continue;
+    ahead_[run] = std::async([this, run] { return tool::originsOf(desk_.runs[run], prepare_); });
+  }
+}
+
 // Those of a whole run cost little more than one.
 void Blame::askOf(const std::vector<size_t> &commands) {
   for (size_t asked : commands) {
     if (asked >= desk_.commands.size() || origins_.contains(asked)) continue;
     const size_t run = desk_.commands[asked].run;
-    const Origins found = tool::originsOf(desk_.runs[run], prepare_);
+    auto ahead = ahead_.extract(run);
+    const Origins found = ahead ? ahead.mapped().get() : tool::originsOf(desk_.runs[run], prepare_);
     for (size_t i = 0; i < desk_.commands.size(); i++) {
       const auto &[its_run, at] = desk_.commands[i];
       if (its_run == run) origins_[i] = found[at.line][at.part];

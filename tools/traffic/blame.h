@@ -2,6 +2,7 @@
 #ifndef ORBA_TOOLS_TRAFFIC_BLAME_H
 #define ORBA_TOOLS_TRAFFIC_BLAME_H
 
+#include <future>
 #include <map>
 #include <string>
 #include <vector>
@@ -16,6 +17,9 @@ class Blame {
  public:
   Blame(const DeskRouter &desk, Prepare prepare);
 
+  // Begins with the answers about the run of an entry point of the start, beside what is done
+  // meanwhile.
+  void askAhead(const std::string &entry);
   // What a command came from, the closest first; nothing for one that is always the same. The
   // first answer about a run of an entry point costs many more such runs; those about its other
   // commands are known then.
@@ -37,7 +41,8 @@ class Blame {
  private:
   const DeskRouter &desk_;
   Prepare prepare_;
-  std::map<size_t, CommandOrigins> origins_;  // by command
+  std::map<size_t, CommandOrigins> origins_;      // by command
+  std::map<size_t, std::future<Origins>> ahead_;  // by run
 };
 
 }  // namespace orba::tool

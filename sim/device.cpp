@@ -1,5 +1,6 @@
 #include "sim/device.h"
 
+#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -12,22 +13,47 @@ namespace {
 
 Device *current_device = nullptr;
 
+constexpr std::string_view kDiscarded = " 1>/dev/null 2>&1";
+constexpr std::string_view kBackground = " &";
+
 bool contains(const std::string &text, std::string_view part) {
-  return text.find(part) != std::string::npos;
+  return memmem(text.data(), text.size(), part.data(), part.size()) != nullptr;
 }
 
-bool endsWith(const std::string &text, const std::string &end) {
-  return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+// By character: whether a shell makes something of it, other than a word of a command.
+constexpr auto kSpecial = [] {
+  std::array<bool, 256> special{};
+  for (unsigned char c : {';', '&', '>', '\n', '\\', '\'', '"'}) special[c] = true;
+  return special;
+}();
+
+// Of a line that is one command whose output nobody reads, as most are.
+std::optional<std::string_view> onlyCommandIn(std::string_view line) {
+  while (line.ends_with(kDiscarded)) line.remove_suffix(kDiscarded.size());
+  while (line.ends_with(' ')) line.remove_suffix(1);
+  if (line.empty() || line.front() == ' ') return {};
+  for (unsigned char c : line) {
+    if (kSpecial[c]) return {};
+  }
+  return line;
+}
+
+// Whether its first word, which may be quoted, may have one of these first letters.
+bool mayBegin(const std::string &command, std::string_view letters) {
+  const char first = command[0];
+  return first == ' ' || kSpecial[static_cast<unsigned char>(first)] ||
+         letters.find(first) != std::string_view::npos;
 }
 
 }  // namespace
 
 std::string withoutRunnerRedirection(const std::string &line) {
-  const std::string discard = " 1>/dev/null 2>&1";
-  const std::string background = discard + " &";
-  if (endsWith(line, background)) return line.substr(0, line.size() - background.size()) + " &";
-  if (endsWith(line, discard)) return line.substr(0, line.size() - discard.size());
-  return line;
+  std::string_view rest = line;
+  const bool background = rest.ends_with(kBackground);
+  if (background) rest.remove_suffix(kBackground.size());
+  if (!rest.ends_with(kDiscarded)) return line;
+  rest.remove_suffix(kDiscarded.size());
+  return std::string(rest) + std::string(background ? kBackground : "");
 }
 
 Device::Device() : previous_(current_device) {
@@ -47,10 +73,13 @@ Device *Device::current() {
 }
 
 Device &Device::settings(const Settings &values, int space) {
-  for (const auto &[key, value] : values) {
-    if (on_setting != nullptr) on_setting(space, key);
-    put(committed_, space, key, value);
-  }
+  for (const auto &[key, value] : values) setting(space, key, value);
+  return *this;
+}
+
+Device &Device::setting(int space, const std::string &key, const std::string &value) {
+  if (on_setting != nullptr) on_setting(space, key);
+  put(committed_, space, key, value);
   return *this;
 }
 
@@ -184,11 +213,10 @@ void Device::record(Event::Kind kind, std::string text) {
 
 int Device::runLine(const std::string &line) {
   record(Event::kCommand, line);
-  // Most are one command that nothing reads from.
-  const std::string alone = withoutRunnerRedirection(line);
-  if (!alone.empty() && alone[0] != ' ' && alone.find_first_of(";&>\n\\'\"") == std::string::npos) {
-    outputOf(alone);
-    leaveTraces(alone);
+  if (const std::optional<std::string_view> only = onlyCommandIn(line)) {
+    const std::string command(*only);
+    outputOf(command);
+    leaveTraces(command);
     return 0;
   }
   for (const ShellCommand &command : splitLine(line)) {
@@ -207,7 +235,7 @@ int Device::runLine(const std::string &line) {
 
 // What the programs that only touch files do to them.
 void Device::leaveTraces(const std::string &command) {
-  if (!contains(command, "rm") && !contains(command, "touch")) return;
+  if (!mayBegin(command, "rt")) return;
   std::optional<std::vector<std::string>> words = wordsOf(command);
   if (!words || words->empty()) return;
   const std::string &program = words->front();
@@ -229,7 +257,7 @@ std::optional<std::string> Device::outputOf(const std::string &command) {
       return output;
     }
   }
-  if (!contains(command, "echo")) return "";
+  if (!mayBegin(command, "e") || !contains(command, "echo")) return "";
   std::optional<std::vector<std::string>> words = wordsOf(command);
   if (words && !words->empty() && words->front() == "echo") {
     std::string line;
@@ -265,16 +293,17 @@ int Device::request(int fd, unsigned long number, void *argument) {
   return -1;
 }
 
-// Parts and files that a call has reached may be others than before; the rest a call cannot change,
-// or it is put back.
+// Parts that a call has reached may be others than before; the rest a call cannot change, or it is
+// put back.
 void Device::keep() {
-  kept_ = Kept{clock_, parts_.size(), root_.changes(), first_asked_};
+  kept_ = Kept{clock_, parts_.size(), first_asked_};
+  root_.keep();
   part_answered_ = false;
 }
 
 bool Device::startOver() {
   const bool as_kept = !part_answered_ && parts_.size() == kept_->parts && held_.nothing() &&
-                       root_.changes() == kept_->root_changes && open_pipes_ == 0;
+                       open_pipes_ == 0 && root_.startOver();
   if (!as_kept) return false;
   forget();
   faults_.forgetCalls();

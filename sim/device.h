@@ -71,6 +71,7 @@ class Device {
 
   // ---- set-up: what the library finds ----
   Device &settings(const Settings &values, int space = 1);
+  Device &setting(int space, const std::string &key, const std::string &value);
   // What the library's process has buffered over them and not committed.
   Device &buffered(const Settings &values, int space = 1);
   Device &remove(const std::string &key, int space = 1);
@@ -141,7 +142,9 @@ class Device {
   const std::set<std::pair<int, std::string>> &asked() const { return asked_; }
   // How many events there were when a setting was first asked for; none where it was asked for
   // before forget(), which does not forget that.
-  const std::map<std::pair<int, std::string>, size_t> &firstAsked() const { return first_asked_; }
+  using FirstAsked = std::map<std::pair<int, std::string>, size_t>;
+  const FirstAsked &firstAsked() const { return first_asked_; }
+  FirstAsked takeFirstAsked() { return std::move(first_asked_); }
   // Pipes that were opened and not closed.
   int openPipes() const { return open_pipes_; }
 
@@ -186,8 +189,8 @@ class Device {
   // What a device starts over from, but for what only its set-up changes.
   struct Kept {
     Clock clock;
-    size_t parts, root_changes;
-    std::map<std::pair<int, std::string>, size_t> first_asked;
+    size_t parts;
+    FirstAsked first_asked;
   };
 
   Device *previous_;
@@ -205,7 +208,7 @@ class Device {
   std::vector<Event> events_;
   std::vector<std::pair<int, std::string>> missing_;
   std::set<std::pair<int, std::string>> asked_;
-  std::map<std::pair<int, std::string>, size_t> first_asked_;
+  FirstAsked first_asked_;
   std::function<void(int)> on_exit_;
   std::optional<Kept> kept_;
   bool part_answered_ = false;

@@ -88,16 +88,38 @@ Root::Root() {
 
 Root::~Root() {
   roots().erase(this);
+  clearUpper();
+}
+
+void Root::clearUpper() {
+  if (upper_.empty()) return;
   // What is in a folder sorts behind it.
   for (auto path = made_.rbegin(); path != made_.rend(); ++path) ::remove(path->c_str());
   std::error_code ignored;
-  if (!upper_.empty() && rmdir(upper_.c_str()) != 0) fs::remove_all(upper_, ignored);
+  if (rmdir(upper_.c_str()) != 0) fs::remove_all(upper_, ignored);
+  upper_.clear();
+  told_.clear();
+  folders_.clear();
+  made_.clear();
 }
 
 void Root::share() {
   shared_ = true;
-  changes_++;
+  kept_.reset();
   layOut("/");
+}
+
+void Root::keep() {
+  if (upper_.empty() && !shared_) kept_ = {in_memory_, removed_};
+}
+
+bool Root::startOver() {
+  if (!kept_) return false;
+  clearUpper();
+  in_memory_ = kept_->in_memory;
+  removed_ = kept_->removed;
+  looked_.clear();
+  return true;
 }
 
 void Root::makeFolder(const std::string &folder) {
@@ -166,6 +188,22 @@ std::string Root::forReading(const std::string &path) {
   return whereverItIs(path);
 }
 
+const std::string *Root::textForReading(const std::string &path) {
+  if (refused_.count(path) != 0) return nullptr;
+  const auto file = in_memory_.find(inside(path));
+  if (file == in_memory_.end()) return nullptr;
+  looked_.insert(path);
+  return &file->second;
+}
+
+bool Root::mayHold(const std::string &path) const {
+  if (!upper_.empty() || lower_.opened() || every_file_ || refused_.count(path) != 0) return true;
+  const std::string wanted = inside(path);
+  return std::any_of(in_memory_.begin(), in_memory_.end(), [&](const auto &file) {
+    return isWithin(wanted, file.first) || isWithin(file.first, wanted);
+  });
+}
+
 std::string Root::whereverItIs(const std::string &path) {
   if (refused_.count(path) != 0) {
     errno = EACCES;
@@ -185,7 +223,6 @@ std::string Root::whereverItIs(const std::string &path) {
 }
 
 std::string Root::forWriting(const std::string &path) {
-  changes_++;
   if (refused_.count(path) != 0) {
     errno = EACCES;
     return {};
@@ -199,7 +236,6 @@ std::string Root::forWriting(const std::string &path) {
 }
 
 void Root::write(const std::string &path, const std::string &content, bool append) {
-  changes_++;
   if (staysInMemory(path, append) && refused_.count(path) == 0) {
     std::string &file = in_memory_[inside(path)];
     append ? file += content : file = content;
@@ -212,7 +248,6 @@ void Root::write(const std::string &path, const std::string &content, bool appen
 }
 
 bool Root::remove(const std::string &path) {
-  changes_++;
   bool there = inLower(path);
   const std::string gone = inside(path);
   there |=

@@ -28,7 +28,11 @@ class Root {
 
   // Where a path of the device really is; empty, with errno set, when it is refused.
   std::string forReading(const std::string &path);
-  // The same for who only asks what is there.
+  // What is to be read at a path, where it is kept in memory; it stays there.
+  const std::string *textForReading(const std::string &path);
+  // False where nothing can be at a path.
+  bool mayHold(const std::string &path) const;
+  // Where something is, for who only asks that.
   std::string whereverItIs(const std::string &path);
   // The same with the folders above it made and the lower content brought up.
   std::string forWriting(const std::string &path);
@@ -38,14 +42,19 @@ class Root {
   std::optional<std::string> content(const std::string &path) const;
   // Every path that was looked up for reading, there or not.
   const std::set<std::string> &looked() const { return looked_; }
-  // How often something was, or may have been, written or removed.
-  size_t changes() const { return changes_; }
+
+  // What it holds now is what it starts over from.
+  void keep();
+  // False when it cannot, since something of that is in the temporary folder or two processes have
+  // it.
+  bool startOver();
   // From now on, two processes have this device.
   void share();
 
  private:
   bool staysInMemory(const std::string &path, bool append) const;
   void layOut(const std::string &path);
+  void clearUpper();
   void writeOut(const std::string &path, const std::string &content, bool append);
   std::string placeFor(const std::string &path);
   void makeFolder(const std::string &folder);
@@ -57,12 +66,16 @@ class Root {
   LowerFolder lower_;
   std::map<std::string, std::string> in_memory_;  // files, by their paths on the device
   bool shared_ = false;
-  size_t changes_ = 0;
   std::set<std::string> told_;     // paths on the device that somebody knows the place of
   std::set<std::string> folders_;  // that were asked for in the upper folder
   std::set<std::string> made_;     // what may be in the upper folder, where it really is
   std::optional<std::string> every_file_;
   std::set<std::string> removed_;
+  struct Kept {
+    std::map<std::string, std::string> in_memory;
+    std::set<std::string> removed;
+  };
+  std::optional<Kept> kept_;  // nothing where it cannot start over
   std::set<std::string> refused_;
   std::set<std::string> looked_;
 };

@@ -177,6 +177,7 @@ TEST(PolicyTableNames, SurviveAWriteThatFails) {
 
   const std::string before = std::string(kDefaults) + "202 pf_office\nlast\n";
   device.file(kTables, before).file(kNewTables, "left by an interrupted run\n");
+  for (const char *path : {kTables, kNewTables}) device.root().whereverItIs(path);  // on a disk
   device.forget();
   signal(SIGXFSZ, SIG_IGN);
   rlimit unlimited;

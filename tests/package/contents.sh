@@ -41,7 +41,7 @@ expect liborba-util0 "libc6, libnvram0 (>= ours)" LIB/liborba_util.so.{0,"$versi
 expect liborba-util-dev "libc6-dev, libnvram0 (= ours), liborba-util0 (= ours)" \
   include/{nvram,orba_util}.h LIB/lib{nvram,orba_util}.so LIB/pkgconfig/orba_util.pc \
   LIB/cmake/orba_util/orba_util-config{,-release,-version}.cmake share/man/man3/{nvram,orba_util}.3.gz
-expect orba "libarchive13, libbsd0, libc6, libcpp-httplib0.11, libgcc-s1, libnvram0 (>= ours), libseccomp2, libstdc++6" bin/{orba,nvram_{get,set,show}} \
+expect orba "libarchive13, libbsd0, libc6, libcpp-httplib0.11, libgcc-s1, libnvram0 (>= ours), libseccomp2, libssl3, libstdc++6" bin/{orba,nvram_{get,set,show}} \
   share/man/man1/{orba,nvram_{get,set,show}}.1.gz share/bash-completion/completions/orba
 
 # Nothing tells where it was built, or looks for libraries in a place of its own.

@@ -101,9 +101,7 @@ std::string printConfig(std::vector<nvram::Setting> config) {
 }
 
 void putSettings(const std::vector<nvram::Setting> &config, sim::Device &device) {
-  for (const nvram::Setting &entry : config) {
-    device.settings({{entry.key, entry.value}}, entry.space);
-  }
+  for (const nvram::Setting &entry : config) device.setting(entry.space, entry.key, entry.value);
 }
 
 }  // namespace orba::tool

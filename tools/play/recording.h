@@ -28,15 +28,19 @@ struct Call {
   std::string printed;  // on its standard output
 };
 
-// What an entry point did on the simulated device.
-struct Recording : Call {
-  std::vector<nvram::Setting> config;        // the settings that it was given
+// What an entry point did on the simulated device, as it was recorded.
+struct RawRecording : Call {
   std::vector<sim::Event> events;            // everything it did, in order
-  std::vector<std::string> commands;         // in order, without the runners' redirection
-  sim::PacketFilter filter;                  // what they make of an empty one; Rule::line
-                                             // is a place in `commands`
-  std::vector<std::string> writes;           // "set 1 KEY=VALUE" and "commit 1", in order
   std::map<std::string, std::string> files;  // those it wrote, with what they hold at the end
+};
+
+// The same to be looked into.
+struct Recording : RawRecording {
+  std::vector<nvram::Setting> config;  // the settings that it was given
+  std::vector<std::string> commands;   // in order, without the runners' redirection
+  sim::PacketFilter filter;            // what they make of an empty one; Rule::line
+                                       // is a place in `commands`
+  std::vector<std::string> writes;     // "set 1 KEY=VALUE" and "commit 1", in order
   // The settings it asked for, by space and key, and how many of its commands came before it,
   // or whoever made the device, first did.
   std::map<std::pair<int, std::string>, size_t> asked;

@@ -10,8 +10,6 @@ namespace orba::tool {
 
 namespace {
 
-using Config = std::vector<nvram::Setting>;
-
 constexpr size_t kMostPrepared = 16;
 
 struct Ended {
@@ -19,14 +17,19 @@ struct Ended {
 };
 
 // Of two settings of a name the store keeps the later one.
-const std::string *valueIn(const Config &config, const std::pair<int, std::string> &name) {
-  const auto found = std::find_if(config.rbegin(), config.rend(), [&](const auto &each) {
-    return each.space == name.first && each.key == name.second;
+const std::string *valueIn(const Series::Settings &settings,
+                           const std::pair<int, std::string> &name) {
+  const auto found = std::find_if(settings.rbegin(), settings.rend(), [&](const auto *each) {
+    return each->space == name.first && each->key == name.second;
   });
-  return found != config.rend() ? &found->value : nullptr;
+  return found != settings.rend() ? &(*found)->value : nullptr;
 }
 
-void readFiles(const sim::Device &device, Recording &run) {
+void putSettings(const Series::Settings &settings, sim::Device &device) {
+  for (const nvram::Setting *each : settings) device.setting(each->space, each->key, each->value);
+}
+
+void readFiles(const sim::Device &device, RawRecording &run) {
   for (const sim::Event &event : run.events) {
     if (event.kind != sim::Event::kFile) continue;
     if (std::optional<std::string> content = device.text(event.text)) {
@@ -37,9 +40,9 @@ void readFiles(const sim::Device &device, Recording &run) {
 
 }  // namespace
 
-Series::Prepared Series::deviceFor(const Config &config) {
+Series::Prepared Series::deviceFor(const Settings &settings) {
   const auto finds = [&](const auto &asked) {
-    const std::string *value = valueIn(config, asked.first);
+    const std::string *value = valueIn(settings, asked.first);
     return value != nullptr ? asked.second == *value : !asked.second;
   };
   const auto same = std::find_if(prepared_.begin(), prepared_.end(), [&](const Prepared &each) {
@@ -49,12 +52,12 @@ Series::Prepared Series::deviceFor(const Config &config) {
     Prepared found = std::move(*same);
     prepared_.erase(same);
     if (found.device->startOver()) {
-      putSettings(config, *found.device);
+      putSettings(settings, *found.device);
       return found;
     }
   }
   Prepared made{std::make_unique<sim::Device>(), {}};
-  putSettings(config, *made.device);
+  putSettings(settings, *made.device);
   as_new_.restore();
   if (prepare_) prepare_(*made.device);
   for (const auto &[name, events_before] : made.device->firstAsked()) {
@@ -64,9 +67,9 @@ Series::Prepared Series::deviceFor(const Config &config) {
   return made;
 }
 
-void Series::call(const Config &config, const EntryPoint &entry,
+void Series::call(const Settings &settings, const EntryPoint &entry,
                   const std::vector<std::string> &words, long long ticks, const Told &told) {
-  Prepared used = deviceFor(config);
+  Prepared used = deviceFor(settings);
   sim::Device &device = *used.device;
   as_new_.restore();
   // What a new process has, and the library can tell.
@@ -87,28 +90,37 @@ void Series::call(const Config &config, const EntryPoint &entry,
   if (prepared_.size() > kMostPrepared) prepared_.pop_back();
 }
 
-Recording Series::outcome(const Config &config, const EntryPoint &entry) {
-  if (!sim::LibraryState::known()) return tool::record(config, entry.name, {}, prepare_);
+RawRecording Series::raw(const Settings &settings, const EntryPoint &entry,
+                         sim::Device::FirstAsked &asked) {
+  if (!sim::LibraryState::known()) {
+    std::vector<nvram::Setting> config;
+    for (const nvram::Setting *each : settings) config.push_back(*each);
+    Recording run = tool::record(config, entry.name, {}, prepare_);
+    asked = std::move(run.asked);
+    return run;
+  }
   entry.checkWords({});
-  Recording run;
-  run.entry = entry.name;
-  call(config, entry, {}, 0, [&](sim::Device &device, CallResult result) {
-    run.result = std::move(result);
-    run.events = device.takeEvents();
-    readFiles(device, run);
-    run.asked = device.firstAsked();
+  RawRecording raw;
+  raw.entry = entry.name;
+  call(settings, entry, {}, 0, [&](sim::Device &device, CallResult result) {
+    raw.result = std::move(result);
+    raw.events = device.takeEvents();
+    readFiles(device, raw);
+    asked = device.takeFirstAsked();
   });
-  return run;
+  return raw;
 }
 
-Recording Series::record(const Config &config, const EntryPoint &entry,
+Recording Series::record(const std::vector<nvram::Setting> &config, const EntryPoint &entry,
                          const std::vector<std::string> &words, long long ticks) {
   if (!sim::LibraryState::known()) return tool::record(config, entry.name, words, prepare_, ticks);
   entry.checkWords(words);
   Recording run;
   run.entry = entry.name;
   run.words = words;
-  call(config, entry, words, ticks, [&](sim::Device &device, CallResult result) {
+  Settings settings;
+  for (const nvram::Setting &each : config) settings.push_back(&each);
+  call(settings, entry, words, ticks, [&](sim::Device &device, CallResult result) {
     run.result = std::move(result);
     run.events = device.takeEvents();
     readFiles(device, run);

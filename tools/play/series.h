@@ -22,8 +22,10 @@ class Series {
   // waits for ever does so to this process. Throws BadArgument.
   Recording record(const std::vector<nvram::Setting> &config, const EntryPoint &entry,
                    const std::vector<std::string> &words, long long ticks = 0);
-  // The same without what readEvents() fills, `missing` and `milliseconds`.
-  Recording outcome(const std::vector<nvram::Setting> &config, const EntryPoint &entry);
+  // What a call without words did, and by `asked` the settings that it asked for.
+  using Settings = std::vector<const nvram::Setting *>;
+  RawRecording raw(const Settings &settings, const EntryPoint &entry,
+                   sim::Device::FirstAsked &asked);
 
  private:
   // A device as `prepare` has made it, and all that it asked for meanwhile, with what it found: it
@@ -34,9 +36,9 @@ class Series {
   };
   using Told = std::function<void(sim::Device &device, CallResult result)>;
 
-  void call(const std::vector<nvram::Setting> &config, const EntryPoint &entry,
+  void call(const Settings &settings, const EntryPoint &entry,
             const std::vector<std::string> &words, long long ticks, const Told &told);
-  Prepared deviceFor(const std::vector<nvram::Setting> &config);
+  Prepared deviceFor(const Settings &settings);
 
   Prepare prepare_;
   sim::LibraryState as_new_;

@@ -1,8 +1,10 @@
 #include "tools/rehearse/calls.h"
 
-#include <algorithm>
+#include <openssl/evp.h>
 
-#include "orba_util.h"
+#include <algorithm>
+#include <stdexcept>
+
 #include "tools/play/event_words.h"
 
 namespace orba::tool {
@@ -14,36 +16,27 @@ constexpr size_t kMostAlike = 64, kMostDigests = 1024;
 // Names of settings, and sets of them, that have numbers.
 constexpr size_t kMostNumbers = 20'000;
 
+// The first digits of the SHA-1 of texts and numbers, with a NUL behind each.
 class Digest {
  public:
-  Digest() { A_SHAInit(&context_); }
-
   void add(std::string_view text) {
-    constexpr size_t kMost = 1 << 20;
-    while (text.size() > kMost) {
-      put(text.substr(0, kMost));
-      text.remove_prefix(kMost);
-    }
-    put(text);
-    put({"", 1});
+    all_ += text;
+    all_ += '\0';
   }
   void add(size_t number) { add(std::to_string(number)); }
 
-  uint64_t number() {
-    unsigned char digest[20];
-    A_SHAFinal(&context_, digest);
+  uint64_t number() const {
+    unsigned char digest[EVP_MAX_MD_SIZE];
+    if (EVP_Digest(all_.data(), all_.size(), digest, nullptr, EVP_sha1(), nullptr) != 1) {
+      throw std::runtime_error("no SHA-1 on this machine");
+    }
     uint64_t number = 0;
     for (size_t i = 0; i < 8; i++) number = number << 8 | digest[i];
     return number;
   }
 
  private:
-  void put(std::string_view text) {
-    A_SHAUpdate(&context_, reinterpret_cast<const unsigned char *>(text.data()),
-                static_cast<int>(text.size()));
-  }
-
-  A_SHA_CTX context_;
+  std::string all_;
 };
 
 }  // namespace
@@ -61,8 +54,8 @@ const std::vector<const EntryPoint *> &wordlessEntryPoints() {
   return all;
 }
 
-std::string digestOf(const Recording &run) {
-  return digestText(digestNumber(run));
+std::string digestOf(const RawRecording &raw) {
+  return digestText(digestNumber(raw));
 }
 
 std::string digestText(uint64_t digest) {
@@ -71,18 +64,18 @@ std::string digestText(uint64_t digest) {
   return digits;
 }
 
-uint64_t digestNumber(const Recording &run) {
+uint64_t digestNumber(const RawRecording &raw) {
   Digest digest;
-  digest.add(run.result.returned);
-  digest.add(run.result.outputs.size());
-  for (const std::string &output : run.result.outputs) digest.add(output);
-  digest.add(run.events.size());
-  for (const sim::Event &event : run.events) {
+  digest.add(raw.result.returned);
+  digest.add(raw.result.outputs.size());
+  for (const std::string &output : raw.result.outputs) digest.add(output);
+  digest.add(raw.events.size());
+  for (const sim::Event &event : raw.events) {
     digest.add(nameOf(event.kind));
     digest.add(event.text);
   }
-  digest.add(run.files.size());
-  for (const auto &[path, content] : run.files) {
+  digest.add(raw.files.size());
+  for (const auto &[path, content] : raw.files) {
     digest.add(path);
     digest.add(content);
   }
@@ -142,17 +135,18 @@ uint64_t Calls::found(Asked &asked, size_t names) const {
 
 // On a device that has those settings alone which its entry point has been seen to ask for: it is
 // made sooner. When it asks for others, it is made again with those too.
-Recording Calls::makeCall(Asked &asked, const EntryPoint &entry, Known &known, Names &names) {
+RawRecording Calls::makeCall(Asked &asked, const EntryPoint &entry, Known &known, Names &names) {
   for (;;) {
-    std::vector<nvram::Setting> some;
+    Series::Settings some;
     for (size_t i = 0; i < asked.settings_.size(); i++) {
       const size_t name = asked.names_[i];
-      if (name < known.asks.size() && known.asks[name]) some.push_back(asked.settings_[i]);
+      if (name < known.asks.size() && known.asks[name]) some.push_back(&asked.settings_[i]);
     }
-    Recording run = series_.outcome(some, entry);
+    sim::Device::FirstAsked asked_for;
+    RawRecording raw = series_.raw(some, entry, asked_for);
     names.clear();
     bool others = false;
-    for (const auto &[name, commands_before] : run.asked) {
+    for (const auto &[name, events_before] : asked_for) {
       const size_t number = numberOf(name.first, name.second);
       names.push_back(number);
       if (number >= known.asks.size()) known.asks.resize(number + 1);
@@ -160,7 +154,7 @@ Recording Calls::makeCall(Asked &asked, const EntryPoint &entry, Known &known, N
       known.asks[number] = true;
     }
     if (asked.values_.size() != names_) readNumbers(asked);
-    if (!others) return run;
+    if (!others) return raw;
   }
 }
 
@@ -177,8 +171,8 @@ uint64_t Calls::digest(Asked &asked, const EntryPoint &entry) {
   }
   Names names;
   Recent &recent = recent_[next_recent_++ % recent_.size()];
-  recent = {&entry, 0, makeCall(asked, entry, known, names)};
-  recent.digest = digestNumber(recent.run);
+  recent = {&entry, 0, makeCall(asked, entry, known, names), {}};
+  recent.digest = digestNumber(recent.raw);
   const size_t set = numberOf(names);
   auto alike = std::find_if(known.alike.begin(), known.alike.end(),
                             [&](const Alike &each) { return each.names == set; });
@@ -196,11 +190,17 @@ const Recording &Calls::recording(Asked &asked, const EntryPoint &entry, uint64_
   });
   if (recent == recent_.end()) {
     recent = recent_.begin() + static_cast<long>(next_recent_++ % recent_.size());
-    *recent = {&entry, digest, series_.outcome(asked.settings_, entry)};
+    Series::Settings all;
+    for (const nvram::Setting &each : asked.settings_) all.push_back(&each);
+    sim::Device::FirstAsked asked_for;
+    *recent = {&entry, digest, series_.raw(all, entry, asked_for), {}};
   }
-  if (!recent->read) readEvents(recent->run);
-  recent->read = true;
-  return recent->run;
+  if (!recent->run) {
+    recent->run.emplace();
+    static_cast<RawRecording &>(*recent->run) = std::move(recent->raw);
+    readEvents(*recent->run);
+  }
+  return *recent->run;
 }
 
 }  // namespace orba::tool

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -26,9 +27,9 @@ const std::vector<const EntryPoint *> &wordlessEntryPoints();
 // the value returned, the number of answers and the answers, the number of things done and each
 // with its kind, the number of files and each with its path; numbers in decimal digits, and
 // behind each text and number a NUL. What it asked for and when it did things is no part of it.
-std::string digestOf(const Recording &run);
+std::string digestOf(const RawRecording &raw);
 // The same as a number, and the digits of one.
-uint64_t digestNumber(const Recording &run);
+uint64_t digestNumber(const RawRecording &raw);
 std::string digestText(uint64_t digest);
 
 // A configuration as Calls sees it.
@@ -65,8 +66,8 @@ class Calls {
   struct Recent {
     const EntryPoint *entry = nullptr;
     uint64_t digest = 0;
-    Recording run;
-    bool read = false;  // its events
+    RawRecording raw;
+    std::optional<Recording> run;  // the same, once somebody has asked for it
   };
   using Names = std::vector<size_t>;
   // Calls that asked for the same set of settings: their digests, by what they found.
@@ -89,7 +90,7 @@ class Calls {
   void readNumbers(Asked &asked) const;
   void forgetTooMany();
   uint64_t found(Asked &asked, size_t names) const;
-  Recording makeCall(Asked &asked, const EntryPoint &entry, Known &known, Names &names);
+  RawRecording makeCall(Asked &asked, const EntryPoint &entry, Known &known, Names &names);
 
   Series series_;
   std::array<Numbers, nvram::kLastSpace + 1> numbers_;  // of settings, by space

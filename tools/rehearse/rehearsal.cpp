@@ -48,8 +48,9 @@ Config sorted(Config settings) {
 
 // ---- in a worker ----
 
-// What comes of some configurations: for each the names of its changes, and the groups that whoever
-// gathers them does not know yet, or not as well.
+// What comes of some configurations, which come behind a line of their names and sizes in bytes:
+// for each the names of its changes, and the groups that whoever gathers them does not know yet, or
+// not as well.
 class Looker {
  public:
   Looker(const TwoSides &sides, const Prepare &prepare) : compared_(sides, prepare) {}
@@ -57,17 +58,21 @@ class Looker {
   std::string look(const std::string &task, const Deaths &deaths, Place &place) {
     json result = {{"seen", json::array()}, {"groups", json::object()}};
     uint32_t part = 0;
-    for (const json &each : json::from_cbor(task)) {
-      result["seen"].push_back(look(each, part++, deaths, place, result["groups"]));
+    const size_t head = task.find('\n');
+    size_t at = head + 1;
+    for (const json &each : json::parse(task.begin(), task.begin() + static_cast<long>(head))) {
+      const size_t size = each[1];
+      const std::string_view text(task.data() + at, size);
+      at += size;
+      result["seen"].push_back(look(each[0], text, part++, deaths, place, result["groups"]));
     }
     const std::vector<uint8_t> bytes = json::to_cbor(result);
     return {bytes.begin(), bytes.end()};
   }
 
  private:
-  json look(const json &found, uint32_t part, const Deaths &deaths, Place &place, json &groups) {
-    const std::vector<uint8_t> &bytes = found[1].get_binary();
-    const std::string text(bytes.begin(), bytes.end());
+  json look(const std::string &id, std::string_view text, uint32_t part, const Deaths &deaths,
+            Place &place, json &groups) {
     std::vector<nvram::Damage> damages;
     const Config settings = sorted(nvram::parseSettings(text, &damages));
     if (settings.empty()) return {{"refused", "holds no settings"}};
@@ -76,7 +81,7 @@ class Looker {
     for (const SideChange &change : compared_.changes(settings, part, deaths, place)) {
       const std::string name = nameOf(change);
       names.push_back(name);
-      if (!example) example = {settings.size(), found[0], asciiConfig(settings)};
+      if (!example) example = {settings.size(), id, asciiConfig(settings)};
       Group group{change, *example};
       auto [known, unknown] = known_.try_emplace(name, group);
       const size_t entries = known->second.change.entries.size();
@@ -195,10 +200,11 @@ void Gatherer::goOnFrom(const json &what) {
 }
 
 std::optional<std::string> Gatherer::nextTask() {
-  json task = json::array();
+  json names = json::array();
+  std::string texts;
   Under under{{}, {}, taken_, order_};
-  size_t bytes = 0, looked_at = 0;
-  while (task.size() < kMostConfigurations && bytes < kMostBytes) {
+  size_t looked_at = 0;
+  while (names.size() < kMostConfigurations && texts.size() < kMostBytes) {
     std::optional<Found> found = source_.next();
     if (!found) break;
     looked_at++;
@@ -213,14 +219,13 @@ std::optional<std::string> Gatherer::nextTask() {
       under.refused.push_back(id + ": " + found->refused);
       continue;
     }
-    bytes += found->text.size();
-    task.push_back({id, json::binary({found->text.begin(), found->text.end()})});
+    names.push_back({id, found->text.size()});
+    texts += found->text;
     under.ids.push_back(id);
   }
   if (looked_at == 0) return std::nullopt;
   under_way_.push_back(std::move(under));
-  const std::vector<uint8_t> text = json::to_cbor(task);
-  return std::string(text.begin(), text.end());
+  return names.dump() + "\n" + texts;
 }
 
 void Gatherer::add(const std::string &result) {

@@ -142,6 +142,13 @@ with tempfile.TemporaryDirectory() as folder, contextlib.chdir(folder):
                 kinds = {kind for each in again.get("groups", []) for kind in each["kinds"]}
                 check(not set(group["kinds"]) <= kinds, f"group {group['number']} does not need {before[i]}")
 
+    # However short a record's port is, it is no reason for another group.
+    for port in ("2", "2222"):
+        with open(f"port{port}.conf", "w") as file:
+            file.write(f"DefaultFirewallPolicy=1\nIPPortFilterRules=192.168.0.0/24,,0,0,any/0,,{port},0,2,0,rule,,,,\n")
+    ports = json.loads(run("rehearse", "this", "this", "port2.conf", "port2222.conf", *change, "--json", "--out", "ports", code=1).stdout)
+    check([each["count"] for each in ports["groups"]] == [2], f"{ports['groups']}")
+
     # A version from before the batches, and one that dies of a configuration.
     old = program("old", f"#!/bin/sh\n[ \"$2\" != --batch ] || exit 2\nexec {orba} \"$@\"\n")
     some = sorted({line for group in report["groups"] for line in open(f"one/{group['list']}").read().splitlines()})[:6]

@@ -13,7 +13,8 @@ namespace {
 
 // A longer one is cut.
 constexpr size_t kMostOfKind = 400;
-// Less can be said of a number with fewer digits: it may be anything.
+// Less can be said of a number with fewer digits: it may be anything, but as a port, which the
+// library has none of by itself.
 constexpr size_t kTelling = 2;
 // What a rule has for an address that it does not care for.
 constexpr std::string_view kAnyAddress = "any/0";
@@ -61,6 +62,10 @@ bool startsWithMac(std::string_view text) {
 bool isWanInterface(std::string_view word) {
   if (word.starts_with("ppp")) return word.size() > 3 && isNumber(word.substr(3));
   return word.starts_with("eth2.") && word != "eth2.1" && isNumber(word.substr(5));
+}
+
+bool takesPort(std::string_view option) {
+  return option == "--dport" || option == "--sport";
 }
 
 template <typename Told>
@@ -137,7 +142,8 @@ OwnWords::OwnWords(const std::vector<nvram::Setting> &settings) {
 
 std::string OwnWords::generalised(std::string_view line) const {
   std::string text;
-  bool begins = true;  // a word
+  bool begins = true;       // a word
+  std::string_view option;  // that it may be the value of
   for (size_t at = 0; at < line.size();) {
     if (begins && startsWithMac(line.substr(at))) {
       text += "<mac>";
@@ -157,15 +163,18 @@ std::string OwnWords::generalised(std::string_view line) const {
     size_t end = at;
     while (end < line.size() && isOfWord(line[end])) end++;
     const std::string word(line.substr(at, end - at));
+    const bool short_port = word.size() < kTelling && takesPort(option) && isNumber(word);
     if (isAddress(word)) {
       text += "<address>";
     } else if (isWanInterface(word)) {
       text += "<wan>";
-    } else if (words_.count(word) != 0) {
+    } else if (short_port || words_.count(word) != 0) {
       text += isNumber(word) ? "<number>" : "<text>";
     } else {
       text += word;
     }
+    const bool goes_on = end < line.size() && line[end] == ':';  // a range
+    if (!goes_on) option = line.substr(at, end - at);
     at = end;
     begins = false;
   }

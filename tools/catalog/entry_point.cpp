@@ -5,6 +5,8 @@
 #include <climits>
 #include <cstdlib>
 #include <sstream>
+#include <string_view>
+#include <unordered_map>
 
 #include "tools/text/near_names.h"
 
@@ -71,11 +73,14 @@ tm timeFrom(const Parameter &parameter, const std::string &word) {
 }
 
 const EntryPoint &entryPointNamed(const std::string &name) {
+  static const auto by_name = [] {
+    std::unordered_map<std::string_view, const EntryPoint *> all;
+    for (const EntryPoint &entry : entryPoints()) all.emplace(entry.name, &entry);
+    return all;
+  }();
+  if (const auto found = by_name.find(name); found != by_name.end()) return *found->second;
   std::vector<std::string> names;
-  for (const EntryPoint &entry : entryPoints()) {
-    if (entry.name == name) return entry;
-    names.emplace_back(entry.name);
-  }
+  for (const EntryPoint &entry : entryPoints()) names.emplace_back(entry.name);
   throw BadArgument("there is no entry point '" + name + "'" +
                     didYouMean(name, names, "'orba list' shows them all"));
 }

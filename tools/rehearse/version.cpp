@@ -148,7 +148,7 @@ class BatchVersion : public Version {
     request["digests"] = true;
     if (!entries_.empty()) request["entries"] = entries_;
     const std::string answered = ask(lineOf(request));
-    // Most configurations are alike in most of what they get.
+    // Most configurations get the same of both versions.
     if (answered == last_answer_) return last_digests_;
     Digests digests;
     const json answer = read(answered);
@@ -205,8 +205,8 @@ class BatchVersion : public Version {
   std::string program_;
   std::vector<std::string> entries_;
   std::unique_ptr<Program> running_;
-  std::string last_answer_;
-  Digests last_digests_;
+  static inline std::string last_answer_;  // of whichever version
+  static inline Digests last_digests_;
 };
 
 // ---- `plan --json`, a process for each call ----

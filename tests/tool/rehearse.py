@@ -89,7 +89,9 @@ with tempfile.TemporaryDirectory() as folder, contextlib.chdir(folder):
         run("rehearse", "this", "this", "fleet", *change, "--out", "shard" + shard[0], "--shard", shard, code=0)
     run("rehearse", "merge", "this", "this", "shard3", "shard1", "shard2", *change, "--out", "merged", code=1)
     check(reports("merged") == wanted, "shards that are merged say something else")
-    run("rehearse", "merge", "this", "this", "shard1", "--out", "merged2", code=2)
+    for shards in (("shard1", "shard3"), ("shard1", "shard2", "shard2", "shard3")):
+        run("rehearse", "merge", "this", "this", *shards, *change, "--out", f"merged{len(shards)}", code=2)
+    run("rehearse", "this", "this", "fleet", *change, "--out", "shard1", "--shard", "2/3", code=2)
 
     log = program("logged", f"#!/bin/sh\n[ \"$2\" = --batch ] || exec {orba} \"$@\"\ntee -a $PWD/log | {orba} \"$@\"\n")
     words = [orba, "rehearse", log, "this", "-", *change, "--out", "cut", "--jobs", "1"]
@@ -108,6 +110,12 @@ with tempfile.TemporaryDirectory() as folder, contextlib.chdir(folder):
     check(done >= 32 and cut_report["groups"] == one_report["groups"], f"interrupted after {done}: another report")
     check(90 - done <= asked <= 90 - done + 2 * len(one_report["groups"]), f"{asked} requests for the last {90 - done} configurations")
     run("rehearse", "this", "this", "fleet", "--out", "one", code=2)  # another change
+    run("rehearse", "this", "this", "fleet", paths[0], *change, "--out", "one", code=2)  # and one more
+    with open(paths[0], "a") as file:
+        file.write("# changed\n")
+    run("rehearse", "this", "this", "fleet", *change, "--out", "one", code=2)
+    with open(paths[0], "a") as file:
+        file.truncate(file.tell() - len("# changed\n"))
     run("rehearse", log, "this", "-", *change, "--out", "cut2", given=b"", code=0)
 
     with subprocess.Popen([orba, "rehearse", "this", "this", "fleet", *change, "--out", "killed", "--jobs", "2"], stdout=subprocess.PIPE) as whole:

@@ -17,8 +17,6 @@ namespace {
 
 using Config = std::vector<nvram::Setting>;
 
-constexpr char kThisProgram[] = "/proc/self/exe";
-
 // The steps of a part that are no call of this program: another one is asked, or packets looked at.
 constexpr uint32_t kOtherStep = 1'000'000;
 

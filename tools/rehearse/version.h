@@ -47,6 +47,7 @@ struct Died : std::runtime_error {
 };
 
 inline constexpr char kDied[] = "died: ";
+inline constexpr char kThisProgram[] = "/proc/self/exe";
 
 // A configuration as a text in ASCII.
 std::string asciiConfig(const std::vector<nvram::Setting> &settings);

@@ -58,15 +58,16 @@ with tempfile.TemporaryDirectory() as folder, contextlib.chdir(folder):
     # The protocol: one line in, one out, whatever stands on it.
     answers = batch({"id": "a", "config": "SPIFWEnabled=1\nno setting\n", "entries": ["firewall_init", ["getIfIp", "br0"], "nothere"]},
                     "{", "[]", {"id": [1], "settings": {"1": {"HostName": "x"}, "2": {}}, "digests": True},
-                    {"id": 2, "settings": {"0": {}}}, {"id": 3, "config": "", "entries": [["getIfIp"]]})
-    check([each["id"] for each in answers] == ["a", None, None, [1], 2, 3], f"ids: {[each['id'] for each in answers]}")
+                    {"id": 2, "settings": {"0": {}}}, {"id": 3, "config": "", "entries": [["getIfIp"]]},
+                    '{"id":' + "[" * 50000 + "]" * 50000 + "}", {"id": 4, "entries": {}}, {"id": 5, "ticks": 0.5, "entries": []})
+    check([each["id"] for each in answers] == ["a", None, None, [1], 2, 3, None, 4, 5], f"ids: {[each['id'] for each in answers]}")
     first = answers[0]["runs"]
     with open("spi.conf", "w") as file:
         file.write("SPIFWEnabled=1\n")
     plan = json.loads(run("plan", "firewall_init", "--json", "-c", "spi.conf", code=0).stdout)
     check({key: first[0][key] for key in plan} == plan, "a batch and plan --json differ")
     check(re.fullmatch("[0-9a-f]{16}", first[0]["digest"]) and first[1]["outputs"] == ["192.168.1.1"] and "error" in first[2], f"{first[1:]}")
-    check(all("error" in answers[i] for i in (1, 2, 4)) and "error" in answers[5]["runs"][0], "no error for a bad request")
+    check(all("error" in answers[i] for i in (1, 2, 4, 6, 7, 8)) and "error" in answers[5]["runs"][0], "no error for a bad request")
     check(len(answers[3]["runs"]) > 100 and all(set(each) == {"entry", "digest"} for each in answers[3]["runs"]), "digests alone")
 
     # One process, several, other orders, shards, an interruption, a killed worker: the same report.
@@ -179,6 +180,18 @@ for line in sys.stdin.buffer:
     hit = [path for path in paths[:20] if "HostName=gw" in open(path).read()]
     check(len(died["groups"]) == 1 and died["groups"][0]["count"] == len(hit) and len(died["groups"][0]["settings"]) <= 2
           and died["groups"][0]["kinds"] == ["+ dies: ends in the middle of a batch"], f"{died}")
+
+    # What a version answers instead of what it was asked is a result too, and nothing for a terminal.
+    for number, (answered, kind) in enumerate((('{"id":\\1,"runs":[]}', "~ a side does not answer"), ('{"id":0,"runs":[]}', "+ dies: answers something else than it was asked"),
+                                               ('{"id":\\1,"error":"\\\\u001b[2J"}', "+ dies: answers by an error"), ("\x1b[2J", "+ dies: answers with what is no answer"),
+                                               ("&", "~ the same lines in another order or form"))):
+        odd = program(f"odd{number}", f"#!/bin/sh\n[ $2 = --batch ] || exec {orba} \"$@\"\n{orba} \"$@\" | sed -u -E '/hello/b;s/\"digest\":\"./&0/g;"
+                                      f"s/^.\"id\":([0-9]+),.*/{answered}/'\n")
+        ended = run("rehearse", "this", odd, paths[0], "--entry", "firewall_init", "--out", f"odd-{number}", "--json", code=1)
+        check([each["kinds"] for each in json.loads(ended.stdout)["groups"]] == [[kind]] and b"\x1b" not in ended.stderr, f"{kind}: {ended}")
+    with open("list.conf", "w") as file:
+        file.write("HostName=a;;b\n")
+    run("rehearse", "this", "this", "list.conf", "--replace-record", "HostName:c=", "--out", "list", code=0)
 
     # Configurations are data: no command, path or markup comes of them.
     os.mkdir("odd")

@@ -33,6 +33,11 @@ bool died(const std::string &digest) {
   return digest.starts_with(kDied);
 }
 
+// Of runs whose lines are all the same: what differs is in which order those of several kinds come,
+// how a line ends, or bytes that are no text.
+constexpr char kOtherForm[] = "~ the same lines in another order or form";
+constexpr char kNotAnswered[] = "~ a side does not answer";
+
 // Of a call of this program.
 struct Outcome {
   uint64_t digest;
@@ -110,7 +115,9 @@ void SidesCompared::compareOwn(Both &both, const Deaths &deaths, Place &place, K
     const auto kindsOfRuns = [&] {
       const Recording was = calls_.recording(both.asked_before, *entry, before.digest);
       const Recording &is = calls_.recording(both.asked_after, *entry, after.digest);
-      return kindsOf(was, is, both.words());
+      std::set<std::string> found = kindsOf(was, is, both.words());
+      if (found.empty()) found.insert(kOtherForm);
+      return found;
     };
     addKinds(entry->name, before.text(), after.text(), kindsOfRuns, kinds);
   }
@@ -135,16 +142,33 @@ void SidesCompared::comparePrograms(Both &both, const Deaths &deaths, Place &pla
     before.try_emplace(kBatch);
     after.try_emplace(kBatch);
   }
+  bool compared = false;
   for (const auto &[entry, was] : before) {
     const auto is = after.find(entry);
-    if (is == after.end() || (was == is->second && !died(was))) continue;
+    if (is == after.end()) continue;
+    compared = true;
+    if (was == is->second && !died(was)) continue;
     if (isOfStart(entry)) both.makes_router = true;
-    const auto kindsOfRuns = [&, &name = entry] {
-      return kindsOf(before_->record(both.before, name), after_->record(both.after, name),
-                     both.words());
-    };
+    const auto kindsOfRuns = [&, &name = entry] { return kindsOfPrograms(both, name); };
     addKinds(entry, was, is->second, kindsOfRuns, kinds);
   }
+  if (before.count(kBatch) != 0) return;
+  // What nobody has compared is not the same.
+  if (!compared) kinds[kNotAnswered].insert(kBatch);
+  for (const std::string &entry : sides_.entries) {
+    if (before.count(entry) + after.count(entry) == 1) kinds[kNotAnswered].insert(entry);
+  }
+}
+
+std::set<std::string> SidesCompared::kindsOfPrograms(Both &both, const std::string &entry) try {
+  const Recording was = before_->record(both.before, entry);
+  const Recording is = after_->record(both.after, entry);
+  std::set<std::string> kinds = kindsOf(was, is, both.words());
+  const bool exact = before_->isExact() && after_->isExact();
+  if (kinds.empty() && (exact || digestOf(was) != digestOf(is))) kinds.insert(kOtherForm);
+  return kinds;
+} catch (const Died &error) {
+  return {"~ dies when it is asked again: " + std::string(error.what())};
 }
 
 Recording SidesCompared::run(Both &both, bool after, const std::string &entry) {
@@ -193,8 +217,16 @@ std::vector<SideChange> SidesCompared::changes(const Config &settings, const Con
     changes.push_back({false, false, std::move(those), entries});
   }
   if (sides_.traffic && (both.makes_router || !sides_.edits.empty())) {
+    const auto death = deaths.find({part, kOtherStep + 1});
     beginStep(place, part, kOtherStep + 1);
-    if (deaths.find({part, kOtherStep + 1}) == deaths.end()) addTraffic(both, changes);
+    const auto untold = [&](const std::string &why) {
+      changes.push_back({true, false, {"~ traffic is not known: " + why}, {}});
+    };
+    try {
+      death != deaths.end() ? untold(death->second) : addTraffic(both, changes);
+    } catch (const Died &error) {
+      untold(error.what());
+    }
   }
   return changes;
 }

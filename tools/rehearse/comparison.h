@@ -65,6 +65,7 @@ class SidesCompared {
                                   const Deaths &deaths, Place &place);
   void compareOwn(Both &both, const Deaths &deaths, Place &place, Kinds &kinds);
   void comparePrograms(Both &both, const Deaths &deaths, Place &place, Kinds &kinds);
+  std::set<std::string> kindsOfPrograms(Both &both, const std::string &entry);
   void addTraffic(Both &both, std::vector<SideChange> &changes);
   bool isAsked(const std::string &entry) const;
   Recording run(Both &both, bool after, const std::string &entry);

@@ -58,15 +58,16 @@ with tempfile.TemporaryDirectory() as folder, contextlib.chdir(folder):
     # The protocol: one line in, one out, whatever stands on it.
     answers = batch({"id": "a", "config": "SPIFWEnabled=1\nno setting\n", "entries": ["firewall_init", ["getIfIp", "br0"], "nothere"]},
                     "{", "[]", {"id": [1], "settings": {"1": {"HostName": "x"}, "2": {}}, "digests": True},
-                    {"id": 2, "settings": {"0": {}}}, {"id": 3, "config": "", "entries": [["getIfIp"]]})
-    check([each["id"] for each in answers] == ["a", None, None, [1], 2, 3], f"ids: {[each['id'] for each in answers]}")
+                    {"id": 2, "settings": {"0": {}}}, {"id": 3, "config": "", "entries": [["getIfIp"]]},
+                    '{"id":' + "[" * 50000 + "]" * 50000 + "}", {"id": 4, "entries": {}}, {"id": 5, "ticks": 0.5, "entries": []})
+    check([each["id"] for each in answers] == ["a", None, None, [1], 2, 3, None, 4, 5], f"ids: {[each['id'] for each in answers]}")
     first = answers[0]["runs"]
     with open("spi.conf", "w") as file:
         file.write("SPIFWEnabled=1\n")
     plan = json.loads(run("plan", "firewall_init", "--json", "-c", "spi.conf", code=0).stdout)
     check({key: first[0][key] for key in plan} == plan, "a batch and plan --json differ")
     check(re.fullmatch("[0-9a-f]{16}", first[0]["digest"]) and first[1]["outputs"] == ["192.168.1.1"] and "error" in first[2], f"{first[1:]}")
-    check(all("error" in answers[i] for i in (1, 2, 4)) and "error" in answers[5]["runs"][0], "no error for a bad request")
+    check(all("error" in answers[i] for i in (1, 2, 4, 6, 7, 8)) and "error" in answers[5]["runs"][0], "no error for a bad request")
     check(len(answers[3]["runs"]) > 100 and all(set(each) == {"entry", "digest"} for each in answers[3]["runs"]), "digests alone")
 
     # One process, several, other orders, shards, an interruption, a killed worker: the same report.
@@ -89,7 +90,9 @@ with tempfile.TemporaryDirectory() as folder, contextlib.chdir(folder):
         run("rehearse", "this", "this", "fleet", *change, "--out", "shard" + shard[0], "--shard", shard, code=0)
     run("rehearse", "merge", "this", "this", "shard3", "shard1", "shard2", *change, "--out", "merged", code=1)
     check(reports("merged") == wanted, "shards that are merged say something else")
-    run("rehearse", "merge", "this", "this", "shard1", "--out", "merged2", code=2)
+    for shards in (("shard1", "shard3"), ("shard1", "shard2", "shard2", "shard3")):
+        run("rehearse", "merge", "this", "this", *shards, *change, "--out", f"merged{len(shards)}", code=2)
+    run("rehearse", "this", "this", "fleet", *change, "--out", "shard1", "--shard", "2/3", code=2)
 
     log = program("logged", f"#!/bin/sh\n[ \"$2\" = --batch ] || exec {orba} \"$@\"\ntee -a $PWD/log | {orba} \"$@\"\n")
     words = [orba, "rehearse", log, "this", "-", *change, "--out", "cut", "--jobs", "1"]
@@ -108,6 +111,12 @@ with tempfile.TemporaryDirectory() as folder, contextlib.chdir(folder):
     check(done >= 32 and cut_report["groups"] == one_report["groups"], f"interrupted after {done}: another report")
     check(90 - done <= asked <= 90 - done + 2 * len(one_report["groups"]), f"{asked} requests for the last {90 - done} configurations")
     run("rehearse", "this", "this", "fleet", "--out", "one", code=2)  # another change
+    run("rehearse", "this", "this", "fleet", paths[0], *change, "--out", "one", code=2)  # and one more
+    with open(paths[0], "a") as file:
+        file.write("# changed\n")
+    run("rehearse", "this", "this", "fleet", *change, "--out", "one", code=2)
+    with open(paths[0], "a") as file:
+        file.truncate(file.tell() - len("# changed\n"))
     run("rehearse", log, "this", "-", *change, "--out", "cut2", given=b"", code=0)
 
     with subprocess.Popen([orba, "rehearse", "this", "this", "fleet", *change, "--out", "killed", "--jobs", "2"], stdout=subprocess.PIPE) as whole:
@@ -152,12 +161,13 @@ with tempfile.TemporaryDirectory() as folder, contextlib.chdir(folder):
     # A version from before the batches, and one that dies of a configuration.
     old = program("old", f"#!/bin/sh\n[ \"$2\" != --batch ] || exit 2\nexec {orba} \"$@\"\n")
     some = sorted({line for group in report["groups"] for line in open(f"one/{group['list']}").read().splitlines()})[:6]
-    few = ["rehearse", "this", "", "-", *change, "--json", "--entry", "firewall_init", "--out", ""]
+    few = ["rehearse", "this", "", "-", *change, "--json", "--entry", "firewall_init",
+           "--entry", "makeIPPortFilterRule '' '' '' '' any 0 0 0 any 0 80 0 1 0", "--out", ""]
     said = []
     for number, after in enumerate(("this", log, old)):
         few[2], few[-1] = after, f"few{number}"
         said.append(json.loads(run(*few, given="\n".join(some).encode(), code=1).stdout)["groups"])
-    check(said[0] == said[1] == said[2] and said[0], f"versions that are the same differ: {said}")
+    check(said[0] == said[1] == said[2] and len(said[0]) > 1, f"versions that are the same differ: {said}")
     dying = program("dying", f"""#!/usr/bin/env python3
 import os, subprocess, sys
 if sys.argv[2:] != ["--batch"]: os.execv("{orba}", ["{orba}", *sys.argv[1:]])
@@ -171,6 +181,18 @@ for line in sys.stdin.buffer:
     hit = [path for path in paths[:20] if "HostName=gw" in open(path).read()]
     check(len(died["groups"]) == 1 and died["groups"][0]["count"] == len(hit) and len(died["groups"][0]["settings"]) <= 2
           and died["groups"][0]["kinds"] == ["+ dies: ends in the middle of a batch"], f"{died}")
+
+    # What a version answers instead of what it was asked is a result too, and nothing for a terminal.
+    for number, (answered, kind) in enumerate((('{"id":\\1,"runs":[]}', "~ a side does not answer"), ('{"id":0,"runs":[]}', "+ dies: answers something else than it was asked"),
+                                               ('{"id":\\1,"error":"\\\\u001b[2J"}', "+ dies: answers by an error"), ("\x1b[2J", "+ dies: answers with what is no answer"),
+                                               ("&", "~ the same lines in another order or form"))):
+        odd = program(f"odd{number}", f"#!/bin/sh\n[ $2 = --batch ] || exec {orba} \"$@\"\n{orba} \"$@\" | sed -u -E '/hello/b;s/\"digest\":\"./&0/g;"
+                                      f"s/^.\"id\":([0-9]+),.*/{answered}/'\n")
+        ended = run("rehearse", "this", odd, paths[0], "--entry", "firewall_init", "--out", f"odd-{number}", "--json", code=1)
+        check([each["kinds"] for each in json.loads(ended.stdout)["groups"]] == [[kind]] and b"\x1b" not in ended.stderr, f"{kind}: {ended}")
+    with open("list.conf", "w") as file:
+        file.write("HostName=a;;b\n")
+    run("rehearse", "this", "this", "list.conf", "--replace-record", "HostName:c=", "--out", "list", code=0)
 
     # Configurations are data: no command, path or markup comes of them.
     os.mkdir("odd")

@@ -9,6 +9,7 @@
 
 #include "tools/cli/device_options.h"
 #include "tools/cli/subcommands.h"
+#include "tools/rehearse/calls.h"
 #include "tools/rehearse/rehearsal.h"
 #include "tools/rehearse/report.h"
 #include "tools/text/json.h"
@@ -59,7 +60,7 @@ Exit rehearse(RehearseOptions &options) {
   rehearsal.sides.before = programOf(words[0]);
   rehearsal.sides.after = programOf(words[1]);
   words.erase(words.begin(), words.begin() + 2);
-  for (const std::string &entry : rehearsal.sides.entries) entryPointNamed(entry).checkWords({});
+  for (std::string &entry : rehearsal.sides.entries) entry = entryCall(entry).text;
   readShard(options.shard, rehearsal);
   rehearsal.progress = isatty(STDERR_FILENO) != 0;
   const Prepare prepare = [](sim::Device &device) { DeviceOptions().prepare(device); };
@@ -115,7 +116,8 @@ void addRehearse(CLI::App &app, Exit &exit) {
           "AFTER has this record of a list in place of that one");
   command
       .add_option("--entry", rehearsal.sides.entries,
-                  "Only this entry point, or these; else all that need no words")
+                  "Only this entry point, or these, with their words: 'getIfIp br0';"
+                  " else all that need none")
       ->expected(1)
       ->take_all();
   command.add_flag("--traffic", rehearsal.sides.traffic, "What becomes of packets too");

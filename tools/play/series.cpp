@@ -91,18 +91,19 @@ void Series::call(const Settings &settings, const EntryPoint &entry,
 }
 
 RawRecording Series::raw(const Settings &settings, const EntryPoint &entry,
-                         sim::Device::FirstAsked &asked) {
+                         const std::vector<std::string> &words, sim::Device::FirstAsked &asked) {
   if (!sim::LibraryState::known()) {
     std::vector<nvram::Setting> config;
     for (const nvram::Setting *each : settings) config.push_back(*each);
-    Recording run = tool::record(config, entry.name, {}, prepare_);
+    Recording run = tool::record(config, entry.name, words, prepare_);
     asked = std::move(run.asked);
     return run;
   }
-  entry.checkWords({});
+  entry.checkWords(words);
   RawRecording raw;
   raw.entry = entry.name;
-  call(settings, entry, {}, 0, [&](sim::Device &device, CallResult result) {
+  raw.words = words;
+  call(settings, entry, words, 0, [&](sim::Device &device, CallResult result) {
     raw.result = std::move(result);
     raw.events = device.takeEvents();
     readFiles(device, raw);

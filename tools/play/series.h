@@ -22,10 +22,10 @@ class Series {
   // waits for ever does so to this process. Throws BadArgument.
   Recording record(const std::vector<nvram::Setting> &config, const EntryPoint &entry,
                    const std::vector<std::string> &words, long long ticks = 0);
-  // What a call without words did, and by `asked` the settings that it asked for.
+  // What a call did, and by `asked` the settings that it asked for.
   using Settings = std::vector<const nvram::Setting *>;
   RawRecording raw(const Settings &settings, const EntryPoint &entry,
-                   sim::Device::FirstAsked &asked);
+                   const std::vector<std::string> &words, sim::Device::FirstAsked &asked);
 
  private:
   // A device as `prepare` has made it, and all that it asked for meanwhile, with what it found: it

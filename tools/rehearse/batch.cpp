@@ -26,9 +26,19 @@ using nlohmann::ordered_json;
 constexpr size_t kMostOfLine = size_t{16} << 20;
 constexpr long long kMostTicks = 864'000;  // a day
 
+// Of what is nested deeper nobody makes a copy, nor prints it.
+constexpr int kMostDepth = 100;
+
 struct BadRequest : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
+
+json requestIn(const std::string &line) {
+  return json::parse(line, [](int depth, json::parse_event_t, json &) {
+    if (depth > kMostDepth) throw BadRequest("a text that is nested deeper than 100 levels");
+    return true;
+  });
+}
 
 void addSettings(const json &values, int space, std::vector<nvram::Setting> &settings) {
   for (const auto &[key, value] : values.items()) {
@@ -68,9 +78,10 @@ struct Wanted {
 std::vector<Wanted> wantedIn(const json &request) {
   std::vector<Wanted> wanted;
   if (!request.contains("entries")) {
-    for (const EntryPoint *entry : wordlessEntryPoints()) wanted.push_back({entry->name, {}});
+    for (const EntryCall &call : wordlessCalls()) wanted.push_back({call.text, {}});
     return wanted;
   }
+  if (!request["entries"].is_array()) throw BadRequest("entries: a list is wanted");
   for (const json &each : request["entries"]) {
     if (each.is_string()) {
       wanted.push_back({each, {}});
@@ -95,7 +106,7 @@ class Answers {
     ordered_json answer = {{"id", nullptr}};
     try {
       if (line.size() > kMostOfLine) throw BadRequest("a line of more than 16 MiB");
-      const json request = json::parse(line);
+      const json request = requestIn(line);
       if (!request.is_object()) throw BadRequest("an object is wanted");
       if (request.contains("id")) answer["id"] = request["id"];
       add(answer, request, part, deaths, place);
@@ -112,7 +123,9 @@ class Answers {
            Place &place) {
     const std::vector<nvram::Setting> settings = settingsOf(request);
     const bool digests = request.value("digests", false);
-    const long long ticks = request.value("ticks", 0LL);
+    const json wanted_ticks = request.value("ticks", json(0));
+    const bool whole = wanted_ticks.is_number_integer();
+    const long long ticks = whole ? wanted_ticks.get<long long>() : -1;
     if (ticks < 0 || ticks > kMostTicks) throw BadRequest("ticks: 0 to 864000 are wanted");
     Asked asked(settings);
     ordered_json runs = ordered_json::array();
@@ -126,11 +139,11 @@ class Answers {
       } else {
         beginStep(place, part, step);
         try {
-          const EntryPoint &entry = entryPointNamed(each.name);
-          if (digests && each.words.empty() && ticks == 0) {
-            entry.checkWords(each.words);
-            run["digest"] = digestText(calls_.digest(asked, entry));
+          const EntryCall *wordless = each.words.empty() ? wordlessCall(each.name) : nullptr;
+          if (digests && wordless != nullptr && ticks == 0) {
+            run["digest"] = digestText(calls_.digest(asked, *wordless));
           } else {
+            const EntryPoint &entry = entryPointNamed(each.name);
             const Recording recording = calls_.record(settings, entry, each.words, ticks);
             if (!digests) run.update(planAsJson(recording, nullptr));
             run["digest"] = digestOf(recording);

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "sim/line_splitter.h"
 #include "tools/play/event_words.h"
 
 namespace orba::tool {
@@ -41,17 +42,44 @@ class Digest {
 
 }  // namespace
 
-const std::vector<const EntryPoint *> &wordlessEntryPoints() {
-  static const std::vector<const EntryPoint *> all = [] {
-    std::vector<const EntryPoint *> found;
+EntryCall entryCall(const std::string &text) {
+  std::optional<std::vector<std::string>> words = sim::wordsOf(text);
+  if (!words || words->empty())
+    throw BadArgument(text + ": an entry point and its words are wanted");
+  const EntryPoint &entry = entryPointNamed(words->front());
+  words->erase(words->begin());
+  entry.checkWords(*words);
+  const std::string name = callText(entry.name, *words);
+  return {&entry, std::move(*words), name};
+}
+
+std::string callText(const std::string &entry, const std::vector<std::string> &words) {
+  std::string text = entry;
+  for (const std::string &word : words) text += " " + sim::quoted(word);
+  return text;
+}
+
+const std::vector<EntryCall> &wordlessCalls() {
+  static const std::vector<EntryCall> all = [] {
+    std::vector<EntryCall> calls;
     for (const EntryPoint &entry : entryPoints()) {
       const bool words = std::any_of(entry.parameters.begin(), entry.parameters.end(),
                                      [](const Parameter &each) { return each.isWord(); });
-      if (!words) found.push_back(&entry);
+      if (!words) calls.push_back({&entry, {}, entry.name});
     }
-    return found;
+    return calls;
   }();
   return all;
+}
+
+const EntryCall *wordlessCall(const std::string &name) {
+  static const auto by_name = [] {
+    std::unordered_map<std::string_view, const EntryCall *> all;
+    for (const EntryCall &call : wordlessCalls()) all.emplace(call.text, &call);
+    return all;
+  }();
+  const auto found = by_name.find(name);
+  return found != by_name.end() ? found->second : nullptr;
 }
 
 std::string digestOf(const RawRecording &raw) {
@@ -135,7 +163,7 @@ uint64_t Calls::found(Asked &asked, size_t names) const {
 
 // On a device that has those settings alone which its entry point has been seen to ask for: it is
 // made sooner. When it asks for others, it is made again with those too.
-RawRecording Calls::makeCall(Asked &asked, const EntryPoint &entry, Known &known, Names &names) {
+RawRecording Calls::makeCall(Asked &asked, const EntryCall &call, Known &known, Names &names) {
   for (;;) {
     Series::Settings some;
     for (size_t i = 0; i < asked.settings_.size(); i++) {
@@ -143,7 +171,7 @@ RawRecording Calls::makeCall(Asked &asked, const EntryPoint &entry, Known &known
       if (name < known.asks.size() && known.asks[name]) some.push_back(&asked.settings_[i]);
     }
     sim::Device::FirstAsked asked_for;
-    RawRecording raw = series_.raw(some, entry, asked_for);
+    RawRecording raw = series_.raw(some, *call.entry, call.words, asked_for);
     names.clear();
     bool others = false;
     for (const auto &[name, events_before] : asked_for) {
@@ -158,20 +186,20 @@ RawRecording Calls::makeCall(Asked &asked, const EntryPoint &entry, Known &known
   }
 }
 
-uint64_t Calls::digest(Asked &asked, const EntryPoint &entry) {
+uint64_t Calls::digest(Asked &asked, const EntryCall &call) {
   forgetTooMany();
   const bool numbered = asked.names_.size() == asked.settings_.size() &&
                         asked.values_.size() == names_ &&
                         asked.times_forgotten_ == times_forgotten_;
   if (!numbered) readNumbers(asked);
-  Known &known = known_[&entry];
+  Known &known = known_[&call];
   for (const Alike &each : known.alike) {
     const auto digest = each.digests.find(found(asked, each.names));
     if (digest != each.digests.end()) return digest->second;
   }
   Names names;
   Recent &recent = recent_[next_recent_++ % recent_.size()];
-  recent = {&entry, 0, makeCall(asked, entry, known, names), {}};
+  recent = {&call, 0, makeCall(asked, call, known, names), {}};
   recent.digest = digestNumber(recent.raw);
   const size_t set = numberOf(names);
   auto alike = std::find_if(known.alike.begin(), known.alike.end(),
@@ -184,16 +212,16 @@ uint64_t Calls::digest(Asked &asked, const EntryPoint &entry) {
   return alike->digests[found(asked, set)] = recent.digest;
 }
 
-const Recording &Calls::recording(Asked &asked, const EntryPoint &entry, uint64_t digest) {
+const Recording &Calls::recording(Asked &asked, const EntryCall &call, uint64_t digest) {
   auto recent = std::find_if(recent_.begin(), recent_.end(), [&](const Recent &each) {
-    return each.entry == &entry && each.digest == digest;
+    return each.call == &call && each.digest == digest;
   });
   if (recent == recent_.end()) {
     recent = recent_.begin() + static_cast<long>(next_recent_++ % recent_.size());
     Series::Settings all;
     for (const nvram::Setting &each : asked.settings_) all.push_back(&each);
     sim::Device::FirstAsked asked_for;
-    *recent = {&entry, digest, series_.raw(all, entry, asked_for), {}};
+    *recent = {&call, digest, series_.raw(all, *call.entry, call.words, asked_for), {}};
   }
   if (!recent->run) {
     recent->run.emplace();

@@ -20,8 +20,20 @@
 
 namespace orba::tool {
 
-// The entry points that can be called without words, in the order of the table.
-const std::vector<const EntryPoint *> &wordlessEntryPoints();
+// A call of an entry point, for whatever settings.
+struct EntryCall {
+  const EntryPoint *entry;
+  std::vector<std::string> words;
+  std::string text;  // "getIfIp br0", as on a command line
+};
+
+// Reads such a text. Throws BadArgument.
+EntryCall entryCall(const std::string &text);
+std::string callText(const std::string &entry, const std::vector<std::string> &words);
+// Those of all entry points that can be called without words, in the order of the table.
+const std::vector<EntryCall> &wordlessCalls();
+// The one of an entry point; null where that needs words, or there is none.
+const EntryCall *wordlessCall(const std::string &name);
 
 // Names all that a call did and answered, in 16 hexadecimal digits: the first of the SHA-1 of
 // the value returned, the number of answers and the answers, the number of things done and each
@@ -56,15 +68,15 @@ class Calls {
     return series_.record(settings, entry, words, ticks);
   }
 
-  // Of a call without words. It is not made when an earlier one of the entry point found the
-  // same for all that it asked for: then it did the same.
-  uint64_t digest(Asked &asked, const EntryPoint &entry);
+  // Of a call. It is not made when an earlier one found the same for all that it asked for: then it
+  // did the same. The call is known by its place.
+  uint64_t digest(Asked &asked, const EntryCall &call);
   // The call of which digest() has given that digest; until the next call.
-  const Recording &recording(Asked &asked, const EntryPoint &entry, uint64_t digest);
+  const Recording &recording(Asked &asked, const EntryCall &call, uint64_t digest);
 
  private:
   struct Recent {
-    const EntryPoint *entry = nullptr;
+    const EntryCall *call = nullptr;
     uint64_t digest = 0;
     RawRecording raw;
     std::optional<Recording> run;  // the same, once somebody has asked for it
@@ -90,7 +102,7 @@ class Calls {
   void readNumbers(Asked &asked) const;
   void forgetTooMany();
   uint64_t found(Asked &asked, size_t names) const;
-  RawRecording makeCall(Asked &asked, const EntryPoint &entry, Known &known, Names &names);
+  RawRecording makeCall(Asked &asked, const EntryCall &call, Known &known, Names &names);
 
   Series series_;
   std::array<Numbers, nvram::kLastSpace + 1> numbers_;  // of settings, by space
@@ -98,7 +110,7 @@ class Calls {
   std::map<Names, size_t> set_numbers_;
   std::vector<const Names *> sets_;  // by their numbers
   size_t times_forgotten_ = 0;       // all of that
-  std::unordered_map<const EntryPoint *, Known> known_;
+  std::unordered_map<const EntryCall *, Known> known_;
   std::array<Recent, 2> recent_;  // one for each of two that are compared
   size_t next_recent_ = 0;
 };

@@ -17,8 +17,6 @@ namespace {
 
 using Config = std::vector<nvram::Setting>;
 
-constexpr char kThisProgram[] = "/proc/self/exe";
-
 // The steps of a part that are no call of this program: another one is asked, or packets looked at.
 constexpr uint32_t kOtherStep = 1'000'000;
 
@@ -34,6 +32,11 @@ std::string deathKind(const std::string &digest) {
 bool died(const std::string &digest) {
   return digest.starts_with(kDied);
 }
+
+// Of runs whose lines are all the same: what differs is in which order those of several kinds come,
+// how a line ends, or bytes that are no text.
+constexpr char kOtherForm[] = "~ the same lines in another order or form";
+constexpr char kNotAnswered[] = "~ a side does not answer";
 
 // Of a call of this program.
 struct Outcome {
@@ -68,14 +71,8 @@ SidesCompared::SidesCompared(const TwoSides &sides, const Prepare &prepare)
     before_ = programVersion(path(sides_.before), sides_.entries);
     after_ = programVersion(path(sides_.after), sides_.entries);
   }
-  for (const EntryPoint *entry : wordlessEntryPoints()) {
-    if (isAsked(entry->name)) entries_.push_back(entry);
-  }
-}
-
-bool SidesCompared::isAsked(const std::string &entry) const {
-  const auto &asked = sides_.entries;
-  return asked.empty() || std::find(asked.begin(), asked.end(), entry) != asked.end();
+  for (const std::string &text : sides_.entries) entries_.push_back(entryCall(text));
+  if (entries_.empty()) entries_ = wordlessCalls();
 }
 
 // Adds what two digests of an entry point say; `kindsOfRuns` is asked where both are of runs.
@@ -97,24 +94,26 @@ static void addKinds(const std::string &entry, const std::string &before, const 
 
 void SidesCompared::compareOwn(Both &both, const Deaths &deaths, Place &place, Kinds &kinds) {
   uint32_t step = 0;
-  const auto outcome = [&](Asked &asked, const EntryPoint &entry) -> Outcome {
+  const auto outcome = [&](Asked &asked, const EntryCall &call) -> Outcome {
     const std::pair at(both.part, step++);
     const auto death = deaths.find(at);
     if (death != deaths.end()) return {0, kDied + death->second};
     beginStep(place, at.first, at.second);
-    return {calls_.digest(asked, entry), ""};
+    return {calls_.digest(asked, call), ""};
   };
-  for (const EntryPoint *entry : entries_) {
-    const Outcome before = outcome(both.asked_before, *entry);
-    const Outcome after = outcome(both.asked_after, *entry);
+  for (const EntryCall &call : entries_) {
+    const Outcome before = outcome(both.asked_before, call);
+    const Outcome after = outcome(both.asked_after, call);
     if (before.digest == after.digest && before.death.empty() && after.death.empty()) continue;
-    if (isOfStart(entry->name)) both.makes_router = true;
+    if (isOfStart(call.text)) both.makes_router = true;
     const auto kindsOfRuns = [&] {
-      const Recording was = calls_.recording(both.asked_before, *entry, before.digest);
-      const Recording &is = calls_.recording(both.asked_after, *entry, after.digest);
-      return kindsOf(was, is, both.words());
+      const Recording was = calls_.recording(both.asked_before, call, before.digest);
+      const Recording &is = calls_.recording(both.asked_after, call, after.digest);
+      std::set<std::string> found = kindsOf(was, is, both.words());
+      if (found.empty()) found.insert(kOtherForm);
+      return found;
     };
-    addKinds(entry->name, before.text(), after.text(), kindsOfRuns, kinds);
+    addKinds(call.text, before.text(), after.text(), kindsOfRuns, kinds);
   }
 }
 
@@ -137,22 +136,40 @@ void SidesCompared::comparePrograms(Both &both, const Deaths &deaths, Place &pla
     before.try_emplace(kBatch);
     after.try_emplace(kBatch);
   }
+  bool compared = false;
   for (const auto &[entry, was] : before) {
     const auto is = after.find(entry);
-    if (is == after.end() || (was == is->second && !died(was))) continue;
+    if (is == after.end()) continue;
+    compared = true;
+    if (was == is->second && !died(was)) continue;
     if (isOfStart(entry)) both.makes_router = true;
-    const auto kindsOfRuns = [&, &name = entry] {
-      return kindsOf(before_->record(both.before, name), after_->record(both.after, name),
-                     both.words());
-    };
+    const auto kindsOfRuns = [&, &name = entry] { return kindsOfPrograms(both, name); };
     addKinds(entry, was, is->second, kindsOfRuns, kinds);
   }
+  if (before.count(kBatch) != 0) return;
+  // What nobody has compared is not the same.
+  if (!compared) kinds[kNotAnswered].insert(kBatch);
+  for (const std::string &entry : sides_.entries) {
+    if (before.count(entry) + after.count(entry) == 1) kinds[kNotAnswered].insert(entry);
+  }
+}
+
+std::set<std::string> SidesCompared::kindsOfPrograms(Both &both, const std::string &entry) try {
+  const Recording was = before_->record(both.before, entry);
+  const Recording is = after_->record(both.after, entry);
+  std::set<std::string> kinds = kindsOf(was, is, both.words());
+  const bool exact = before_->isExact() && after_->isExact();
+  if (kinds.empty() && (exact || digestOf(was) != digestOf(is))) kinds.insert(kOtherForm);
+  return kinds;
+} catch (const Died &error) {
+  return {"~ dies when it is asked again: " + std::string(error.what())};
 }
 
 Recording SidesCompared::run(Both &both, bool after, const std::string &entry) {
   const Config &config = after ? both.after : both.before;
+  const EntryCall call = entryCall(entry);
   Recording run = before_ ? (after ? after_ : before_)->record(config, entry)
-                          : calls_.record(config, entryPointNamed(entry));
+                          : calls_.record(config, *call.entry, call.words);
   run.config = config;
   return run;
 }
@@ -195,8 +212,16 @@ std::vector<SideChange> SidesCompared::changes(const Config &settings, const Con
     changes.push_back({false, false, std::move(those), entries});
   }
   if (sides_.traffic && (both.makes_router || !sides_.edits.empty())) {
+    const auto death = deaths.find({part, kOtherStep + 1});
     beginStep(place, part, kOtherStep + 1);
-    if (deaths.find({part, kOtherStep + 1}) == deaths.end()) addTraffic(both, changes);
+    const auto untold = [&](const std::string &why) {
+      changes.push_back({true, false, {"~ traffic is not known: " + why}, {}});
+    };
+    try {
+      death != deaths.end() ? untold(death->second) : addTraffic(both, changes);
+    } catch (const Died &error) {
+      untold(error.what());
+    }
   }
   return changes;
 }

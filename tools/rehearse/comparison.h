@@ -18,7 +18,7 @@ namespace orba::tool {
 struct TwoSides {
   std::string before, after;         // paths of programs; empty for this one
   std::vector<SettingEdit> edits;    // of the configurations that `after` gets
-  std::vector<std::string> entries;  // empty for all that need no words
+  std::vector<std::string> entries;  // calls, "getIfIp br0"; empty for all that need no words
   bool traffic = false;
 };
 
@@ -65,14 +65,14 @@ class SidesCompared {
                                   const Deaths &deaths, Place &place);
   void compareOwn(Both &both, const Deaths &deaths, Place &place, Kinds &kinds);
   void comparePrograms(Both &both, const Deaths &deaths, Place &place, Kinds &kinds);
+  std::set<std::string> kindsOfPrograms(Both &both, const std::string &entry);
   void addTraffic(Both &both, std::vector<SideChange> &changes);
-  bool isAsked(const std::string &entry) const;
   Recording run(Both &both, bool after, const std::string &entry);
 
   const TwoSides sides_;
   const Prepare prepare_;
   Calls calls_;
-  std::vector<const EntryPoint *> entries_;
+  std::vector<EntryCall> entries_;
   std::unique_ptr<Version> before_, after_;  // null where both are this program
 };
 

@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "sim/root.h"
+#include "tools/text/lines.h"
 
 namespace orba::tool {
 
@@ -179,12 +180,13 @@ class Worker {
     std::string task, deaths;
     try {
       while (receiveText(socket, task) && receiveText(socket, deaths)) {
+        alarm(kSecondsOfPart);
         const std::string result = work(task, deathsIn(deaths), *place_);
         alarm(0);
         if (!sendText(socket, result)) break;
       }
     } catch (const std::exception &error) {
-      std::cerr << "orba: " << error.what() << "\n";
+      std::cerr << "orba: " << visible(error.what()) << "\n";
       _exit(1);
     }
     _exit(0);

@@ -21,7 +21,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr char kStateFile[] = "state.json", kLists[] = "lists";
-constexpr int kForm = 1;  // of the state
+constexpr int kForm = 2;  // of the state
 
 void append(const std::string &path, uint64_t size, const std::string &text) {
   const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
@@ -90,6 +90,8 @@ void Store::read() try {
   state_.what = json.at("what");
   state_.taken = json.at("taken");
   state_.order = json.at("order");
+  state_.shard = json.at("shard");
+  state_.shards = json.at("shards");
   state_.configurations = json.at("configurations");
   state_.changed = json.at("changed");
   state_.refused = json.at("refused");
@@ -111,6 +113,8 @@ void Store::write() {
                                  {"what", state_.what},
                                  {"taken", state_.taken},
                                  {"order", state_.order},
+                                 {"shard", state_.shard},
+                                 {"shards", state_.shards},
                                  {"configurations", state_.configurations},
                                  {"changed", state_.changed},
                                  {"refused", state_.refused},
@@ -144,7 +148,6 @@ void Store::writeSorted(const std::string &list, const std::string &file) const 
 
 void Store::merge(const Store &other) {
   const State &more = other.state_;
-  state_.taken += more.taken;
   state_.configurations += more.configurations;
   state_.changed += more.changed;
   state_.refused += more.refused;

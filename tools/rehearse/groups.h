@@ -44,7 +44,8 @@ Group groupIn(const nlohmann::json &json);
 struct State {
   nlohmann::json what;  // is rehearsed: a rehearsal goes on only with the same
   uint64_t taken = 0;   // of the source, those of other shards included
-  uint64_t order = 0;   // names those that were taken, in their order
+  uint64_t order = 0;   // stands for those that were taken, with what they hold, in their order
+  uint64_t shard = 1, shards = 1;
   uint64_t configurations = 0, changed = 0, refused = 0, damaged = 0;
   bool done = false;
   std::map<std::string, Group> groups;  // by the names of their changes

@@ -4,9 +4,12 @@
 #include <chrono>
 #include <deque>
 #include <filesystem>
+#include <fstream>
 #include <iostream>
+#include <iterator>
 #include <memory>
 #include <optional>
+#include <set>
 #include <tuple>
 
 #include "tools/device/config.h"
@@ -38,6 +41,18 @@ uint64_t mixed(uint64_t hash, const std::string &text) {
 }
 
 constexpr uint64_t kNoOrder = 14695981039346656037u;
+
+uint64_t mixed(uint64_t hash, const Found &found) {
+  return mixed(mixed(hash, found.id), std::to_string(std::hash<std::string>()(found.text)));
+}
+
+// Names what a program is made of: one that was built anew may say otherwise.
+std::string digestOfProgram(const std::string &program) {
+  std::ifstream file(program.empty() ? kThisProgram : program);
+  RawRecording named;
+  named.result.returned.assign(std::istreambuf_iterator<char>(file), {});
+  return digestOf(named);
+}
 
 Config sorted(Config settings) {
   std::sort(settings.begin(), settings.end(), [](const auto &one, const auto &other) {
@@ -171,6 +186,7 @@ json Gatherer::what() const {
   for (const SettingEdit &edit : sides.edits) edits.push_back(visible(edit.text()));
   return {{"before", {{"program", sides.before}, {"version", version(sides.before)}}},
           {"after", {{"program", sides.after}, {"version", version(sides.after)}}},
+          {"programs", {digestOfProgram(sides.before), digestOfProgram(sides.after)}},
           {"edits", edits},
           {"entries", sides.entries},
           {"traffic", sides.traffic}};
@@ -181,18 +197,23 @@ void Gatherer::goOnFrom(const json &what) {
   State &state = store_.state();
   if (!store_.found()) {
     state.what = what;
+    state.shard = rehearsal_.shard;
+    state.shards = rehearsal_.shards;
     return;
   }
-  if (state.what != what) {
+  const bool same =
+      state.what == what && state.shard == rehearsal_.shard && state.shards == rehearsal_.shards;
+  if (!same) {
     throw BadArgument(rehearsal_.folder + ": holds another rehearsal; --out names another folder");
   }
   while (taken_ < state.taken) {
     const std::optional<Found> found = source_.next();
     if (!found) break;
     taken_++;
-    order_ = mixed(order_, found->id);
+    order_ = mixed(order_, *found);
   }
-  if (taken_ != state.taken || (taken_ > 0 && order_ != state.order)) {
+  const bool more = state.done && source_.next();
+  if (more || taken_ != state.taken || (taken_ > 0 && order_ != state.order)) {
     throw BadArgument(rehearsal_.folder +
                       ": holds a rehearsal of other configurations; --out names another folder");
   }
@@ -209,7 +230,7 @@ std::optional<std::string> Gatherer::nextTask() {
     if (!found) break;
     looked_at++;
     under.taken = ++taken_;
-    under.order = order_ = mixed(order_, found->id);
+    under.order = order_ = mixed(order_, *found);
     if (mixed(kNoOrder, found->id) % rehearsal_.shards != rehearsal_.shard - 1) {
       if (looked_at >= 1000) break;  // nobody waits for ever
       continue;
@@ -305,7 +326,10 @@ void Gatherer::gather() {
 void Gatherer::merge(const std::vector<std::string> &shards) {
   if (store_.found()) throw BadArgument(rehearsal_.folder + ": holds a rehearsal already");
   const json what = this->what();
-  store_.state().what = what;
+  State &state = store_.state();
+  state.what = what;
+  uint64_t all = 0, taken = 0;
+  std::set<uint64_t> merged;
   for (const std::string &folder : shards) {
     std::error_code error;
     if (!std::filesystem::exists(folder + "/state.json", error)) {
@@ -313,9 +337,24 @@ void Gatherer::merge(const std::vector<std::string> &shards) {
     }
     Store shard(folder);
     if (!shard.state().done) throw BadArgument(folder + ": holds a rehearsal that is not done");
-    if (shard.state().what != what) throw BadArgument(folder + ": holds another rehearsal");
+    const State &its = shard.state();
+    if (its.what != what) throw BadArgument(folder + ": holds another rehearsal");
+    if (merged.empty()) std::tie(all, taken) = std::tie(its.shards, its.taken);
+    if (its.shards != all || its.taken != taken) {
+      throw BadArgument(folder + ": is a shard of other configurations than " + shards[0]);
+    }
+    if (!merged.insert(its.shard).second) {
+      throw BadArgument(folder + ": is shard " + std::to_string(its.shard) + " once more");
+    }
     store_.merge(shard);
   }
+  for (uint64_t shard = 1; shard <= all; shard++) {
+    if (merged.count(shard) == 0) {
+      throw BadArgument("shard " + std::to_string(shard) + "/" + std::to_string(all) +
+                        " is missing");
+    }
+  }
+  state.taken = taken;
   store_.state().done = true;
   store_.write();
 }

@@ -1,13 +1,14 @@
 #include "tools/rehearse/version.h"
 
 #include <fcntl.h>
-#include <spawn.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -18,6 +19,7 @@
 #include "tools/device/config.h"
 #include "tools/play/event_words.h"
 #include "tools/rehearse/batch.h"
+#include "tools/rehearse/calls.h"
 #include "tools/text/lines.h"
 #include "tools/traffic/desk_router.h"
 
@@ -29,14 +31,20 @@ using nlohmann::json;
 using sim::Event;
 
 constexpr char kHello[] = "{\"id\":\"hello\",\"entries\":[]}\n";
+// A longer line is no answer.
+constexpr size_t kMostOfAnswer = size_t{64} << 20;
 
 // ---- what programs answer ----
+
+struct NoAnswer : Died {
+  using Died::Died;
+};
 
 Event::Kind kindNamed(const std::string &name) {
   for (int kind = Event::kCommand; kind <= Event::kRequest; kind++) {
     if (name == nameOf(static_cast<Event::Kind>(kind))) return static_cast<Event::Kind>(kind);
   }
-  throw std::runtime_error("'" + name + "' is no kind of event");
+  throw NoAnswer("answers with what is no kind of event");
 }
 
 // Of what `plan --json` prints.
@@ -60,31 +68,43 @@ class Program {
     if (pipe2(to, O_CLOEXEC) != 0 || pipe2(from, O_CLOEXEC) != 0) {
       throw std::system_error(errno, std::generic_category(), "pipe");
     }
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, to[0], STDIN_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, from[1], STDOUT_FILENO);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
     std::vector<char *> arguments = {path_.data()};
     std::vector<std::string> copies = words;
     for (std::string &word : copies) arguments.push_back(word.data());
     arguments.push_back(nullptr);
-    const int error =
-        posix_spawn(&child_, path_.c_str(), &actions, nullptr, arguments.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
+    int failed[2];
+    if (pipe2(failed, O_CLOEXEC) != 0) {
+      throw std::system_error(errno, std::generic_category(), "pipe");
+    }
+    child_ = fork();
+    if (child_ == 0) {
+      prctl(PR_SET_PDEATHSIG, SIGKILL);  // one that hangs would stay
+      dup2(to[0], STDIN_FILENO);
+      dup2(from[1], STDOUT_FILENO);
+      dup2(open("/dev/null", O_WRONLY | O_CLOEXEC), STDERR_FILENO);
+      execv(path_.c_str(), arguments.data());
+      const int error = errno;
+      _exit(::write(failed[1], &error, sizeof error) == sizeof error ? 127 : 126);
+    }
+    int error = child_ < 0 ? errno : 0;
+    close(failed[1]);
+    if (child_ > 0 && ::read(failed[0], &error, sizeof error) < 0) error = errno;
+    close(failed[0]);
     close(to[0]);
     close(from[1]);
     to_ = to[1];
     from_ = fdopen(from[0], "r");
     if (error != 0) {
-      child_ = -1;
       end();
       throw BadArgument(path + ": " + strerror(error));
     }
   }
   Program(const Program &) = delete;
   Program &operator=(const Program &) = delete;
-  ~Program() { end(); }
+  ~Program() {
+    if (child_ > 0) kill(child_, SIGKILL);  // nobody waits for what it still does
+    end();
+  }
 
   bool write(const std::string &text) {
     for (size_t sent = 0; sent < text.size();) {
@@ -95,16 +115,27 @@ class Program {
     return true;
   }
 
-  // Nothing at the end.
+  // Nothing at the end; a line that is too long has none.
   std::optional<std::string> line() {
-    const ssize_t length = getline(&buffer_, &size_, from_);
-    if (length <= 0) return std::nullopt;
-    return std::string(buffer_, static_cast<size_t>(length));
+    std::string line;
+    for (int c; line.size() <= kMostOfAnswer && (c = getc_unlocked(from_)) != EOF;) {
+      line += static_cast<char>(c);
+      if (c == '\n') break;
+    }
+    if (line.empty()) return std::nullopt;
+    return line;
   }
 
+  // Nothing more is written to it.
   std::string rest() {
+    if (to_ >= 0) close(to_);
+    to_ = -1;
     std::string all;
-    while (std::optional<std::string> more = line()) all += *more;
+    while (all.size() <= kMostOfAnswer) {
+      std::optional<std::string> more = line();
+      if (!more) break;
+      all += *more;
+    }
     return all;
   }
 
@@ -114,8 +145,6 @@ class Program {
     if (from_ != nullptr) fclose(from_);
     to_ = -1;
     from_ = nullptr;
-    free(buffer_);
-    buffer_ = nullptr;
     int status = 0;
     while (child_ > 0 && waitpid(child_, &status, 0) < 0 && errno == EINTR) continue;
     child_ = -1;
@@ -127,8 +156,6 @@ class Program {
   pid_t child_ = -1;
   int to_ = -1;
   FILE *from_ = nullptr;
-  char *buffer_ = nullptr;
-  size_t size_ = 0;
 };
 
 std::string causeOf(int status) {
@@ -139,73 +166,97 @@ std::string causeOf(int status) {
 // ---- `plan --batch` ----
 
 class BatchVersion : public Version {
+ private:
+  // What `found` finds in the answer. Whoever has answered something else is not asked again.
+  template <typename Found>
+  auto read(const std::string &line, const Found &found) {
+    try {
+      const json answer = json::parse(line);
+      if (answer.at("id") != asked_) throw NoAnswer("answers something else than it was asked");
+      if (answer.contains("error")) throw NoAnswer("answers by an error");
+      return found(answer);
+    } catch (const json::exception &) {
+      running_.reset();
+      throw NoAnswer("answers with what is no answer");
+    } catch (const NoAnswer &) {
+      running_.reset();
+      throw;
+    }
+  }
+
  public:
   BatchVersion(const std::string &program, const std::vector<std::string> &entries)
-      : program_(program), entries_(entries) {}
+      : program_(program) {
+    for (const std::string &text : entries) entries_.push_back(asked(text));
+  }
 
   Digests digests(const std::vector<nvram::Setting> &settings) override {
     nlohmann::ordered_json request = requestFor(settings);
     request["digests"] = true;
     if (!entries_.empty()) request["entries"] = entries_;
-    const std::string answered = ask(lineOf(request));
+    const std::string answered = ask(request);
     // Most configurations get the same of both versions.
-    if (answered == last_answer_) return last_digests_;
-    Digests digests;
-    const json answer = read(answered);
-    for (const json &run : answer.at("runs")) {
-      const std::string entry = run.at("entry");
-      if (run.contains("digest")) digests[entry] = run["digest"];
-      if (run.contains("died")) digests[entry] = kDied + std::string(run["died"]);
+    const std::string head = "{\"id\":" + std::to_string(asked_) + ",";
+    if (answered.starts_with(head) && answered.substr(head.size()) == last_answer_) {
+      return last_digests_;
     }
-    last_answer_ = answered;
-    return last_digests_ = std::move(digests);
+    return read(answered, [&](const json &answer) {
+      Digests digests;
+      for (const json &run : answer.at("runs")) {
+        const std::string entry =
+            callText(run.at("entry"), run.value("arguments", std::vector<std::string>()));
+        if (run.contains("digest")) digests[entry] = run["digest"];
+        if (run.contains("died")) digests[entry] = kDied + std::string(run["died"]);
+      }
+      if (answered.starts_with(head)) last_answer_ = answered.substr(head.size());
+      return last_digests_ = std::move(digests);
+    });
   }
 
   Recording record(const std::vector<nvram::Setting> &settings, const std::string &entry) override {
     nlohmann::ordered_json request = requestFor(settings);
-    request["entries"] = {entry};
-    const json answer = read(ask(lineOf(request)));
-    const json &run = answer.at("runs").at(0);
-    if (run.contains("died")) throw Died(run["died"]);
-    if (run.contains("error"))
-      throw std::runtime_error(program_ + ": " + std::string(run["error"]));
-    return recordingIn(run);
+    request["entries"] = json::array({asked(entry)});
+    return read(ask(request), [](const json &answer) {
+      const json &run = answer.at("runs").at(0);
+      if (run.contains("died")) throw Died(run["died"]);
+      return recordingIn(run);
+    });
   }
 
+  bool isExact() const override { return true; }
+
  private:
-  static nlohmann::ordered_json requestFor(const std::vector<nvram::Setting> &settings) {
-    return {{"id", 1}, {"config", asciiConfig(settings)}};
+  // A call, as the protocol has it.
+  static json asked(const std::string &text) {
+    const EntryCall call = entryCall(text);
+    json list = {call.entry->name};
+    for (const std::string &word : call.words) list.push_back(word);
+    return call.words.empty() ? list[0] : list;
+  }
+
+  nlohmann::ordered_json requestFor(const std::vector<nvram::Setting> &settings) {
+    return {{"id", ++asked_}, {"config", asciiConfig(settings)}};
   }
 
   // One that is gone is started once more.
-  std::string ask(const std::string &request) {
+  std::string ask(const nlohmann::ordered_json &request) {
+    const std::string line = lineOf(request);
     for (int i = 0; i < 2; i++) {
       if (!running_) running_ = std::make_unique<Program>(program_, kWords);
-      if (running_->write(request)) {
-        if (std::optional<std::string> line = running_->line()) return *line;
+      if (running_->write(line)) {
+        if (std::optional<std::string> answered = running_->line()) return *answered;
       }
       running_.reset();
     }
     throw Died("ends in the middle of a batch");
   }
 
-  json read(const std::string &line) const {
-    try {
-      json answer = json::parse(line);
-      if (answer.contains("error")) {
-        throw std::runtime_error(program_ + ": " + std::string(answer["error"]));
-      }
-      return answer;
-    } catch (const json::exception &error) {
-      throw std::runtime_error(program_ + ": answers with what is no answer: " + error.what());
-    }
-  }
-
   static inline const std::vector<std::string> kWords = {"plan", "--batch"};
   std::string program_;
-  std::vector<std::string> entries_;
+  std::vector<json> entries_;
   std::unique_ptr<Program> running_;
-  static inline std::string last_answer_;  // of whichever version
+  uint64_t asked_ = 0;                     // the last request's id
+  static inline std::string last_answer_;  // of whichever version, behind its id
   static inline Digests last_digests_;
 };
 
@@ -217,8 +268,8 @@ class OneByOneVersion : public Version {
       : program_(program), entries_(std::move(entries)) {
     if (file_ < 0) throw std::system_error(errno, std::generic_category(), "memfd_create");
     if (!entries_.empty()) return;
-    for (const EntryPoint *entry : wordlessEntryPoints()) {
-      if (isOfStart(entry->name)) entries_.emplace_back(entry->name);
+    for (const EntryCall &call : wordlessCalls()) {
+      if (isOfStart(call.text)) entries_.push_back(call.text);
     }
   }
   ~OneByOneVersion() override { close(file_); }
@@ -255,13 +306,16 @@ class OneByOneVersion : public Version {
   }
 
   Recording call(const std::string &entry) {
-    Program program(program_, {"plan", entry, "--json", "--config", path_});
+    const EntryCall asked = entryCall(entry);
+    std::vector<std::string> words = {"plan", "--json", "--config", path_, "--", asked.entry->name};
+    words.insert(words.end(), asked.words.begin(), asked.words.end());
+    Program program(program_, words);
     const std::string plan = program.rest();
     if (const int status = program.end(); status != 0) throw Died(causeOf(status));
     try {
       return recordingIn(json::parse(plan));
-    } catch (const json::exception &error) {
-      throw std::runtime_error(program_ + ": answers with what is no plan: " + error.what());
+    } catch (const json::exception &) {
+      throw NoAnswer("answers with what is no plan");
     }
   }
 
@@ -294,7 +348,10 @@ std::unique_ptr<Version> programVersion(const std::string &program,
                                         const std::vector<std::string> &entries) {
   Program tried(program, {"plan", "--batch"});
   tried.write(kHello);
-  if (tried.line()) return std::make_unique<BatchVersion>(program, entries);
+  const json answer = json::parse(tried.line().value_or(""), nullptr, false);
+  if (answer.is_object() && answer.contains("runs")) {
+    return std::make_unique<BatchVersion>(program, entries);
+  }
   return std::make_unique<OneByOneVersion>(program, entries);
 }
 
@@ -367,9 +424,9 @@ std::vector<nvram::Setting> edited(std::vector<nvram::Setting> settings,
     } else if (edit.kind == SettingEdit::kReplaceRecord) {
       if (!there) continue;
       std::vector<std::string> records = splitAt(found->value, ';');
-      std::replace(records.begin(), records.end(), edit.record, edit.value);
       // A record that becomes nothing is gone.
-      if (edit.value.empty()) std::erase(records, "");
+      if (edit.value.empty()) std::erase(records, edit.record);
+      std::replace(records.begin(), records.end(), edit.record, edit.value);
       found->value = joined(records, ';');
     } else if (!there) {
       settings.push_back({edit.space, edit.key, edit.value, 0});

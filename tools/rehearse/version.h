@@ -40,6 +40,8 @@ class Version {
   // Throws Died.
   virtual Recording record(const std::vector<nvram::Setting> &settings,
                            const std::string &entry) = 0;
+  // Whether the digests are of the very bytes; else what is no UTF-8 is alike in them.
+  virtual bool isExact() const { return false; }
 };
 
 struct Died : std::runtime_error {
@@ -47,14 +49,14 @@ struct Died : std::runtime_error {
 };
 
 inline constexpr char kDied[] = "died: ";
+inline constexpr char kThisProgram[] = "/proc/self/exe";
 
 // A configuration as a text in ASCII.
 std::string asciiConfig(const std::vector<nvram::Setting> &settings);
 
 // Another version, started when it is first asked: as `plan --batch`, or where it does not know
 // that, as `plan --json` for each call. `entries`: those that it is asked for; without any, those
-// that it calls by itself in a batch. Throws std::runtime_error when it answers with what is no
-// answer.
+// that it calls by itself in a batch. One that answers with what is no answer has died, too.
 std::unique_ptr<Version> programVersion(const std::string &program,
                                         const std::vector<std::string> &entries);
 // "orba 0.1.0", by its --version; throws BadArgument when it is none.

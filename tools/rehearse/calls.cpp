@@ -14,8 +14,11 @@ namespace {
 
 // Of an entry point so many are remembered: by what they asked for, and of each by what they found.
 constexpr size_t kMostAlike = 64, kMostDigests = 1024;
-// Names of settings, and sets of them, that have numbers.
-constexpr size_t kMostNumbers = 20'000;
+// Names of settings, sets of them, and short values that have numbers.
+constexpr size_t kMostNumbers = 20'000, kMostValues = 200'000;
+// Bytes of a value that is kept to have a number; that of a longer one is its digest.
+constexpr size_t kShort = 32;
+constexpr uint64_t kIsDigest = uint64_t{1} << 63;
 
 // The first digits of the SHA-1 of texts and numbers, with a NUL behind each.
 class Digest {
@@ -123,8 +126,18 @@ size_t Calls::numberOf(const Names &names) {
   return set->second;
 }
 
+// Whoever makes up values cannot have two of one number: a mere hash of them he could.
+uint64_t Calls::numberOf(const std::string &value) {
+  if (value.size() > kShort) {
+    Digest digest;
+    digest.add(value);
+    return digest.number() | kIsDigest;
+  }
+  return value_numbers_.try_emplace(value, value_numbers_.size() + 1).first->second;
+}
+
 // Of two settings of a name the store keeps the later one.
-void Calls::readNumbers(Asked &asked) const {
+void Calls::readNumbers(Asked &asked) {
   asked.names_.clear();
   asked.values_.assign(names_, 0);
   if (asked.times_forgotten_ != times_forgotten_) asked.found_.clear();
@@ -134,14 +147,17 @@ void Calls::readNumbers(Asked &asked) const {
     const auto known = numbers.find(each.key);
     asked.names_.push_back(known != numbers.end() ? known->second : SIZE_MAX);
     if (known != numbers.end()) {
-      asked.values_[known->second] = std::hash<std::string_view>()(each.value) | 1;
+      asked.values_[known->second] = numberOf(each.value);
     }
   }
 }
 
 void Calls::forgetTooMany() {
-  if (names_ < kMostNumbers && sets_.size() < kMostNumbers) return;
+  if (names_ < kMostNumbers && sets_.size() < kMostNumbers && value_numbers_.size() < kMostValues) {
+    return;
+  }
   known_.clear();
+  value_numbers_.clear();
   sets_.clear();
   set_numbers_.clear();
   numbers_ = {};

@@ -54,7 +54,7 @@ class Asked {
   friend class Calls;
   const std::vector<nvram::Setting> &settings_;
   std::vector<size_t> names_;     // the numbers of the settings' names
-  std::vector<uint64_t> values_;  // by such numbers
+  std::vector<uint64_t> values_;  // their numbers, by those of the names; 0 for none
   std::vector<uint64_t> found_;   // by the numbers of sets of names; 0 where nobody has asked yet
   size_t times_forgotten_ = 0;    // when it had those numbers
 };
@@ -99,7 +99,8 @@ class Calls {
 
   size_t numberOf(int space, std::string_view key);
   size_t numberOf(const Names &names);
-  void readNumbers(Asked &asked) const;
+  uint64_t numberOf(const std::string &value);
+  void readNumbers(Asked &asked);
   void forgetTooMany();
   uint64_t found(Asked &asked, size_t names) const;
   RawRecording makeCall(Asked &asked, const EntryCall &call, Known &known, Names &names);
@@ -107,6 +108,7 @@ class Calls {
   Series series_;
   std::array<Numbers, nvram::kLastSpace + 1> numbers_;  // of settings, by space
   size_t names_ = 0;
+  std::unordered_map<std::string, uint64_t> value_numbers_;  // of short ones
   std::map<Names, size_t> set_numbers_;
   std::vector<const Names *> sets_;  // by their numbers
   size_t times_forgotten_ = 0;       // all of that

@@ -15,6 +15,7 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <system_error>
+#include <type_traits>
 
 #include "tools/device/config.h"
 #include "tools/play/event_words.h"
@@ -166,24 +167,6 @@ std::string causeOf(int status) {
 // ---- `plan --batch` ----
 
 class BatchVersion : public Version {
- private:
-  // What `found` finds in the answer. Whoever has answered something else is not asked again.
-  template <typename Found>
-  auto read(const std::string &line, const Found &found) {
-    try {
-      const json answer = json::parse(line);
-      if (answer.at("id") != asked_) throw NoAnswer("answers something else than it was asked");
-      if (answer.contains("error")) throw NoAnswer("answers by an error");
-      return found(answer);
-    } catch (const json::exception &) {
-      running_.reset();
-      throw NoAnswer("answers with what is no answer");
-    } catch (const NoAnswer &) {
-      running_.reset();
-      throw;
-    }
-  }
-
  public:
   BatchVersion(const std::string &program, const std::vector<std::string> &entries)
       : program_(program) {
@@ -236,6 +219,23 @@ class BatchVersion : public Version {
 
   nlohmann::ordered_json requestFor(const std::vector<nvram::Setting> &settings) {
     return {{"id", ++asked_}, {"config", asciiConfig(settings)}};
+  }
+
+  // What `found` finds in the answer. Whoever has answered something else is not asked again.
+  template <typename Found>
+  std::invoke_result_t<Found, const json &> read(const std::string &line, const Found &found) {
+    try {
+      const json answer = json::parse(line);
+      if (answer.at("id") != asked_) throw NoAnswer("answers something else than it was asked");
+      if (answer.contains("error")) throw NoAnswer("answers by an error");
+      return found(answer);
+    } catch (const json::exception &) {
+      running_.reset();
+      throw NoAnswer("answers with what is no answer");
+    } catch (const NoAnswer &) {
+      running_.reset();
+      throw;
+    }
   }
 
   // One that is gone is started once more.

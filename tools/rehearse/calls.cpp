@@ -3,6 +3,8 @@
 #include <openssl/evp.h>
 
 #include <algorithm>
+#include <cstring>
+#include <random>
 #include <stdexcept>
 
 #include "tools/play/event_words.h"
@@ -15,6 +17,26 @@ namespace {
 constexpr size_t kMostAlike = 64, kMostDigests = 1024;
 // Names of settings, and sets of them, that have numbers.
 constexpr size_t kMostNumbers = 20'000;
+
+// By a key of this process: nobody can make up two values of one hash, as of std::hash. The value's
+// pieces are the coefficients of a polynomial, modulo 2^61 - 1, and the key is where it is taken.
+uint64_t hashOf(std::string_view value) {
+  static const uint64_t key = [] {
+    std::random_device random;
+    return (uint64_t{random()} << 32 | random()) >> 4 | 1;
+  }();
+  constexpr uint64_t kModulus = (uint64_t{1} << 61) - 1;
+  constexpr size_t kPiece = 7;
+  uint64_t hash = value.size();
+  for (; !value.empty(); value.remove_prefix(std::min(kPiece, value.size()))) {
+    uint64_t piece = 0;
+    memcpy(&piece, value.data(), std::min(kPiece, value.size()));
+    const auto product = static_cast<unsigned __int128>(hash + piece) * key;
+    hash = (static_cast<uint64_t>(product) & kModulus) + static_cast<uint64_t>(product >> 61);
+    if (hash >= kModulus) hash -= kModulus;
+  }
+  return hash;
+}
 
 // The first digits of the SHA-1 of texts and numbers, with a NUL behind each.
 class Digest {
@@ -106,7 +128,7 @@ void Calls::readNumbers(Asked &asked) const {
     const auto known = numbers.find(each.key);
     asked.names_.push_back(known != numbers.end() ? known->second : SIZE_MAX);
     if (known != numbers.end()) {
-      asked.values_[known->second] = std::hash<std::string_view>()(each.value) | 1;
+      asked.values_[known->second] = hashOf(each.value) << 1 | 1;
     }
   }
 }

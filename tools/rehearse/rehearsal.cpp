@@ -99,10 +99,11 @@ class Looker {
       if (!example) example = {settings.size(), id, asciiConfig(settings)};
       Group group{change, *example};
       auto [known, unknown] = known_.try_emplace(name, group);
-      const size_t entries = known->second.change.entries.size();
+      const SideChange &all = known->second.change;
+      const std::pair seen(all.entries.size(), all.opens);
       if (!unknown) known->second.add(group);
       const bool better = known->second.example.id == example->id;
-      if (unknown || better || known->second.change.entries.size() != entries) {
+      if (unknown || better || std::pair(all.entries.size(), all.opens) != seen) {
         groups[name] = asJson(known->second);
       }
     }

@@ -31,6 +31,8 @@ using Config = std::vector<nvram::Setting>;
 
 // Of a task.
 constexpr size_t kMostConfigurations = 32, kMostBytes = 256 << 10;
+// With those of other shards and those that are refused.
+constexpr size_t kMostLookedAt = 1000;
 // So many groups are looked into; of more only their kinds are told.
 constexpr size_t kMostDetailed = 200;
 constexpr std::chrono::seconds kBetweenStates{5};
@@ -146,7 +148,7 @@ class Gatherer {
       : rehearsal_(rehearsal),
         prepare_(prepare),
         store_(rehearsal.folder),
-        source_(rehearsal.configurations) {}
+        source_(rehearsal.configurations, rehearsal.folder) {}
 
   void gather();
   void merge(const std::vector<std::string> &shards);
@@ -226,16 +228,14 @@ std::optional<std::string> Gatherer::nextTask() {
   std::string texts;
   Under under{{}, {}, taken_, order_};
   size_t looked_at = 0;
-  while (names.size() < kMostConfigurations && texts.size() < kMostBytes) {
+  while (names.size() < kMostConfigurations && texts.size() < kMostBytes &&
+         looked_at < kMostLookedAt) {
     std::optional<Found> found = source_.next();
     if (!found) break;
     looked_at++;
     under.taken = ++taken_;
     under.order = order_ = mixed(order_, *found);
-    if (mixed(kNoOrder, found->id) % rehearsal_.shards != rehearsal_.shard - 1) {
-      if (looked_at >= 1000) break;  // nobody waits for ever
-      continue;
-    }
+    if (mixed(kNoOrder, found->id) % rehearsal_.shards != rehearsal_.shard - 1) continue;
     const std::string id = visible(found->id);
     if (!found->refused.empty()) {
       under.refused.push_back(id + ": " + found->refused);

@@ -65,6 +65,7 @@ class Archive {
  public:
   explicit Archive(const std::string &path) : path_(path), archive_(archive_read_new()) {
     archive_read_support_format_tar(archive_);
+    archive_read_set_format_option(archive_, "tar", "read_concatenated_archives", "1");
     archive_read_support_filter_zstd(archive_);
     archive_read_support_filter_gzip(archive_);
     struct stat status;
@@ -135,7 +136,8 @@ class Archive {
   size_t members_ = 0;
 };
 
-Source::Source(std::vector<std::string> paths) : paths_(std::move(paths)) {}
+Source::Source(std::vector<std::string> paths, std::string left_out)
+    : paths_(std::move(paths)), left_out_(std::move(left_out)) {}
 Source::~Source() = default;
 
 std::optional<Found> Source::begin(const std::string &path) {
@@ -147,8 +149,9 @@ std::optional<Found> Source::begin(const std::string &path) {
   }
   if (fs::is_directory(status)) {
     in_folder_ = of_folder_ = 0;
-    for (const auto &each : fs::recursive_directory_iterator(path, error)) {
-      (void)each;
+    constexpr auto kSkipped = fs::directory_options::skip_permission_denied;
+    fs::recursive_directory_iterator each(path, kSkipped, error);
+    for (const fs::recursive_directory_iterator end; each != end; each.increment(error)) {
       of_folder_++;
     }
     folder_ = fs::recursive_directory_iterator(path, error);
@@ -170,9 +173,15 @@ std::optional<Found> Source::nextOfFolder() {
     in_folder_++;
     std::error_code error;
     const fs::file_status status = entry.symlink_status(error);
-    const bool store = fs::is_directory(status) && isStoreFolder(path);
-    if (store) folder_.disable_recursion_pending();
+    const bool is_folder = fs::is_directory(status);
+    const bool left_out = is_folder && fs::equivalent(path, left_out_, error);
+    const bool store = is_folder && !left_out && isStoreFolder(path);
+    const int unreadable = is_folder && access(path.c_str(), R_OK | X_OK) != 0 ? errno : 0;
+    if (store || left_out || unreadable != 0) folder_.disable_recursion_pending();
     folder_.increment(error);
+    if (error) throw BadConfig(path + ": " + error.message());
+    if (left_out) continue;
+    if (unreadable != 0) return Found{path, {}, strerror(unreadable)};
     if (store) return Found{path, printConfig(storeSettings(path).settings)};
     if (fs::is_symlink(status)) return Found{path, {}, "is a link"};
     if (!fs::is_regular_file(status)) continue;

@@ -80,6 +80,9 @@ with tempfile.TemporaryDirectory() as folder, contextlib.chdir(folder):
     check(batch(*asked, *reversed(asked)) == alone + alone[::-1], "what was before a configuration changes its answers")
     runs = alone[0]["runs"]
     check([batch(asked[0] | {"entries": [each["entry"]]})[0]["runs"][0] for each in runs] == runs, "a call changes the next one's answer")
+    names = "ecidpopmgdpamnao", r"ec&~\x0bU\x18\xfcgd\xb3G\xd2\x88\xb9\xe0"  # one std::hash
+    alike = batch(*({"id": 0, "config": "HostName=" + name, "entries": ["getHostName"], "digests": True} for name in names))
+    check(alike[0] != alike[1], "values are taken for each other")
     change = ("--set", "SPIFWEnabled=1", "--default", "BlockLAND=1")
     text = run("rehearse", "this", "this", "fleet", *change, "--out", "one", "--jobs", "1", code=1).stdout.decode()
     wanted = reports("one")
@@ -211,7 +214,7 @@ for line in sys.stdin.buffer:
     check(open("oddly/not-read.txt").read().count("\n") == 3 and json.load(open("oddly/report.json"))["damaged"] == 3, open("oddly/not-read.txt").read())
     for name, member, told in (("link", dict(type=tarfile.SYMTYPE, linkname="/etc/passwd"), "is a link"), ("hard", dict(type=tarfile.LNKTYPE, linkname="x"), "is a link"),
                                ("../up", {}, "leads out of it"), ("/etc/x", {}, "leads out of it"), ("bomb", dict(size=1 << 40), "is larger than 1 MiB"),
-                               ("device", dict(type=tarfile.BLKTYPE), "is no file")):
+                               ("device", dict(type=tarfile.BLKTYPE), "is no file"), ("folder", dict(type=tarfile.DIRTYPE, size=1 << 40), "is larger than 1 MiB")):
         info = tarfile.TarInfo(name)
         for key, value in member.items():
             setattr(info, key, value)
@@ -219,7 +222,9 @@ for line in sys.stdin.buffer:
             file.write(info.tobuf() + bytes(1024))
         ended = run("rehearse", "this", "this", "bad.tar", "--out", f"bad-{told[:6]}-{name.count('/')}{len(name)}", code=3)
         check(told.encode() in ended.stderr, f"{name}: {ended.stderr}")
-    subprocess.run(["tar", "cf", "fleet.tar", "fleet"], check=True)
+    for part in (("fleet.tar", *paths[:45]), ("rest.tar", *paths[45:])):
+        subprocess.run(["tar", "cf", *part], check=True)
+    subprocess.run("cat rest.tar >>fleet.tar", shell=True, check=True)
     packed = json.loads(run("rehearse", "this", "this", "fleet.tar", *change, "--out", "packed", "--json", code=1).stdout)
     check([(each["count"], each["kinds"], each["settings"]) for each in packed["groups"]] ==
           [(each["count"], each["kinds"], each["settings"]) for each in report["groups"]], "an archive is another fleet")

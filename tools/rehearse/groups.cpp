@@ -76,6 +76,7 @@ Group groupIn(const nlohmann::json &json) {
 }
 
 Store::Store(std::string folder) : folder_(std::move(folder)) {
+  if (folder_.empty()) throw BadArgument("--out: a folder is wanted");
   std::error_code error;
   fs::create_directories(folder_ + "/" + kLists, error);
   if (error) throw CannotWrite(folder_, error.value());

@@ -31,6 +31,8 @@ using Config = std::vector<nvram::Setting>;
 
 // Of a task.
 constexpr size_t kMostConfigurations = 32, kMostBytes = 256 << 10;
+// With those of other shards and those that are refused.
+constexpr size_t kMostLookedAt = 1000;
 // So many groups are looked into; of more only their kinds are told.
 constexpr size_t kMostDetailed = 200;
 constexpr std::chrono::seconds kBetweenStates{5};
@@ -99,10 +101,11 @@ class Looker {
       if (!example) example = {settings.size(), id, asciiConfig(settings)};
       Group group{change, *example};
       auto [known, unknown] = known_.try_emplace(name, group);
-      const size_t entries = known->second.change.entries.size();
+      const SideChange &all = known->second.change;
+      const std::pair seen(all.entries.size(), all.opens);
       if (!unknown) known->second.add(group);
       const bool better = known->second.example.id == example->id;
-      if (unknown || better || known->second.change.entries.size() != entries) {
+      if (unknown || better || std::pair(all.entries.size(), all.opens) != seen) {
         groups[name] = asJson(known->second);
       }
     }
@@ -145,7 +148,7 @@ class Gatherer {
       : rehearsal_(rehearsal),
         prepare_(prepare),
         store_(rehearsal.folder),
-        source_(rehearsal.configurations) {}
+        source_(rehearsal.configurations, rehearsal.folder) {}
 
   void gather();
   void merge(const std::vector<std::string> &shards);
@@ -225,16 +228,14 @@ std::optional<std::string> Gatherer::nextTask() {
   std::string texts;
   Under under{{}, {}, taken_, order_};
   size_t looked_at = 0;
-  while (names.size() < kMostConfigurations && texts.size() < kMostBytes) {
+  while (names.size() < kMostConfigurations && texts.size() < kMostBytes &&
+         looked_at < kMostLookedAt) {
     std::optional<Found> found = source_.next();
     if (!found) break;
     looked_at++;
     under.taken = ++taken_;
     under.order = order_ = mixed(order_, *found);
-    if (mixed(kNoOrder, found->id) % rehearsal_.shards != rehearsal_.shard - 1) {
-      if (looked_at >= 1000) break;  // nobody waits for ever
-      continue;
-    }
+    if (mixed(kNoOrder, found->id) % rehearsal_.shards != rehearsal_.shard - 1) continue;
     const std::string id = visible(found->id);
     if (!found->refused.empty()) {
       under.refused.push_back(id + ": " + found->refused);

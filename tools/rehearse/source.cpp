@@ -63,17 +63,24 @@ bool leadsUp(const std::string &path) {
 // Its members, one after the other.
 class Archive {
  public:
-  explicit Archive(const std::string &path) : path_(path), archive_(archive_read_new()) {
+  explicit Archive(const std::string &path)
+      : path_(path), archive_(archive_read_new()), file_(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+    if (file_ < 0) throw BadConfig(path + ": " + strerror(errno));
     archive_read_support_format_tar(archive_);
+    archive_read_set_format_option(archive_, "tar", "read_concatenated_archives", "1");
     archive_read_support_filter_zstd(archive_);
     archive_read_support_filter_gzip(archive_);
     struct stat status;
     if (stat(path.c_str(), &status) == 0) size_ = status.st_size;
-    if (archive_read_open_filename(archive_, path.c_str(), 65536) != ARCHIVE_OK) damaged();
+    const int result = archive_read_open(archive_, this, nullptr, readMore, nullptr);
+    if (result != ARCHIVE_OK) damaged();
   }
   Archive(const Archive &) = delete;
   Archive &operator=(const Archive &) = delete;
-  ~Archive() { archive_read_free(archive_); }
+  ~Archive() {
+    archive_read_free(archive_);
+    if (file_ >= 0) close(file_);
+  }
 
   std::optional<Found> next() {
     for (;;) {
@@ -86,12 +93,12 @@ class Archive {
       if (++members_ > kMostMembers) refuse("has more than ten million members");
       if (leadsUp(member)) refuse(visible(member) + " leads out of it");
       if (archive_entry_hardlink(entry) != nullptr) refuse(visible(member) + " is a link");
-      if (archive_entry_filetype(entry) == AE_IFDIR) continue;
-      if (archive_entry_filetype(entry) == AE_IFLNK) refuse(visible(member) + " is a link");
-      if (archive_entry_filetype(entry) != AE_IFREG) refuse(visible(member) + " is no file");
       if (archive_entry_size(entry) > static_cast<int64_t>(kMostOfConfiguration)) {
         refuse(visible(member) + " is larger than 1 MiB");
       }
+      if (archive_entry_filetype(entry) == AE_IFDIR) continue;
+      if (archive_entry_filetype(entry) == AE_IFLNK) refuse(visible(member) + " is a link");
+      if (archive_entry_filetype(entry) != AE_IFREG) refuse(visible(member) + " is no file");
       return Found{path_ + "!" + member, contentOf(member)};
     }
   }
@@ -103,6 +110,22 @@ class Archive {
   }
 
  private:
+  // Asked for more of what the archive takes: so whatever it holds too much of is noticed, be it
+  // zeros behind its end.
+  static la_ssize_t readMore(archive *archive, void *asked, const void **bytes) {
+    auto &self = *static_cast<Archive *>(asked);
+    const int64_t given = archive_filter_bytes(archive, 0);
+    if (given > kAlwaysAllowed &&
+        given / static_cast<int64_t>(kMostTimes) > archive_filter_bytes(archive, -1)) {
+      archive_set_error(archive, EFBIG, "holds more than 1 GiB and 2,000 times what it takes");
+      return -1;
+    }
+    *bytes = self.part_;
+    const ssize_t now = read(self.file_, self.part_, sizeof self.part_);
+    if (now < 0) archive_set_error(archive, errno, "%s", strerror(errno));
+    return now;
+  }
+
   std::string contentOf(const std::string &member) {
     std::string text;
     char part[65536];
@@ -112,11 +135,6 @@ class Archive {
       if (now == 0) break;
       text.append(part, static_cast<size_t>(now));
       if (text.size() > kMostOfConfiguration) refuse(visible(member) + " is larger than 1 MiB");
-    }
-    given_ += static_cast<int64_t>(text.size());
-    if (given_ > kAlwaysAllowed &&
-        given_ / static_cast<int64_t>(kMostTimes) > archive_filter_bytes(archive_, -1)) {
-      refuse("holds more than 1 GiB and 2,000 times what it takes");
     }
     return text;
   }
@@ -131,11 +149,14 @@ class Archive {
 
   std::string path_;
   archive *archive_;
-  int64_t size_ = 0, given_ = 0;
+  int file_;
+  char part_[65536];
+  int64_t size_ = 0;
   size_t members_ = 0;
 };
 
-Source::Source(std::vector<std::string> paths) : paths_(std::move(paths)) {}
+Source::Source(std::vector<std::string> paths, std::string left_out)
+    : paths_(std::move(paths)), left_out_(std::move(left_out)) {}
 Source::~Source() = default;
 
 std::optional<Found> Source::begin(const std::string &path) {
@@ -147,8 +168,9 @@ std::optional<Found> Source::begin(const std::string &path) {
   }
   if (fs::is_directory(status)) {
     in_folder_ = of_folder_ = 0;
-    for (const auto &each : fs::recursive_directory_iterator(path, error)) {
-      (void)each;
+    constexpr auto kSkipped = fs::directory_options::skip_permission_denied;
+    fs::recursive_directory_iterator each(path, kSkipped, error);
+    for (const fs::recursive_directory_iterator end; each != end; each.increment(error)) {
       of_folder_++;
     }
     folder_ = fs::recursive_directory_iterator(path, error);
@@ -170,9 +192,15 @@ std::optional<Found> Source::nextOfFolder() {
     in_folder_++;
     std::error_code error;
     const fs::file_status status = entry.symlink_status(error);
-    const bool store = fs::is_directory(status) && isStoreFolder(path);
-    if (store) folder_.disable_recursion_pending();
+    const bool is_folder = fs::is_directory(status);
+    const bool left_out = is_folder && fs::equivalent(path, left_out_, error);
+    const bool store = is_folder && !left_out && isStoreFolder(path);
+    const int unreadable = is_folder && access(path.c_str(), R_OK | X_OK) != 0 ? errno : 0;
+    if (store || left_out || unreadable != 0) folder_.disable_recursion_pending();
     folder_.increment(error);
+    if (error) throw BadConfig(path + ": " + error.message());
+    if (left_out) continue;
+    if (unreadable != 0) return Found{path, {}, strerror(unreadable)};
     if (store) return Found{path, printConfig(storeSettings(path).settings)};
     if (fs::is_symlink(status)) return Found{path, {}, "is a link"};
     if (!fs::is_regular_file(status)) continue;

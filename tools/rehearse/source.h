@@ -26,8 +26,8 @@ class Archive;
 class Source {
  public:
   // Files, folders with all below them, settings stores, archives (.tar, .tar.gz, .tar.zst); "-"
-  // is standard input, which has such a path in each line.
-  explicit Source(std::vector<std::string> paths);
+  // is standard input, which has such a path in each line. Below a folder `left_out` is none of it.
+  explicit Source(std::vector<std::string> paths, std::string left_out = "");
   ~Source();
 
   // In the order of the paths, in folders that of the file system; nothing at the end. What cannot
@@ -46,6 +46,7 @@ class Source {
   std::optional<std::string> nextPath();
 
   std::vector<std::string> paths_;
+  const std::string left_out_;
   size_t next_ = 0;
   bool in_list_ = false;
   std::unique_ptr<Archive> archive_;

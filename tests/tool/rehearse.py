@@ -80,6 +80,9 @@ with tempfile.TemporaryDirectory() as folder, contextlib.chdir(folder):
     check(batch(*asked, *reversed(asked)) == alone + alone[::-1], "what was before a configuration changes its answers")
     runs = alone[0]["runs"]
     check([batch(asked[0] | {"entries": [each["entry"]]})[0]["runs"][0] for each in runs] == runs, "a call changes the next one's answer")
+    limited = "sh", "-c", 'ulimit -n 64; exec "$0" "$@"', orba
+    kept_open = batch({"id": 0, "entries": ["switch_init"] * 100}, program=limited)[0]["runs"]
+    check(kept_open == kept_open[:1] * 100, "what a call leaves open is in the way of others")
     names = "ecidpopmgdpamnao", r"ec&~\x0bU\x18\xfcgd\xb3G\xd2\x88\xb9\xe0"  # one std::hash
     alike = batch(*({"id": 0, "config": "HostName=" + name, "entries": ["getHostName"], "digests": True} for name in names))
     check(alike[0] != alike[1], "values are taken for each other")

@@ -198,6 +198,7 @@ for line in sys.stdin.buffer:
     with open("list.conf", "w") as file:
         file.write("HostName=a;;b\n")
     run("rehearse", "this", "this", "list.conf", "--replace-record", "HostName:c=", "--out", "list", code=0)
+    run("rehearse", "this", "this", "list.conf", "--set", "0:HostName=x", "--out", "list0", code=2)
 
     # Configurations are data: no command, path or markup comes of them.
     os.mkdir("odd")

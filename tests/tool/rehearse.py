@@ -107,6 +107,7 @@ with tempfile.TemporaryDirectory() as folder, contextlib.chdir(folder):
         cut.stdin.flush()
         while not os.path.exists("cut/state.json"):
             assert cut.poll() is None
+        check(b"another process" in run(*words[1:], given=b"").stderr, "two rehearse in one folder")
         cut.send_signal(signal.SIGKILL)
     done = json.load(open("cut/state.json"))["taken"]
     open("log", "w").close()

@@ -107,6 +107,7 @@ int openOn(Device &device, const char *path, int flags, mode_t mode) {
   std::string real = realPath(device, path, writes(flags));
   if (real.empty()) return -1;
   int fd = open(real.c_str(), flags | O_CLOEXEC, mode);
+  consoles.erase(fd);  // of somebody who never closed it
   // What makes an empty file writes nothing yet.
   if (fd >= 0 && writes(flags) && (flags & O_EXCL) == 0) device.record(Event::kFile, path);
   return fd;

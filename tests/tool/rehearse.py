@@ -80,6 +80,9 @@ with tempfile.TemporaryDirectory() as folder, contextlib.chdir(folder):
     check(batch(*asked, *reversed(asked)) == alone + alone[::-1], "what was before a configuration changes its answers")
     runs = alone[0]["runs"]
     check([batch(asked[0] | {"entries": [each["entry"]]})[0]["runs"][0] for each in runs] == runs, "a call changes the next one's answer")
+    limited = "sh", "-c", 'ulimit -n 64; exec "$0" "$@"', orba
+    kept_open = batch({"id": 0, "entries": ["switch_init"] * 100}, program=limited)[0]["runs"]
+    check(kept_open == kept_open[:1] * 100, "what a call leaves open is in the way of others")
     names = "ecidpopmgdpamnao", r"ec&~\x0bU\x18\xfcgd\xb3G\xd2\x88\xb9\xe0"  # one std::hash
     alike = batch(*({"id": 0, "config": "HostName=" + name, "entries": ["getHostName"], "digests": True} for name in names))
     check(alike[0] != alike[1], "values are taken for each other")
@@ -104,6 +107,7 @@ with tempfile.TemporaryDirectory() as folder, contextlib.chdir(folder):
         cut.stdin.flush()
         while not os.path.exists("cut/state.json"):
             assert cut.poll() is None
+        check(b"another process" in run(*words[1:], given=b"").stderr, "two rehearse in one folder")
         cut.send_signal(signal.SIGKILL)
     done = json.load(open("cut/state.json"))["taken"]
     open("log", "w").close()
@@ -196,6 +200,7 @@ for line in sys.stdin.buffer:
     with open("list.conf", "w") as file:
         file.write("HostName=a;;b\n")
     run("rehearse", "this", "this", "list.conf", "--replace-record", "HostName:c=", "--out", "list", code=0)
+    run("rehearse", "this", "this", "list.conf", "--set", "0:HostName=x", "--out", "list0", code=2)
 
     # Configurations are data: no command, path or markup comes of them.
     os.mkdir("odd")

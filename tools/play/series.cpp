@@ -85,6 +85,8 @@ void Series::call(const Settings &settings, const EntryPoint &entry,
     result = {"exit " + std::to_string(ended.status), {}};
   }
   told(device, std::move(result));
+  // As the end of a process would: one that is full of descriptors answers otherwise.
+  device.held().releaseAll();
   device.rest();
   prepared_.push_front(std::move(used));
   if (prepared_.size() > kMostPrepared) prepared_.pop_back();

@@ -80,8 +80,20 @@ Store::Store(std::string folder) : folder_(std::move(folder)) {
   std::error_code error;
   fs::create_directories(folder_ + "/" + kLists, error);
   if (error) throw CannotWrite(folder_, error.value());
+  // Of the process that has begun: neither its workers nor one that was killed hold it.
+  lock_ = open(path(std::string(kLists) + "/lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+  struct flock whole = {};
+  whole.l_type = F_WRLCK;
+  if (fcntl(lock_, F_SETLK, &whole) != 0 && (errno == EAGAIN || errno == EACCES)) {
+    close(lock_);
+    throw BadArgument(folder_ + ": another process rehearses there");
+  }
   found_ = fs::exists(path(kStateFile), error);
   if (found_) read();
+}
+
+Store::~Store() {
+  if (lock_ >= 0) close(lock_);
 }
 
 void Store::read() try {

@@ -54,8 +54,11 @@ struct State {
 class Store {
  public:
   // Makes the folder, or finds the state in it. Throws CannotWrite, or BadArgument when it holds
-  // something else.
+  // something else or another process is at it.
   explicit Store(std::string folder);
+  Store(const Store &) = delete;
+  Store &operator=(const Store &) = delete;
+  ~Store();
 
   bool found() const { return found_; }
   State &state() { return state_; }
@@ -74,6 +77,7 @@ class Store {
   void read();
 
   std::string folder_;
+  int lock_ = -1;
   bool found_ = false;
   State state_;
   std::map<std::string, std::string> lines_;

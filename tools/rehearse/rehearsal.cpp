@@ -130,7 +130,12 @@ json lookInto(const json &task, SidesCompared &compared, const Deaths &deaths, P
   }
   beginStep(place, trial, 0);
   if (deaths.count({trial, 0}) != 0) return details;
-  const SidesCompared::Witness witness = compared.witness(smallest, settings, group.change);
+  SidesCompared::Witness witness;
+  try {
+    witness = compared.witness(smallest, settings, group.change);
+  } catch (const Died &error) {
+    witness.lines = {std::string(kDied) + error.what()};
+  }
   details["entry"] = witness.entry;
   details["lines"] = json::array();
   for (const std::string &line : witness.lines) details["lines"].push_back(visible(line));

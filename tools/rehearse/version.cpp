@@ -367,8 +367,10 @@ std::string versionOf(const std::string &program) {
 SettingEdit settingEdit(SettingEdit::Kind kind, const std::string &text) {
   SettingEdit edit{kind};
   std::string rest = text;
-  if (rest.size() > 2 && rest[1] == ':' && rest[0] >= '0' + nvram::kFirstSpace &&
-      rest[0] <= '0' + nvram::kLastSpace) {
+  if (rest.size() > 1 && rest[1] == ':' && rest[0] >= '0' && rest[0] <= '9') {
+    if (rest[0] < '0' + nvram::kFirstSpace || rest[0] > '0' + nvram::kLastSpace) {
+      throw BadArgument(text + ": there is no such space");
+    }
     edit.space = rest[0] - '0';
     rest = rest.substr(2);
   }

@@ -217,6 +217,7 @@ for line in sys.stdin.buffer:
     check(b"\x1b" not in left and b"<script" not in left and not os.path.exists("made"), "something came of a configuration")
     check(b"<b>" not in reports("oddly")["report.html"], "markup in the page")
     check(open("oddly/not-read.txt").read().count("\n") == 3 and json.load(open("oddly/report.json"))["damaged"] == 3, open("oddly/not-read.txt").read())
+    run("rehearse", "this", "this", "odd/empty.conf", "odd/large.conf", "--out", "none", code=3)
     for name, member, told in (("link", dict(type=tarfile.SYMTYPE, linkname="/etc/passwd"), "is a link"), ("hard", dict(type=tarfile.LNKTYPE, linkname="x"), "is a link"),
                                ("../up", {}, "leads out of it"), ("/etc/x", {}, "leads out of it"), ("bomb", dict(size=1 << 40), "is larger than 1 MiB"),
                                ("device", dict(type=tarfile.BLKTYPE), "is no file"), ("folder", dict(type=tarfile.DIRTYPE, size=1 << 40), "is larger than 1 MiB")):

@@ -77,7 +77,8 @@ Exit rehearse(RehearseOptions &options) {
   } else {
     std::cout << reportText(report);
   }
-  return report["groups"].empty() ? kDone : kFound;
+  const bool nothing_read = report["configurations"] == 0 && report["not_read"] != 0;
+  return nothing_read ? kConfig : report["groups"].empty() ? kDone : kFound;
 }
 
 }  // namespace
@@ -87,10 +88,11 @@ void addRehearse(CLI::App &app, Exit &exit) {
   CLI::App &command = *app.add_subcommand(
       "rehearse", "What a change does to every configuration that there is, in groups");
   command
-      .add_option("BEFORE", options->words,
-                  "A program of the old version, or 'this'; AFTER likewise; then configurations:"
-                  " files, folders, archives (.tar, .tar.gz, .tar.zst), '-' for a list of them."
-                  " 'merge' BEFORE AFTER SHARD...: the report of shards")
+      .add_option(
+          "BEFORE", options->words,
+          "A program of the old version, or 'this'; AFTER likewise; then configurations:"
+          " files, folders, archives (.tar, .tar.gz, .tgz, .tar.zst), '-' for a list of them."
+          " 'merge' BEFORE AFTER SHARD...: the report of shards")
       ->required()
       ->type_name("AFTER CONFIGURATION...");
   Rehearsal &rehearsal = options->rehearsal;

@@ -25,7 +25,8 @@ constexpr size_t kMostMembers = 10'000'000, kMostTimes = 2'000;
 constexpr int64_t kAlwaysAllowed = int64_t{1} << 30;
 
 bool isArchive(const std::string &path) {
-  return path.ends_with(".tar") || path.ends_with(".tar.zst") || path.ends_with(".tar.gz");
+  return path.ends_with(".tar") || path.ends_with(".tar.zst") || path.ends_with(".tar.gz") ||
+         path.ends_with(".tgz");
 }
 
 Found fileOf(const std::string &path) {

@@ -25,8 +25,9 @@ class Archive;
 
 class Source {
  public:
-  // Files, folders with all below them, settings stores, archives (.tar, .tar.gz, .tar.zst); "-"
-  // is standard input, which has such a path in each line. Below a folder `left_out` is none of it.
+  // Files, folders with all below them, settings stores, archives (.tar, .tar.gz, .tgz, .tar.zst);
+  // "-" is standard input, which has such a path in each line. Below a folder `left_out` is none of
+  // it.
   explicit Source(std::vector<std::string> paths, std::string left_out = "");
   ~Source();
 

@@ -75,6 +75,7 @@ void Series::call(const Settings &settings, const EntryPoint &entry,
   // What a new process has, and the library can tell.
   srand(1);
   errno = 0;
+  sigprocmask(SIG_SETMASK, &signals_, nullptr);
   device.onExit([](int status) { throw Ended{status}; });
   CallResult result;
   try {

@@ -3,6 +3,7 @@
 #ifndef ORBA_TOOLS_PLAY_SERIES_H
 #define ORBA_TOOLS_PLAY_SERIES_H
 
+#include <csignal>
 #include <list>
 #include <memory>
 #include <optional>
@@ -16,7 +17,9 @@ namespace orba::tool {
 
 class Series {
  public:
-  explicit Series(Prepare prepare) : prepare_(std::move(prepare)) {}
+  explicit Series(Prepare prepare) : prepare_(std::move(prepare)) {
+    sigprocmask(SIG_SETMASK, nullptr, &signals_);
+  }
 
   // What record() gives, but for `config` and `filter`, which stay empty. A call that dies or
   // waits for ever does so to this process. Throws BadArgument.
@@ -42,6 +45,7 @@ class Series {
 
   Prepare prepare_;
   sim::LibraryState as_new_;
+  sigset_t signals_;              // that are blocked, as a call finds them
   std::list<Prepared> prepared_;  // the one that was used last first
 };
 

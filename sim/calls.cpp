@@ -17,6 +17,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <map>
 #include <set>
 
 #include "nvram.h"
@@ -39,9 +40,16 @@ sim::Runner *runner() {
   return sim::Runner::current();
 }
 
-// Descriptors that stand for the console, and streams that stand for pipes.
+// Descriptors that stand for the console, and for files that are in memory; streams that stand for
+// pipes.
 std::set<int> consoles;
+std::map<int, std::string> memory_files;
 std::set<FILE *> pipes;
+
+void forgetDescriptor(int fd) {
+  consoles.erase(fd);
+  memory_files.erase(fd);
+}
 
 std::string formatted(const char *format, va_list arguments) {
   char *text = nullptr;
@@ -55,7 +63,9 @@ std::string formatted(const char *format, va_list arguments) {
 const int null_device = open("/dev/null", O_RDWR | O_CLOEXEC);
 
 int openNull() {
-  return fcntl(null_device, F_DUPFD_CLOEXEC, 0);
+  const int fd = fcntl(null_device, F_DUPFD_CLOEXEC, 0);
+  forgetDescriptor(fd);  // of somebody who never closed it
+  return fd;
 }
 
 int openConsole(const Device &device) {
@@ -104,10 +114,16 @@ int openOn(Device &device, const char *path, int flags, mode_t mode) {
     errno = ENOENT;
     return -1;
   }
+  if (flags == (O_WRONLY | O_TRUNC) && device.root().emptyInMemory(path)) {
+    device.record(Event::kFile, path);
+    const int fd = openNull();
+    memory_files[fd] = path;
+    return fd;
+  }
   std::string real = realPath(device, path, writes(flags));
   if (real.empty()) return -1;
   int fd = open(real.c_str(), flags | O_CLOEXEC, mode);
-  consoles.erase(fd);  // of somebody who never closed it
+  forgetDescriptor(fd);
   // What makes an empty file writes nothing yet.
   if (fd >= 0 && writes(flags) && (flags & O_EXCL) == 0) device.record(Event::kFile, path);
   return fd;
@@ -256,7 +272,7 @@ FILE *sim_fdopen(int fd, const char *mode) {
 }
 
 int sim_close(int fd) {
-  consoles.erase(fd);
+  forgetDescriptor(fd);
   return answer(
       "close", [=] { return close(fd); },
       [=](Device &device) {
@@ -276,6 +292,9 @@ ssize_t sim_write(int fd, const void *buffer, size_t size) {
       "write", [=] { return write(fd, buffer, size); },
       [=](Device &device) {
         size_t length = device.faults().share(size);
+        if (const auto file = memory_files.find(fd); file != memory_files.end()) {
+          device.root().write(file->second, {static_cast<const char *>(buffer), length}, true);
+        }
         if (consoles.count(fd) != 0) {
           device.record(Event::kConsole, std::string(static_cast<const char *>(buffer), length));
         }

@@ -196,6 +196,13 @@ const std::string *Root::textForReading(const std::string &path) {
   return &file->second;
 }
 
+bool Root::emptyInMemory(const std::string &path) {
+  const auto file = in_memory_.find(inside(path));
+  if (file == in_memory_.end() || refused_.count(path) != 0) return false;
+  file->second.clear();
+  return true;
+}
+
 bool Root::mayHold(const std::string &path) const {
   if (!upper_.empty() || lower_.opened() || every_file_ || refused_.count(path) != 0) return true;
   const std::string wanted = inside(path);

@@ -30,6 +30,8 @@ class Root {
   std::string forReading(const std::string &path);
   // What is to be read at a path, where it is kept in memory; it stays there.
   const std::string *textForReading(const std::string &path);
+  // Empties the file at a path, which stays in memory; false where it is not there.
+  bool emptyInMemory(const std::string &path);
   // False where nothing can be at a path.
   bool mayHold(const std::string &path) const;
   // Where something is, for who only asks that.

@@ -104,19 +104,18 @@ template <>
 class Argument<char *> {
  public:
   Argument(const Parameter &parameter, const std::string *word)
-      : reported_(parameter.output || parameter.both),
-        buffer_(std::make_unique<char[]>(kOutputSize)) {
+      : reported_(parameter.output || parameter.both), buffer_(kOutputSize) {
     const std::string &text = word != nullptr ? *word : left_in_outputs;
-    text.copy(buffer_.get(), kOutputSize - 1);
+    text.copy(buffer_.data(), kOutputSize - 1);
   }
-  char *get() { return buffer_.get(); }
+  char *get() { return buffer_.data(); }
   void collect(CallResult &result) {
-    if (reported_) result.outputs.emplace_back(buffer_.get());
+    if (reported_) result.outputs.emplace_back(buffer_.data());
   }
 
  private:
   bool reported_;
-  std::unique_ptr<char[]> buffer_;
+  std::vector<char> buffer_;
 };
 
 template <>

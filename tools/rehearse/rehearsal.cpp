@@ -6,10 +6,10 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <iterator>
 #include <memory>
 #include <optional>
 #include <set>
+#include <sstream>
 #include <tuple>
 
 #include "tools/device/config.h"
@@ -51,8 +51,10 @@ uint64_t mixed(uint64_t hash, const Found &found) {
 // Names what a program is made of: one that was built anew may say otherwise.
 std::string digestOfProgram(const std::string &program) {
   std::ifstream file(program.empty() ? kThisProgram : program);
+  std::ostringstream all;
+  all << file.rdbuf();
   RawRecording named;
-  named.result.returned.assign(std::istreambuf_iterator<char>(file), {});
+  named.result.returned = all.str();
   return digestOf(named);
 }
 

@@ -211,15 +211,17 @@ void Device::record(Event::Kind kind, std::string text) {
   events_.push_back({kind, std::move(text), clock_.elapsed(), clock_.inHandler()});
 }
 
-int Device::runLine(const std::string &line) {
-  record(Event::kCommand, line);
+int Device::runLine(std::string line) {
   if (const std::optional<std::string_view> only = onlyCommandIn(line)) {
     const std::string command(*only);
+    record(Event::kCommand, std::move(line));
     outputOf(command);
     leaveTraces(command);
     return 0;
   }
-  for (const ShellCommand &command : splitLine(line)) {
+  const std::vector<ShellCommand> commands = splitLine(line);
+  record(Event::kCommand, std::move(line));
+  for (const ShellCommand &command : commands) {
     // A shell opens every file that is redirected to; the last one gets the text.
     std::string output = outputOf(command.text).value_or("");
     for (size_t i = 0; i < command.redirections.size(); i++) {

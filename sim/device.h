@@ -154,7 +154,7 @@ class Device {
   const Root &root() const { return root_; }
   Faults &faults() { return faults_; }
   Held &held() { return held_; }
-  int runLine(const std::string &line);
+  int runLine(std::string line);
   // What `command` prints when it is run for its output; nothing when it
   // cannot be started.
   std::optional<std::string> outputOf(const std::string &command);

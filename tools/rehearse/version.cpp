@@ -1,6 +1,7 @@
 #include "tools/rehearse/version.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -34,6 +35,7 @@ using sim::Event;
 constexpr char kHello[] = "{\"id\":\"hello\",\"entries\":[]}\n";
 // A longer line is no answer.
 constexpr size_t kMostOfAnswer = size_t{64} << 20;
+constexpr int kStartMilliseconds = 20'000;
 
 // ---- what programs answer ----
 
@@ -114,6 +116,12 @@ class Program {
       if (now > 0) sent += static_cast<size_t>(now);
     }
     return true;
+  }
+
+  // Whether it says something, or ends, within the time that a start may take.
+  bool answersSoon() const {
+    pollfd from = {fileno(from_), POLLIN, 0};
+    return poll(&from, 1, kStartMilliseconds) > 0;
   }
 
   // Nothing at the end; a line that is too long has none.
@@ -356,7 +364,11 @@ std::unique_ptr<Version> programVersion(const std::string &program,
 }
 
 std::string versionOf(const std::string &program) {
+  Program batch(program, {"plan", "--batch"});
+  batch.write(kHello);
+  if (!batch.answersSoon()) throw BadArgument(program + ": does not answer plan --batch");
   Program tried(program, {"--version"});
+  if (!tried.answersSoon()) throw BadArgument(program + ": does not answer --version");
   std::string version = tried.rest();
   if (tried.end() != 0 || version.empty()) throw BadArgument(program + ": is no orba");
   return linesIn(version).front();

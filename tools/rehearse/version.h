@@ -59,7 +59,7 @@ std::string asciiConfig(const std::vector<nvram::Setting> &settings);
 // that it calls by itself in a batch. One that answers with what is no answer has died, too.
 std::unique_ptr<Version> programVersion(const std::string &program,
                                         const std::vector<std::string> &entries);
-// "orba 0.1.0", by its --version; throws BadArgument when it is none.
+// "orba 0.1.0", by its --version; throws BadArgument when it is none, or does not answer.
 std::string versionOf(const std::string &program);
 
 }  // namespace orba::tool

@@ -50,7 +50,7 @@ class Start(LabTest):
         self.apply("orba_pppoeRelay", config=example("gateway", wanConnectionMode2="PPPOE", wan2Vid=10, **settings))
         shell("lan", "pppd plugin rp-pppoe.so eth0 unit 7 noauth noipdefault nodefaultroute lcp-echo-interval 0")
         found = shell("lan", "for n in 1 2 3 4 5 6 7 8; do ip -o -4 address show dev ppp7 2>/dev/null | grep peer && break; sleep 1; done;"
-                             " killall -q pppd; sleep 1")
+                             " for n in 1 2 3 4 5 6 7 8; do killall -q pppd || break; sleep 1; done; killall -q -9 pppd; sleep 1")
         return f"peer {INTERNET}/32" in found
 
     def test_pppoe_passes_through(self):

@@ -126,7 +126,7 @@ size_t Calls::numberOf(const Names &names) {
   return set->second;
 }
 
-// Whoever makes up values cannot have two of one number: a mere hash of them he could.
+// Nobody can make up a value with the number of another's, as he could with a mere hash of it.
 uint64_t Calls::numberOf(const std::string &value) {
   if (value.size() > kShort) {
     Digest digest;
